@@ -1,0 +1,29 @@
+#pragma once
+// qz::qzLogObject: one log record, put together with << and written when it is destroyed. Stand-in for the system
+// library's type.
+
+#include <qzSystem/qzLog.h>
+
+#include <string>
+
+namespace qz {
+
+class qzLogObject {
+ public:
+  /// A null logger sends the record to std::clog, as a line "category: text". context and immediate are for loggers
+  /// that queue records; this stand-in writes at once and uses neither.
+  qzLogObject(qzLogType type, const char* category, qzLog* logger, const void* context, bool immediate);
+  ~qzLogObject();
+  qzLogObject(const qzLogObject&) = delete;
+  qzLogObject& operator=(const qzLogObject&) = delete;
+
+  qzLogObject& operator<<(const char* text);
+
+ private:
+  qzLogType mType;
+  std::string mCategory;
+  qzLog* mLogger;
+  std::string mText;
+};
+
+}  // namespace qz

@@ -1,0 +1,7 @@
+#include <qzSystem/qzStringUtils.h>
+
+namespace qz {
+
+const std::locale qzStringUtils::msCplusLocale = std::locale::classic();
+
+}  // namespace qz
