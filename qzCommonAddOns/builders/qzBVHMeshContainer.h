@@ -1,0 +1,31 @@
+#pragma once
+// qzBVHMeshContainer: whole meshes as primitives, each by the box around all vertices of its vertex buffer, whether an
+// index names them or not. The boxes are computed once, in the constructor; the meshes are not kept. Any number of
+// threads may read a finished container.
+
+#include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
+#include <qzCommonAddOns/qzApi.h>
+
+#include <vector>
+
+namespace qz {
+class qzTriMesh;
+}
+
+class QZ_COMMONADDONS_API qzBVHMeshContainer : public qzLinearGenericBVHBuilder::tPrimitiveContainerInterface {
+ public:
+  /// One primitive per mesh, in list order. A mesh without vertices is a primitive with the empty box. A NaN coordinate
+  /// is passed over. Null meshes are the caller's fault.
+  explicit qzBVHMeshContainer(const std::vector<qz::qzTriMesh*>& meshes);
+  qzBVHMeshContainer(const qzBVHMeshContainer&) = default;
+  qzBVHMeshContainer& operator=(const qzBVHMeshContainer&) = default;
+  ~qzBVHMeshContainer() override;
+
+  /// Box of mesh i, unchecked; valid until the container is assigned to or destroyed.
+  const qzBBox* getBBox(unsigned int i) const override;
+  /// Number of meshes.
+  unsigned int getQuantity() const override;
+
+ private:
+  std::vector<qzBBox> mBBoxes;
+};

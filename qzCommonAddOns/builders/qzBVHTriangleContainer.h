@@ -1,0 +1,37 @@
+#pragma once
+// qzBVHTriangleContainer: the triangles of one indexed mesh as primitives, each by the tight box of its three vertices.
+// The boxes are computed once, in the constructor; afterwards the buffers may change or disappear. Any number of
+// threads may read a finished container.
+
+#include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
+#include <qzCommonAddOns/qzApi.h>
+
+#include <vector>
+
+namespace qz {
+class qzIndexBuffer;
+class qzTriMesh;
+class qzVertexBuffer;
+}  // namespace qz
+
+class QZ_COMMONADDONS_API qzBVHTriangleContainer : public qzLinearGenericBVHBuilder::tPrimitiveContainerInterface {
+ public:
+  /// Triangle t has the vertices that indices 3t to 3t + 2 name; one or two indices too many are left over.
+  /// Degenerate triangles count like any other; a NaN coordinate is passed over. Indices are not checked.
+  /// Failure: null buffers are the caller's fault; -3 indices or fewer throw std::length_error.
+  qzBVHTriangleContainer(const qz::qzVertexBuffer* vertices, const qz::qzIndexBuffer* indices);
+  explicit qzBVHTriangleContainer(const qz::qzTriMesh& mesh);
+  qzBVHTriangleContainer(const qzBVHTriangleContainer&) = default;
+  qzBVHTriangleContainer& operator=(const qzBVHTriangleContainer&) = default;
+  ~qzBVHTriangleContainer() override;
+
+  /// Box of triangle i, unchecked; valid until the container is assigned to or destroyed.
+  const qzBBox* getBBox(unsigned int i) const override;
+  /// Number of triangles.
+  unsigned int getQuantity() const override;
+
+ private:
+  const qz::qzVertexBuffer* mVertexBuffer;  // borrowed, read by the constructor only
+  const qz::qzIndexBuffer* mIndexBuffer;
+  std::vector<qzBBox> mBBoxes;
+};

@@ -1,0 +1,73 @@
+#pragma once
+// qzLinearGenericBVHBuilder: builds a qzGenericBVH in linear time from the Morton codes of the primitives' box centres.
+//
+// The centres are put on a cubic grid around the scene, primitives are sorted by the Morton code of their cell, and the
+// common prefixes of neighbouring codes are the tree. Subtrees of few primitives become one leaf. No cost function.
+// Source: Lauterbach et al. 2009.
+//
+// A builder keeps nothing between builds that affects a result but the leaf limit; it can build any number of trees in
+// turn. Single-threaded: builder, container and tree belong to the calling thread during a build.
+
+#include <qzCommonAddOns/geometry/qzBBox.h>
+#include <qzCommonAddOns/qzApi.h>
+
+#include <vector>
+
+class qzGenericBVH;
+namespace qz {
+class qzCancelInterfaceReadOnly;
+}
+
+class QZ_COMMONADDONS_API qzLinearGenericBVHBuilder {
+ public:
+  /// Numbered primitives, each known by its box alone.
+  class QZ_COMMONADDONS_API tPrimitiveContainerInterface {
+   public:
+    tPrimitiveContainerInterface() = default;
+    tPrimitiveContainerInterface(const tPrimitiveContainerInterface&) = default;
+    tPrimitiveContainerInterface& operator=(const tPrimitiveContainerInterface&) = default;
+    virtual ~tPrimitiveContainerInterface();
+
+    /// Box of primitive i, for i below getQuantity(); it must stay valid while a build runs.
+    virtual const qzBBox* getBBox(unsigned int i) const = 0;
+    /// Number of primitives.
+    virtual unsigned int getQuantity() const = 0;
+  };
+
+  qzLinearGenericBVHBuilder() = default;
+  qzLinearGenericBVHBuilder(const qzLinearGenericBVHBuilder&) = default;
+  qzLinearGenericBVHBuilder& operator=(const qzLinearGenericBVHBuilder&) = default;
+  qzLinearGenericBVHBuilder(qzLinearGenericBVHBuilder&&) = default;
+  qzLinearGenericBVHBuilder& operator=(qzLinearGenericBVHBuilder&&) = default;
+  ~qzLinearGenericBVHBuilder() = default;
+
+  /// The largest subtree that is made one leaf, in primitives; 0 counts as 1. The default is 4. Primitives of one grid
+  /// cell share a leaf however many they are.
+  void setMaxPrimitivesPerLeaf(unsigned int max);
+
+  /// Rebuilds bvh over all primitives of container.
+  ///
+  /// container    at least one primitive (unchecked). A NaN coordinate of a box is passed over by the boxes of the
+  ///              nodes; a centre that is not a number lies in cell 0
+  /// bvh          out: the tree. Inner nodes have a split position of 0; the node counter keeps the number of nodes
+  ///              before small subtrees were made leaves, the node array has the exact final length
+  /// cancel       polled between stages, nodes and primitives; null: never cancelled
+  /// bitsPerAxis  resolution of the grid, 2^bitsPerAxis cells per axis; above 21 counts as 21. Up to 10 the codes are
+  ///              32 bits wide, beyond that 64. 0 gives one leaf
+  ///
+  /// Returns false when cancelled, and only then: up to the sorting and counting of codes bvh is untouched, later it
+  /// holds an unfinished tree that is good for nothing but another build.
+  /// Failure: an allocation throws the standard exception.
+  /// Logs four records of type 1, category "bvh": what is allocated, and what fusing saved.
+  /// Cost: linear in the number of primitives; working memory up to 32 bytes per primitive beside the tree.
+  bool build(const tPrimitiveContainerInterface& container, qzGenericBVH& bvh,
+             const qz::qzCancelInterfaceReadOnly* cancel, unsigned int bitsPerAxis);
+
+ private:
+  void takeOverPrimitives(qzGenericBVH& bvh);
+
+  std::vector<unsigned int> mIndices;  // during a build the sorted primitives, afterwards what the tree held before
+  qzBBox mBBox;                        // around all primitives of the last build
+  unsigned int mNbPrimitives = 0;      // of the last build
+  unsigned int mMaxPrimitivesPerLeaf = 4;
+};

@@ -1,0 +1,156 @@
+#pragma once
+// qzQBVH: a four-wide hierarchy over the triangles of one mesh, in rows of four lanes, for ray and hull queries.
+// It is a binary hierarchy with every second level left out: buildFromBVH converts any one over the mesh's triangles,
+// buildFromMesh builds one first. The object owns its arrays and keeps no reference to the mesh; every query is const
+// and keeps its state to itself, so any number may run at once.
+// A copy shares its source's arrays, and each destructor releases them: destroy only one of the two.
+// Source: Dammertz, Hanika and Keller 2008.
+
+#include <Wm4/Vector2.h>
+#include <Wm4/Vector3.h>
+#include <qzCommonAddOns/geometry/qzBBox.h>
+#include <qzCommonAddOns/qzApi.h>
+
+class qzGenericBVH;
+namespace qz {
+class qzTriMesh;
+}
+
+class QZ_COMMONADDONS_API qzQBVH {
+ public:
+  /// Which per-triangle data a hierarchy keeps: a bit set, at least one bit for a build.
+  enum tQBVHDataFlags : unsigned int {
+    eTrianglesVertices = 1,   ///< the three vertices, for intersectConvexHull
+    eTrianglesEquations = 2,  ///< plane and barycentric equations, for the ray queries
+  };
+  friend constexpr tQBVHDataFlags operator|(tQBVHDataFlags a, tQBVHDataFlags b) {
+    return tQBVHDataFlags(static_cast<unsigned>(a) | static_cast<unsigned>(b));
+  }
+
+  /// Which triangles a ray may hit, by the sign of normal . direction, the normal being e1 x e2 of the vertices in
+  /// index order. Zero counts as both. Any other value is eIntersectBothFaces.
+  enum tIntersectionPolicy : unsigned int {
+    eIntersectBothFaces = 0,
+    eIntersectFrontFaces = 1,  ///< normal . direction <= 0, the ray comes from the side that the normal points to
+    eIntersectBackFaces = 2,   ///< normal . direction >= 0
+  };
+
+  /// An empty hierarchy: every query misses.
+  qzQBVH() = default;
+  qzQBVH(const qzQBVH&) = default;             ///< Shares o's arrays, see above.
+  qzQBVH& operator=(const qzQBVH&) = default;  ///< Shares o's arrays and releases nothing, see above.
+  ~qzQBVH();
+
+  unsigned getNoNodes() const { return mNoNodes; }
+  unsigned getNoTriangleQuadruplets() const { return mNoQuadruplets; }
+
+  /// Builds a hierarchy over all triangles of mesh with the linear builder at 20 bits per axis, and converts it.
+  ///
+  /// flags        which data to keep, at least one bit
+  /// mesh         at least one triangle, indices in range: neither is checked
+  /// maxLeafSize  largest subtree made one leaf, in triangles; 0 counts as 1. 4 fills the lanes best
+  ///
+  /// Failure: a failed allocation of the binary hierarchy throws; one of the four-lane arrays goes unnoticed.
+  /// Cost: linear in the number of triangles. Logs the linear builder's records.
+  void buildFromMesh(tQBVHDataFlags flags, const qz::qzTriMesh& mesh, unsigned maxLeafSize);
+
+  /// Converts a binary hierarchy whose primitives are triangle numbers of mesh.
+  ///
+  /// flags  which data to keep, at least one bit
+  /// bvh    has at least its root; nodes that the root does not reach change nothing
+  /// mesh   the triangles that bvh names; not kept
+  ///
+  /// What the object held before is released. A triangle without area keeps whatever the arithmetic of its equations
+  /// gives, and is never hit. Failure and cost as in buildFromMesh.
+  void buildFromBVH(tQBVHDataFlags flags, const qzGenericBVH& bvh, const qz::qzTriMesh& mesh);
+
+  /// Finds the nearest triangle that the ray origin + s * direction meets, for s from tMin to t.
+  ///
+  /// direction    any length; distances count in multiples of it (unit length: scene units)
+  /// tMin         smallest accepted distance, inclusive
+  /// t            in: farthest distance looked at, inclusive.  out: distance of the hit
+  /// barycentric  out: weights of the triangle's first and second vertex; the third is the rest to 1
+  /// triangle     out: triangle number in the mesh, 0xFFFFFFFF for no hit
+  /// policy       which faces count
+  ///
+  /// Returns whether there is a hit; without one, t and barycentric keep their values. A weight above -1e-4 counts as
+  /// inside, so edges are a little wide. At equal distances the first one met stays. A NaN argument: no hit.
+  /// Failure: a hierarchy built without eTrianglesEquations logs one error and returns false, outputs untouched.
+  /// Cost: no allocation. Any number of calls may run at once on a built hierarchy.
+  /// Source: boxes Kay and Kajiya 1986, triangles Havel and Herout 2010.
+  bool intersectRay(const Wm4::Vector3<float>& origin, const Wm4::Vector3<float>& direction, float tMin, float& t,
+                    Wm4::Vector2<float>& barycentric, unsigned& triangle, tIntersectionPolicy policy) const;
+
+  /// Finds the triangle nearest to origin on the line origin + s * direction, for s from -|t| to |t|, among those that
+  /// face against direction (normal . direction <= 0).
+  ///
+  /// t  in: farthest distance looked at on both sides, not negative (else: no hit).  out: |s| of the hit
+  ///
+  /// The other arguments, ties, NaN and cost as in intersectRay.
+  /// Failure: a hierarchy built without eTrianglesEquations returns false in silence, outputs untouched.
+  bool intersectRaySymmetric(const Wm4::Vector3<float>& origin, const Wm4::Vector3<float>& direction, float& t,
+                             Wm4::Vector2<float>& barycentric, unsigned& triangle) const;
+
+ protected:
+  // The arrays, for queries of derived classes. Everything is in rows of four lanes, 16 bytes each, lane 0 first.
+  //
+  // tSOANode: 8 rows; lane j of every row belongs to child j.
+  //   row 0-2   min x, y, z of children 0..3      empty lane: +inf
+  //   row 3-5   max x, y, z                       empty lane: -inf
+  //   row 6     node number, or first quadruplet of a leaf; empty lane: 0xFFFFFFFF
+  //   row 7     kInnerChild | n > 0 leaf of n quadruplets | 0 empty, whose leaf test does nothing
+  struct alignas(16) tSOANode {
+    float mMin[3][4];
+    float mMax[3][4];
+    unsigned mChildIndex[4];
+    unsigned mChildQuadruplets[4];
+  };
+  static_assert(sizeof(tSOANode) == 8 * 16);
+
+  // tSOATriangleVertices: 9 rows, V0.x V0.y V0.z V1.x ... V2.z; lane j is triangle j. Padding lane: 0.
+  struct alignas(16) tSOATriangleVertices {
+    float mVertex[3][3][4];  // [vertex][axis][lane]
+  };
+  static_assert(sizeof(tSOATriangleVertices) == 9 * 16);
+
+  // tSOATriangleEquations: 12 rows; lane j is triangle j.         Padding lane:
+  //   row 0-3    unit normal n and d: n . P + d = 0 on the plane      (0, 0, 0), +inf
+  //   row 4-7    U and U.w: U . P + U.w is the weight of V1           (0, 0, 0), -1
+  //   row 8-11   W and W.w: W . P + W.w is the weight of V2           (0, 0, 0), -1
+  struct alignas(16) tSOATriangleEquations {
+    float mPlane[4][4];  // [coefficient][lane]
+    float mU[4][4];
+    float mW[4][4];
+  };
+  static_assert(sizeof(tSOATriangleEquations) == 12 * 16);
+
+  // Triangle numbers of one quadruplet. Padding lane: kNoTriangle.
+  struct alignas(16) tSOATriangleIndices {
+    unsigned mTriangle[4];
+  };
+  static_assert(sizeof(tSOATriangleIndices) == 16);
+
+  static constexpr unsigned kInnerChild = 0xFFFFFFFFu;
+  static constexpr unsigned kNoChild = 0xFFFFFFFFu;
+  static constexpr unsigned kNoTriangle = 0xFFFFFFFFu;
+
+  /// Releases all arrays and allocates those that flags ask for, contents unset, sizes set. Results are not checked.
+  void allocate(tQBVHDataFlags flags, unsigned noNodes, unsigned noQuadruplets);
+
+  /// Sets mRootBBox around the four lanes of node 0; false, and no change, when there are no nodes.
+  bool computeRootNodeBBox();
+
+  tSOANode* mNodes = nullptr;
+  tSOATriangleVertices* mTriangleVertices = nullptr;
+  tSOATriangleEquations* mTriangleEquations = nullptr;
+  tSOATriangleIndices* mTriangleIndices = nullptr;
+  qzBBox mRootBBox;
+  tQBVHDataFlags mFlags = tQBVHDataFlags(0);
+  unsigned mNoNodes = 0;
+  unsigned mNoQuadruplets = 0;
+
+ private:
+  struct tConversion;
+
+  void releaseArrays();
+};

@@ -1,0 +1,14 @@
+#pragma once
+// QZ_COMMONADDONS_API marks a class as exported from the shared library; everything unmarked stays hidden.
+
+#if defined(QZ_COMMONADDONS_STATIC)
+#define QZ_COMMONADDONS_API
+#elif defined(_WIN32)
+#if defined(QZ_COMMONADDONS_BUILD)
+#define QZ_COMMONADDONS_API __declspec(dllexport)
+#else
+#define QZ_COMMONADDONS_API __declspec(dllimport)
+#endif
+#else
+#define QZ_COMMONADDONS_API __attribute__((visibility("default")))
+#endif

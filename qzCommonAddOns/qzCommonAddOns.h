@@ -1,0 +1,10 @@
+#pragma once
+// All public classes of qzCommonAddOns.
+
+#include <qzCommonAddOns/builders/qzBVHMeshContainer.h>
+#include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
+#include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
+#include <qzCommonAddOns/bvh/qzGNode.h>
+#include <qzCommonAddOns/bvh/qzGenericBVH.h>
+#include <qzCommonAddOns/geometry/qzBBox.h>
+#include <qzCommonAddOns/qbvh/qzQBVH.h>

@@ -1,0 +1,19 @@
+#pragma once
+// How the library writes a log record.
+
+#include <qzSystem/qzLog.h>
+#include <qzSystem/qzLogObject.h>
+
+namespace qzDetail {
+
+/// Whether a record of this type goes anywhere: there is no logger, or it wants the type.
+inline bool isLogged(qz::qzLogType type) {
+  return qz::qzLog::msInstance == nullptr || qz::qzLog::msInstance->isLogTypeEnabled(type);
+}
+
+/// Writes one record; ask isLogged first, which saves putting the text together.
+inline void logRecord(qz::qzLogType type, const char* category, const char* text) {
+  qz::qzLogObject(type, category, qz::qzLog::msInstance, nullptr, false) << text;
+}
+
+}  // namespace qzDetail

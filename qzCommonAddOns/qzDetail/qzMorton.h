@@ -1,0 +1,56 @@
+#pragma once
+// Morton codes: the bits of grid coordinates interleaved, so that codes that share their top bits share a cell.
+
+#include <xmmintrin.h>
+#if defined(_MSC_VER)
+#include <intrin.h>
+#endif
+
+#include <cstdint>
+
+namespace qzDetail {
+
+/// Bit k of a coordinate of up to 21 bits to bit 3k.
+inline std::uint64_t spreadBits3(std::uint64_t q) {
+  q = (q | q << 32) & 0x001F00000000FFFFu;
+  q = (q | q << 16) & 0x001F0000FF0000FFu;
+  q = (q | q << 8) & 0x100F00F00F00F00Fu;
+  q = (q | q << 4) & 0x10C30C30C30C30C3u;
+  q = (q | q << 2) & 0x1249249249249249u;
+  return q;
+}
+
+/// x at bits 0, 3, 6, ..., y at bits 1, 4, 7, ..., z at bits 2, 5, 8, ...
+inline std::uint64_t encodeMorton3(std::uint32_t x, std::uint32_t y, std::uint32_t z) {
+  return spreadBits3(x) | spreadBits3(y) << 1 | spreadBits3(z) << 2;
+}
+
+/// One axis of the quantisation grid: 2^bits cells from origin on.
+struct tGridAxis {
+  float mOrigin, mScale;
+
+  /// Cell of a coordinate: truncated toward zero as a 64-bit integer, of which the low 32 bits count, at most the last
+  /// cell. So a coordinate a cell or more below the origin lies in the last cell, a NaN or an infinity in cell 0.
+  std::uint32_t cellOf(float coordinate, std::uint32_t lastCell) const {
+    const auto cell = static_cast<std::uint32_t>(_mm_cvttss_si64(_mm_set_ss((coordinate - mOrigin) * mScale)));
+    return cell < lastCell ? cell : lastCell;
+  }
+};
+
+/// The grid of a cube (a square) with edge E around the middle of min to max on one axis.
+inline tGridAxis gridAxis(float min, float max, float edge, unsigned int bits) {
+  return {(min + max) * 0.5f - edge * 0.5f, static_cast<float>(1u << bits) / edge};
+}
+
+/// Number of the highest set bit of a value that has one.
+inline unsigned int highestBit(std::uint64_t value) {
+#if defined(_MSC_VER)
+  unsigned long bit;
+  _BitScanReverse64(&bit, value);
+  return bit;
+#else
+  return 63u - static_cast<unsigned int>(__builtin_clzll(value));
+#endif
+}
+
+}  // namespace qzDetail
