@@ -1,0 +1,19 @@
+#pragma once
+// Private data members for tests, by the legal way: an explicit instantiation may name what it has no access to.
+//
+//   struct Indices {
+//     using Type = std::vector<unsigned int> qzLinearGenericBVHBuilder::*;
+//     friend Type privateMember(Indices);
+//   };
+//   template struct qzTest::PrivateAccess<Indices, &qzLinearGenericBVHBuilder::mIndices>;
+//   ...
+//   builder.*privateMember(Indices())
+
+namespace qzTest {
+
+template <class Tag, typename Tag::Type kMember>
+struct PrivateAccess {
+  friend typename Tag::Type privateMember(Tag) { return kMember; }
+};
+
+}  // namespace qzTest

@@ -1,0 +1,27 @@
+#pragma once
+// Meshes made from a size and a seed, the same on every machine.
+
+#include <qzSceneGraph/qzTriMesh.h>
+
+#include <cstdint>
+#include <vector>
+
+namespace qzTest {
+
+/// A mesh of the given corners, three per triangle, each vertex of its own.
+qz::qzTriMesh meshOfCorners(const std::vector<Wm4::Vector3<float>>& corners);
+
+/// Small random triangles in the cube from -1 to 1.
+qz::qzTriMesh soupMesh(int nbTriangles, std::uint32_t seed);
+
+/// A height field over the square from -1 to 1, 2 * cells * cells triangles with shared vertices.
+qz::qzTriMesh terrainMesh(int cells, std::uint32_t seed);
+
+/// A closed sphere of radius 1, normals outwards, 2 * rings * segments - 2 * segments triangles.
+qz::qzTriMesh sphereMesh(int rings, int segments);
+
+/// Triangles to break things with: repeated vertices, collinear ones, slivers, several on one place, huge and tiny
+/// ones, and a few ordinary ones. All finite.
+qz::qzTriMesh awkwardMesh(int nbTriangles, std::uint32_t seed);
+
+}  // namespace qzTest
