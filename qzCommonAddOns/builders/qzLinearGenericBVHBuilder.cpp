@@ -8,6 +8,7 @@
 #include <qzCommonAddOns/qzDetail/qzMorton.h>
 #include <qzCommonAddOns/qzDetail/qzPlatformAdapter.h>
 #include <qzCommonAddOns/qzDetail/qzRadixSort.h>
+#include <qzCommonAddOns/qzDetail/qzTreeWriter.h>
 
 #include <memory>
 #include <string>
@@ -72,109 +73,22 @@ void makeCodes(const tContainer& container, unsigned int n, const qzBBox& scene,
   }
 }
 
-// Level 1 is the top code bit, a z bit; then y, then x, and again.
-qzBBox::tAxis axisOfLevel(unsigned int level) {
-  return level % 3 == 0 ? qzBBox::eAxisX : level % 3 == 1 ? qzBBox::eAxisZ : qzBBox::eAxisY;
-}
-
-// Nodes come in the order of their parents by level and then position: the r-th split kept has nodes 1 + 2r and 2 + 2r.
-// keeps(level, count) says whether a split of that level, with count primitives around it, stays an inner node.
-struct tNumbering {
-  std::uint32_t mFirstOfLevel[qzDetail::kMaxLevels];  // rank of the first kept split of every level
-  std::uint32_t mNbNodes;
-
-  template <class Keeps>
-  tNumbering(const tSplits& splits, Keeps keeps) {
-    std::uint32_t nbKept[qzDetail::kMaxLevels] = {};
-    struct tGroup {
-      std::uint32_t mFirst, mLast;
-    };
-    qzDetail::walkGroups<tGroup>(
-        splits,
-        [](std::uint32_t first, std::uint32_t last) {
-          return tGroup{first, last};
-        },
-        [&](unsigned int level, tGroup left, tGroup right) {
-          if (keeps(level, right.mLast - left.mFirst + 1)) ++nbKept[level];
-          return tGroup{left.mFirst, right.mLast};
-        });
-    std::uint32_t rank = 0;
-    for (unsigned int level = 0; level < qzDetail::kMaxLevels; ++level) {
-      mFirstOfLevel[level] = rank;
-      rank += nbKept[level];
-    }
-    mNbNodes = 1 + 2 * rank;
+// Splits of level 1 are on the top code bit, a z bit; then y, then x, and again.
+struct tLink {
+  void operator()(qzGNode& node, unsigned int level, std::uint32_t leftChild) const {
+    const qzBBox::tAxis axis = level % 3 == 0 ? qzBBox::eAxisX : level % 3 == 1 ? qzBBox::eAxisZ : qzBBox::eAxisY;
+    node.setNode(axis, leftChild, leftChild + 1, 0.0f);
   }
 };
-
-// Writes the nodes of all splits that keeps() keeps, everything below the others being one leaf.
-// boxOf(first, last) makes a Box of the primitives at these sorted positions, unite(left, right) one of two halves, and
-// setBox(node, box) stores it.
-template <class Box, class Keeps, class BoxOf, class Unite, class SetBox>
-void writeNodes(const tSplits& splits, tNumbering numbering, qzGNode* nodes, Keeps keeps, BoxOf boxOf, Unite unite,
-                SetBox setBox) {
-  struct tGroup {
-    std::uint32_t mFirst, mLast;
-    unsigned int mSplitLevel;  // 0: a leaf
-    std::uint32_t mLeftChild;
-    Box mBox;
-  };
-  const auto write = [&](std::uint32_t number, const tGroup& group) {
-    qzGNode& node = nodes[number];
-    if (group.mSplitLevel == 0) {
-      node.setLeaf(group.mFirst, group.mLast - group.mFirst + 1);
-    } else {
-      node.setNode(axisOfLevel(group.mSplitLevel), group.mLeftChild, group.mLeftChild + 1, 0.0f);
-    }
-    setBox(node, group.mBox);
-  };
-  write(0, qzDetail::walkGroups<tGroup>(
-               splits,
-               [&](std::uint32_t first, std::uint32_t last) {
-                 return tGroup{first, last, 0, 0, boxOf(first, last)};
-               },
-               [&](unsigned int level, const tGroup& left, const tGroup& right) {
-                 tGroup whole{left.mFirst, right.mLast, 0, 0, unite(left.mBox, right.mBox)};
-                 if (keeps(level, whole.mLast - whole.mFirst + 1)) {
-                   whole.mSplitLevel = level;
-                   whole.mLeftChild = 1 + 2 * numbering.mFirstOfLevel[level]++;
-                   write(whole.mLeftChild, left);
-                   write(whole.mLeftChild + 1, right);
-                 }
-                 return whole;
-               }));
-}
-
-// The tree with its small subtrees fused, written once, boxes included.
-void writeFusedTree(const tContainer& container, const tSplits& splits, const std::vector<unsigned int>& indices,
-                    unsigned int maxPerLeaf, std::vector<qzGNode>& nodes) {
-  const auto keeps = [=](unsigned int, std::uint32_t count) { return count > maxPerLeaf; };
-  const tNumbering numbering(splits, keeps);
-  std::vector<qzGNode>(numbering.mNbNodes).swap(nodes);
-  writeNodes<tBoxLanes>(
-      splits, numbering, nodes.data(), keeps,
-      [&](std::uint32_t first, std::uint32_t last) {
-        tBoxLanes box;
-        for (std::uint32_t k = first; k <= last; ++k) box.unite(tBoxLanes(*container.getBBox(indices[k])));
-        return box;
-      },
-      [](tBoxLanes left, const tBoxLanes& right) {
-        left.unite(right);
-        return left;
-      },
-      [](qzGNode& node, const tBoxLanes& box) { node.setBBox(box.toBBox()); });
-}
 
 // Everything below is for builds that somebody may cancel: they go through the stages one by one, on the whole tree, so
 // that an abandoned build leaves what its last stage left.
 
 // Links the nodes of the levels 1 ... lastLevel; boxes stay as they are.
 void writeWholeTree(const tSplits& splits, unsigned int lastLevel, qzGNode* nodes) {
-  struct tNoBox {};
   const auto keeps = [=](unsigned int level, std::uint32_t) { return level <= lastLevel; };
-  writeNodes<tNoBox>(
-      splits, tNumbering(splits, keeps), nodes, keeps, [](std::uint32_t, std::uint32_t) { return tNoBox(); },
-      [](tNoBox, tNoBox) { return tNoBox(); }, [](qzGNode&, tNoBox) {});
+  qzDetail::writeNodes<qzDetail::tNoBox>(splits, qzDetail::tNumbering(splits, keeps), nodes, keeps, tLink(),
+                                         [](std::uint32_t, std::uint32_t) { return qzDetail::tNoBox(); });
 }
 
 // Boxes bottom-up, left before right. Cancelled, a node keeps its box, but those above still unite their children.
@@ -312,7 +226,8 @@ bool qzLinearGenericBVHBuilder::build(const tPrimitiveContainerInterface& contai
   const std::uint64_t nbGroups = splits->nbGroups(), nbWhole = 2 * nbGroups;
   logAllocation(64 * nbGroups, "for " + std::to_string(nbWhole) + " result nodes");
   if (cancelInterface == nullptr) {
-    writeFusedTree(container, *splits, mIndices, mMaxPrimitivesPerLeaf, bvh.mNodes);
+    qzDetail::writeFusedTree<tBoxLanes>(*splits, mMaxPrimitivesPerLeaf, bvh.mNodes, tLink(),
+                                        [&](std::uint32_t k) { return tBoxLanes(*container.getBBox(mIndices[k])); });
     bvh.mNbNodes = static_cast<unsigned int>(nbWhole - 1);
     takeOverPrimitives(bvh);
   } else {

@@ -38,6 +38,12 @@ struct tBoxLanes {
     _mm_storeu_ps(floats + 2, _mm_move_ss(mMax, minZ));
   }
 
+  /// As the box of a node.
+  template <class Node>
+  void storeTo(Node& node) const {
+    node.setBBox(toBBox());
+  }
+
   qzBBox toBBox() const {
     qzBBox bbox;
     store(bbox);
