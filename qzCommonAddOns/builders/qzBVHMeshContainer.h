@@ -5,12 +5,9 @@
 
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
 #include <qzCommonAddOns/qzApi.h>
+#include <qzSceneGraph/qzTriMesh.h>
 
 #include <vector>
-
-namespace qz {
-class qzTriMesh;
-}
 
 class QZ_COMMONADDONS_API qzBVHMeshContainer : public qzLinearGenericBVHBuilder::tPrimitiveContainerInterface {
  public:

@@ -5,14 +5,11 @@
 
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
 #include <qzCommonAddOns/qzApi.h>
+#include <qzSceneGraph/qzIndexBuffer.h>
+#include <qzSceneGraph/qzTriMesh.h>
+#include <qzSceneGraph/qzVertexBuffer.h>
 
 #include <vector>
-
-namespace qz {
-class qzIndexBuffer;
-class qzTriMesh;
-class qzVertexBuffer;
-}  // namespace qz
 
 class QZ_COMMONADDONS_API qzBVHTriangleContainer : public qzLinearGenericBVHBuilder::tPrimitiveContainerInterface {
  public:

@@ -8,15 +8,12 @@
 // A builder keeps nothing between builds that affects a result but the leaf limit; it can build any number of trees in
 // turn. Single-threaded: builder, container and tree belong to the calling thread during a build.
 
+#include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <qzCommonAddOns/geometry/qzBBox.h>
 #include <qzCommonAddOns/qzApi.h>
+#include <qzSceneGraph/qzCancelInterfaceReadOnly.h>
 
 #include <vector>
-
-class qzGenericBVH;
-namespace qz {
-class qzCancelInterfaceReadOnly;
-}
 
 class QZ_COMMONADDONS_API qzLinearGenericBVHBuilder {
  public:

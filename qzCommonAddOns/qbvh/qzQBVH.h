@@ -8,13 +8,10 @@
 
 #include <Wm4/Vector2.h>
 #include <Wm4/Vector3.h>
+#include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <qzCommonAddOns/geometry/qzBBox.h>
 #include <qzCommonAddOns/qzApi.h>
-
-class qzGenericBVH;
-namespace qz {
-class qzTriMesh;
-}
+#include <qzSceneGraph/qzTriMesh.h>
 
 class QZ_COMMONADDONS_API qzQBVH {
  public:

@@ -1,0 +1,97 @@
+#pragma once
+// qzBBox2D: axis-aligned box in two dimensions.
+// Four floats, trivially copyable, no invariant: a box whose min exceeds its max on some axis is empty, which is a legal
+// value and the identity of union. No member allocates, throws or keeps state.
+// It follows qzBBox member for member, but for getCenter, whose formula is another, and has a segment test of its own.
+// Whatever computes or compares stands in the library, where no flag of a caller's compiler reaches it.
+
+#include <Wm4/Vector2.h>
+#include <qzCommonAddOns/qzApi.h>
+
+#include <limits>
+
+class QZ_COMMONADDONS_API qzBBox2D {
+ public:
+  /// The empty box: min (+inf, +inf), max (-inf, -inf). Its union with any box is that box.
+  qzBBox2D() : qzBBox2D(kInfinity, kInfinity, -kInfinity, -kInfinity) {}
+
+  /// The box that holds the one point p: not empty, without extent.
+  explicit qzBBox2D(const Wm4::Vector2<float>& p) : qzBBox2D(p, p) {}
+
+  /// The box from min to max as given, in scene units; RobustMake takes two corners in any order.
+  static qzBBox2D Make(const Wm4::Vector2<float>& min, const Wm4::Vector2<float>& max) { return qzBBox2D(min, max); }
+  static qzBBox2D Make(float xMin, float yMin, float xMax, float yMax) { return qzBBox2D(xMin, yMin, xMax, yMax); }
+
+  /// The box that two opposite corners span: per axis min = (b < a ? b : a) and max = (b > a ? b : a), so a NaN of b is
+  /// passed over and one of a stays.
+  static qzBBox2D RobustMake(const Wm4::Vector2<float>& a, const Wm4::Vector2<float>& b);
+  static qzBBox2D RobustMake(float x0, float y0, float x1, float y1);
+
+  const Wm4::Vector2<float>& getMinPoint() const { return mMin; }
+  const Wm4::Vector2<float>& getMaxPoint() const { return mMax; }
+  float xMin() const { return mMin[0]; }
+  float yMin() const { return mMin[1]; }
+  float xMax() const { return mMax[0]; }
+  float yMax() const { return mMax[1]; }
+
+  /// max - min on one axis: negative when the box is empty there, -inf for the default box.
+  float extentX() const;
+  float extentY() const;
+
+  /// (max - min) * 0.5 + min per axis, which may differ in the last bit from the formula of qzBBox. The default box
+  /// gives NaN.
+  Wm4::Vector2<float> getCenter() const;
+
+  /// extentY * extentX, in square units. An empty box may well have a positive one: two negative extents.
+  float area() const;
+
+  /// Whether min exceeds max on some axis. A box of one point is not empty, nor is one with a NaN on every axis.
+  bool isEmpty() const;
+  /// Whether max exceeds min on every axis; a flat box has no extent.
+  bool hasExtent() const;
+
+  /// Whether p lies in the box, border included; strictlyContains leaves the border out. A NaN of p: false.
+  bool contains(const Wm4::Vector2<float>& p) const;
+  bool strictlyContains(const Wm4::Vector2<float>& p) const;
+
+  /// Whether the boxes share a point; strictlyOverlaps asks for more than a touch. A NaN: false.
+  bool overlaps(const qzBBox2D& o) const;
+  bool strictlyOverlaps(const qzBBox2D& o) const;
+
+  /// Whether the segment from a to b meets the box; a segment that ends on the border does.
+  ///
+  /// A segment along an axis is decided by the other axis alone when it runs strictly between the two sides that it is
+  /// parallel to, and misses when it runs outside them or, but for a few cases of signed zeros, along one of them: the
+  /// far end of a slab is the sum of both ends less the near one, which is NaN where those are infinite. A segment of
+  /// one point is never met.
+  /// Cost: two divisions, no early exit. Source: slabs, Kay and Kajiya 1986.
+  bool intersectSegment(const Wm4::Vector2<float>& a, const Wm4::Vector2<float>& b) const;
+
+  /// The smallest box around this one and o. A NaN coordinate of o is passed over, one of this box stays.
+  qzBBox2D bboxUnion(const qzBBox2D& o) const;
+  qzBBox2D& selfUnion(const qzBBox2D& o);  ///< The same in place; returns this box.
+
+  /// What this box and o share: empty (min above max somewhere) when they are apart. NaN as in bboxUnion.
+  qzBBox2D bboxIntersection(const qzBBox2D& o) const;
+  qzBBox2D& selfIntersection(const qzBBox2D& o);  ///< The same in place; returns this box.
+
+  /// The smallest box around this one and p. A NaN coordinate of p is passed over.
+  qzBBox2D expand(const Wm4::Vector2<float>& p) const;
+  qzBBox2D& selfExpand(const Wm4::Vector2<float>& p);  ///< The same in place; returns this box.
+
+  /// The box with every side moved outwards by g scene units; a negative g shrinks, beyond empty if need be.
+  qzBBox2D grow(float g) const;
+  qzBBox2D& selfGrow(float g);  ///< The same in place; returns this box.
+
+  /// p moved into the box, per axis to the lower bound first and then to the upper. A NaN coordinate stays.
+  Wm4::Vector2<float> projectOntoBBox(const Wm4::Vector2<float>& p) const;
+
+ private:
+  qzBBox2D(const Wm4::Vector2<float>& min, const Wm4::Vector2<float>& max) : mMin(min), mMax(max) {}
+  qzBBox2D(float xMin, float yMin, float xMax, float yMax) : mMin(xMin, yMin), mMax(xMax, yMax) {}
+
+  static constexpr float kInfinity = std::numeric_limits<float>::infinity();
+
+  Wm4::Vector2<float> mMin, mMax;
+};
+static_assert(sizeof(qzBBox2D) == 4 * sizeof(float), "qzGNode2D counts on four floats and nothing else");
