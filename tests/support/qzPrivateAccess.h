@@ -1,11 +1,13 @@
 #pragma once
 // Private data members for tests, by the legal way: an explicit instantiation may name what it has no access to.
 //
+//   namespace qzTest {
 //   struct Indices {
 //     using Type = std::vector<unsigned int> qzLinearGenericBVHBuilder::*;
 //     friend Type privateMember(Indices);
 //   };
-//   template struct qzTest::PrivateAccess<Indices, &qzLinearGenericBVHBuilder::mIndices>;
+//   template struct PrivateAccess<Indices, &qzLinearGenericBVHBuilder::mIndices>;
+//   }
 //   ...
 //   builder.*privateMember(Indices())
 
