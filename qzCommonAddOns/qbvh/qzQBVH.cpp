@@ -3,6 +3,7 @@
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
 #include <qzCommonAddOns/qzDetail/qzAlignedMemory.h>
+#include <qzCommonAddOns/qzDetail/qzBoxLanes.h>
 #include <qzCommonAddOns/qzDetail/qzFloatMode.h>
 #include <qzCommonAddOns/qzDetail/qzMinMax.h>
 #include <qzCommonAddOns/qzDetail/qzPlatformAdapter.h>
@@ -16,6 +17,7 @@ using qzDetail::allocateAligned;
 using qzDetail::maxOf;
 using qzDetail::minOf;
 using qzDetail::releaseAligned;
+using qzDetail::tBoxLanes;
 using Point = Wm4::Vector3<float>;
 
 namespace {
@@ -78,6 +80,9 @@ tPoints cross(const tPoints& a, const tPoints& b) {
           _mm_sub_ps(_mm_mul_ps(a.z, b.x), _mm_mul_ps(a.x, b.z)),
           _mm_sub_ps(_mm_mul_ps(a.x, b.y), _mm_mul_ps(a.y, b.x))};
 }
+__m128 allSet() {
+  return _mm_castsi128_ps(_mm_set1_epi32(-1));
+}
 __m128 negate(__m128 a) {
   return _mm_xor_ps(a, _mm_set1_ps(-0.0f));
 }
@@ -122,6 +127,7 @@ void qzQBVH::allocate(tQBVHDataFlags flags, unsigned noNodes, unsigned noQuadrup
   }
   mNoQuadruplets = noQuadruplets;
   mNoNodes = noNodes;
+  mIsNested = false;
 }
 
 // Fills the arrays. Every node and quadruplet has its place, so the order of the writes is free.
@@ -132,6 +138,8 @@ struct qzQBVH::tConversion {
   const int* mIndices;
   const tPlaces& mPlaces;
   std::vector<unsigned int> mToVisit;  // binary nodes that have a place of their own
+  // Whether every box so far lies within the one around it and is not inverted, by the lanes of tBoxLanes.
+  __m128 mIsMinNested = allSet(), mIsMaxNested = allSet();
 
   tConversion(qzQBVH& qbvh, const qzGenericBVH& bvh, const qz::qzTriMesh& mesh, const tPlaces& places)
       : mQBVH(qbvh),
@@ -151,24 +159,30 @@ struct qzQBVH::tConversion {
       } else {
         // Children of an inner child take its two lanes, a leaf takes the first of them.
         tSOANode& target = mQBVH.mNodes[mPlaces.mNodeStart[number]];
-        fillLanes(target, 0, node.getLeftChildIdx());
-        fillLanes(target, 2, node.getRightChildIdx());
+        const tBoxLanes around = number == 0 ? everywhere() : tBoxLanes(node.getBBox());
+        fillLanes(target, 0, node.getLeftChildIdx(), around);
+        fillLanes(target, 2, node.getRightChildIdx(), around);
       }
     }
+    mQBVH.mIsNested = (_mm_movemask_ps(mIsMinNested) & 7) == 7 && (_mm_movemask_ps(mIsMaxNested) & 14) == 14;
   }
 
-  void fillLanes(tSOANode& target, int lane, unsigned int child) {
+  static tBoxLanes everywhere() {
+    return tBoxLanes(qzBBox::Make(-kInfinity, -kInfinity, -kInfinity, kInfinity, kInfinity, kInfinity));
+  }
+
+  void fillLanes(tSOANode& target, int lane, unsigned int child, const tBoxLanes& around) {
     const qzGNode& node = mBVH.getNode(child);
     if (node.isLeaf()) {
-      fillLane(target, lane, child);
+      fillLane(target, lane, child, around);
       fillEmptyLane(target, lane + 1);
     } else {
-      fillLane(target, lane, node.getLeftChildIdx());
-      fillLane(target, lane + 1, node.getRightChildIdx());
+      fillLane(target, lane, node.getLeftChildIdx(), around);
+      fillLane(target, lane + 1, node.getRightChildIdx(), around);
     }
   }
 
-  void fillLane(tSOANode& target, int lane, unsigned int number) {
+  void fillLane(tSOANode& target, int lane, unsigned int number, const tBoxLanes& around) {
     const qzGNode& node = mBVH.getNode(number);
     setBox(target, lane, node.getBBox());
     if (node.isLeaf()) {
@@ -178,7 +192,17 @@ struct qzQBVH::tConversion {
       target.mChildIndex[lane] = mPlaces.mNodeStart[number];
       target.mChildQuadruplets[lane] = kInnerChild;
     }
+    checkNesting(tBoxLanes(node.getBBox()), around, target.mChildQuadruplets[lane] == 0);
     mToVisit.push_back(number);
+  }
+
+  // A lane without triangles counts as empty in a query, so its box must not be anything else.
+  void checkNesting(const tBoxLanes& box, const tBoxLanes& around, bool isWithoutTriangles) {
+    const __m128 min = _mm_shuffle_ps(box.mMin, box.mMin, _MM_SHUFFLE(2, 1, 0, 0));  // where the maximum has its lanes
+    mIsMinNested = _mm_and_ps(mIsMinNested, _mm_cmpge_ps(box.mMin, around.mMin));
+    mIsMaxNested = _mm_and_ps(mIsMaxNested, _mm_cmple_ps(box.mMax, around.mMax));
+    mIsMaxNested = _mm_and_ps(mIsMaxNested, _mm_cmple_ps(min, box.mMax));
+    if (isWithoutTriangles) mIsMaxNested = _mm_setzero_ps();
   }
 
   static void fillEmptyLane(tSOANode& target, int lane) {

@@ -32,6 +32,12 @@ class QZ_COMMONADDONS_API qzQBVH {
     eIntersectBackFaces = 2,   ///< normal . direction >= 0
   };
 
+  /// One plane of a convex region: 4 rows of 16 bytes, a, b, c, d, each in all four lanes.
+  struct alignas(16) tSOASinglePlaneEqn {
+    float mCoefficient[4][4];  // [coefficient][lane]
+  };
+  static_assert(sizeof(tSOASinglePlaneEqn) == 4 * 16);
+
   /// An empty hierarchy: every query misses.
   qzQBVH() = default;
   qzQBVH(const qzQBVH&) = default;             ///< Shares o's arrays, see above.
@@ -87,6 +93,32 @@ class QZ_COMMONADDONS_API qzQBVH {
   /// Failure: a hierarchy built without eTrianglesEquations returns false in silence, outputs untouched.
   bool intersectRaySymmetric(const Wm4::Vector3<float>& origin, const Wm4::Vector3<float>& direction, float& t,
                              Wm4::Vector2<float>& barycentric, unsigned& triangle) const;
+
+  /// Copies planes into four-lane rows for intersectConvexHull.
+  /// planes   count x (a, b, c, d); a point is inside when a*x + b*y + c*z + d > 0, on the plane it is outside
+  /// Returns  count x 4 rows of 16 bytes, 16-byte aligned, the caller's: DeleteSOAPlaneEquationSet releases them.
+  static tSOASinglePlaneEqn* CreateSOAPlaneEquationSet(const Wm4::Vector4<float>* planes, unsigned count);
+
+  /// The same into storage of the caller's, count entries, 16-byte aligned.
+  static void InitSOAPlaneEquationSet(const Wm4::Vector4<float>* planes, tSOASinglePlaneEqn* out, unsigned count);
+
+  /// Releases what CreateSOAPlaneEquationSet returned; null is allowed.
+  static void DeleteSOAPlaneEquationSet(tSOASinglePlaneEqn* set);
+
+  /// Tells whether any triangle has a part strictly inside all of count planes. No planes are all of space, which holds
+  /// something of every hierarchy that is not empty.
+  ///
+  /// planes  from CreateSOAPlaneEquationSet or InitSOAPlaneEquationSet; only read, so calls may share them
+  ///
+  /// The answer is that of clipping in single precision, plane after plane in the order given; it is true at once for a
+  /// child box strictly inside every plane. A plane that a triangle only touches leaves nothing of it. A NaN distance
+  /// counts as outside. A leaf whose triangles do not fill its quadruplets is filled up with points at the origin, and
+  /// these count: a region around the origin that such a leaf's box reaches into gives true.
+  /// Failure: a hierarchy built without eTrianglesVertices logs one error and returns false.
+  /// Cost: no allocation, unless a clipped triangle has more than 64 corners. Any number of calls may run at once on a
+  /// built hierarchy.
+  /// Source: Sutherland and Hodgman 1974.
+  bool intersectConvexHull(const tSOASinglePlaneEqn* planes, unsigned count) const;
 
  protected:
   // The arrays, for queries of derived classes. Everything is in rows of four lanes, 16 bytes each, lane 0 first.
@@ -145,9 +177,13 @@ class QZ_COMMONADDONS_API qzQBVH {
   tQBVHDataFlags mFlags = tQBVHDataFlags(0);
   unsigned mNoNodes = 0;
   unsigned mNoQuadruplets = 0;
+  /// Set by a build when no box is inverted or holds a NaN and all lie within their parents: ray queries may then leave
+  /// out more. allocate takes it back; a derived class that changes boxes after a build has to do so, too.
+  bool mIsNested = false;
 
  private:
   struct tConversion;
+  struct tHullQuery;
 
   void releaseArrays();
 };

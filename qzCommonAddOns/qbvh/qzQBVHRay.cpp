@@ -1,9 +1,21 @@
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
 #include <qzCommonAddOns/qzDetail/qzFloatMode.h>
 #include <qzCommonAddOns/qzDetail/qzLogRecord.h>
-#include <qzCommonAddOns/qzDetail/qzRayTraversal.h>
+#include <qzCommonAddOns/qzDetail/qzRayQuery.h>
 
 namespace {
+
+using tCastRay = void (*)(const qzDetail::tRayHierarchy&, const qzDetail::tRayQuery&, qzDetail::tRayHit&);
+
+// The variant for this processor, chosen while the library is loaded; the baseline serves whoever calls before that.
+tCastRay castRay = qzDetail::castRayBaseline;
+#if defined(QZ_HAS_AVX_VARIANT)
+const bool isVariantChosen = [] {
+  __builtin_cpu_init();
+  if (__builtin_cpu_supports("avx")) castRay = qzDetail::castRayAvx;
+  return true;
+}();
+#endif
 
 // Hands the hit to the caller, whose t and weights stay as they are when there is none.
 bool report(const qzDetail::tRayHit& hit, float& t, Wm4::Vector2<float>& barycentric, unsigned& triangle) {
@@ -26,9 +38,9 @@ bool qzQBVH::intersectRay(const Wm4::Vector3<float>& origin, const Wm4::Vector3<
     return false;
   }
   const qzDetail::tFloatMode mode;
-  const qzDetail::tRayHierarchy hierarchy{mNodes, mTriangleEquations, mTriangleIndices, mNoNodes, mNoQuadruplets};
   qzDetail::tRayHit hit{t};
-  qzDetail::castRay(hierarchy, origin, direction, tMin, policy, hit);
+  castRay(qzDetail::viewRows(mNodes, mTriangleEquations, mTriangleIndices, mNoNodes, mNoQuadruplets, mIsNested),
+          qzDetail::makeRayQuery(origin, direction, tMin, policy), hit);
   return report(hit, t, barycentric, triangle);
 }
 
@@ -36,8 +48,8 @@ bool qzQBVH::intersectRaySymmetric(const Wm4::Vector3<float>& origin, const Wm4:
                                    Wm4::Vector2<float>& barycentric, unsigned& triangle) const {
   if (!(mFlags & eTrianglesEquations)) return false;
   const qzDetail::tFloatMode mode;
-  const qzDetail::tRayHierarchy hierarchy{mNodes, mTriangleEquations, mTriangleIndices, mNoNodes, mNoQuadruplets};
   qzDetail::tRayHit hit{t};
-  qzDetail::castRaySymmetric(hierarchy, origin, direction, hit);
+  castRay(qzDetail::viewRows(mNodes, mTriangleEquations, mTriangleIndices, mNoNodes, mNoQuadruplets, mIsNested),
+          qzDetail::makeSymmetricRayQuery(origin, direction), hit);
   return report(hit, t, barycentric, triangle);
 }

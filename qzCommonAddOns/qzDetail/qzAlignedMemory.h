@@ -1,15 +1,35 @@
 #pragma once
-// 16-byte aligned blocks for four-lane data. Null when there is no memory; what is in them is unset.
+// Blocks for four-lane data, at least 16-byte aligned. Null when there is no memory; what is in them is unset.
+// A block of several megabytes starts on a large page and asks the system for large pages: a walk touches such a block at
+// random, and finding a small page costs it more than finding the data.
 
 #include <xmmintrin.h>
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
 
 #include <cstddef>
 
 namespace qzDetail {
 
+constexpr std::size_t kLargePage = std::size_t(1) << 21;
+
+/// Asks for large pages under a block that starts on one. A system that has none, or refuses, changes nothing.
+inline void preferLargePages(void* block, std::size_t bytes) {
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+  if (block != nullptr) madvise(block, bytes, MADV_HUGEPAGE);
+#else
+  (void)block, (void)bytes;
+#endif
+}
+
 template <class T>
 T* allocateAligned(std::size_t count) {
-  return static_cast<T*>(_mm_malloc(count * sizeof(T), 16));
+  const std::size_t bytes = count * sizeof(T);
+  const bool isLarge = bytes >= 2 * kLargePage;
+  void* block = _mm_malloc(bytes, isLarge ? kLargePage : 16);
+  if (isLarge) preferLargePages(block, bytes);
+  return static_cast<T*>(block);
 }
 
 template <class T>

@@ -1,67 +1,91 @@
 #pragma once
 // The walk of a ray through a four-wide hierarchy, four boxes or four triangles a step.
-// A template over the arrays' types, so that classes derived from qzQBVH can run it with an observer of their own.
 //
 // Everything here follows one scalar form lane by lane: the order of the operations, of the operands of minimum and
 // maximum and of the comparisons decides bits. min(x, y) is (x < y ? x : y), _mm_min_ps as it stands; max likewise.
+// The file is compiled once for every kind of processor, each time in a namespace of its own.
 
-#include <Wm4/Vector2.h>
-#include <Wm4/Vector3.h>
 #include <emmintrin.h>
+#if defined(__SSE4_1__)
+#include <smmintrin.h>
+#endif
+#include <qzCommonAddOns/qzDetail/qzRayQuery.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <limits>
 
+#if !defined(QZ_RAY_VARIANT)
+#define QZ_RAY_VARIANT qzRayBaseline
+#endif
+
 namespace qzDetail {
+inline namespace QZ_RAY_VARIANT {
 
-/// The arrays of a four-wide hierarchy.
-template <class Node, class Equations, class Indices>
-struct tRayHierarchy {
-  const Node* mNodes;
-  const Equations* mEquations;
-  const Indices* mIndices;
-  unsigned int mNoNodes, mNoQuadruplets;
-};
-template <class Node, class Equations, class Indices>
-tRayHierarchy(const Node*, const Equations*, const Indices*, unsigned int, unsigned int)
-    -> tRayHierarchy<Node, Equations, Indices>;
+// Visiting order of four children with keys.
+//
+// The order is what the comparators (0,1) (2,3) (0,2) (1,3) (1,2) make of the keys, each exchanging two when the first
+// key is strictly greater. That is not a stable sort, and equal keys are common (an origin inside several boxes). Each
+// comparison is between two lanes, so the 12 answers to "is the key of lane i greater than that of lane j" decide.
+struct tOrders {
+  std::uint8_t mOrder[4096];  // four lane numbers of two bits, the first one lowest
 
-/// The nearest hit so far.
-struct tRayHit {
-  float mT;                              // in: farthest distance looked at
-  float mW = 0.0f, mU = 0.0f;            // weights of the first and the second vertex
-  unsigned int mTriangle = 0xFFFFFFFFu;  // none
+  /// Number of the answer to key[i] > key[j] in an index: j is i + 1, i + 2 or i + 3 around the lanes.
+  static constexpr int bitOf(int i, int j) { return 4 * ((j - i + 4) % 4 - 1) + i; }
+
+  constexpr tOrders() : mOrder() {
+    constexpr int kComparators[5][2] = {{0, 1}, {2, 3}, {0, 2}, {1, 3}, {1, 2}};
+    for (int index = 0; index < 4096; ++index) {
+      int lanes[4] = {0, 1, 2, 3};
+      for (int c = 0; c < 5; ++c) {
+        const int first = kComparators[c][0], second = kComparators[c][1];
+        if (index >> bitOf(lanes[first], lanes[second]) & 1) {
+          const int lane = lanes[first];
+          lanes[first] = lanes[second];
+          lanes[second] = lane;
+        }
+      }
+      mOrder[index] = static_cast<std::uint8_t>(lanes[0] | lanes[1] << 2 | lanes[2] << 4 | lanes[3] << 6);
+    }
+  }
 };
+inline constexpr tOrders kOrders;
 
 /// An observer that is told nothing.
 struct tNoRayObserver {
   void nodeVisited() {}
 };
 
-/// kIsSymmetric: looks both ways along the line, at front faces only.
-template <bool kIsSymmetric, class Hierarchy, class Observer = tNoRayObserver>
+/// kIsSymmetric: looks both ways along the line; the query says which faces count.
+/// kIsPlain: the ray has a finite origin, reciprocals of its direction that are finite and not zero, 0 <= tMin <= t,
+/// and
+///           the boxes are nested. Then slab bounds need no minimum and maximum per axis, and a box that begins beyond
+///           the nearest hit need not be opened: no box in it begins before it.
+template <bool kIsSymmetric, bool kIsPlain, class Observer>
 class tRayTraversal {
+  static_assert(!(kIsSymmetric && kIsPlain));
+
  public:
-  /// tMin    smallest accepted distance; not read by the symmetric walk
-  /// front   whether triangles with normal . direction <= 0 count; back: those with >= 0
-  tRayTraversal(const Hierarchy& hierarchy, const Wm4::Vector3<float>& origin, const Wm4::Vector3<float>& direction,
-                float tMin, bool front, bool back, tRayHit& hit, Observer observer = Observer())
+  tRayTraversal(const tRayHierarchy& hierarchy, const tRayQuery& query, const float* inverse, tRayHit& hit,
+                Observer observer)
       : mHierarchy(hierarchy),
-        mTMin(_mm_set1_ps(tMin)),
-        mFront(_mm_castsi128_ps(_mm_set1_epi32(front ? -1 : 0))),
-        mBack(_mm_castsi128_ps(_mm_set1_epi32(back ? -1 : 0))),
+        mTMin(_mm_set1_ps(query.mTMin)),
+        mFront(_mm_castsi128_ps(_mm_set1_epi32(query.mFront ? -1 : 0))),
+        mBack(_mm_castsi128_ps(_mm_set1_epi32(query.mBack ? -1 : 0))),
         mHit(hit),
         mObserver(observer) {
     for (int axis = 0; axis < 3; ++axis) {
-      mOrigin[axis] = _mm_set1_ps(origin[axis]);
-      mDirection[axis] = _mm_set1_ps(direction[axis]);
-      mInverse[axis] = _mm_div_ps(_mm_set1_ps(1.0f), mDirection[axis]);
+      mOrigin[axis] = _mm_set1_ps(query.mOrigin[axis]);
+      mDirection[axis] = _mm_set1_ps(query.mDirection[axis]);
+      mInverse[axis] = _mm_set1_ps(inverse[axis]);
+      mNearRow[axis] = inverse[axis] > 0.0f ? axis : axis + 3;
     }
   }
 
   /// Walks the whole hierarchy; the nearest hit is in the record given.
   void run() {
     if (mHierarchy.mNoNodes != 0) {
-      walk({0, kInner});
+      walk({0.0f, 0, kInner});
     } else if (mHierarchy.mNoQuadruplets != 0) {
       testLeaf(0, mHierarchy.mNoQuadruplets);
     }
@@ -70,101 +94,195 @@ class tRayTraversal {
  private:
   static constexpr unsigned int kInner = 0xFFFFFFFFu;  // number of quadruplets of an inner child
   static constexpr unsigned int kNoTriangle = 0xFFFFFFFFu;
-  static constexpr int kStackSize = 256;  // a tree of our own builders needs 3 entries a level, up to 32 levels
+  static constexpr int kStackSize = 128;  // a tree of our own builders needs 3 entries a level, up to 32 levels
+  static constexpr float kInfinity = std::numeric_limits<float>::infinity();
+  static constexpr float kLargest = std::numeric_limits<float>::max();
 
   struct tChild {
+    float mKey;
     unsigned int mIndex, mQuadruplets;
   };
 
   // Visits what is below one child, nearest first, in the order of a recursion.
-  void walk(tChild start) {
+  void walk(tChild child) {
     tChild stack[kStackSize];
     int size = 0;
-    stack[size++] = start;
-    while (size > 0) {
-      const tChild child = stack[--size];
+    for (;;) {
       if (child.mQuadruplets != kInner) {
         testLeaf(child.mIndex, child.mQuadruplets);
+      } else if (size + 4 > kStackSize) {
+        tChild children[4];
+        int nbChildren = 0;
+        if (enter(child, children, nbChildren)) walk(child);
+        while (nbChildren > 0) walk(children[--nbChildren]);
+      } else if (enter(child, stack, size)) {
         continue;
       }
-      tChild children[4];
-      const int nbHit = testNode(child.mIndex, children);
-      if (size + 4 <= kStackSize) {
-        for (int i = nbHit - 1; i >= 0; --i) stack[size++] = children[i];
-      } else {
-        for (int i = 0; i < nbHit; ++i) walk(children[i]);
-      }
+      do {
+        if (size == 0) return;
+        child = stack[--size];
+      } while (kIsPlain && child.mKey > mHit.mT && child.mQuadruplets == kInner);
     }
   }
 
-  // The children whose boxes the ray meets within the current interval, nearest first.
-  int testNode(unsigned int number, tChild* children) {
+  // Finds the children whose boxes the ray meets within the current interval. The nearest one takes the place of the
+  // node, the others go onto the stack, farthest first. Returns whether there is any.
+  bool enter(tChild& child, tChild* stack, int& size) {
     mObserver.nodeVisited();
-    const auto& node = mHierarchy.mNodes[number];
+    const float* node = mHierarchy.mNodes + std::size_t(child.mIndex) * 32;
+    __m128 key;
+    const int hits = kIsPlain ? meetPlain(node, key) : meet(node, key);
+    alignas(16) float keys[4];
+    _mm_store_ps(keys, key);
+    const auto childAt = [&](int lane) {
+      const tChild found = {keys[lane], reinterpret_cast<const unsigned int*>(node + 24)[lane],
+                            reinterpret_cast<const unsigned int*>(node + 28)[lane]};
+      return found;
+    };
+    const auto push = [&](int lane) {
+      stack[size] = childAt(lane);
+      prefetch(stack[size++]);
+    };
 
-    // Slabs.
+    // A case for each set of lanes: a predicted jump knows the child before the boxes are tested.
+    int first, second;
+    switch (hits) {
+      case 0:
+        return false;
+      case 1:
+        child = childAt(0);
+        return true;
+      case 2:
+        child = childAt(1);
+        return true;
+      case 4:
+        child = childAt(2);
+        return true;
+      case 8:
+        child = childAt(3);
+        return true;
+      case 3:
+        first = 0, second = 1;
+        break;
+      case 5:
+        first = 0, second = 2;
+        break;
+      case 6:
+        first = 1, second = 2;
+        break;
+      case 9:
+        first = 0, second = 3;
+        break;
+      case 10:
+        first = 1, second = 3;
+        break;
+      case 12:
+        first = 2, second = 3;
+        break;
+      default:
+        first = second = 0;
+        break;
+    }
+    if (keys[first] < keys[second]) {
+      push(second);
+      child = childAt(first);
+    } else if (keys[first] > keys[second]) {
+      push(first);
+      child = childAt(second);
+    } else {
+      const int order = kOrders.mOrder[greaterBits(key)];
+      for (int shift = 6; shift >= 0; shift -= 2) {
+        const int lane = order >> shift & 3;
+        if (hits >> lane & 1) push(lane);
+      }
+      child = stack[--size];
+    }
+    return true;
+  }
+
+  // Sends for every cache line of a child: it comes from far away more often than not.
+  void prefetch(const tChild& child) const {
+    const auto sendFor = [](const void* line) { _mm_prefetch(static_cast<const char*>(line), _MM_HINT_T0); };
+    if (child.mQuadruplets == kInner) {
+      const float* node = mHierarchy.mNodes + std::size_t(child.mIndex) * 32;
+      sendFor(node);
+      sendFor(node + 16);
+    } else {
+      const float* equations = mHierarchy.mEquations + std::size_t(child.mIndex) * 48;
+      sendFor(equations);
+      sendFor(equations + 16);
+      sendFor(equations + 32);
+      sendFor(mHierarchy.mTriangles + std::size_t(child.mIndex) * 4);
+    }
+  }
+
+  // Slabs and keys in their general form. A key is the point of [entry, exit] nearest to 0, +inf for a miss. Returns
+  // the lanes that are met, empty ones left out: their test does nothing, but their keys take part in the order.
+  int meet(const float* node, __m128& key) {
     const __m128 t = _mm_set1_ps(mHit.mT);
     const __m128 hi = kIsSymmetric ? absolute(t) : t;
     const __m128 lo = kIsSymmetric ? negate(hi) : mTMin;
     __m128 t1[3], t2[3];
     for (int axis = 0; axis < 3; ++axis) {
-      t1[axis] = _mm_mul_ps(_mm_sub_ps(_mm_load_ps(node.mMin[axis]), mOrigin[axis]), mInverse[axis]);
-      t2[axis] = _mm_mul_ps(_mm_sub_ps(_mm_load_ps(node.mMax[axis]), mOrigin[axis]), mInverse[axis]);
+      t1[axis] = slab(node, axis, axis);
+      t2[axis] = slab(node, axis + 3, axis);
     }
     const __m128 entry = _mm_max_ps(_mm_max_ps(_mm_max_ps(_mm_min_ps(t1[0], t2[0]), lo), _mm_min_ps(t1[1], t2[1])),
                                     _mm_min_ps(t1[2], t2[2]));
     const __m128 exit = _mm_min_ps(_mm_min_ps(_mm_min_ps(_mm_max_ps(t1[0], t2[0]), hi), _mm_max_ps(t1[1], t2[1])),
                                    _mm_max_ps(t1[2], t2[2]));
-
-    // Key: the point of [entry, exit] nearest to 0, +inf for a miss.
-    const __m128 zero = _mm_setzero_ps(), infinity = _mm_set1_ps(std::numeric_limits<float>::infinity());
+    const __m128 zero = _mm_setzero_ps(), infinity = _mm_set1_ps(kInfinity);
     const __m128 nearest = _mm_or_ps(_mm_min_ps(exit, zero), _mm_max_ps(entry, zero));
-    const __m128 key = select(_mm_cmple_ps(entry, exit), nearest, infinity);
-    const int hits = _mm_movemask_ps(_mm_cmplt_ps(key, infinity));
-    if (hits == 0) return 0;
-
-    int order[4] = {0, 1, 2, 3};
-    alignas(16) float keys[4];
-    _mm_store_ps(keys, key);
-    sortLanes(keys, order);
-    int nbHit = 0;
-    for (int i = 0; i < 4 && keys[i] != std::numeric_limits<float>::infinity(); ++i) {
-      const tChild child = {node.mChildIndex[order[i]], node.mChildQuadruplets[order[i]]};
-      if (child.mQuadruplets != 0) children[nbHit++] = child;
-    }
-    return nbHit;
+    key = select(_mm_cmple_ps(entry, exit), nearest, infinity);
+    return _mm_movemask_ps(_mm_andnot_ps(emptyLanes(node), _mm_cmplt_ps(key, infinity)));
   }
 
-  // Ascending by key. This network is not a stable sort, and equal keys are common (an origin inside several boxes), so
-  // it is the order of these five comparisons that counts.
-  static void sortLanes(float* keys, int* order) {
-    constexpr int kNetwork[5][2] = {{0, 1}, {2, 3}, {0, 2}, {1, 3}, {1, 2}};
-    for (const auto& [i, j] : kNetwork) {
-      if (!(keys[i] > keys[j])) continue;
-      const float key = keys[i];
-      keys[i] = keys[j];
-      keys[j] = key;
-      const int lane = order[i];
-      order[i] = order[j];
-      order[j] = lane;
-    }
+  // The same for a plain ray: the direction's signs say which row is the near one, and keys are entry distances. An
+  // empty lane is unbounded in the general form; here it misses, so it is given its key, tMin, for the order.
+  int meetPlain(const float* node, __m128& key) {
+    const __m128 entry = _mm_max_ps(_mm_max_ps(slab(node, mNearRow[0], 0), slab(node, mNearRow[1], 1)),
+                                    _mm_max_ps(slab(node, mNearRow[2], 2), mTMin));
+    const __m128 farthest = _mm_min_ps(_mm_set1_ps(mHit.mT), _mm_set1_ps(kLargest));
+    const __m128 exit = _mm_min_ps(_mm_min_ps(slab(node, 3 - mNearRow[0], 0), slab(node, 5 - mNearRow[1], 1)),
+                                   _mm_min_ps(slab(node, 7 - mNearRow[2], 2), farthest));
+    const __m128 isMet = _mm_cmple_ps(entry, exit);
+    key = select(isMet, entry, select(emptyLanes(node), mTMin, _mm_set1_ps(kInfinity)));
+    return _mm_movemask_ps(isMet);
+  }
+
+  // Distance to the planes of one row on one axis.
+  __m128 slab(const float* node, int rowNumber, int axis) const {
+    return _mm_mul_ps(_mm_sub_ps(_mm_load_ps(node + 4 * rowNumber), mOrigin[axis]), mInverse[axis]);
+  }
+
+  static __m128 emptyLanes(const float* node) {
+    const __m128i quadruplets = _mm_load_si128(reinterpret_cast<const __m128i*>(node + 28));
+    return _mm_castsi128_ps(_mm_cmpeq_epi32(quadruplets, _mm_setzero_si128()));
+  }
+
+  // The answers that tOrders wants, at the bits that tOrders::bitOf names.
+  static int greaterBits(__m128 key) {
+    const __m128 next1 = _mm_shuffle_ps(key, key, _MM_SHUFFLE(0, 3, 2, 1));
+    const __m128 next2 = _mm_shuffle_ps(key, key, _MM_SHUFFLE(1, 0, 3, 2));
+    const __m128 next3 = _mm_shuffle_ps(key, key, _MM_SHUFFLE(2, 1, 0, 3));
+    return _mm_movemask_ps(_mm_cmpgt_ps(key, next1)) | _mm_movemask_ps(_mm_cmpgt_ps(key, next2)) << 4 |
+           _mm_movemask_ps(_mm_cmpgt_ps(key, next3)) << 8;
   }
 
   void testLeaf(unsigned int first, unsigned int count) {
     const __m128 entryT = kIsSymmetric ? absolute(_mm_set1_ps(mHit.mT)) : _mm_set1_ps(mHit.mT);
-    __m128 best = _mm_set1_ps(std::numeric_limits<float>::infinity());
+    __m128 best = _mm_set1_ps(kInfinity);
     __m128 bestW = _mm_setzero_ps(), bestU = _mm_setzero_ps();
     __m128 bestTriangle = _mm_castsi128_ps(_mm_set1_epi32(-1));
-    bool isAnyAccepted = false;
+    int accepted = 0;
     for (unsigned int i = 0; i < count && first + i < mHierarchy.mNoQuadruplets; ++i) {
-      const auto& equations = mHierarchy.mEquations[first + i];
+      const float* plane = mHierarchy.mEquations + std::size_t(first + i) * 48;
 
       // Distance to the planes.
-      const __m128 denominator = _mm_add_ps(_mm_add_ps(_mm_mul_ps(row(equations.mPlane[2]), mDirection[2]),
-                                                       _mm_mul_ps(row(equations.mPlane[1]), mDirection[1])),
-                                            _mm_mul_ps(row(equations.mPlane[0]), mDirection[0]));
-      const __m128 numerator = value(equations.mPlane, mOrigin);
-      const __m128 h = negate(_mm_div_ps(numerator, denominator));
+      const __m128 denominator =
+          _mm_add_ps(_mm_add_ps(_mm_mul_ps(row(plane, 2), mDirection[2]), _mm_mul_ps(row(plane, 1), mDirection[1])),
+                     _mm_mul_ps(row(plane, 0), mDirection[0]));
+      const __m128 h = negate(_mm_div_ps(value(plane, mOrigin), denominator));
       const __m128 distance = kIsSymmetric ? absolute(h) : h;
       const __m128 isFacing = _mm_or_ps(_mm_and_ps(mFront, _mm_cmple_ps(denominator, _mm_setzero_ps())),
                                         _mm_and_ps(mBack, _mm_cmpge_ps(denominator, _mm_setzero_ps())));
@@ -176,32 +294,34 @@ class tRayTraversal {
       // Weights of the three vertices where the ray meets the planes.
       __m128 p[3];
       for (int axis = 0; axis < 3; ++axis) p[axis] = _mm_add_ps(_mm_mul_ps(h, mDirection[axis]), mOrigin[axis]);
-      const __m128 u = value(equations.mU, p), v = value(equations.mW, p);
+      const __m128 u = value(plane + 16, p), v = value(plane + 32, p);
       const __m128 w = _mm_sub_ps(_mm_set1_ps(1.0f), _mm_add_ps(v, u));
       const __m128 tolerance = _mm_set1_ps(-0.0001f);
       isAccepted = _mm_and_ps(_mm_and_ps(isAccepted, _mm_cmplt_ps(tolerance, w)),
                               _mm_and_ps(_mm_cmplt_ps(tolerance, v), _mm_cmplt_ps(tolerance, u)));
-      if (_mm_movemask_ps(isAccepted) == 0) continue;
+      const int lanes = _mm_movemask_ps(isAccepted);
+      if (lanes == 0) continue;
 
-      isAnyAccepted = true;
+      accepted |= lanes;
+      const auto* triangles = reinterpret_cast<const float*>(mHierarchy.mTriangles + std::size_t(first + i) * 4);
       best = select(isAccepted, distance, best);
       bestW = select(isAccepted, w, bestW);
       bestU = select(isAccepted, u, bestU);
-      const float* triangles = reinterpret_cast<const float*>(mHierarchy.mIndices[first + i].mTriangle);
       bestTriangle = select(isAccepted, _mm_load_ps(triangles), bestTriangle);
     }
-    if (isAnyAccepted) takeNearestLane(best, bestW, bestU, bestTriangle);
+    if (accepted != 0) takeNearestLane(accepted, best, bestW, bestU, bestTriangle);
   }
 
   // Lanes in order: one that is nearer replaces the hit, and so does the first one at the very distance of entry.
-  void takeNearestLane(__m128 best, __m128 bestW, __m128 bestU, __m128 bestTriangle) {
+  void takeNearestLane(int accepted, __m128 best, __m128 bestW, __m128 bestU, __m128 bestTriangle) {
     alignas(16) float t[4], w[4], u[4];
     alignas(16) unsigned int triangle[4];
     _mm_store_ps(t, best);
     _mm_store_ps(w, bestW);
     _mm_store_ps(u, bestU);
-    _mm_store_si128(reinterpret_cast<__m128i*>(triangle), _mm_castps_si128(bestTriangle));
+    _mm_store_ps(reinterpret_cast<float*>(triangle), bestTriangle);
     for (int lane = 0; lane < 4; ++lane) {
+      if ((accepted >> lane & 1) == 0) continue;
       const bool isFirst = triangle[lane] != kNoTriangle && mHit.mTriangle == kNoTriangle;
       if (mHit.mT > t[lane] || (mHit.mT == t[lane] && isFirst)) {
         mHit = {t[lane], w[lane], u[lane], triangle[lane]};
@@ -210,38 +330,52 @@ class tRayTraversal {
   }
 
   // Value of four equations at a point: z and the constant first, then y, then x.
-  static __m128 value(const float (*equation)[4], const __m128* p) {
-    const __m128 z = _mm_add_ps(_mm_mul_ps(row(equation[2]), p[2]), row(equation[3]));
-    const __m128 yz = _mm_add_ps(z, _mm_mul_ps(row(equation[1]), p[1]));
-    return _mm_add_ps(yz, _mm_mul_ps(row(equation[0]), p[0]));
+  static __m128 value(const float* equation, const __m128* p) {
+    const __m128 z = _mm_add_ps(_mm_mul_ps(row(equation, 2), p[2]), row(equation, 3));
+    const __m128 yz = _mm_add_ps(z, _mm_mul_ps(row(equation, 1), p[1]));
+    return _mm_add_ps(yz, _mm_mul_ps(row(equation, 0), p[0]));
   }
 
-  static __m128 row(const float* lanes) { return _mm_load_ps(lanes); }
+  static __m128 row(const float* rows, int number) { return _mm_load_ps(rows + 4 * number); }
   static __m128 negate(__m128 a) { return _mm_xor_ps(a, _mm_set1_ps(-0.0f)); }
   static __m128 absolute(__m128 a) { return _mm_andnot_ps(_mm_set1_ps(-0.0f), a); }
   static __m128 select(__m128 mask, __m128 a, __m128 b) {
+#if defined(__SSE4_1__)
+    return _mm_blendv_ps(b, a, mask);
+#else
     return _mm_or_ps(_mm_and_ps(mask, a), _mm_andnot_ps(mask, b));
+#endif
   }
 
-  const Hierarchy mHierarchy;
+  const tRayHierarchy mHierarchy;
   __m128 mOrigin[3], mDirection[3], mInverse[3];
   __m128 mTMin, mFront, mBack;
+  int mNearRow[3];  // of every axis; the far row is the one of the other three
   tRayHit& mHit;
   Observer mObserver;
 };
 
-/// Finds the nearest hit; see qzQBVH::intersectRay and intersectRaySymmetric. Policy values are those of
-/// qzQBVH::tIntersectionPolicy.
-template <class Hierarchy, class Observer = tNoRayObserver>
-void castRay(const Hierarchy& hierarchy, const Wm4::Vector3<float>& origin, const Wm4::Vector3<float>& direction,
-             float tMin, unsigned int policy, tRayHit& hit, Observer observer = Observer()) {
-  const bool front = policy != 2, back = policy != 1;
-  tRayTraversal<false, Hierarchy, Observer>(hierarchy, origin, direction, tMin, front, back, hit, observer).run();
-}
-template <class Hierarchy>
-void castRaySymmetric(const Hierarchy& hierarchy, const Wm4::Vector3<float>& origin,
-                      const Wm4::Vector3<float>& direction, tRayHit& hit) {
-  tRayTraversal<true, Hierarchy>(hierarchy, origin, direction, 0.0f, true, false, hit).run();
+/// Finds the nearest hit; see qzQBVH::intersectRay and intersectRaySymmetric.
+template <class Observer = tNoRayObserver>
+void castRay(const tRayHierarchy& hierarchy, const tRayQuery& query, tRayHit& hit, Observer observer = Observer()) {
+  // Infinities and zeros of the reciprocals, and NaN, fail one of these comparisons.
+  constexpr float kMax = std::numeric_limits<float>::max();
+  const auto isWithin = [](float x, float low, float high) { return low <= x && x <= high; };
+  float inverse[3];
+  bool isPlain = hierarchy.mIsNested && isWithin(query.mTMin, 0.0f, hit.mT);
+  for (int axis = 0; axis < 3; ++axis) {
+    inverse[axis] = 1.0f / query.mDirection[axis];
+    isPlain = isPlain && isWithin(query.mOrigin[axis], -kMax, kMax) && isWithin(inverse[axis], -kMax, kMax) &&
+              inverse[axis] != 0.0f;
+  }
+  if (query.mIsSymmetric) {
+    tRayTraversal<true, false, Observer>(hierarchy, query, inverse, hit, observer).run();
+  } else if (isPlain) {
+    tRayTraversal<false, true, Observer>(hierarchy, query, inverse, hit, observer).run();
+  } else {
+    tRayTraversal<false, false, Observer>(hierarchy, query, inverse, hit, observer).run();
+  }
 }
 
+}  // namespace QZ_RAY_VARIANT
 }  // namespace qzDetail

@@ -1,0 +1,6 @@
+#define QZ_RAY_VARIANT qzRayBaseline
+#include <qzCommonAddOns/qzDetail/qzRayTraversal.h>
+
+void qzDetail::castRayBaseline(const tRayHierarchy& hierarchy, const tRayQuery& query, tRayHit& hit) {
+  qzRayBaseline::castRay(hierarchy, query, hit);
+}

@@ -1,0 +1,69 @@
+#pragma once
+// What a ray query asks of a four-wide hierarchy, in plain numbers, and the variants of the walk that answers it.
+
+#include <Wm4/Vector3.h>
+
+namespace qzDetail {
+
+/// The arrays of a four-wide hierarchy as rows of four lanes: 8 rows a node, 12 rows and 4 triangle numbers a
+/// quadruplet.
+struct tRayHierarchy {
+  const float* mNodes;
+  const float* mEquations;
+  const unsigned int* mTriangles;
+  unsigned int mNoNodes, mNoQuadruplets;
+  /// Every lane is empty or has a box that is not inverted, holds no NaN and lies within the box of its node's lane.
+  bool mIsNested;
+};
+
+/// Views the arrays of a qzQBVH.
+template <class Node, class Equations, class Indices>
+tRayHierarchy viewRows(const Node* nodes, const Equations* equations, const Indices* indices, unsigned int noNodes,
+                       unsigned int noQuadruplets, bool isNested) {
+  static_assert(sizeof(Node) == 8 * 16 && sizeof(Equations) == 12 * 16 && sizeof(Indices) == 16);
+  return {reinterpret_cast<const float*>(nodes),
+          reinterpret_cast<const float*>(equations),
+          reinterpret_cast<const unsigned int*>(indices),
+          noNodes,
+          noQuadruplets,
+          isNested};
+}
+
+struct tRayQuery {
+  float mOrigin[3], mDirection[3];
+  float mTMin;  // not read when symmetric
+  bool mFront;  // triangles with normal . direction <= 0 count
+  bool mBack;   // those with normal . direction >= 0 count
+  bool mIsSymmetric;
+};
+
+/// A query of qzQBVH::intersectRay; policy is a qzQBVH::tIntersectionPolicy.
+inline tRayQuery makeRayQuery(const Wm4::Vector3<float>& origin, const Wm4::Vector3<float>& direction, float tMin,
+                              unsigned int policy) {
+  return {{origin[0], origin[1], origin[2]},
+          {direction[0], direction[1], direction[2]},
+          tMin,
+          policy != 2,
+          policy != 1,
+          false};
+}
+
+/// A query of qzQBVH::intersectRaySymmetric: both ways, front faces only.
+inline tRayQuery makeSymmetricRayQuery(const Wm4::Vector3<float>& origin, const Wm4::Vector3<float>& direction) {
+  return {{origin[0], origin[1], origin[2]}, {direction[0], direction[1], direction[2]}, 0.0f, true, false, true};
+}
+
+/// The nearest hit so far.
+struct tRayHit {
+  float mT;                              // in: farthest distance looked at
+  float mW = 0.0f, mU = 0.0f;            // weights of the first and the second vertex
+  unsigned int mTriangle = 0xFFFFFFFFu;  // none
+};
+
+/// The walk compiled for the baseline, and for processors with AVX: same source, same bits.
+void castRayBaseline(const tRayHierarchy& hierarchy, const tRayQuery& query, tRayHit& hit);
+#if defined(QZ_HAS_AVX_VARIANT)
+void castRayAvx(const tRayHierarchy& hierarchy, const tRayQuery& query, tRayHit& hit);
+#endif
+
+}  // namespace qzDetail
