@@ -101,6 +101,17 @@ class QZ_COMMONADDONS_API qzBBox {
   /// Cost: six divisions, no early exit. Source: slabs, Kay and Kajiya 1986.
   bool intersectRay(const Wm4::Vector3<float>& origin, const Wm4::Vector3<float>& dir, float& tMin, float& tMax) const;
 
+  /// Whether the box and the triangle t0 t1 t2 share a point, touching included.
+  ///
+  /// A separating-axis test without a tolerance: exact up to the rounding of its products. Winding does not matter.
+  /// Corners that are collinear or coincide are tested as the segment or point that they are, on the box axes and the
+  /// edge axes alone. A comparison with a NaN separates nothing, so a corner that is not a number may well count as
+  /// inside; in the end the triangle's plane decides, whose NaN means false.
+  /// Cost: no square root, no division; returns at the first axis that separates.
+  /// Source: Akenine-Möller 2001.
+  bool overlapsTriangle(const Wm4::Vector3<float>& t0, const Wm4::Vector3<float>& t1,
+                        const Wm4::Vector3<float>& t2) const;
+
   /// The smallest box around this one and o. A NaN coordinate of o is passed over, one of this box stays.
   qzBBox bboxUnion(const qzBBox& o) const;
   qzBBox& selfUnion(const qzBBox& o);  ///< The same in place; returns this box.
