@@ -7,6 +7,7 @@
 #include <qzCommonAddOns/qzApi.h>
 
 #include <cstdint>
+#include <iosfwd>
 #include <vector>
 
 class QZ_COMMONADDONS_API qzGenericBVH {
@@ -41,13 +42,38 @@ class QZ_COMMONADDONS_API qzGenericBVH {
   /// Bytes held: 4 per primitive entry and 32 per node of the arrays' capacities, and 8 for the counters.
   std::uint64_t getMemoryUsed() const;
 
+  /// Statistics of a hierarchy that has a node 0.
+  ///
+  /// nbNodes        the node counter, as getNbNodes
+  /// nbLeaves       leaves that the root reaches
+  /// minPrimitives  the smallest leaf, or nbNodes if that is less
+  /// maxPrimitives  the largest leaf
+  /// avgPrimitives  primitives per leaf
+  ///
+  /// Writes the line "max at lvl:" with the level of the first leaf of maxPrimitives to std::cout; the root is level 0.
+  /// Node numbers from 2^24 on spill into that level. Counts above 2^31 - 1 count as negative.
+  /// Cost: the recursion is as deep as the left branches on the way to a leaf. Threads share std::cout.
+  void getBVHInfo(int& nbNodes, int& nbLeaves, int& minPrimitives, int& maxPrimitives, float& avgPrimitives) const;
+
+  /// Writes the tree from the root to std::cout, a line per inner node and two per leaf, indented by one | per level:
+  /// number, box, and for a leaf its primitives. The stream keeps the formatting it has. There must be a node 0.
+  void print() const;
+
  private:
+  friend class qzGenericBVHBuilder;
   friend class qzLinearGenericBVHBuilder;
 
   /// Copies node to position i, growing the array if need be. The node counter is the builder's to keep.
   void setNode(unsigned int i, const qzGNode& node);
   /// Node i, growing the array if need be: to the smallest multiple of kNodeGrowthStep above i.
   qzGNode& getOrCreateNode(unsigned int i);
+
+  /// Adds up the leaves from nodeIndex on, which stands at the given level. maxLocation becomes (level << 24) | node of
+  /// the first leaf that exceeds maxPrimitives.
+  void getBVHInfoIter(int nodeIndex, int& nbLeaves, int& minPrimitives, int& maxPrimitives, int& sumPrimitives,
+                      int& maxLocation, int level) const;
+  /// Writes what is below nodeIndex, which stands depth levels below the root.
+  void printNode(unsigned int nodeIndex, unsigned int depth) const;
 
   static constexpr unsigned int kNodeGrowthStep = 1024;
 
@@ -56,3 +82,8 @@ class QZ_COMMONADDONS_API qzGenericBVH {
   unsigned int mNbPrimitives = 0;
   unsigned int mNbNodes = 0;
 };
+
+/// Writes a summary of a hierarchy that has a node 0 to os, without a line break at its end: a tree of 7 nodes with
+/// leaves of 2, 3, 1 and 2 primitives gives "7 nodes. 4(3,1,2) leaves (max, min, avg):". What getBVHInfo writes to
+/// std::cout goes there, whatever os is.
+QZ_COMMONADDONS_API std::ostream& operator<<(std::ostream& os, const qzGenericBVH& bvh);
