@@ -1,0 +1,73 @@
+#include "qzOurs.h"
+
+#include <xmmintrin.h>
+
+#include <limits>
+#include <stdexcept>
+
+#include "qzMeasure.h"
+
+namespace qzBench {
+
+namespace {
+
+/// Rounding to nearest, denormals kept: what the library is measured under, whatever the peers did.
+void expectDefaultFloatMode() {
+  if ((_mm_getcsr() & ~0x3Fu) != 0x1F80u) throw std::logic_error("a peer left the floating-point mode changed");
+}
+
+}  // namespace
+
+qzOurs::qzOurs(const qzScene& scene, tBuilder builder) : mScene(scene), mBuilder(builder) {}
+
+std::string qzOurs::getName() const {
+  return mBuilder == eLinear ? "qzQBVH" : "qzQBVH surface-area";
+}
+
+double qzOurs::build(qzQBVH::tQBVHDataFlags flags) {
+  release();
+  expectDefaultFloatMode();
+  mHierarchy = std::make_unique<tHierarchy>();
+  const qzStopwatch watch;
+  mHierarchy->buildFromMesh(flags, mScene.mMesh, 4);
+  return watch.getSeconds();
+}
+
+std::string qzOurs::tHierarchy::getCheck() const {
+  qzFingerprint fingerprint;
+  fingerprint.add(mNodes, mNoNodes * sizeof *mNodes);
+  if (mTriangleVertices != nullptr) fingerprint.add(mTriangleVertices, mNoQuadruplets * sizeof *mTriangleVertices);
+  if (mTriangleEquations != nullptr) fingerprint.add(mTriangleEquations, mNoQuadruplets * sizeof *mTriangleEquations);
+  fingerprint.add(mTriangleIndices, mNoQuadruplets * sizeof *mTriangleIndices);
+  return fingerprint.getText();
+}
+
+std::string qzOurs::getBuildCheck() const {
+  return mHierarchy->getCheck();
+}
+
+double qzOurs::trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answers) const {
+  expectDefaultFloatMode();
+  const qzStopwatch watch;
+  trace(rays, answers, 0, answers.size());
+  return watch.getSeconds();
+}
+
+void qzOurs::trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answers, std::size_t begin,
+                   std::size_t end) const {
+  Wm4::Vector2<float> barycentric;
+  for (std::size_t i = begin; i < end; ++i) {
+    qzAnswer& answer = answers[i];
+    answer.mDistance = std::numeric_limits<float>::infinity();
+    mHierarchy->intersectRay(rays[i].mOrigin, rays[i].mDirection, 0.0f, answer.mDistance, barycentric, answer.mTriangle,
+                             qzQBVH::eIntersectBothFaces);
+  }
+}
+
+std::string getCheck(const std::vector<qzAnswer>& answers) {
+  qzFingerprint fingerprint;
+  fingerprint.add(answers.data(), answers.size() * sizeof answers[0]);
+  return fingerprint.getText();
+}
+
+}  // namespace qzBench

@@ -1,0 +1,49 @@
+#pragma once
+// The library under measurement.
+
+#include <qzCommonAddOns/qbvh/qzQBVH.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "qzRays.h"
+#include "qzScene.h"
+
+namespace qzBench {
+
+class qzOurs {
+ public:
+  /// Which builder makes the binary hierarchy.
+  enum tBuilder { eLinear, eSurfaceArea };
+  explicit qzOurs(const qzScene& scene, tBuilder builder = eLinear);
+
+  std::string getName() const;
+
+  /// Builds anew from the mesh in memory; returns the processor seconds up to the finished hierarchy.
+  double build(qzQBVH::tQBVHDataFlags flags = qzQBVH::eTrianglesEquations);
+  /// Releases the hierarchy.
+  void release() { mHierarchy.reset(); }
+  /// Hash of all arrays of the hierarchy.
+  std::string getBuildCheck() const;
+
+  /// Seconds for the first answers.size() rays.
+  double trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answers) const;
+  /// The part of it from ray begin to ray end, for several threads.
+  void trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answers, std::size_t begin, std::size_t end) const;
+
+ private:
+  /// Gives a look at the arrays.
+  struct tHierarchy : qzQBVH {
+    std::string getCheck() const;
+  };
+
+  const qzScene& mScene;
+  tBuilder mBuilder;
+  std::unique_ptr<tHierarchy> mHierarchy;
+};
+
+/// Hash of distances and triangles.
+std::string getCheck(const std::vector<qzAnswer>& answers);
+
+}  // namespace qzBench

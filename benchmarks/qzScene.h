@@ -1,0 +1,35 @@
+#pragma once
+// The scenes: real meshes from files, and meshes made from a size and a seed, the same on every machine.
+
+#include <Wm4/Vector3.h>
+#include <qzSceneGraph/qzTriMesh.h>
+
+#include <string>
+#include <vector>
+
+namespace qzBench {
+
+struct qzScene {
+  std::string mName;
+  qz::qzTriMesh mMesh;                          ///< what the library is given
+  std::vector<Wm4::Vector3<float>> mPositions;  ///< the same vertices, as the peers read them, one more at the end
+  Wm4::Vector3<float> mMin, mMax, mCentre;      ///< of the bounding box
+  float mRadius;                                ///< of the sphere around that box
+
+  int getNbVertices() const { return mMesh.getVertexBuffer()->getNbVertices(); }
+  int getNbTriangles() const { return mMesh.getIndexBuffer()->getNbIndices() / 3; }
+  const int* getIndices() const { return mMesh.getIndexBuffer()->getIndices(); }
+  Wm4::Vector3<float> getVertex(int triangle, int corner) const {
+    return mPositions[static_cast<std::size_t>(getIndices()[3 * triangle + corner])];
+  }
+};
+
+/// The scene of a name. Files are looked for in folder:
+///   motorbike                          the motorbike of a wind tunnel, thin parts and long triangles
+///   dragon, dragon2, dragon3, dragon4  a scan in four sizes, 871 thousand to 11 thousand triangles
+///   terrain10k, 100k, 1M, 10M          a fractal landscape, a grid of shared vertices
+///   soup10k, 100k, 1M, 10M             unconnected random triangles all over a cube
+/// Throws std::invalid_argument for any other name, and what the mesh reader throws.
+qzScene makeScene(const std::string& name, const std::string& folder);
+
+}  // namespace qzBench
