@@ -1,0 +1,88 @@
+#include <doctest/doctest.h>
+
+#include "bvh/qzOpenGenericBVH.h"
+#include "support/qzBits.h"
+
+using namespace qzTest;
+
+TEST_CASE("a new hierarchy is empty") {
+  qzGenericBVH bvh;
+  CHECK(bvh.getPrimitives().empty());
+  CHECK(bvh.getNodes().empty());
+  CHECK(bvh.getNbNodes() == 0);
+  CHECK(nbPrimitives(bvh) == 0);
+  CHECK(bvh.getMemoryUsed() == 8);
+}
+
+TEST_CASE("asking for node 0 of an empty hierarchy makes 1024 nodes and counts none") {
+  qzGenericBVH bvh;
+  getOrCreateNode(bvh, 0);
+  CHECK(bvh.getNodes().size() == 1024);
+  CHECK(bvh.getNbNodes() == 0);
+  getOrCreateNode(bvh, 1023);
+  CHECK(bvh.getNodes().size() == 1024);
+  getOrCreateNode(bvh, 1024);
+  CHECK(bvh.getNodes().size() == 2048);
+  CHECK(bvh.getNbNodes() == 0);
+}
+
+TEST_CASE("the array grows to the smallest multiple of 1024 above the index") {
+  const unsigned int lengths[][2] = {{0, 1024},    {1, 1024},    {1022, 1024}, {1023, 1024}, {1024, 2048},
+                                     {1025, 2048}, {2047, 2048}, {2048, 3072}, {5000, 5120}, {10239, 10240}};
+  for (const auto& [index, length] : lengths) {
+    INFO("index ", index);
+    qzGenericBVH created, set;
+    getOrCreateNode(created, index);
+    CHECK(created.getNodes().size() == length);
+    setNode(set, index, qzGNode());
+    CHECK(set.getNodes().size() == length);
+  }
+}
+
+TEST_CASE("new nodes are default nodes and old ones keep their values") {
+  qzGNode marked;
+  marked.setBBox(qzBBox::Make(1.0f, 2.0f, 3.0f, 4.0f, 5.0f, 6.0f));
+  marked.setLeaf(7, 8);
+  qzGenericBVH bvh;
+  setNode(bvh, 3, marked);
+  setNode(bvh, 1023, marked);
+  getOrCreateNode(bvh, 4000);
+  REQUIRE(bvh.getNodes().size() == 4096);
+  for (unsigned int i = 0; i < 4096; ++i) {
+    if (!sameBits(bvh.getNode(i), i == 3 || i == 1023 ? marked : qzGNode())) FAIL("node ", i);
+  }
+}
+
+TEST_CASE("setNode copies the node to its place and leaves the node counter alone") {
+  qzGenericBVH bvh = smallBVH();
+  qzGNode node;
+  node.setLeaf(1, 1);
+  setNode(bvh, 700, node);
+  CHECK(sameBits(bvh.getNode(700), node));
+  node.setLeaf(2, 2);
+  CHECK_FALSE(sameBits(bvh.getNode(700), node));
+  CHECK(bvh.getNbNodes() == 3);
+}
+
+TEST_CASE("setNode may copy one of the hierarchy's own nodes") {
+  qzGenericBVH bvh = smallBVH();
+  const qzGNode root = bvh.getNode(0);
+  setNode(bvh, 5, bvh.getNode(0));
+  CHECK(sameBits(bvh.getNode(5), root));
+}
+
+TEST_CASE("getOrCreateNode hands out the node itself") {
+  qzGenericBVH bvh;
+  getOrCreateNode(bvh, 9).setLeaf(4, 5);
+  CHECK(bvh.getNode(9).isLeaf());
+  CHECK(&getOrCreateNode(bvh, 9) == &bvh.getNodes()[9]);
+}
+
+TEST_CASE("the array does not shrink when a low node is asked for") {
+  qzGenericBVH bvh;
+  getOrCreateNode(bvh, 3000);
+  const qzGNode* place = bvh.getNodes().data();
+  getOrCreateNode(bvh, 0);
+  CHECK(bvh.getNodes().size() == 3072);
+  CHECK(bvh.getNodes().data() == place);
+}

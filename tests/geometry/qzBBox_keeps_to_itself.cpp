@@ -1,0 +1,240 @@
+// No member allocates, keeps state, or lets the caller's floating-point mode into its results.
+
+#include <doctest/doctest.h>
+#include <xmmintrin.h>
+
+#include <vector>
+
+#include "geometry/qzTestBoxes.h"
+#include "support/qzAllocationWatch.h"
+
+using namespace qzTest;
+
+namespace {
+
+constexpr unsigned int kFlagBits = 0x3Fu;          // what arithmetic has raised so far
+constexpr unsigned int kDefaultMode = 0x1F80u;     // all traps masked, round to nearest, denormals kept
+constexpr unsigned int kFlushDenormals = 0x8040u;  // flush-to-zero and denormals-are-zero
+constexpr unsigned int kRoundUp = 0x4000u, kRoundDown = 0x2000u, kRoundToZero = 0x6000u;
+
+/// Every member once, and what it gave, as bits; a NaN is one NaN like any other.
+struct Results {
+  static constexpr int kCapacity = 256;
+  std::uint32_t words[kCapacity];
+  int size = 0;
+
+  void add(bool value) { words[size++] = value; }
+  void add(std::uint32_t value) { words[size++] = value; }
+  // By the bits: in the caller's mode a comparison of floats would flush denormals.
+  void add(float value) {
+    const std::uint32_t bits = bitsOf(value);
+    words[size++] = (bits & 0x7FFFFFFFu) > 0x7F800000u ? 0x7FC00000u : bits;
+  }
+  void add(const Point& p) {
+    for (int c = 0; c < 3; ++c) add(p[c]);
+  }
+  void add(const qzBBox& box) {
+    add(box.getMinPoint());
+    add(box.getMaxPoint());
+  }
+  bool operator==(const Results& o) const {
+    return size == o.size && std::memcmp(words, o.words, sizeof(std::uint32_t) * static_cast<std::size_t>(size)) == 0;
+  }
+};
+
+Results callEveryMember(const qzBBox& box, const qzBBox& o, const Point& p, const Point& q, float v, float w) {
+  Results results;
+  results.add(qzBBox());
+  results.add(qzBBox(p));
+  results.add(qzBBox::Make(p, q));
+  results.add(qzBBox::Make(p[0], p[1], p[2], q[0], q[1], q[2]));
+  results.add(qzBBox::RobustMake(p, q));
+  results.add(qzBBox::RobustMake(p[0], p[1], p[2], q[0], q[1], q[2]));
+  results.add(Point(box.xMin(), box.yMin(), box.zMin()));
+  results.add(Point(box.xMax(), box.yMax(), box.zMax()));
+  results.add(Point(box.extentX(), box.extentY(), box.extentZ()));
+  results.add(box.getExtents());
+  results.add(box.getCenter());
+  results.add(box.volume());
+  results.add(box.halfArea());
+  qzBBox::tAxis axis;
+  results.add(box.getMaxExtent(axis));
+  results.add(std::uint32_t(axis));
+  results.add(box.getMinExtent(axis));
+  results.add(std::uint32_t(axis));
+  results.add(box.isEmpty());
+  results.add(box.hasExtent());
+  results.add(box.contains(p));
+  results.add(box.strictlyContains(p));
+  results.add(box.contains(o));
+  results.add(box.overlaps(o));
+  results.add(box.strictlyOverlaps(o));
+  results.add(box.overlapsPlane(p, v));
+  results.add(box.overlapsSphere(p, v));
+  float tMin = v, tMax = w;
+  results.add(box.intersectRay(p, q, tMin, tMax));
+  results.add(tMin);
+  results.add(tMax);
+  results.add(box.bboxUnion(o));
+  results.add(box.bboxIntersection(o));
+  results.add(box.expand(p));
+  results.add(box.grow(v));
+  qzBBox changed = box;
+  results.add(changed.selfExpand(q));
+  results.add(changed.selfUnion(o));
+  results.add(changed.selfGrow(w));
+  results.add(changed.selfIntersection(box));
+  results.add(box.projectOntoBBox(p));
+  const Wm4::Vector4<float> projected = box.projectOntoBBox(Wm4::Vector4<float>(p[0], p[1], p[2], v));
+  for (int i = 0; i < 4; ++i) results.add(projected[i]);
+  for (const qzBBox::tAxis a : {qzBBox::eAxisX, qzBBox::eAxisY, qzBBox::eAxisZ}) {
+    results.add(box.getExtent(a));
+    results.add(box.splitLeft(a, v));
+    results.add(box.splitRight(a, v));
+    results.add(changed.split(a, w));
+    results.add(changed);
+  }
+  const Wm4::Box3<float> converted = box.convert();
+  results.add(converted.Center);
+  for (int i = 0; i < 3; ++i) {
+    results.add(converted.Axis[i]);
+    results.add(converted.Extent[i]);
+  }
+  return results;
+}
+
+struct Arguments {
+  qzBBox box, o;
+  Point p, q;
+  float v, w;
+};
+
+Results call(const Arguments& a) {
+  return callEveryMember(a.box, a.o, a.p, a.q, a.v, a.w);
+}
+
+/// Denormals, numbers whose sums and products are denormal, and a few ordinary ones.
+float smallFloat(Random& random) {
+  switch (random.below(5)) {
+    case 0:
+      return floatFromBits(random.bits() & 0x807FFFFFu);  // denormal
+    case 1:
+      return floatFromBits((random.bits() & 0x80FFFFFFu) | 0x00800000u);  // just above
+    case 2:
+      return random.between(-1.0f, 1.0f) * 0x1p-64f;  // square around the smallest normal
+    case 3:
+      return random.anyFloat();
+    default:
+      return random.between(-2.0f, 2.0f);
+  }
+}
+Point smallPoint(Random& random) {
+  const float x = smallFloat(random), y = smallFloat(random), z = smallFloat(random);
+  return Point(x, y, z);
+}
+
+std::vector<Arguments> manyArguments(Random& random, int count) {
+  std::vector<Arguments> result;
+  for (int i = 0; i < count; ++i) {
+    const Point a = smallPoint(random), b = smallPoint(random), c = smallPoint(random), d = smallPoint(random);
+    const Point p = smallPoint(random), q = smallPoint(random);
+    const float v = smallFloat(random), w = smallFloat(random);
+    result.push_back(
+        {random.below(2) == 0 ? qzBBox::Make(a, b) : qzBBox::RobustMake(a, b), qzBBox::RobustMake(c, d), p, q, v, w});
+  }
+  return result;
+}
+
+/// Sets the processor's mode while it lives.
+class ModeOfCaller {
+ public:
+  explicit ModeOfCaller(unsigned int mode) : mPrevious(_mm_getcsr()) { _mm_setcsr(mode); }
+  ~ModeOfCaller() { _mm_setcsr(mPrevious); }
+  ModeOfCaller(const ModeOfCaller&) = delete;
+  ModeOfCaller& operator=(const ModeOfCaller&) = delete;
+
+ private:
+  unsigned int mPrevious;
+};
+
+}  // namespace
+
+TEST_CASE("results do not depend on the caller's rounding or on its treatment of denormals") {
+  const std::uint32_t seed = 41;
+  INFO("seed ", seed);
+  Random random(seed);
+  const std::vector<Arguments> arguments = manyArguments(random, 5000);
+  REQUIRE((_mm_getcsr() & ~kFlagBits) == kDefaultMode);
+  std::vector<Results> expected;
+  for (const Arguments& a : arguments) expected.push_back(call(a));
+  for (const unsigned int mode : {kFlushDenormals, kRoundUp, kRoundDown, kRoundToZero, kFlushDenormals | kRoundUp}) {
+    INFO("mode ", mode);
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+      Results results;
+      {
+        const ModeOfCaller caller(kDefaultMode | mode);
+        results = call(arguments[i]);
+      }
+      if (!(results == expected[i])) {
+        int word = 0;
+        while (results.words[word] == expected[i].words[word]) ++word;
+        FAIL("arguments ", i, ", result word ", word);
+      }
+    }
+  }
+}
+
+TEST_CASE("the mode would matter: flushed denormals change ordinary arithmetic") {
+  volatile float a = 0x1p-126f, b = 0x1p-127f;
+  const float kept = a - b;
+  float flushed;
+  {
+    const ModeOfCaller caller(kDefaultMode | kFlushDenormals);
+    flushed = a - b;
+  }
+  CHECK(bitsOf(kept) != bitsOf(flushed));
+}
+
+TEST_CASE("the caller's mode is in place again after every call") {
+  Random random(42);
+  const std::vector<Arguments> arguments = manyArguments(random, 100);
+  for (const unsigned int mode : {kFlushDenormals, kRoundUp, kRoundDown, kRoundToZero}) {
+    INFO("mode ", mode);
+    const ModeOfCaller caller(kDefaultMode | mode);
+    bool kept = true;
+    for (const Arguments& a : arguments) {
+      call(a);
+      kept = kept && (_mm_getcsr() & ~kFlagBits) == (kDefaultMode | mode);
+    }
+    CHECK(kept);
+  }
+}
+
+TEST_CASE("the same call gives the same result again, and const members leave the box alone") {
+  const std::uint32_t seed = 43;
+  INFO("seed ", seed);
+  Random random(seed);
+  for (const Arguments& a : manyArguments(random, 5000)) {
+    const Arguments before = a;
+    const Results first = call(a);
+    call({qzBBox(), a.box, a.q, a.p, a.w, a.v});
+    if (!(call(a) == first)) FAIL(describe(a.box));
+    if (!sameBits(before.box, a.box) || !sameBits(before.o, a.o)) FAIL(describe(before.box));
+  }
+}
+
+TEST_CASE("no member allocates") {
+  Random random(44);
+  const std::vector<Arguments> arguments = manyArguments(random, 1000);
+  const AllocationWatch watch;
+  for (const Arguments& a : arguments) call(a);
+  CHECK(watch.nbAllocations() == 0);
+  CHECK(watch.nbReleases() == 0);
+}
+
+TEST_CASE("the watch over the heap does see an allocation") {
+  const AllocationWatch watch;
+  { const std::vector<float> one(1, 0.0f); }
+  CHECK(watch.nbAllocations() == 1);
+  CHECK(watch.nbReleases() == 1);
+}

@@ -1,0 +1,50 @@
+#include <doctest/doctest.h>
+#include <qzSceneGraph/qzCancelInterfaceReadOnly.h>
+
+#include <memory>
+#include <type_traits>
+
+#include "support/qzVirtualSlots.h"
+
+namespace {
+
+class Switch : public qz::qzCancelInterfaceReadOnly {
+ public:
+  Switch(const bool& on, bool& destroyed) : mOn(on), mDestroyed(destroyed) {}
+  ~Switch() override { mDestroyed = true; }
+  bool isCanceled() const override { return mOn; }
+
+ private:
+  const bool& mOn;
+  bool& mDestroyed;
+};
+
+}  // namespace
+
+TEST_CASE("the query answers what its owner says at that moment") {
+  bool on = false, destroyed = false;
+  const Switch owner(on, destroyed);
+  const qz::qzCancelInterfaceReadOnly& cancel = owner;
+  CHECK_FALSE(cancel.isCanceled());
+  on = true;
+  CHECK(cancel.isCanceled());
+}
+
+TEST_CASE("it can be destroyed through its base") {
+  const bool on = false;
+  bool destroyed = false;
+  std::unique_ptr<qz::qzCancelInterfaceReadOnly> cancel = std::make_unique<Switch>(on, destroyed);
+  cancel.reset();
+  CHECK(destroyed);
+}
+
+TEST_CASE("it is an interface: abstract, with a virtual destructor") {
+  CHECK(std::is_abstract_v<qz::qzCancelInterfaceReadOnly>);
+  CHECK(std::has_virtual_destructor_v<qz::qzCancelInterfaceReadOnly>);
+}
+
+#if defined(__GNUC__)
+TEST_CASE("its one query is the first virtual function after the destructor") {
+  CHECK(qzTest::virtualSlotOf(&qz::qzCancelInterfaceReadOnly::isCanceled) == 1);
+}
+#endif

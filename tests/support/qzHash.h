@@ -1,0 +1,29 @@
+#pragma once
+// A hash for fingerprints: FNV-1a over the bytes of words, the low byte first, so it is the same on every machine.
+
+#include "support/qzBits.h"
+
+#include <cstdint>
+
+namespace qzTest {
+
+class Hash {
+ public:
+  void add(std::uint32_t word) {
+    for (int shift = 0; shift < 32; shift += 8) mValue = (mValue ^ (word >> shift & 0xFF)) * 0x100000001B3u;
+  }
+  /// The float's bits; one NaN stands for all of them.
+  void add(float value) { add(value == value ? bitsOf(value) : 0x7FC00000u); }
+  void add(const qzBBox& box) {
+    for (int axis = 0; axis < 3; ++axis) {
+      add(box.getMinPoint()[axis]);
+      add(box.getMaxPoint()[axis]);
+    }
+  }
+  std::uint64_t value() const { return mValue; }
+
+ private:
+  std::uint64_t mValue = 0xCBF29CE484222325u;
+};
+
+}  // namespace qzTest
