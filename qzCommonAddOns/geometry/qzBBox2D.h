@@ -1,7 +1,7 @@
 #pragma once
 // qzBBox2D: axis-aligned box in two dimensions.
-// Four floats, trivially copyable, no invariant: a box whose min exceeds its max on some axis is empty, which is a legal
-// value and the identity of union. No member allocates, throws or keeps state.
+// Four floats, trivially copyable, no invariant: a box whose min exceeds its max on some axis is empty, which is a
+// legal value and the identity of union. No member allocates, throws or keeps state.
 // It follows qzBBox member for member, but for getCenter, whose formula is another, and has a segment test of its own.
 // Whatever computes or compares stands in the library, where no flag of a caller's compiler reaches it.
 
@@ -58,12 +58,14 @@ class QZ_COMMONADDONS_API qzBBox2D {
   bool overlaps(const qzBBox2D& o) const;
   bool strictlyOverlaps(const qzBBox2D& o) const;
 
-  /// Whether the segment from a to b meets the box; a segment that ends on the border does.
+  /// Whether the segment from a to b meets the box. One that ends on the border does.
   ///
-  /// A segment along an axis is decided by the other axis alone when it runs strictly between the two sides that it is
-  /// parallel to, and misses when it runs outside them or, but for a few cases of signed zeros, along one of them: the
-  /// far end of a slab is the sum of both ends less the near one, which is NaN where those are infinite. A segment of
-  /// one point is never met.
+  /// The far end of a slab is the sum of its two ends less the near one; where these are infinite it is NaN. This
+  /// decides what becomes of segments along an axis, and is meant so:
+  /// - along y, or of one point (b.x - a.x is 0): never met.
+  /// - along x (b.y - a.y is 0): the x slab alone decides, also on the sides and above the box; below the box it is a
+  ///   miss. When b.y - a.y is -0 below and above change places.
+  /// A NaN x of an end point: false. A NaN y: the x slab alone decides.
   /// Cost: two divisions, no early exit. Source: slabs, Kay and Kajiya 1986.
   bool intersectSegment(const Wm4::Vector2<float>& a, const Wm4::Vector2<float>& b) const;
 
