@@ -3,8 +3,12 @@
 
 #include <qzCommonAddOns/builders/qzBVHMeshContainer.h>
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
+#include <qzCommonAddOns/builders/qzLinearGenericBVH2DBuilder.h>
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
 #include <qzCommonAddOns/bvh/qzGNode.h>
+#include <qzCommonAddOns/bvh/qzGNode2D.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
+#include <qzCommonAddOns/bvh/qzGenericBVH2D.h>
 #include <qzCommonAddOns/geometry/qzBBox.h>
+#include <qzCommonAddOns/geometry/qzBBox2D.h>
 #include <qzCommonAddOns/qbvh/qzQBVH.h>

@@ -25,6 +25,20 @@ inline std::uint64_t encodeMorton3(std::uint32_t x, std::uint32_t y, std::uint32
   return spreadBits3(x) | spreadBits3(y) << 1 | spreadBits3(z) << 2;
 }
 
+/// Bit k of a coordinate of up to 16 bits to bit 2k.
+inline std::uint32_t spreadBits2(std::uint32_t q) {
+  q = (q | q << 8) & 0x00FF00FFu;
+  q = (q | q << 4) & 0x0F0F0F0Fu;
+  q = (q | q << 2) & 0x33333333u;
+  q = (q | q << 1) & 0x55555555u;
+  return q;
+}
+
+/// x at bits 0, 2, 4, ..., y at bits 1, 3, 5, ...
+inline std::uint32_t encodeMorton2(std::uint32_t x, std::uint32_t y) {
+  return spreadBits2(x) | spreadBits2(y) << 1;
+}
+
 /// One axis of the quantisation grid: 2^bits cells from origin on.
 struct tGridAxis {
   float mOrigin, mScale;

@@ -1,0 +1,61 @@
+#include <qzCommonAddOns/builders/qzLinearGenericBVH2DBuilder.h>
+#include <qzCommonAddOns/bvh/qzGenericBVH2D.h>
+#include <qzCommonAddOns/qzDetail/qzBoxLanes2D.h>
+#include <qzCommonAddOns/qzDetail/qzCodeGroups.h>
+#include <qzCommonAddOns/qzDetail/qzFloatMode.h>
+#include <qzCommonAddOns/qzDetail/qzMorton.h>
+#include <qzCommonAddOns/qzDetail/qzRadixSort.h>
+#include <qzCommonAddOns/qzDetail/qzTreeWriter.h>
+
+#include <cstdint>
+#include <memory>
+
+using qzDetail::tBoxLanes2D;
+using qzDetail::tSplits;
+
+namespace {
+
+constexpr unsigned int kMaxBitsPerAxis = 16;
+
+// Morton codes of the points on a square grid around the bounds.
+void makeCodes(const Wm4::Vector2<float>* points, unsigned int n, const qzBBox2D& bounds, unsigned int bitsPerAxis,
+               std::uint32_t* codes) {
+  const Wm4::Vector2<float>&min = bounds.getMinPoint(), &max = bounds.getMaxPoint();
+  const float dx = max[0] - min[0], dy = max[1] - min[1];
+  const float edge = dx > dy ? dx : dy;
+  const qzDetail::tGridAxis xAxis = qzDetail::gridAxis(min[0], max[0], edge, bitsPerAxis);
+  const qzDetail::tGridAxis yAxis = qzDetail::gridAxis(min[1], max[1], edge, bitsPerAxis);
+
+  const std::uint32_t lastCell = (1u << bitsPerAxis) - 1;
+  for (unsigned int i = 0; i < n; ++i) {
+    codes[i] = qzDetail::encodeMorton2(xAxis.cellOf(points[i][0], lastCell), yAxis.cellOf(points[i][1], lastCell));
+  }
+}
+
+}  // namespace
+
+void qzLinearGenericBVH2DBuilder::setMaxPrimitivesPerLeaf(unsigned int max) {
+  mMaxPrimitivesPerLeaf = max == 0 ? 1 : max;
+}
+
+void qzLinearGenericBVH2DBuilder::build(qzGenericBVH2D& bvh, unsigned int bitsPerAxis) {
+  const qzDetail::tFloatMode mode;
+  const unsigned int bits = bitsPerAxis < kMaxBitsPerAxis ? bitsPerAxis : kMaxBitsPerAxis;
+
+  // Sort by code and read the splits off the sorted codes.
+  std::unique_ptr<std::uint32_t[]> codes(new std::uint32_t[mNbPrimitives]);
+  makeCodes(mPoints.data(), mNbPrimitives, mBounds, bits, codes.get());
+  qzDetail::sortByCode(codes.get(), mIndices.data(), mNbPrimitives);
+  const tSplits splits(codes.get(), mNbPrimitives, 2 * bits);
+  codes.reset();
+
+  // The counter is that of the whole tree, which would have a leaf for every code; the nodes are those of the fused
+  // one.
+  qzDetail::writeFusedTree<tBoxLanes2D>(
+      splits, mMaxPrimitivesPerLeaf, bvh.mNodes,
+      [](qzGNode2D& node, unsigned int, std::uint32_t leftChild) { node.setNode(leftChild, leftChild + 1); },
+      [&](std::uint32_t k) { return tBoxLanes2D(mBBoxes[mIndices[k]]); });
+  bvh.mNbNodes = static_cast<unsigned int>(2 * splits.nbGroups() - 1);
+  mIndices.swap(bvh.mPrimitives);
+  bvh.mNbPrimitives = mNbPrimitives;
+}

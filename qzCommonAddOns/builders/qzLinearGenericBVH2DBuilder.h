@@ -1,0 +1,51 @@
+#pragma once
+// qzLinearGenericBVH2DBuilder: builds a qzGenericBVH2D in linear time from the Morton codes of one point per primitive.
+//
+// It is qzLinearGenericBVHBuilder in two dimensions: points on a square grid, primitives sorted by the Morton code of
+// their cell, common prefixes as the tree, subtrees of few primitives made one leaf. Source: Lauterbach et al. 2009.
+//
+// The builder owns its input and offers no way of filling it: a feeder derives from it. Before every build, a second
+// one included, mIndices must have mNbPrimitives entries or more, as a build leaves it with what the tree held before.
+// Single-threaded: builder and tree belong to the calling thread during a build.
+
+#include <Wm4/Vector2.h>
+#include <qzCommonAddOns/geometry/qzBBox2D.h>
+#include <qzCommonAddOns/qzApi.h>
+
+#include <vector>
+
+class qzGenericBVH2D;
+
+class QZ_COMMONADDONS_API qzLinearGenericBVH2DBuilder {
+ public:
+  qzLinearGenericBVH2DBuilder() = default;
+  qzLinearGenericBVH2DBuilder(const qzLinearGenericBVH2DBuilder&) = default;
+  qzLinearGenericBVH2DBuilder& operator=(const qzLinearGenericBVH2DBuilder&) = default;
+  qzLinearGenericBVH2DBuilder(qzLinearGenericBVH2DBuilder&&) = default;
+  qzLinearGenericBVH2DBuilder& operator=(qzLinearGenericBVH2DBuilder&&) = default;
+  ~qzLinearGenericBVH2DBuilder() = default;
+
+  /// The largest subtree that is made one leaf, in primitives; 0 counts as 1. The default is 4. Primitives of one grid
+  /// cell share a leaf however many they are.
+  void setMaxPrimitivesPerLeaf(unsigned int max);
+
+  /// Rebuilds bvh over the primitives that the builder was filled with, at least one (unchecked).
+  ///
+  /// bvh          out: the tree. The node counter keeps the number of nodes before small subtrees were made leaves, the
+  ///              node array has the exact final length; mIndices becomes its primitive array, entries beyond
+  ///              mNbPrimitives included
+  /// bitsPerAxis  resolution of the grid, 2^bitsPerAxis cells per axis; above 16 counts as 16. 0 gives one leaf
+  ///
+  /// A point that is not a number, or bounds without extent: cell 0. A NaN coordinate of a box is passed over.
+  /// Failure: an allocation throws the standard exception.
+  /// Cost: linear in the number of primitives; working memory up to 16 bytes per primitive beside the tree.
+  void build(qzGenericBVH2D& bvh, unsigned int bitsPerAxis);
+
+ protected:
+  std::vector<qzBBox2D> mBBoxes;             // of every primitive, for the boxes of the nodes alone
+  std::vector<unsigned int> mIndices;        // during a build the sorted primitives
+  std::vector<Wm4::Vector2<float>> mPoints;  // of every primitive, for its place in the tree alone
+  qzBBox2D mBounds;                          // around all points; the grid lies around its centre
+  unsigned int mNbPrimitives = 0;
+  unsigned int mMaxPrimitivesPerLeaf = 4;  // never 0
+};
