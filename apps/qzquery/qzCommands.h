@@ -1,0 +1,25 @@
+#pragma once
+// The subcommands of qzquery and the options that all of them take.
+
+namespace CLI {
+class App;
+}
+
+namespace qzQuery {
+
+struct tOptions {
+  unsigned mLeafSize = 4;
+  int mNbThreads = 0;  // as many as the machine has
+  bool mQuiet = false;
+  bool mVerbose = false;
+};
+
+/// Adds --leaf, --threads, --quiet and --verbose to a subcommand.
+void addOptions(CLI::App& command, tOptions& options);
+
+// Each adds a subcommand that runs when it is chosen on the command line. options must outlive app.
+void addInfoCommand(CLI::App& app, tOptions& options);
+void addRenderCommand(CLI::App& app, tOptions& options);
+void addCastCommand(CLI::App& app, tOptions& options);
+
+}  // namespace qzQuery

@@ -1,0 +1,104 @@
+// qzquery info: numbers about a mesh and its hierarchy, for people or as JSON.
+
+#include <qzCommonAddOns/geometry/qzBBox.h>
+#include <toolkit/qzFile.h>
+
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "qzCommands.h"
+#include "qzScene.h"
+
+namespace qzQuery {
+
+namespace {
+
+struct tInfoArguments {
+  std::string mMeshName;
+  bool mAsJson = false;
+};
+
+qzBBox boxOf(const qz::qzTriMesh& mesh) {
+  qzBBox box;
+  const qz::qzIndexBuffer& indices = *mesh.getIndexBuffer();
+  for (int i = 0; i < indices.getNbIndices(); ++i) {
+    box.selfExpand(mesh.getVertexBuffer()->Position3(indices.getIndices()[i]));
+  }
+  return box;
+}
+
+/// Triangles without a normal in single precision, which no ray can hit: those without area, and those whose area is
+/// too small or too large for a float.
+std::size_t countDegenerateTriangles(const qz::qzTriMesh& mesh) {
+  std::size_t count = 0;
+  const qz::qzIndexBuffer& indices = *mesh.getIndexBuffer();
+  for (int i = 0; i + 2 < indices.getNbIndices(); i += 3) {
+    Wm4::Vector3<float> corners[3], e1, e2;
+    for (int k = 0; k < 3; ++k) corners[k] = mesh.getVertexBuffer()->Position3(indices.getIndices()[i + k]);
+    for (int axis = 0; axis < 3; ++axis) {
+      e1[axis] = corners[1][axis] - corners[0][axis];
+      e2[axis] = corners[2][axis] - corners[0][axis];
+    }
+    const float x = e1[1] * e2[2] - e1[2] * e2[1], y = e1[2] * e2[0] - e1[0] * e2[2], z = e1[0] * e2[1] - e1[1] * e2[0];
+    const float squaredLength = (x * x + y * y) + z * z;
+    if (!(squaredLength > 0.0f && std::isfinite(squaredLength))) ++count;
+  }
+  return count;
+}
+
+nlohmann::ordered_json describe(const std::string& meshName, const tOptions& options) {
+  tOptions quiet = options;
+  quiet.mQuiet = true;  // the answer says it all
+  const qzScene scene(meshName, quiet);
+  const qzBBox box = boxOf(scene.getMesh());
+  nlohmann::ordered_json info;
+  info["file"] = meshName;
+  info["triangles"] = scene.getNbTriangles();
+  info["degenerateTriangles"] = countDegenerateTriangles(scene.getMesh());
+  info["vertices"] = scene.getMesh().getVertexBuffer()->getNbVertices();
+  info["box"]["min"] = {box.xMin(), box.yMin(), box.zMin()};
+  info["box"]["max"] = {box.xMax(), box.yMax(), box.zMax()};
+  info["leafSize"] = options.mLeafSize;
+  info["nodes"] = scene.getHierarchy().getNoNodes();
+  info["quadruplets"] = scene.getHierarchy().getNoTriangleQuadruplets();
+  info["bytes"] = scene.getHierarchy().getBytes();
+  info["buildSeconds"] = scene.getBuildSeconds();
+  return info;
+}
+
+std::string formatForPeople(const nlohmann::ordered_json& info) {
+  const nlohmann::ordered_json &low = info["box"]["min"], &high = info["box"]["max"];
+  std::ostringstream text;
+  text << "file         " << info["file"].get<std::string>() << '\n'
+       << "triangles    " << info["triangles"] << ", " << info["degenerateTriangles"] << " of them degenerate\n"
+       << "vertices     " << info["vertices"] << '\n'
+       << "box          x " << low[0].get<float>() << " to " << high[0].get<float>() << ", y " << low[1].get<float>()
+       << " to " << high[1].get<float>() << ", z " << low[2].get<float>() << " to " << high[2].get<float>() << '\n'
+       << "nodes        " << info["nodes"] << '\n'
+       << "quadruplets  " << info["quadruplets"] << '\n'
+       << "bytes        " << info["bytes"] << '\n'
+       << "build time   " << seconds(info["buildSeconds"].get<double>()) << '\n';
+  return text.str();
+}
+
+}  // namespace
+
+void addInfoCommand(CLI::App& app, tOptions& options) {
+  CLI::App& command = *app.add_subcommand("info", "Tell the size of a mesh and of the hierarchy over it");
+  const auto arguments = std::make_shared<tInfoArguments>();
+  command.add_option("MESH", arguments->mMeshName, "Mesh file, perhaps with .gz behind its name")->required();
+  command.add_flag("--json", arguments->mAsJson, "Answer in JSON");
+  addOptions(command, options);
+  command.callback([arguments, &options] {
+    const nlohmann::ordered_json info = describe(arguments->mMeshName, options);
+    // A file name need not be valid UTF-8, JSON must be.
+    qzToolkit::writeFile("-", arguments->mAsJson
+                                  ? info.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n'
+                                  : formatForPeople(info));
+  });
+}
+
+}  // namespace qzQuery

@@ -1,0 +1,259 @@
+#include "qzRenderer.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+namespace qzQuery {
+
+namespace {
+
+using tVector = std::array<double, 3>;
+using qzToolkit::qzHit;
+using qzToolkit::qzRay;
+
+constexpr double kPi = 3.14159265358979323846;
+constexpr int kRowsInBlock = 4;
+
+// The look. Colours are linear light.
+constexpr tVector kBackground = {0.86, 0.88, 0.90};
+constexpr tVector kSurface = {0.46, 0.52, 0.60};
+constexpr tVector kNear = {0.01, 0.03, 0.10};  // of the depth picture
+constexpr double kNookReach = 0.08;            // how far nooks darken, in diagonals of the mesh
+constexpr double kShadowReach = 0.35;          // how far the shadow on the floor reaches
+constexpr int kNookRays = 2, kShadowRays = 2;  // for every camera ray that needs them
+
+// Few to many, for the cost picture.
+constexpr tVector kHeat[] = {{0.00, 0.00, 0.02}, {0.04, 0.02, 0.22}, {0.30, 0.02, 0.25},
+                             {0.75, 0.10, 0.08}, {0.95, 0.45, 0.03}, {1.00, 0.95, 0.55}};
+
+double dot(const tVector& a, const tVector& b) {
+  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+
+tVector cross(const tVector& a, const tVector& b) {
+  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
+
+/// a + s * b
+tVector along(const tVector& a, double s, const tVector& b) {
+  return {a[0] + s * b[0], a[1] + s * b[1], a[2] + s * b[2]};
+}
+
+tVector mixed(const tVector& a, const tVector& b, double partOfB) {
+  tVector result;
+  for (std::size_t i = 0; i < 3; ++i) result[i] = a[i] + partOfB * (b[i] - a[i]);
+  return result;
+}
+
+tVector toDouble(const Wm4::Vector3<float>& v) {
+  return {v[0], v[1], v[2]};
+}
+
+Wm4::Vector3<float> toFloat(const tVector& v) {
+  return {static_cast<float>(v[0]), static_cast<float>(v[1]), static_cast<float>(v[2])};
+}
+
+tVector heat(double part) {
+  constexpr int kLast = static_cast<int>(std::size(kHeat)) - 1;
+  const double position = std::clamp(part, 0.0, 1.0) * kLast;
+  const int index = std::min(static_cast<int>(position), kLast - 1);
+  return mixed(kHeat[index], kHeat[index + 1], position - index);
+}
+
+}  // namespace
+
+/// Numbers from 0 inclusive to 1 exclusive that depend on the pixel's number alone.
+class qzRenderer::tRandom {
+ public:
+  explicit tRandom(std::size_t pixel) : mState(pixel), mPair{next(), next()} {}
+
+  double next() {  // splitmix64
+    std::uint64_t z = mState += 0x9E3779B97F4A7C15u;
+    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
+    z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
+    return static_cast<double>((z ^ (z >> 31)) >> 11) * 0x1p-53;
+  }
+
+  /// The next of a sequence of points that fill the unit square evenly, which gives smoother pictures than chance does.
+  std::array<double, 2> nextPair() {
+    mPair = {std::fmod(mPair[0] + 0.7548776662466927, 1.0), std::fmod(mPair[1] + 0.5698402909980532, 1.0)};
+    return mPair;
+  }
+
+ private:
+  std::uint64_t mState;
+  std::array<double, 2> mPair;
+};
+
+qzRenderer::qzRenderer(const qz::qzTriMesh& mesh, const qzToolkit::qzVisitCounter& hierarchy,
+                       const qzToolkit::qzCamera& camera, qzToolkit::qzCamera::tUp up, tShading shading)
+    : mMesh(mesh),
+      mHierarchy(hierarchy),
+      mCamera(camera),
+      mShading(shading),
+      mUpAxis(up == qzToolkit::qzCamera::eUpY ? 1 : 2) {
+  qzBBox box;
+  const tVector origin = toDouble(camera.getOrigin());
+  mNearest = std::numeric_limits<double>::infinity();
+  mFarthest = -mNearest;
+  const qz::qzIndexBuffer& indices = *mesh.getIndexBuffer();
+  for (int i = 0; i < indices.getNbIndices(); ++i) {
+    const Wm4::Vector3<float> vertex = mesh.getVertexBuffer()->Position3(indices.getIndices()[i]);
+    box.selfExpand(vertex);
+    const double distance = -dot(along(toDouble(vertex), -1.0, origin), camera.getBackward());
+    mNearest = std::min(mNearest, distance);
+    mFarthest = std::max(mFarthest, distance);
+  }
+  const tVector low = toDouble(box.getMinPoint()), high = toDouble(box.getMaxPoint());
+  mCenter = mixed(low, high, 0.5);
+  mSize = std::hypot(high[0] - low[0], high[1] - low[1], high[2] - low[2]);
+  mFloor = low[mUpAxis];
+}
+
+qzToolkit::qzImage qzRenderer::render(int width, int height, int nbSamples, const qzToolkit::qzThreads& threads,
+                                      bool showProgress, tStatistics& statistics) const {
+  qzToolkit::qzImage image(width, height);
+  const auto nbPixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+  std::vector<float> visits(mShading == tShading::eCost ? nbPixels : 0);
+  std::atomic<std::size_t> nbHits{0};
+  qzToolkit::qzProgress progress("casting rays", static_cast<std::size_t>(height), showProgress);
+
+  threads.forEachBlock(static_cast<std::size_t>(height), kRowsInBlock, [&](std::size_t begin, std::size_t end) {
+    std::size_t nbHitsHere = 0;
+    for (int y = static_cast<int>(begin); y < static_cast<int>(end); ++y) {
+      for (int x = 0; x < width; ++x) {
+        const std::size_t pixel =
+            static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x);
+        tRandom random(pixel);
+        tColor color{};
+        double nbVisits = 0.0;
+        for (int i = 0; i < nbSamples * nbSamples; ++i) {  // one sample somewhere in each small square of the pixel
+          const double dx = (i % nbSamples + random.next()) / nbSamples,
+                       dy = (i / nbSamples + random.next()) / nbSamples;
+          const tSample sample = shoot((x + dx) / width, (y + dy) / height, random);
+          color = along(color, 1.0 / (nbSamples * nbSamples), sample.mColor);
+          nbVisits += sample.mNbVisits;
+          nbHitsHere += sample.mIsHit;
+        }
+        image.setPixel(x, y, color);
+        if (!visits.empty()) visits[pixel] = static_cast<float>(nbVisits / (nbSamples * nbSamples));
+      }
+    }
+    nbHits += nbHitsHere;
+    progress.advance(end - begin);
+  });
+
+  statistics = {};
+  statistics.mNbRays = nbPixels * static_cast<std::size_t>(nbSamples * nbSamples);
+  statistics.mNbHits = nbHits;
+  if (mShading == tShading::eCost) {
+    double sum = 0.0;
+    for (float v : visits) sum += v;
+    statistics.mMeanVisits = sum / static_cast<double>(nbPixels);
+    statistics.mMaxPixelVisits = *std::max_element(visits.begin(), visits.end());
+    const double scale = 1.0 / std::max(1.0, statistics.mMaxPixelVisits);
+    for (std::size_t pixel = 0; pixel < nbPixels; ++pixel) {
+      image.setPixel(static_cast<int>(pixel % static_cast<std::size_t>(width)),
+                     static_cast<int>(pixel / static_cast<std::size_t>(width)), heat(visits[pixel] * scale));
+    }
+  }
+  return image;
+}
+
+qzRenderer::tSample qzRenderer::shoot(double x, double y, tRandom& random) const {
+  qzRay ray;
+  ray.mOrigin = mCamera.getOrigin();
+  ray.mDirection = mCamera.getDirection(x, y);
+  tSample sample;
+  const qzHit hit = mShading == tShading::eCost
+                        ? mHierarchy.castRayCounting(ray, qzQBVH::eIntersectBothFaces, sample.mNbVisits)
+                        : castRay(mHierarchy, ray, qzQBVH::eIntersectBothFaces);
+  sample.mIsHit = hit.isHit();
+  sample.mColor = hit.isHit() ? shadeHit(ray, hit, random) : shadeBackground(ray, random);
+  return sample;
+}
+
+qzRenderer::tColor qzRenderer::shadeHit(const qzRay& ray, const qzHit& hit, tRandom& random) const {
+  const tVector direction = toDouble(ray.mDirection), normal = normalTowards(ray, hit.mTriangle);
+  switch (mShading) {
+    case tShading::eFacing: {
+      // A light beside the camera, one from above and the open sky.
+      const double facing = -dot(normal, direction);
+      const double fromAbove = std::max(0.0, dot(normal, mCamera.getUp()));
+      const tVector point = along(toDouble(ray.mOrigin), hit.mDistance, direction);
+      const double open = openness(point, normal, kNookReach * mSize, kNookRays, random);
+      const double light = open * (0.06 + 0.85 * facing * facing + 0.55 * fromAbove * fromAbove) + 0.015;
+      return {kSurface[0] * light, kSurface[1] * light, kSurface[2] * light};
+    }
+    case tShading::eNormal: {
+      tColor color;
+      for (std::size_t axis = 0; axis < 3; ++axis) color[axis] = std::pow(0.5 + 0.5 * normal[axis], 2.2);
+      return color;
+    }
+    case tShading::eDepth: {
+      const double depth = -hit.mDistance * dot(direction, mCamera.getBackward());
+      return mixed(kNear, kBackground, 0.9 * std::clamp((depth - mNearest) / (mFarthest - mNearest), 0.0, 1.0));
+    }
+    case tShading::eCost:
+      break;
+  }
+  return {};
+}
+
+qzRenderer::tColor qzRenderer::shadeBackground(const qzRay& ray, tRandom& random) const {
+  if (mShading != tShading::eFacing) return kBackground;
+  const tVector origin = toDouble(ray.mOrigin), direction = toDouble(ray.mDirection);
+  const double distance = (mFloor - origin[mUpAxis]) / direction[mUpAxis];
+  if (!(direction[mUpAxis] < 0.0 && distance > 0.0)) return kBackground;
+  const tVector point = along(origin, distance, direction);
+  const double fromMiddle = std::hypot(point[0] - mCenter[0], point[1] - mCenter[1], point[2] - mCenter[2]);
+  if (fromMiddle > (0.5 + kShadowReach) * mSize) return kBackground;  // nothing is near enough for a shadow
+  tVector up{};
+  up[mUpAxis] = 1.0;
+  const double light = 0.25 + 0.75 * openness(point, up, kShadowReach * mSize, kShadowRays, random);
+  return {kBackground[0] * light, kBackground[1] * light, kBackground[2] * light};
+}
+
+/// Normal of length 1 on the side that the ray comes from.
+qzRenderer::tVector qzRenderer::normalTowards(const qzRay& ray, int triangle) const {
+  const int* corners = mMesh.getIndexBuffer()->getIndices() + 3 * std::ptrdiff_t(triangle);
+  tVector v[3];
+  for (int k = 0; k < 3; ++k) v[k] = toDouble(mMesh.getVertexBuffer()->Position3(corners[k]));
+  const tVector normal = cross(along(v[1], -1.0, v[0]), along(v[2], -1.0, v[0]));
+  const double length = std::sqrt(dot(normal, normal));
+  const double sign = dot(normal, toDouble(ray.mDirection)) > 0.0 ? -1.0 : 1.0;
+  return {sign * normal[0] / length, sign * normal[1] / length, sign * normal[2] / length};
+}
+
+/// How much of the half space over a point is free: 1 in the open, 0 when closed in. What is beyond reach does not
+/// count, what is near it counts little.
+double qzRenderer::openness(const tVector& point, const tVector& normal, double reach, int nbRays,
+                            tRandom& random) const {
+  const tVector side = std::abs(normal[0]) < 0.6 ? tVector{1, 0, 0} : tVector{0, 1, 0};
+  tVector tangent = cross(normal, side);
+  const double length = std::sqrt(dot(tangent, tangent));
+  for (double& component : tangent) component /= length;
+  const tVector bitangent = cross(normal, tangent);
+
+  double sum = 0.0;
+  for (int i = 0; i < nbRays; ++i) {
+    // More rays along the normal than along the surface, as light counts there.
+    const auto [turn, squaredRadius] = random.nextPair();
+    const double angle = 2.0 * kPi * turn, radius = std::sqrt(squaredRadius);
+    tVector direction = along({}, std::sqrt(1.0 - squaredRadius), normal);
+    direction = along(direction, radius * std::cos(angle), tangent);
+    direction = along(direction, radius * std::sin(angle), bitangent);
+    qzRay ray;
+    ray.mOrigin = toFloat(along(point, 1e-4 * mSize, normal));  // off the surface, which would shade itself
+    ray.mDirection = toFloat(direction);
+    ray.mTMax = static_cast<float>(reach);
+    const qzHit hit = castRay(mHierarchy, ray, qzQBVH::eIntersectBothFaces);
+    sum += hit.isHit() ? hit.mDistance / reach : 1.0;
+  }
+  return sum / nbRays;
+}
+
+}  // namespace qzQuery

@@ -1,0 +1,42 @@
+#pragma once
+// qzScene: a mesh from a file with a hierarchy over its triangles, and what reading and building took.
+
+#include <qzSceneGraph/qzTriMesh.h>
+#include <toolkit/qzVisitCounter.h>
+
+#include <string>
+
+#include "qzCommands.h"
+
+namespace qzQuery {
+
+class qzScene {
+ public:
+  /// Reads and builds, and says so on standard error unless options ask for quiet.
+  qzScene(const std::string& meshName, const tOptions& options);
+  qzScene(const qzScene&) = delete;
+  qzScene& operator=(const qzScene&) = delete;
+
+  const qz::qzTriMesh& getMesh() const { return mMesh; }
+  const qzToolkit::qzVisitCounter& getHierarchy() const { return mHierarchy; }
+  std::size_t getNbTriangles() const { return static_cast<std::size_t>(mMesh.getIndexBuffer()->getNbIndices()) / 3; }
+  double getBuildSeconds() const { return mBuildSeconds; }
+
+ private:
+  double mReadSeconds = 0.0, mBuildSeconds = 0.0;
+  qz::qzTriMesh mMesh;
+  qzToolkit::qzVisitCounter mHierarchy;
+};
+
+/// Writes a line to standard error unless options ask for quiet.
+void say(const tOptions& options, const std::string& line);
+
+/// "12.3 %", and "0 %" of nothing.
+std::string percent(std::size_t part, std::size_t whole);
+/// "0.123 s"
+std::string seconds(double duration);
+
+/// Seconds since the start of some clock.
+double now();
+
+}  // namespace qzQuery

@@ -1,0 +1,31 @@
+#pragma once
+// qzImage: a picture of 8-bit red, green and blue, rows from the top.
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace qzToolkit {
+
+class qzImage {
+ public:
+  /// A black picture; both sizes at least 1.
+  qzImage(int width, int height);
+
+  int getWidth() const { return mWidth; }
+  int getHeight() const { return mHeight; }
+
+  /// Sets a pixel to red, green and blue from 0 to 1 in linear light; beyond that they are cut off. Different pixels
+  /// may be set by different threads.
+  void setPixel(int x, int y, const std::array<double, 3>& color);
+
+  /// The picture as a PNG file.
+  std::string encodePng() const;
+
+ private:
+  int mWidth, mHeight;
+  std::vector<std::uint8_t> mBytes;
+};
+
+}  // namespace qzToolkit

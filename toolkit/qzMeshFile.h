@@ -1,0 +1,31 @@
+#pragma once
+// Triangle meshes from files, in any format that assimp knows: OBJ, PLY, STL, OFF, glTF, COLLADA and many more.
+
+#include <qzSceneGraph/qzTriMesh.h>
+
+#include <string>
+
+namespace qzToolkit {
+
+/// The largest mesh that a hierarchy holds: with one triangle per leaf the binary tree then has fewer than 2^28 nodes,
+/// the most that a node's right child can name.
+constexpr std::size_t kMaxTriangles = std::size_t(1) << 27;
+
+/// Reads all triangles of a file, in the order of the file.
+///
+/// name          the file; its extension tells the format. With ".gz" behind ("bike.obj.gz") it is unpacked in memory,
+///               and other files that it refers to are not looked for
+/// maxTriangles  more are an error
+///
+/// Polygons are triangulated, points and lines left out, all meshes of a scene joined with their transforms applied.
+/// Vertices are not merged and triangles without area are kept. OBJ coordinates are the floats nearest to the decimal
+/// numbers; in other text formats assimp may be a rounding off.
+/// The result has at least one triangle, indices in range and finite coordinates.
+///
+/// Failure: a missing, unreadable, incomplete or damaged file, one without triangles, an index out of range, a
+/// coordinate that is NaN or infinite, or too many triangles throw a qzError that names the file and the place: a line
+/// of a text file, or a vertex or triangle as counted from 0. What the file's own reader reports as broken geometry
+/// fails too. Calls of several threads wait for each other.
+qz::qzTriMesh loadMesh(const std::string& name, std::size_t maxTriangles = kMaxTriangles);
+
+}  // namespace qzToolkit
