@@ -6,6 +6,7 @@
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 
 #include <cmath>
+#include <utility>
 
 namespace qzTest {
 
@@ -28,10 +29,19 @@ std::vector<qzBBox> boxesMadeBy(std::uint32_t count, Make make) {
   return boxes;
 }
 
-// A sign, and a magnitude of any order between 2^low and 2^high.
+// A box of six floats made by make(), one after the other.
+template <class Make>
+qzBBox boxOfDrawn(Make make) {
+  Point min, max;
+  for (int c = 0; c < 3; ++c) min[c] = make();
+  for (int c = 0; c < 3; ++c) max[c] = make();
+  return qzBBox::Make(min, max);
+}
+
+// A magnitude of any order between 2^low and 2^high.
 float anyOrder(Random& random, int low, int high) {
   const int exponent = low + static_cast<int>(random.below(static_cast<std::uint32_t>(high - low)));
-  return std::ldexp(random.below(2) == 0 ? 1.0f + random.unit() : -1.0f - random.unit(), exponent);
+  return std::ldexp(1.0f + random.unit(), exponent);
 }
 
 }  // namespace
@@ -65,7 +75,6 @@ std::vector<Scene> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) {
   Random random(seed);
   const int nbTriangles = static_cast<int>(count);
   const int side = static_cast<int>(std::sqrt(static_cast<double>(count) / 2.0)) + 1;
-  const auto anyFloat = [&] { return random.anyFloat(); };
   std::vector<Scene> scenes;
 
   scenes.push_back({"one box", randomBoxes(1, 0.5f, random.bits())});
@@ -92,7 +101,8 @@ std::vector<Scene> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) {
                       return qzBBox(Point(c, c, c));
                     })});
   scenes.push_back({"far from the origin", boxesMadeBy(count, [&] {
-                      return qzBBox(Point(1e7f + random.between(0.0f, 9.0f), -1e7f, random.unit()));
+                      const float x = 1e7f + random.between(0.0f, 9.0f), z = random.unit();
+                      return qzBBox(Point(x, -1e7f, z));
                     })});
   scenes.push_back({"a crowd and an outlier", boxesMadeBy(count, [&, first = true]() mutable {
                       const Point far(1000.0f, 1000.0f, 1000.0f);
@@ -101,10 +111,12 @@ std::vector<Scene> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) {
 
   scenes.push_back({"huge coordinates", boxesMadeBy(count, [&] {
                       const float high = kMaxFloat * 0.25f;
-                      return qzBBox::RobustMake(random.point(-high, high), random.point(-high, high));
+                      const Point a = random.point(-high, high), b = random.point(-high, high);
+                      return qzBBox::RobustMake(a, b);
                     })});
   scenes.push_back({"coordinates whose sums overflow", boxesMadeBy(count, [&] {
-                      return qzBBox::RobustMake(random.point(-kMaxFloat, 0.0f), random.point(0.0f, kMaxFloat));
+                      const Point a = random.point(-kMaxFloat, 0.0f), b = random.point(0.0f, kMaxFloat);
+                      return qzBBox::RobustMake(a, b);
                     })});
   scenes.push_back({"denormal coordinates", boxesMadeBy(count, [&] {
                       const auto tiny = [&] { return floatFromBits(random.below(0x00800000u)); };
@@ -113,8 +125,7 @@ std::vector<Scene> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) {
                     })});
   scenes.push_back({"both zeros", boxesMadeBy(count, [&] {
                       const auto zero = [&] { return random.below(2) == 0 ? 0.0f : -0.0f; };
-                      const Point min(zero(), zero(), zero()), max(zero(), zero(), zero());
-                      return qzBBox::Make(min, max);
+                      return boxOfDrawn(zero);
                     })});
   scenes.push_back({"infinite boxes among others", boxesMadeBy(count, [&] {
                       qzBBox box = randomBoxes(1, 0.1f, random.bits())[0];
@@ -131,11 +142,7 @@ std::vector<Scene> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) {
                       return qzBBox::Make(min, max);
                     })});
   scenes.push_back({"nothing but NaN", std::vector<qzBBox>(count, qzBBox::Make(kNaN, kNaN, kNaN, kNaN, kNaN, kNaN))});
-  scenes.push_back({"any floats", boxesMadeBy(count, [&] {
-                      const Point min(anyFloat(), anyFloat(), anyFloat());
-                      const Point max(anyFloat(), anyFloat(), anyFloat());
-                      return qzBBox::Make(min, max);
-                    })});
+  scenes.push_back({"any floats", boxesMadeBy(count, [&] { return boxOfDrawn([&] { return random.anyFloat(); }); })});
   scenes.push_back({"nothing but empty boxes", std::vector<qzBBox>(count)});
   scenes.push_back({"empty boxes among others", boxesMadeBy(count, [&] {
                       return random.below(3) == 0 ? qzBBox() : randomBoxes(1, 0.1f, random.bits())[0];
@@ -150,8 +157,8 @@ std::vector<Scene> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) {
   scenes.push_back({"inside out, of any order", boxesMadeBy(count, [&] {
                       Point min, max;
                       for (int c = 0; c < 3; ++c) {
-                        min[c] = std::fabs(anyOrder(random, -20, 50));
-                        max[c] = -std::fabs(anyOrder(random, -20, 50));
+                        min[c] = anyOrder(random, -20, 50);
+                        max[c] = -anyOrder(random, -20, 50);
                       }
                       return qzBBox::Make(min, max);
                     })});
@@ -160,8 +167,8 @@ std::vector<Scene> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) {
                       if (std::exchange(first, false)) return unit;
                       Point min, max;
                       for (int c = 0; c < 3; ++c) {
-                        min[c] = random.below(2) == 0 ? random.unit() : std::fabs(anyOrder(random, 0, 70));
-                        max[c] = random.below(2) == 0 ? random.unit() : -std::fabs(anyOrder(random, 0, 70));
+                        min[c] = random.below(2) == 0 ? random.unit() : anyOrder(random, 0, 70);
+                        max[c] = random.below(2) == 0 ? random.unit() : -anyOrder(random, 0, 70);
                       }
                       return qzBBox::Make(min, max);
                     })});

@@ -30,8 +30,9 @@ std::string formatByteSize(std::int64_t value);
 std::uint64_t mortonCode(std::uint32_t x, std::uint32_t y, std::uint32_t z);
 
 /// The cell along one axis that holds coordinate, on a grid of 2^bits cells which starts at origin with scale cells per
-/// unit. The 64 bit integer nearest to zero loses its upper half before it is limited to the last cell, so values
-/// beyond 2^32 and negative ones wrap; what is no 64 bit integer, a NaN included, is in cell 0.
+/// unit. The scaled distance is cut off to a 64-bit integer, and its low 32 bits, read as unsigned, are limited to the
+/// last cell: a distance of -1 gives the last cell, one of 2^32 cell 0. What is no 64-bit integer, a NaN included,
+/// gives cell 0.
 std::uint32_t cellOf(float coordinate, float origin, float scale, unsigned int bits);
 
 class LinearBuilder {
