@@ -2,6 +2,7 @@
 // What a ray query asks of a four-wide hierarchy, in plain numbers, and the variants of the walk that answers it.
 
 #include <Wm4/Vector3.h>
+#include <xmmintrin.h>
 
 namespace qzDetail {
 
@@ -30,18 +31,18 @@ tRayHierarchy viewRows(const Node* nodes, const Equations* equations, const Indi
 }
 
 struct tRayQuery {
-  float mOrigin[3], mDirection[3];
-  float mTMin;  // not read when symmetric
-  bool mFront;  // triangles with normal . direction <= 0 count
-  bool mBack;   // those with normal . direction >= 0 count
+  __m128 mOrigin, mDirection;  // x, y, z; the fourth lanes are 0 and 1
+  float mTMin;                 // not read when symmetric
+  bool mFront;                 // triangles with normal . direction <= 0 count
+  bool mBack;                  // those with normal . direction >= 0 count
   bool mIsSymmetric;
 };
 
 /// A query of qzQBVH::intersectRay; policy is a qzQBVH::tIntersectionPolicy.
 inline tRayQuery makeRayQuery(const Wm4::Vector3<float>& origin, const Wm4::Vector3<float>& direction, float tMin,
                               unsigned int policy) {
-  return {{origin[0], origin[1], origin[2]},
-          {direction[0], direction[1], direction[2]},
+  return {_mm_setr_ps(origin[0], origin[1], origin[2], 0.0f),
+          _mm_setr_ps(direction[0], direction[1], direction[2], 1.0f),
           tMin,
           policy != 2,
           policy != 1,
@@ -50,7 +51,9 @@ inline tRayQuery makeRayQuery(const Wm4::Vector3<float>& origin, const Wm4::Vect
 
 /// A query of qzQBVH::intersectRaySymmetric: both ways, front faces only.
 inline tRayQuery makeSymmetricRayQuery(const Wm4::Vector3<float>& origin, const Wm4::Vector3<float>& direction) {
-  return {{origin[0], origin[1], origin[2]}, {direction[0], direction[1], direction[2]}, 0.0f, true, false, true};
+  tRayQuery query = makeRayQuery(origin, direction, 0.0f, 1);
+  query.mIsSymmetric = true;
+  return query;
 }
 
 /// The nearest hit so far.

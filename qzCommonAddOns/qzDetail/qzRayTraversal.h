@@ -66,19 +66,22 @@ class tRayTraversal {
   static_assert(!(kIsSymmetric && kIsPlain));
 
  public:
-  tRayTraversal(const tRayHierarchy& hierarchy, const tRayQuery& query, const float* inverse, tRayHit& hit,
-                Observer observer)
+  tRayTraversal(const tRayHierarchy& hierarchy, const tRayQuery& query, __m128 origin, __m128 direction, __m128 inverse,
+                tRayHit& hit, Observer observer)
       : mHierarchy(hierarchy),
+        mOrigin{lane<0>(origin), lane<1>(origin), lane<2>(origin)},
+        mDirection{lane<0>(direction), lane<1>(direction), lane<2>(direction)},
+        mInverse{lane<0>(inverse), lane<1>(inverse), lane<2>(inverse)},
         mTMin(_mm_set1_ps(query.mTMin)),
         mFront(_mm_castsi128_ps(_mm_set1_epi32(query.mFront ? -1 : 0))),
         mBack(_mm_castsi128_ps(_mm_set1_epi32(query.mBack ? -1 : 0))),
         mHit(hit),
         mObserver(observer) {
+    const int negative = _mm_movemask_ps(inverse);
     for (int axis = 0; axis < 3; ++axis) {
-      mOrigin[axis] = _mm_set1_ps(query.mOrigin[axis]);
-      mDirection[axis] = _mm_set1_ps(query.mDirection[axis]);
-      mInverse[axis] = _mm_set1_ps(inverse[axis]);
-      mNearRow[axis] = inverse[axis] > 0.0f ? axis : axis + 3;
+      const bool isNegative = (negative >> axis & 1) != 0;
+      mNear[axis] = 4 * (isNegative ? axis + 3 : axis);
+      mFar[axis] = 4 * (isNegative ? axis : axis + 3);
     }
   }
 
@@ -224,8 +227,8 @@ class tRayTraversal {
     const __m128 lo = kIsSymmetric ? negate(hi) : mTMin;
     __m128 t1[3], t2[3];
     for (int axis = 0; axis < 3; ++axis) {
-      t1[axis] = slab(node, axis, axis);
-      t2[axis] = slab(node, axis + 3, axis);
+      t1[axis] = slab(node + 4 * axis, axis);
+      t2[axis] = slab(node + 4 * (axis + 3), axis);
     }
     const __m128 entry = _mm_max_ps(_mm_max_ps(_mm_max_ps(_mm_min_ps(t1[0], t2[0]), lo), _mm_min_ps(t1[1], t2[1])),
                                     _mm_min_ps(t1[2], t2[2]));
@@ -240,19 +243,19 @@ class tRayTraversal {
   // The same for a plain ray: the direction's signs say which row is the near one, and keys are entry distances. An
   // empty lane is unbounded in the general form; here it misses, so it is given its key, tMin, for the order.
   int meetPlain(const float* node, __m128& key) {
-    const __m128 entry = _mm_max_ps(_mm_max_ps(slab(node, mNearRow[0], 0), slab(node, mNearRow[1], 1)),
-                                    _mm_max_ps(slab(node, mNearRow[2], 2), mTMin));
+    const __m128 entry = _mm_max_ps(_mm_max_ps(slab(node + mNear[0], 0), slab(node + mNear[1], 1)),
+                                    _mm_max_ps(slab(node + mNear[2], 2), mTMin));
     const __m128 farthest = _mm_min_ps(_mm_set1_ps(mHit.mT), _mm_set1_ps(kLargest));
-    const __m128 exit = _mm_min_ps(_mm_min_ps(slab(node, 3 - mNearRow[0], 0), slab(node, 5 - mNearRow[1], 1)),
-                                   _mm_min_ps(slab(node, 7 - mNearRow[2], 2), farthest));
+    const __m128 exit = _mm_min_ps(_mm_min_ps(slab(node + mFar[0], 0), slab(node + mFar[1], 1)),
+                                   _mm_min_ps(slab(node + mFar[2], 2), farthest));
     const __m128 isMet = _mm_cmple_ps(entry, exit);
     key = select(isMet, entry, select(emptyLanes(node), mTMin, _mm_set1_ps(kInfinity)));
     return _mm_movemask_ps(isMet);
   }
 
-  // Distance to the planes of one row on one axis.
-  __m128 slab(const float* node, int rowNumber, int axis) const {
-    return _mm_mul_ps(_mm_sub_ps(_mm_load_ps(node + 4 * rowNumber), mOrigin[axis]), mInverse[axis]);
+  // Distance to four planes across one axis.
+  __m128 slab(const float* planes, int axis) const {
+    return _mm_mul_ps(_mm_sub_ps(_mm_load_ps(planes), mOrigin[axis]), mInverse[axis]);
   }
 
   static __m128 emptyLanes(const float* node) {
@@ -287,7 +290,7 @@ class tRayTraversal {
       const __m128 isFacing = _mm_or_ps(_mm_and_ps(mFront, _mm_cmple_ps(denominator, _mm_setzero_ps())),
                                         _mm_and_ps(mBack, _mm_cmpge_ps(denominator, _mm_setzero_ps())));
       __m128 isAccepted =
-          _mm_and_ps(_mm_and_ps(isFacing, _mm_cmple_ps(distance, entryT)), _mm_cmplt_ps(distance, best));
+          _mm_and_ps(isFacing, _mm_and_ps(_mm_cmple_ps(distance, entryT), _mm_cmplt_ps(distance, best)));
       if (!kIsSymmetric) isAccepted = _mm_and_ps(isAccepted, _mm_cmple_ps(mTMin, h));
       if (_mm_movemask_ps(isAccepted) == 0) continue;
 
@@ -336,6 +339,10 @@ class tRayTraversal {
     return _mm_add_ps(yz, _mm_mul_ps(row(equation, 0), p[0]));
   }
 
+  template <int kLane>
+  static __m128 lane(__m128 a) {
+    return _mm_shuffle_ps(a, a, _MM_SHUFFLE(kLane, kLane, kLane, kLane));
+  }
   static __m128 row(const float* rows, int number) { return _mm_load_ps(rows + 4 * number); }
   static __m128 negate(__m128 a) { return _mm_xor_ps(a, _mm_set1_ps(-0.0f)); }
   static __m128 absolute(__m128 a) { return _mm_andnot_ps(_mm_set1_ps(-0.0f), a); }
@@ -350,7 +357,7 @@ class tRayTraversal {
   const tRayHierarchy mHierarchy;
   __m128 mOrigin[3], mDirection[3], mInverse[3];
   __m128 mTMin, mFront, mBack;
-  int mNearRow[3];  // of every axis; the far row is the one of the other three
+  std::ptrdiff_t mNear[3], mFar[3];  // where in a node the near and the far planes of every axis stand
   tRayHit& mHit;
   Observer mObserver;
 };
@@ -358,22 +365,22 @@ class tRayTraversal {
 /// Finds the nearest hit; see qzQBVH::intersectRay and intersectRaySymmetric.
 template <class Observer = tNoRayObserver>
 void castRay(const tRayHierarchy& hierarchy, const tRayQuery& query, tRayHit& hit, Observer observer = Observer()) {
-  // Infinities and zeros of the reciprocals, and NaN, fail one of these comparisons.
-  constexpr float kMax = std::numeric_limits<float>::max();
-  const auto isWithin = [](float x, float low, float high) { return low <= x && x <= high; };
-  float inverse[3];
-  bool isPlain = hierarchy.mIsNested && isWithin(query.mTMin, 0.0f, hit.mT);
-  for (int axis = 0; axis < 3; ++axis) {
-    inverse[axis] = 1.0f / query.mDirection[axis];
-    isPlain = isPlain && isWithin(query.mOrigin[axis], -kMax, kMax) && isWithin(inverse[axis], -kMax, kMax) &&
-              inverse[axis] != 0.0f;
-  }
+  const __m128 origin = query.mOrigin, direction = query.mDirection;
+  const __m128 inverse = _mm_div_ps(_mm_set1_ps(1.0f), direction);
+
+  // NaN and infinities fail the first comparisons, zeros among the reciprocals the last.
+  const __m128 largest = _mm_set1_ps(std::numeric_limits<float>::max()), sign = _mm_set1_ps(-0.0f);
+  const __m128 isFinite = _mm_and_ps(_mm_cmple_ps(_mm_andnot_ps(sign, origin), largest),
+                                     _mm_cmple_ps(_mm_andnot_ps(sign, inverse), largest));
+  const __m128 isRegular = _mm_and_ps(isFinite, _mm_cmpneq_ps(inverse, _mm_setzero_ps()));
+  const bool isPlain =
+      hierarchy.mIsNested && 0.0f <= query.mTMin && query.mTMin <= hit.mT && (_mm_movemask_ps(isRegular) & 7) == 7;
   if (query.mIsSymmetric) {
-    tRayTraversal<true, false, Observer>(hierarchy, query, inverse, hit, observer).run();
+    tRayTraversal<true, false, Observer>(hierarchy, query, origin, direction, inverse, hit, observer).run();
   } else if (isPlain) {
-    tRayTraversal<false, true, Observer>(hierarchy, query, inverse, hit, observer).run();
+    tRayTraversal<false, true, Observer>(hierarchy, query, origin, direction, inverse, hit, observer).run();
   } else {
-    tRayTraversal<false, false, Observer>(hierarchy, query, inverse, hit, observer).run();
+    tRayTraversal<false, false, Observer>(hierarchy, query, origin, direction, inverse, hit, observer).run();
   }
 }
 
