@@ -1,0 +1,7 @@
+#include <qzSceneGraph/qzCancelInterfaceReadOnly.h>
+
+namespace qz {
+
+qzCancelInterfaceReadOnly::~qzCancelInterfaceReadOnly() = default;
+
+}  // namespace qz
