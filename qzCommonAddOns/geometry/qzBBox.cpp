@@ -1,18 +1,15 @@
 #include <qzCommonAddOns/geometry/qzBBox.h>
+#include <qzCommonAddOns/qzDetail/qzAxis.h>
 #include <qzCommonAddOns/qzDetail/qzFloatMode.h>
 #include <qzCommonAddOns/qzDetail/qzMinMax.h>
 
+using qzDetail::componentOf;
 using qzDetail::maxOf;
 using qzDetail::minOf;
 using qzDetail::tFloatMode;
 using Point = Wm4::Vector3<float>;
 
 namespace {
-
-// Component number of an axis; every stray value is z.
-int indexOf(qzBBox::tAxis axis) {
-  return axis == qzBBox::eAxisX ? 0 : axis == qzBBox::eAxisY ? 1 : 2;
-}
 
 Point minOfEach(const Point& atHand, const Point& other) {
   return Point(minOf(atHand[0], other[0]), minOf(atHand[1], other[1]), minOf(atHand[2], other[2]));
@@ -66,7 +63,7 @@ float qzBBox::extentZ() const {
 
 float qzBBox::getExtent(tAxis axis) const {
   const tFloatMode mode;
-  return mMax[indexOf(axis)] - mMin[indexOf(axis)];
+  return mMax[componentOf(axis)] - mMin[componentOf(axis)];
 }
 
 Point qzBBox::getExtents() const {
@@ -95,7 +92,7 @@ float qzBBox::getMaxExtent(tAxis& axis) const {
   const tFloatMode mode;
   const Point d = getExtents();
   axis = d[2] > d[1] ? eAxisZ : eAxisY;
-  const float candidate = d[indexOf(axis)];
+  const float candidate = d[componentOf(axis)];
   if (!(d[0] > candidate)) return candidate;
   axis = eAxisX;
   return d[0];
@@ -105,7 +102,7 @@ float qzBBox::getMinExtent(tAxis& axis) const {
   const tFloatMode mode;
   const Point d = getExtents();
   axis = d[1] > d[2] ? eAxisZ : eAxisY;
-  const float candidate = d[indexOf(axis)];
+  const float candidate = d[componentOf(axis)];
   if (!(candidate > d[0])) return candidate;
   axis = eAxisX;
   return d[0];
@@ -230,7 +227,7 @@ Wm4::Vector4<float> qzBBox::projectOntoBBox(const Wm4::Vector4<float>& p) const 
 qzBBox qzBBox::splitLeft(tAxis axis, float v) const {
   const tFloatMode mode;
   qzBBox left = *this;
-  float& max = left.mMax[indexOf(axis)];
+  float& max = left.mMax[componentOf(axis)];
   max = minOf(v, max);
   return left;
 }
@@ -238,7 +235,7 @@ qzBBox qzBBox::splitLeft(tAxis axis, float v) const {
 qzBBox qzBBox::splitRight(tAxis axis, float v) const {
   const tFloatMode mode;
   qzBBox right = *this;
-  float& min = right.mMin[indexOf(axis)];
+  float& min = right.mMin[componentOf(axis)];
   min = maxOf(v, min);
   return right;
 }

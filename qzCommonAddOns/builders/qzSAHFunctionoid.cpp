@@ -1,0 +1,12 @@
+#include <qzCommonAddOns/builders/qzSAHFunctionoid.h>
+#include <qzCommonAddOns/qzDetail/qzFloatMode.h>
+#include <qzCommonAddOns/qzDetail/qzSurfaceAreaCost.h>
+
+qzSAHFunctionoid::~qzSAHFunctionoid() = default;
+
+qzDefaultSAH::~qzDefaultSAH() = default;
+
+float qzDefaultSAH::f(const qzBBox& box, unsigned int count) const {
+  const qzDetail::tFloatMode mode;
+  return qzDetail::surfaceAreaCost(box, count);
+}

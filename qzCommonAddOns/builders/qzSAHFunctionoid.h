@@ -1,0 +1,32 @@
+#pragma once
+// qzSAHFunctionoid: what a node costs, for builders that compare ways to split one; qzDefaultSAH: the usual answer.
+
+#include <qzCommonAddOns/geometry/qzBBox.h>
+#include <qzCommonAddOns/qzApi.h>
+
+class QZ_COMMONADDONS_API qzSAHFunctionoid {
+ public:
+  qzSAHFunctionoid() = default;
+  qzSAHFunctionoid(const qzSAHFunctionoid&) = default;
+  qzSAHFunctionoid& operator=(const qzSAHFunctionoid&) = default;
+
+  /// Cost of a node with this box around count items. A builder asks for both halves of every candidate, in a fixed
+  /// order, and then for the undivided node; only comparisons of sums count, so any unit will do.
+  virtual float f(const qzBBox& box, unsigned int count) const = 0;
+  virtual ~qzSAHFunctionoid() = 0;
+};
+
+/// Half the surface area of the box times the number of items, to which 4 is added for the visit of the node itself.
+class QZ_COMMONADDONS_API qzDefaultSAH : public qzSAHFunctionoid {
+ public:
+  qzDefaultSAH() = default;
+  qzDefaultSAH(const qzDefaultSAH&) = default;
+  qzDefaultSAH& operator=(const qzDefaultSAH&) = default;
+  qzDefaultSAH(qzDefaultSAH&&) = default;
+  qzDefaultSAH& operator=(qzDefaultSAH&&) = default;
+
+  /// (dx * (dz + dy) + dz * dy) * (count + 4) in that order, in square units; count + 4 wraps at 32 bits. An empty box
+  /// costs +inf. Source: MacDonald and Booth 1990.
+  float f(const qzBBox& box, unsigned int count) const override;
+  ~qzDefaultSAH() override;
+};

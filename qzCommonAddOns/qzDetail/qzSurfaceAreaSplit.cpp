@@ -1,0 +1,150 @@
+// Planes on both sides of an empty bin divide the items in the same way, so only occupied bins are looked at. One sweep
+// from above leaves the cost of the upper side per occupied bin, one from below adds that of the lower side.
+
+#include <qzCommonAddOns/qzDetail/qzBoxLanes.h>
+#include <qzCommonAddOns/qzDetail/qzMorton.h>
+#include <qzCommonAddOns/qzDetail/qzSurfaceAreaSplit.h>
+
+#include <algorithm>
+#include <cstdint>
+
+namespace qzDetail {
+
+namespace {
+
+// x, y and z of the upper corner in lanes 0 to 2.
+__m128 maxOf(const tBoxLanes& box) {
+  return _mm_shuffle_ps(box.mMax, box.mMax, _MM_SHUFFLE(3, 3, 2, 1));
+}
+
+// surfaceAreaCost of a box in registers.
+float costOf(const tBoxLanes& box, unsigned int count) {
+  const __m128 d = _mm_sub_ps(maxOf(box), box.mMin);  // [ dx  dy  dz  . ]
+  const __m128 dy = _mm_shuffle_ps(d, d, _MM_SHUFFLE(1, 1, 1, 1)), dz = _mm_movehl_ps(d, d);
+  const __m128 area = _mm_add_ss(_mm_mul_ss(d, _mm_add_ss(dz, dy)), _mm_mul_ss(dz, dy));
+  return _mm_cvtss_f32(area) * static_cast<float>(count + 4);
+}
+
+// Bins of all three axes for one item at a time.
+class tGrid {
+ public:
+  tGrid(const qzBBox& node, unsigned int nbBins) : mLastBin(nbBins - 1) {
+    const Wm4::Vector3<float>&min = node.getMinPoint(), &max = node.getMaxPoint();
+    for (int axis = 0; axis < 3; ++axis) {
+      mAxes[axis] = {min[axis], static_cast<float>(nbBins) / (max[axis] - min[axis])};
+    }
+    mOrigin = _mm_setr_ps(mAxes[0].mOrigin, mAxes[1].mOrigin, mAxes[2].mOrigin, 0.0f);
+    mScale = _mm_setr_ps(mAxes[0].mScale, mAxes[1].mScale, mAxes[2].mScale, 0.0f);
+  }
+
+  // Bins of x, y and z in the three low bytes: tGridAxis::cellOf on every axis.
+  std::uint32_t binsOf(const tBoxLanes& box) const {
+    const __m128 centroid = _mm_mul_ps(_mm_add_ps(box.mMin, maxOf(box)), _mm_set1_ps(0.5f));
+    const __m128i bins = _mm_cvttps_epi32(_mm_mul_ps(_mm_sub_ps(centroid, mOrigin), mScale));
+    // The lowest number stands for all that 32 bits cannot hold.
+    const __m128i isTooLarge = _mm_cmpeq_epi32(bins, _mm_set1_epi32(std::numeric_limits<int>::min()));
+    if ((_mm_movemask_ps(_mm_castsi128_ps(isTooLarge)) & 7) != 0) return binsOf(centroid);
+    // As unsigned numbers the negative ones lie above the last bin.
+    const __m128i last = _mm_set1_epi32(static_cast<int>(mLastBin));
+    const __m128i isOutside = _mm_or_si128(_mm_cmplt_epi32(bins, _mm_setzero_si128()), _mm_cmpgt_epi32(bins, last));
+    const __m128i inside = _mm_or_si128(_mm_and_si128(isOutside, last), _mm_andnot_si128(isOutside, bins));
+    const __m128i words = _mm_packs_epi32(inside, inside);
+    return static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_packus_epi16(words, words)));
+  }
+
+ private:
+  std::uint32_t binsOf(__m128 centroid) const {
+    alignas(16) float c[4];
+    _mm_store_ps(c, centroid);
+    std::uint32_t bins = 0;
+    for (int axis = 0; axis < 3; ++axis) bins |= mAxes[axis].cellOf(c[axis], mLastBin) << (8 * axis);
+    return bins;
+  }
+
+  __m128 mOrigin, mScale;  // [ x  y  z  0 ]
+  tGridAxis mAxes[3];
+  unsigned int mLastBin;
+};
+
+unsigned int binOf(std::uint32_t bins, int axis) {
+  return bins >> (8 * axis) & 0xFF;
+}
+
+// The bins of one axis; boxes of empty bins are unset.
+struct tBins {
+  struct tBox {
+    __m128 mMin, mMax;  // as in tBoxLanes
+
+    void operator=(const tBoxLanes& box) {
+      mMin = box.mMin;
+      mMax = box.mMax;
+    }
+    tBoxLanes lanes() const {
+      tBoxLanes box;
+      box.mMin = mMin;
+      box.mMax = mMax;
+      return box;
+    }
+  };
+  tBox mBoxes[kMaxBinsOfSplit];
+  std::uint16_t mCounts[kMaxBinsOfSplit];
+
+  void improve(tSplit& best, int axis, unsigned int nbBins) const {
+    unsigned int occupied[kMaxBinsOfSplit], nbOccupied = 0;
+    for (unsigned int bin = 0; bin < nbBins; ++bin) {
+      occupied[nbOccupied] = bin;
+      nbOccupied += mCounts[bin] != 0;
+    }
+
+    // Cost of the k-th occupied bin and all above.
+    float upperCosts[kMaxBinsOfSplit];
+    tBoxLanes box;
+    unsigned int count = 0;
+    for (unsigned int k = nbOccupied - 1; k > 0; --k) {
+      box.unite(mBoxes[occupied[k]].lanes());
+      count += mCounts[occupied[k]];
+      upperCosts[k] = costOf(box, count);
+    }
+
+    box = tBoxLanes();
+    count = 0;
+    for (unsigned int k = 0; k + 1 < nbOccupied; ++k) {
+      box.unite(mBoxes[occupied[k]].lanes());
+      count += mCounts[occupied[k]];
+      const float cost = costOf(box, count) + upperCosts[k + 1];
+      if (cost < best.mCost) best = {cost, axis, occupied[k]};
+    }
+  }
+};
+
+}  // namespace
+
+tSplit cheapestSplit(const qzBBox& node, const qzBBox* bboxes, const unsigned int* items, unsigned int count,
+                     unsigned int nbBins) {
+  tBins axes[3];
+  for (tBins& bins : axes) std::fill_n(bins.mCounts, nbBins, std::uint16_t(0));
+
+  // Bins of all items, and an empty box in every bin that gets one.
+  std::uint32_t binsOfItems[kMaxItemsOfSplit];
+  const tGrid grid(node, nbBins);
+  for (unsigned int i = 0; i < count; ++i) {
+    binsOfItems[i] = grid.binsOf(tBoxLanes(bboxes[items[i]]));
+    for (int axis = 0; axis < 3; ++axis) axes[axis].mBoxes[binOf(binsOfItems[i], axis)] = tBoxLanes();
+  }
+  for (unsigned int i = 0; i < count; ++i) {
+    const tBoxLanes item(bboxes[items[i]]);
+    for (int axis = 0; axis < 3; ++axis) {
+      const unsigned int bin = binOf(binsOfItems[i], axis);
+      tBoxLanes box = axes[axis].mBoxes[bin].lanes();
+      box.unite(item);
+      axes[axis].mBoxes[bin] = box;
+      ++axes[axis].mCounts[bin];
+    }
+  }
+
+  tSplit best;
+  for (int axis = 0; axis < 3; ++axis) axes[axis].improve(best, axis, nbBins);
+  return best;
+}
+
+}  // namespace qzDetail
