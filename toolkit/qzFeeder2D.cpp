@@ -1,0 +1,58 @@
+#include <toolkit/qzError.h>
+#include <toolkit/qzFeeder2D.h>
+
+#include <cmath>
+#include <cstddef>
+#include <string>
+#include <utility>
+
+namespace qzToolkit {
+
+namespace {
+
+using Point = Wm4::Vector2<float>;
+
+constexpr std::size_t kMaxPrimitives = std::size_t(1) << 30;  // a leaf has 30 bits for its first entry
+
+bool isFinite(const Point& p) {
+  return std::isfinite(p[0]) && std::isfinite(p[1]);
+}
+
+}  // namespace
+
+void qzFeeder2D::setPrimitives(std::vector<Point> points, std::vector<qzBBox2D> boxes) {
+  if (points.size() != boxes.size()) {
+    throw qzError(std::to_string(points.size()) + " points do not go with " + std::to_string(boxes.size()) + " boxes");
+  }
+  if (boxes.empty()) throw qzError("there are no primitives");
+  if (boxes.size() > kMaxPrimitives) throw qzError("there are more than 2^30 primitives");
+  qzBBox2D bounds;
+  for (std::size_t i = 0; i < boxes.size(); ++i) {
+    const auto fail = [i](const char* what) { throw qzError("primitive " + std::to_string(i), what); };
+    if (!isFinite(boxes[i].getMinPoint()) || !isFinite(boxes[i].getMaxPoint())) fail("the box is not finite");
+    if (boxes[i].isEmpty()) fail("the box is empty");
+    if (!isFinite(points[i])) fail("the point is not finite");
+    bounds.selfExpand(points[i]);
+  }
+
+  mIndices.resize(boxes.size());  // the only step from here on that may fail
+  mNbPrimitives = static_cast<unsigned int>(boxes.size());
+  mBounds = bounds;
+  mPoints = std::move(points);
+  mBBoxes = std::move(boxes);
+}
+
+void qzFeeder2D::setPrimitives(std::vector<qzBBox2D> boxes) {
+  std::vector<Point> centers;
+  centers.reserve(boxes.size());
+  for (const qzBBox2D& box : boxes) centers.push_back(box.getCenter());
+  setPrimitives(std::move(centers), std::move(boxes));
+}
+
+void qzFeeder2D::build(qzGenericBVH2D& bvh, unsigned int bitsPerAxis) {
+  if (mNbPrimitives == 0) throw qzError("there are no primitives");
+  mIndices.resize(mNbPrimitives);
+  qzLinearGenericBVH2DBuilder::build(bvh, bitsPerAxis);
+}
+
+}  // namespace qzToolkit
