@@ -14,3 +14,4 @@
 #include <qzCommonAddOns/geometry/qzBBox.h>
 #include <qzCommonAddOns/geometry/qzBBox2D.h>
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
+#include <qzCommonAddOns/version/Version.h>

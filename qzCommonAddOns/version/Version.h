@@ -1,0 +1,39 @@
+#pragma once
+// Version: which build of the library is loaded. Constants of the build; every text lives as long as the library is
+// loaded and is not the caller's to free. Any thread may ask.
+
+#include <qzCommonAddOns/qzApi.h>
+
+namespace qzCommonAddOns {
+
+class QZ_COMMONADDONS_API Version {
+ public:
+  static unsigned int GetMajor();
+  static unsigned int GetMinor();
+  static unsigned int GetRelease();
+  static unsigned int GetRevision();
+
+  /// Date of the release; the month counts from 1 to 12.
+  static unsigned short GetYear();
+  static unsigned char GetMonth();
+
+  /// The source revision the library was built from: the first 16 digits of its commit, lower-case hexadecimal. Sixteen
+  /// zeros when the sources do not tell.
+  static const char* GetCommitId();
+
+  /// Whether this is a development, debug or beta build: no to all three in a release.
+  static bool IsDev();
+  static bool IsDebug();
+  static bool IsBeta();
+
+  /// "3.0", "3.0.0" and "3.0.0.1297", the last one followed by " #" and the commit on request.
+  /// secondCopy selects between two constants with the same characters.
+  static const char* GetDescStringMajorMinor(bool secondCopy);
+  static const char* GetDescStringMajorMinorRelease(bool secondCopy);
+  static const char* GetDescStringMajorMinorReleaseRevision(bool secondCopy, bool withCommit);
+
+  /// The longest of these texts, a blank, and year-month, the month without a leading zero.
+  static const char* GetDescStringMajorMinorReleaseRevisionDate();
+};
+
+}  // namespace qzCommonAddOns
