@@ -51,10 +51,11 @@ void qzLinearGenericBVH2DBuilder::build(qzGenericBVH2D& bvh, unsigned int bitsPe
 
   // The counter is that of the whole tree, which would have a leaf for every code; the nodes are those of the fused
   // one.
-  qzDetail::writeFusedTree<tBoxLanes2D>(
-      splits, mMaxPrimitivesPerLeaf, bvh.mNodes,
-      [](qzGNode2D& node, unsigned int, std::uint32_t leftChild) { node.setNode(leftChild, leftChild + 1); },
-      [&](std::uint32_t k) { return tBoxLanes2D(mBBoxes[mIndices[k]]); });
+  qzDetail::tFusedTree(splits, mMaxPrimitivesPerLeaf)
+      .write<tBoxLanes2D>(
+          bvh.mNodes,
+          [](qzGNode2D& node, unsigned int, std::uint32_t leftChild) { node.setNode(leftChild, leftChild + 1); },
+          [&](std::uint32_t k) { return tBoxLanes2D(mBBoxes[mIndices[k]]); });
   bvh.mNbNodes = static_cast<unsigned int>(2 * splits.nbGroups() - 1);
   mIndices.swap(bvh.mPrimitives);
   bvh.mNbPrimitives = mNbPrimitives;

@@ -1,33 +1,19 @@
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
-#include <qzCommonAddOns/qzDetail/qzBoxLanes.h>
 #include <qzCommonAddOns/qzDetail/qzByteSize.h>
-#include <qzCommonAddOns/qzDetail/qzCodeGroups.h>
 #include <qzCommonAddOns/qzDetail/qzFloatMode.h>
+#include <qzCommonAddOns/qzDetail/qzLinearBuild.h>
 #include <qzCommonAddOns/qzDetail/qzLogRecord.h>
-#include <qzCommonAddOns/qzDetail/qzMorton.h>
-#include <qzCommonAddOns/qzDetail/qzPlatformAdapter.h>
-#include <qzCommonAddOns/qzDetail/qzRadixSort.h>
-#include <qzCommonAddOns/qzDetail/qzTreeWriter.h>
 
 #include <memory>
 #include <string>
 
-using qzDetail::formatByteSize;
 using qzDetail::tBoxLanes;
+using qzDetail::tCancel;
 using qzDetail::tSplits;
 using tContainer = qzLinearGenericBVHBuilder::tPrimitiveContainerInterface;
 
 namespace {
-
-constexpr unsigned int kMaxBitsPerAxis = 21;
-constexpr unsigned int kMaxBitsPerAxisOf32BitCodes = 10;
-
-// The caller's wish to stop, if there is somebody to ask.
-struct tCancel {
-  const qz::qzCancelInterfaceReadOnly* mInterface;
-  bool poll() const { return mInterface != nullptr && qzDetail::isCanceled(*mInterface); }
-};
 
 // One record of the build, put together from text and numbers only if somebody reads it.
 template <class MakeText>
@@ -35,50 +21,18 @@ void log(MakeText makeText) {
   if (qzDetail::isLogged(qz::qzLogType(1))) qzDetail::logRecord(qz::qzLogType(1), "bvh", makeText().c_str());
 }
 
-void logAllocation(std::uint64_t bytes, const std::string& what) {
-  log([&] {
-    return "qzLinearGenericBVHBuilder : allocate " + formatByteSize(static_cast<std::int64_t>(bytes)) + "B " + what;
-  });
+std::string allocated(std::uint64_t bytes, const std::string& what) {
+  return "qzLinearGenericBVHBuilder : allocate " + qzDetail::formatByteSize(static_cast<std::int64_t>(bytes)) + "B " +
+         what;
 }
 
-void logWorkingBuffer(std::uint64_t nbGroups) {
-  logAllocation(8 * nbGroups, "of working buffer");
-}
+// The primitives of a container, every box by a call of its own.
+struct tContainerSource {
+  const tContainer& mContainer;
+  std::uint32_t mNbPrimitives;
 
-tBoxLanes boxOfAll(const tContainer& container, unsigned int n) {
-  tBoxLanes box;
-  for (unsigned int i = 0; i < n; ++i) box.unite(tBoxLanes(*container.getBBox(i)));
-  return box;
-}
-
-// Morton codes of the box centres on a cubic grid around the scene.
-template <class Code>
-void makeCodes(const tContainer& container, unsigned int n, const qzBBox& scene, unsigned int bitsPerAxis,
-               Code* codes) {
-  const Wm4::Vector3<float>&min = scene.getMinPoint(), &max = scene.getMaxPoint();
-  const float dx = max[0] - min[0], dy = max[1] - min[1], dz = max[2] - min[2];
-  const float edgeYZ = dy > dz ? dy : dz;
-  const float edge = dx > edgeYZ ? dx : edgeYZ;
-  qzDetail::tGridAxis axes[3];
-  for (int axis = 0; axis < 3; ++axis) axes[axis] = qzDetail::gridAxis(min[axis], max[axis], edge, bitsPerAxis);
-
-  const std::uint32_t lastCell = (1u << bitsPerAxis) - 1;
-  for (unsigned int i = 0; i < n; ++i) {
-    const qzBBox& bbox = *container.getBBox(i);
-    std::uint32_t cell[3];
-    for (int axis = 0; axis < 3; ++axis) {
-      cell[axis] = axes[axis].cellOf((bbox.getMinPoint()[axis] + bbox.getMaxPoint()[axis]) * 0.5f, lastCell);
-    }
-    codes[i] = static_cast<Code>(qzDetail::encodeMorton3(cell[0], cell[1], cell[2]));
-  }
-}
-
-// Splits of level 1 are on the top code bit, a z bit; then y, then x, and again.
-struct tLink {
-  void operator()(qzGNode& node, unsigned int level, std::uint32_t leftChild) const {
-    const qzBBox::tAxis axis = level % 3 == 0 ? qzBBox::eAxisX : level % 3 == 1 ? qzBBox::eAxisZ : qzBBox::eAxisY;
-    node.setNode(axis, leftChild, leftChild + 1, 0.0f);
-  }
+  std::uint32_t nbPrimitives() const { return mNbPrimitives; }
+  tBoxLanes boxOf(std::uint32_t i) const { return tBoxLanes(*mContainer.getBBox(i)); }
 };
 
 // Everything below is for builds that somebody may cancel: they go through the stages one by one, on the whole tree, so
@@ -87,7 +41,7 @@ struct tLink {
 // Links the nodes of the levels 1 ... lastLevel; boxes stay as they are.
 void writeWholeTree(const tSplits& splits, unsigned int lastLevel, qzGNode* nodes) {
   const auto keeps = [=](unsigned int level, std::uint32_t) { return level <= lastLevel; };
-  qzDetail::writeNodes<qzDetail::tNoBox>(splits, qzDetail::tNumbering(splits, keeps), nodes, keeps, tLink(),
+  qzDetail::writeNodes<qzDetail::tNoBox>(splits, qzDetail::tNumbering(splits, keeps), nodes, keeps, qzDetail::tLink3(),
                                          [](std::uint32_t, std::uint32_t) { return qzDetail::tNoBox(); });
 }
 
@@ -177,57 +131,47 @@ void qzLinearGenericBVHBuilder::setMaxPrimitivesPerLeaf(unsigned int max) {
   mMaxPrimitivesPerLeaf = max == 0 ? 1 : max;
 }
 
-// Sorts mIndices by Morton code and reads the splits off the sorted codes. Returns null when cancelled.
-template <class Code>
-static std::unique_ptr<tSplits> sortAndSplit(const tContainer& container, std::vector<unsigned int>& indices,
-                                             const qzBBox& scene, unsigned int bitsPerAxis, tCancel cancel) {
-  const auto n = static_cast<unsigned int>(indices.size());
-  const unsigned int codeBits = 3 * bitsPerAxis;
-  const auto abandon = [&](std::uint64_t nbGroups) {
-    logWorkingBuffer(nbGroups);
-    cancel.poll();
-    return nullptr;
-  };
-  std::unique_ptr<Code[]> codes(new Code[n]);
-  makeCodes(container, n, scene, bitsPerAxis, codes.get());
-  if (cancel.poll()) return abandon(0);
+void qzDetail::logIndexAllocation(std::uint32_t nbPrimitives) {
+  log([=] {
+    return allocated(4 * std::uint64_t(nbPrimitives), "for " + std::to_string(nbPrimitives) + " primitives indexes");
+  });
+}
 
-  qzDetail::sortByCode(codes.get(), indices.data(), n);
-  if (cancel.poll()) return abandon(0);
+void qzDetail::logWorkingBuffer(std::uint64_t nbGroups) {
+  log([=] { return allocated(8 * nbGroups, "of working buffer"); });
+}
 
-  auto splits = std::make_unique<tSplits>(codes.get(), n, codeBits);
-  codes.reset();
-  const std::uint64_t nbGroups = splits->nbGroupsOfAllLevels(codeBits);
-  if (cancel.poll()) return abandon(nbGroups);
+void qzDetail::logNodeAllocation(std::uint64_t nbCodes) {
+  log([=] { return allocated(64 * nbCodes, "for " + std::to_string(2 * nbCodes) + " result nodes"); });
+}
 
-  logWorkingBuffer(nbGroups);
-  if (cancel.poll()) return nullptr;
-  return splits;
+void qzDetail::logFusion(std::uint64_t nbWhole, std::uint64_t nbFused) {
+  log([=] {
+    return "fuse " + std::to_string(static_cast<std::uint32_t>(nbWhole)) + " into " + std::to_string(nbFused);
+  });
 }
 
 bool qzLinearGenericBVHBuilder::build(const tPrimitiveContainerInterface& container, qzGenericBVH& bvh,
                                       const qz::qzCancelInterfaceReadOnly* cancelInterface, unsigned int bitsPerAxis) {
   const qzDetail::tFloatMode mode;
   const tCancel cancel{cancelInterface};
-  const unsigned int bits = bitsPerAxis < kMaxBitsPerAxis ? bitsPerAxis : kMaxBitsPerAxis;
+  const unsigned int bits = bitsPerAxis < qzDetail::kMaxBitsPerAxis ? bitsPerAxis : qzDetail::kMaxBitsPerAxis;
 
   mNbPrimitives = container.getQuantity();
   mBBox = qzBBox();
   mIndices.resize(mNbPrimitives);
-  logAllocation(4 * std::uint64_t(mNbPrimitives), "for " + std::to_string(mNbPrimitives) + " primitives indexes");
-  mBBox = boxOfAll(container, mNbPrimitives).toBBox();
-
-  const std::unique_ptr<tSplits> splits = bits <= kMaxBitsPerAxisOf32BitCodes
-                                              ? sortAndSplit<std::uint32_t>(container, mIndices, mBBox, bits, cancel)
-                                              : sortAndSplit<std::uint64_t>(container, mIndices, mBBox, bits, cancel);
+  qzDetail::logIndexAllocation(mNbPrimitives);
+  const tContainerSource source{container, mNbPrimitives};
+  mBBox = qzDetail::boxOfAll(source).toBBox();
+  const std::unique_ptr<tSplits> splits = qzDetail::sortAndSplit(source, mBBox, bits, mIndices.data(), cancel);
   if (splits == nullptr) return false;
 
   // The whole tree has a leaf for every code and one node to spare; who cannot cancel never sees it.
-  const std::uint64_t nbGroups = splits->nbGroups(), nbWhole = 2 * nbGroups;
-  logAllocation(64 * nbGroups, "for " + std::to_string(nbWhole) + " result nodes");
+  const std::uint64_t nbCodes = splits->nbGroups(), nbWhole = 2 * nbCodes;
+  qzDetail::logNodeAllocation(nbCodes);
   if (cancelInterface == nullptr) {
-    qzDetail::writeFusedTree<tBoxLanes>(*splits, mMaxPrimitivesPerLeaf, bvh.mNodes, tLink(),
-                                        [&](std::uint32_t k) { return tBoxLanes(*container.getBBox(mIndices[k])); });
+    const qzDetail::tFusedTree tree(*splits, mMaxPrimitivesPerLeaf);
+    tree.write<tBoxLanes>(bvh.mNodes, qzDetail::tLink3(), [&](std::uint32_t k) { return source.boxOf(mIndices[k]); });
     bvh.mNbNodes = static_cast<unsigned int>(nbWhole - 1);
     takeOverPrimitives(bvh);
   } else {
@@ -245,9 +189,7 @@ bool qzLinearGenericBVHBuilder::build(const tPrimitiveContainerInterface& contai
     takeOverPrimitives(bvh);
     if (!fuseLeaves(bvh.mNodes, mMaxPrimitivesPerLeaf, cancel)) return false;
   }
-  log([&] {
-    return "fuse " + std::to_string(static_cast<std::uint32_t>(nbWhole)) + " into " + std::to_string(bvh.mNodes.size());
-  });
+  qzDetail::logFusion(nbWhole, bvh.mNodes.size());
   bvh.mNodes.shrink_to_fit();
   return !cancel.poll();
 }

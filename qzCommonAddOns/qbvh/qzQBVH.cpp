@@ -1,15 +1,17 @@
-#include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
-#include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
 #include <qzCommonAddOns/qzDetail/qzAlignedMemory.h>
 #include <qzCommonAddOns/qzDetail/qzBoxLanes.h>
 #include <qzCommonAddOns/qzDetail/qzFloatMode.h>
+#include <qzCommonAddOns/qzDetail/qzLinearBuild.h>
 #include <qzCommonAddOns/qzDetail/qzMinMax.h>
 #include <qzCommonAddOns/qzDetail/qzPlatformAdapter.h>
+#include <qzCommonAddOns/qzDetail/qzScratch.h>
 
 #include <emmintrin.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <limits>
 #include <vector>
 
@@ -18,47 +20,109 @@ using qzDetail::maxOf;
 using qzDetail::minOf;
 using qzDetail::releaseAligned;
 using qzDetail::tBoxLanes;
+using qzDetail::tScratch;
 using Point = Wm4::Vector3<float>;
 
 namespace {
 
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
-constexpr unsigned int kBitsPerAxis = 20;  // of the Morton grid under buildFromMesh
+constexpr unsigned int kBitsPerAxis = 20;        // of the Morton grid under buildFromMesh
+constexpr std::uint32_t kPrefetchDistance = 24;  // primitives
+constexpr std::size_t kLeavesAhead = 16;
+
+// A binary hierarchy to convert.
+struct tBinaryTree {
+  const qzGNode* mNodes;
+  std::size_t mNbNodes;
+  const unsigned int* mPrimitives;
+};
 
 // Where every node of the binary hierarchy goes. Nodes that the root does not reach go nowhere.
 struct tPlaces {
-  std::vector<unsigned int> mNodeStart;  // four-wide node of a binary inner node at even depth
-  std::vector<unsigned int> mQuadStart;  // first quadruplet of a binary leaf; the next entry ends it
-  unsigned int mNbQuadruplets = 0;
+  tScratch<unsigned int> mNodeStart;  // four-wide node of a binary inner node at even depth; the next entry ends it
+  tScratch<unsigned int> mQuadStart;  // first quadruplet of a binary leaf; the next entry ends it
+  std::vector<unsigned int> mLeaves;  // binary leaves from left to right
+  unsigned int mNbNodes = 0, mNbQuadruplets = 0;
 
-  explicit tPlaces(const qzGenericBVH& bvh)
-      : mNodeStart(bvh.getNodes().size() + 1), mQuadStart(bvh.getNodes().size() + 1) {
-    // What a node needs stands at its number + 1, so that running sums number everything in binary node order.
+  explicit tPlaces(const tBinaryTree& tree) : mNodeStart(tree.mNbNodes + 1), mQuadStart(tree.mNbNodes + 1) {
+    std::fill_n(mNodeStart.data(), tree.mNbNodes + 1, 0u);
+    std::fill_n(mQuadStart.data(), tree.mNbNodes + 1, 0u);
+    mark(tree);
+    for (std::size_t i = 1; i <= tree.mNbNodes; ++i) {
+      mNodeStart[i] += mNodeStart[i - 1];
+      mQuadStart[i] += mQuadStart[i - 1];
+    }
+    mNbNodes = mNodeStart[tree.mNbNodes];
+  }
+
+  bool isPlacedNode(std::size_t number) const { return mNodeStart[number] != mNodeStart[number + 1]; }
+  unsigned int nbQuadruplets(std::size_t leaf) const { return mQuadStart[leaf + 1] - mQuadStart[leaf]; }
+
+ private:
+  // What a node needs stands at its number + 1, so that running sums number everything in binary node order.
+  void mark(const tBinaryTree& tree) {
     struct tVisit {
       unsigned int mNumber;
       bool mIsEvenDepth;
     };
     std::vector<tVisit> toVisit;
-    if (!bvh.getNodes().empty()) toVisit.push_back({0, true});
+    if (tree.mNbNodes != 0) toVisit.push_back({0, true});
     while (!toVisit.empty()) {
       const tVisit visit = toVisit.back();
       toVisit.pop_back();
-      const qzGNode& node = bvh.getNode(visit.mNumber);
+      const qzGNode& node = tree.mNodes[visit.mNumber];
       if (node.isLeaf()) {
         const unsigned int nbQuadruplets = (node.getNoPrimitives() + 3) / 4;
         mQuadStart[visit.mNumber + 1] = nbQuadruplets;
         mNbQuadruplets += nbQuadruplets;
+        mLeaves.push_back(visit.mNumber);
       } else {
         if (visit.mIsEvenDepth) mNodeStart[visit.mNumber + 1] = 1;
         toVisit.push_back({node.getRightChildIdx(), !visit.mIsEvenDepth});
         toVisit.push_back({node.getLeftChildIdx(), !visit.mIsEvenDepth});
       }
     }
-    for (std::size_t i = 1; i < mNodeStart.size(); ++i) {
-      mNodeStart[i] += mNodeStart[i - 1];
-      mQuadStart[i] += mQuadStart[i - 1];
+  }
+};
+
+// The triangles of a mesh, by their corners.
+struct tTriangles {
+  const qz::qzVertexBuffer& mVertices;
+  const int* mIndices;
+  std::size_t mNbTriangles;
+
+  explicit tTriangles(const qz::qzTriMesh& mesh)
+      : mVertices(*qzDetail::vertexBufferOf(mesh)),
+        mIndices(qzDetail::indicesOf(*qzDetail::indexBufferOf(mesh))),
+        mNbTriangles(static_cast<std::size_t>(qzDetail::nbIndices(*qzDetail::indexBufferOf(mesh)) / 3)) {}
+
+  Point corner(std::size_t triangle, std::size_t number) const {
+    return mVertices.Position3(mIndices[3 * triangle + number]);
+  }
+  void prefetch(std::size_t triangle) const {
+    _mm_prefetch(reinterpret_cast<const char*>(mIndices + 3 * triangle), _MM_HINT_T0);
+  }
+};
+
+// Boxes of the triangles, as a source of the linear build.
+class tTriangleBoxes {
+ public:
+  explicit tTriangleBoxes(const tTriangles& triangles)
+      : mNbTriangles(static_cast<std::uint32_t>(triangles.mNbTriangles)), mBoxes(triangles.mNbTriangles) {
+    for (std::size_t t = 0; t < triangles.mNbTriangles; ++t) {
+      tBoxLanes box;
+      for (std::size_t k = 0; k < 3; ++k) box.expand(triangles.corner(t, k));
+      box.store(mBoxes[t]);
     }
   }
+
+  std::uint32_t nbPrimitives() const { return mNbTriangles; }
+  tBoxLanes boxOf(std::uint32_t i) const { return tBoxLanes(mBoxes[i]); }
+  void prefetch(std::uint32_t i) const { _mm_prefetch(reinterpret_cast<const char*>(&mBoxes[i]), _MM_HINT_T0); }
+
+ private:
+  std::uint32_t mNbTriangles;
+  tScratch<qzBBox> mBoxes;
 };
 
 // A point of each of four triangles.
@@ -130,39 +194,34 @@ void qzQBVH::allocate(tQBVHDataFlags flags, unsigned noNodes, unsigned noQuadrup
   mIsNested = false;
 }
 
-// Fills the arrays. Every node and quadruplet has its place, so the order of the writes is free.
+// Fills the arrays. Every node and quadruplet has its place, so the order of the writes is free. Neighbours in the
+// binary hierarchy are neighbours in the mesh: going from leaf to leaf finds most vertices in the cache.
 struct qzQBVH::tConversion {
   qzQBVH& mQBVH;
-  const qzGenericBVH& mBVH;
-  const qz::qzVertexBuffer& mVertices;
-  const int* mIndices;
-  const tPlaces& mPlaces;
-  std::vector<unsigned int> mToVisit;  // binary nodes that have a place of their own
+  const tBinaryTree& mTree;
+  const tTriangles& mTriangles;
+  const tPlaces mPlaces;
   // Whether every box so far lies within the one around it and is not inverted, by the lanes of tBoxLanes.
   __m128 mIsMinNested = allSet(), mIsMaxNested = allSet();
 
-  tConversion(qzQBVH& qbvh, const qzGenericBVH& bvh, const qz::qzTriMesh& mesh, const tPlaces& places)
-      : mQBVH(qbvh),
-        mBVH(bvh),
-        mVertices(*qzDetail::vertexBufferOf(mesh)),
-        mIndices(qzDetail::indicesOf(*qzDetail::indexBufferOf(mesh))),
-        mPlaces(places) {}
+  tConversion(qzQBVH& qbvh, tQBVHDataFlags flags, const tBinaryTree& tree, const tTriangles& triangles)
+      : mQBVH(qbvh), mTree(tree), mTriangles(triangles), mPlaces(tree) {
+    qbvh.allocate(flags, mPlaces.mNbNodes, mPlaces.mNbQuadruplets);
+    fillNodes();
+    fillQuadruplets();
+    const qzBBox rootBox = tree.mNbNodes == 0 ? qzBBox() : tree.mNodes[0].getBBox();
+    if (!qbvh.computeRootNodeBBox()) qbvh.mRootBBox = rootBox;
+  }
 
-  void run() {
-    if (!mBVH.getNodes().empty()) mToVisit.push_back(0);
-    while (!mToVisit.empty()) {
-      const unsigned int number = mToVisit.back();
-      mToVisit.pop_back();
-      const qzGNode& node = mBVH.getNode(number);
-      if (node.isLeaf()) {
-        fillLeaf(node, mPlaces.mQuadStart[number]);
-      } else {
-        // Children of an inner child take its two lanes, a leaf takes the first of them.
-        tSOANode& target = mQBVH.mNodes[mPlaces.mNodeStart[number]];
-        const tBoxLanes around = number == 0 ? everywhere() : tBoxLanes(node.getBBox());
-        fillLanes(target, 0, node.getLeftChildIdx(), around);
-        fillLanes(target, 2, node.getRightChildIdx(), around);
-      }
+  void fillNodes() {
+    for (std::size_t i = 0; i < mTree.mNbNodes; ++i) {
+      if (!mPlaces.isPlacedNode(i)) continue;
+      // Children of an inner child take its two lanes, a leaf takes the first of them.
+      const qzGNode& node = mTree.mNodes[i];
+      tSOANode& target = mQBVH.mNodes[mPlaces.mNodeStart[i]];
+      const tBoxLanes around = i == 0 ? everywhere() : tBoxLanes(node.getBBox());
+      fillLanes(target, 0, node.getLeftChildIdx(), around);
+      fillLanes(target, 2, node.getRightChildIdx(), around);
     }
     mQBVH.mIsNested = (_mm_movemask_ps(mIsMinNested) & 7) == 7 && (_mm_movemask_ps(mIsMaxNested) & 14) == 14;
   }
@@ -172,7 +231,7 @@ struct qzQBVH::tConversion {
   }
 
   void fillLanes(tSOANode& target, int lane, unsigned int child, const tBoxLanes& around) {
-    const qzGNode& node = mBVH.getNode(child);
+    const qzGNode& node = mTree.mNodes[child];
     if (node.isLeaf()) {
       fillLane(target, lane, child, around);
       fillEmptyLane(target, lane + 1);
@@ -183,17 +242,16 @@ struct qzQBVH::tConversion {
   }
 
   void fillLane(tSOANode& target, int lane, unsigned int number, const tBoxLanes& around) {
-    const qzGNode& node = mBVH.getNode(number);
+    const qzGNode& node = mTree.mNodes[number];
     setBox(target, lane, node.getBBox());
     if (node.isLeaf()) {
       target.mChildIndex[lane] = mPlaces.mQuadStart[number];
-      target.mChildQuadruplets[lane] = mPlaces.mQuadStart[number + 1] - mPlaces.mQuadStart[number];
+      target.mChildQuadruplets[lane] = mPlaces.nbQuadruplets(number);
     } else {
       target.mChildIndex[lane] = mPlaces.mNodeStart[number];
       target.mChildQuadruplets[lane] = kInnerChild;
     }
     checkNesting(tBoxLanes(node.getBBox()), around, target.mChildQuadruplets[lane] == 0);
-    mToVisit.push_back(number);
   }
 
   // A lane without triangles counts as empty in a query, so its box must not be anything else.
@@ -218,27 +276,65 @@ struct qzQBVH::tConversion {
     }
   }
 
-  void fillLeaf(const qzGNode& leaf, unsigned int quadruplet) {
+  // Quadruplets in batches: first all corners are fetched, so that many reads from far apart are under way at once,
+  // then the equations are computed.
+  struct tBatch {
+    static constexpr unsigned int kSize = 16;
+    unsigned int mQuadruplets[kSize];
+    unsigned int mCounts[kSize];  // triangles in a quadruplet
+    tSOATriangleVertices mCorners[kSize];
+    unsigned int mNb = 0;
+  };
+
+  void fillQuadruplets() {
+    tBatch batch;
+    for (std::size_t i = 0; i < mPlaces.mLeaves.size(); ++i) {
+      if (i + kLeavesAhead < mPlaces.mLeaves.size()) prefetchTriangles(mTree.mNodes[mPlaces.mLeaves[i + kLeavesAhead]]);
+      const unsigned int number = mPlaces.mLeaves[i];
+      const unsigned int start = mTree.mNodes[number].getPrimStartIdx(), n = mTree.mNodes[number].getNoPrimitives();
+      unsigned int quadruplet = mPlaces.mQuadStart[number];
+      for (unsigned int p = 0; p < n; p += 4) {
+        fetchQuadruplet(batch, quadruplet++, start + p, n - p < 4 ? n - p : 4);
+        if (batch.mNb == tBatch::kSize) fillBatch(batch);
+      }
+    }
+    fillBatch(batch);
+  }
+
+  // Sends for the indices of the first triangles of a leaf.
+  void prefetchTriangles(const qzGNode& leaf) const {
     const unsigned int start = leaf.getPrimStartIdx(), n = leaf.getNoPrimitives();
-    for (unsigned int p = 0; p < n; p += 4) fillQuadruplet(quadruplet++, start + p, n - p < 4 ? n - p : 4);
+    for (unsigned int k = 0; k < n && k < 4; ++k) mTriangles.prefetch(mTree.mPrimitives[start + k]);
   }
 
   // Up to four triangles into the lanes, padding into the rest.
-  void fillQuadruplet(unsigned int quadruplet, unsigned int start, unsigned int count) {
+  void fetchQuadruplet(tBatch& batch, unsigned int quadruplet, unsigned int start, unsigned int count) {
     tSOATriangleIndices& numbers = mQBVH.mTriangleIndices[quadruplet];
-    tSOATriangleVertices corners = {};
+    tSOATriangleVertices& corners = batch.mCorners[batch.mNb];
+    batch.mQuadruplets[batch.mNb] = quadruplet;
+    batch.mCounts[batch.mNb++] = count;
+    if (count < 4) corners = {};
     for (unsigned int lane = 0; lane < 4; ++lane) {
       numbers.mTriangle[lane] = kNoTriangle;
       if (lane >= count) continue;
-      const unsigned int triangle = mBVH.getPrimitive(start + lane);
+      const unsigned int triangle = mTree.mPrimitives[start + lane];
       numbers.mTriangle[lane] = triangle;
-      for (int corner = 0; corner < 3; ++corner) {
-        const Point p = mVertices.Position3(mIndices[3 * std::size_t(triangle) + static_cast<std::size_t>(corner)]);
+      for (unsigned int corner = 0; corner < 3; ++corner) {
+        const Point p = mTriangles.corner(triangle, corner);
         for (int axis = 0; axis < 3; ++axis) corners.mVertex[corner][axis][lane] = p[axis];
       }
     }
-    if (mQBVH.mFlags & eTrianglesVertices) mQBVH.mTriangleVertices[quadruplet] = corners;
-    if (mQBVH.mFlags & eTrianglesEquations) fillEquations(mQBVH.mTriangleEquations[quadruplet], corners, count);
+  }
+
+  void fillBatch(tBatch& batch) {
+    for (unsigned int i = 0; i < batch.mNb; ++i) {
+      const unsigned int quadruplet = batch.mQuadruplets[i];
+      if (mQBVH.mFlags & eTrianglesVertices) mQBVH.mTriangleVertices[quadruplet] = batch.mCorners[i];
+      if (mQBVH.mFlags & eTrianglesEquations) {
+        fillEquations(mQBVH.mTriangleEquations[quadruplet], batch.mCorners[i], batch.mCounts[i]);
+      }
+    }
+    batch.mNb = 0;
   }
 
   // Plane and barycentric equations of four triangles, in this order of operations. A triangle without area keeps what
@@ -275,22 +371,34 @@ struct qzQBVH::tConversion {
 };
 
 void qzQBVH::buildFromMesh(tQBVHDataFlags flags, const qz::qzTriMesh& mesh, unsigned maxLeafSize) {
-  qzGenericBVH bvh;
+  // What qzLinearGenericBVHBuilder::build makes of a qzBVHTriangleContainer, without the container and the hierarchy.
+  const qzDetail::tFloatMode mode;
+  const tTriangles triangles(mesh);
+  qzDetail::logIndexAllocation(static_cast<std::uint32_t>(triangles.mNbTriangles));
+  tScratch<unsigned int> primitives(triangles.mNbTriangles);
+  tScratch<qzGNode> nodes;
+  std::uint32_t nbNodes = 0;
   {
-    const qzBVHTriangleContainer triangles(mesh);
-    qzLinearGenericBVHBuilder builder;
-    builder.setMaxPrimitivesPerLeaf(maxLeafSize);
-    builder.build(triangles, bvh, nullptr, kBitsPerAxis);
+    const tTriangleBoxes boxes(triangles);
+    const auto splits = qzDetail::sortAndSplit(boxes, qzDetail::boxOfAll(boxes).toBBox(), kBitsPerAxis,
+                                               primitives.data(), qzDetail::tCancel());
+    qzDetail::logNodeAllocation(splits->nbGroups());
+    const qzDetail::tFusedTree tree(*splits, maxLeafSize == 0 ? 1 : maxLeafSize);
+    nbNodes = tree.nbNodes();
+    nodes = tScratch<qzGNode>(nbNodes);
+    tree.write<tBoxLanes>(nodes.data(), qzDetail::tLink3(), [&](std::uint32_t k) {
+      if (k + kPrefetchDistance < triangles.mNbTriangles) boxes.prefetch(primitives[k + kPrefetchDistance]);
+      return boxes.boxOf(primitives[k]);
+    });
+    qzDetail::logFusion(2 * splits->nbGroups(), nbNodes);
   }
-  buildFromBVH(flags, bvh, mesh);
+  tConversion(*this, flags, {nodes.data(), nbNodes, primitives.data()}, triangles);
 }
 
 void qzQBVH::buildFromBVH(tQBVHDataFlags flags, const qzGenericBVH& bvh, const qz::qzTriMesh& mesh) {
   const qzDetail::tFloatMode mode;
-  const tPlaces places(bvh);
-  allocate(flags, places.mNodeStart.back(), places.mNbQuadruplets);
-  tConversion(*this, bvh, mesh, places).run();
-  if (!computeRootNodeBBox()) mRootBBox = bvh.getNodes().empty() ? qzBBox() : bvh.getNode(0).getBBox();
+  tConversion(*this, flags, {bvh.getNodes().data(), bvh.getNodes().size(), bvh.getPrimitives().data()},
+              tTriangles(mesh));
 }
 
 bool qzQBVH::computeRootNodeBBox() {

@@ -8,9 +8,9 @@
 // stack of at most B entries meets every group after its halves. Source: Lauterbach et al. 2009.
 
 #include <qzCommonAddOns/qzDetail/qzMorton.h>
+#include <qzCommonAddOns/qzDetail/qzScratch.h>
 
 #include <cstdint>
-#include <memory>
 
 namespace qzDetail {
 
@@ -18,12 +18,12 @@ constexpr unsigned int kMaxLevels = 64;  // levels 0 ... 63
 
 /// Levels of all positions, and how many splits each level has.
 struct tSplits {
-  std::unique_ptr<std::uint8_t[]> mLevels;  // level of position i, 0 where codes i and i + 1 are equal
+  tScratch<std::uint8_t> mLevels;  // level of position i, 0 where codes i and i + 1 are equal
   std::uint32_t mNbPrimitives = 0;
   std::uint32_t mNbOfLevel[kMaxLevels] = {};  // splits of level 1 ... B
 
   template <class Code>
-  tSplits(const Code* codes, std::uint32_t n, unsigned int codeBits) : mLevels(new std::uint8_t[n]), mNbPrimitives(n) {
+  tSplits(const Code* codes, std::uint32_t n, unsigned int codeBits) : mLevels(n), mNbPrimitives(n) {
     std::uint32_t nbOfLevel[kMaxLevels + 1] = {};  // the extra entry is for equal codes
     for (std::uint32_t i = 0; i + 1 < n; ++i) {
       const std::uint64_t difference = codes[i] ^ codes[i + 1];

@@ -1,48 +1,135 @@
 #pragma once
-// Stable radix sort of (code, primitive) pairs, least significant digit first.
+// Stable sort of (code, primitive) pairs by code, by radix.
+//
+// The codes of n primitives differ in far more bits than it takes to tell n things apart. So only the 32 bits from the
+// highest one that differs at all are sorted digit by digit; the few pairs that agree in all of those come out as short
+// runs, which an insertion sort finishes. A large array is first dealt out by its top digit into pieces that fit a
+// cache.
+
+#include <qzCommonAddOns/qzDetail/qzMorton.h>
+#include <qzCommonAddOns/qzDetail/qzScratch.h>
 
 #include <cstdint>
-#include <memory>
 #include <utility>
 
 namespace qzDetail {
+
+/// A run of pairs.
+template <class Code>
+struct tPairs {
+  Code* mCodes;
+  std::uint32_t* mIndices;
+
+  tPairs from(std::uint32_t first) const { return {mCodes + first, mIndices + first}; }
+};
+
+constexpr unsigned int kDigitBits = 8;
+constexpr unsigned int kDigitValues = 1u << kDigitBits;
+constexpr std::uint32_t kLongestInsertion = 24;          // pairs; up to here inserting is faster than counting
+constexpr std::uint32_t kLongestWithoutDeal = 1u << 16;  // pairs; up to here the whole array stays in the cache
+
+/// Turns the counts of a digit's values into the positions where their pairs begin.
+inline void startsFromCounts(std::uint32_t* counts) {
+  std::uint32_t sum = 0;
+  for (unsigned int value = 0; value < kDigitValues; ++value) sum += std::exchange(counts[value], sum);
+}
+
+template <class Code>
+void insertionSort(tPairs<Code> pairs, std::uint32_t n) {
+  for (std::uint32_t i = 1; i < n; ++i) {
+    const Code code = pairs.mCodes[i];
+    const std::uint32_t index = pairs.mIndices[i];
+    std::uint32_t k = i;
+    for (; k > 0 && pairs.mCodes[k - 1] > code; --k) {
+      pairs.mCodes[k] = pairs.mCodes[k - 1];
+      pairs.mIndices[k] = pairs.mIndices[k - 1];
+    }
+    pairs.mCodes[k] = code;
+    pairs.mIndices[k] = index;
+  }
+}
+
+/// Sorts by kDigits digits from bit shift up, least significant first. The result is in pairs when kDigits is even, in
+/// other when it is odd.
+template <unsigned int kDigits, class Code>
+void sortDigits(tPairs<Code> pairs, tPairs<Code> other, std::uint32_t n, unsigned int shift) {
+  std::uint32_t starts[kDigits][kDigitValues] = {};
+  for (std::uint32_t i = 0; i < n; ++i) {
+    const Code bits = pairs.mCodes[i] >> shift;
+    for (unsigned int digit = 0; digit < kDigits; ++digit) {
+      ++starts[digit][bits >> (kDigitBits * digit) & (kDigitValues - 1)];
+    }
+  }
+  for (unsigned int digit = 0; digit < kDigits; ++digit) {
+    startsFromCounts(starts[digit]);
+    for (std::uint32_t i = 0; i < n; ++i) {
+      const Code code = pairs.mCodes[i];
+      const std::uint32_t to = starts[digit][code >> (shift + kDigitBits * digit) & (kDigitValues - 1)]++;
+      other.mCodes[to] = code;
+      other.mIndices[to] = pairs.mIndices[i];
+    }
+    std::swap(pairs, other);
+  }
+}
+
+/// Sorts runs of pairs that agree in all bits from shift up, and are in order otherwise, by the bits below.
+template <class Code>
+void sortRuns(tPairs<Code> pairs, tPairs<Code> other, std::uint32_t n, unsigned int shift) {
+  if (shift == 0) return;
+  for (std::uint32_t first = 0; first < n;) {
+    const Code top = pairs.mCodes[first] >> shift;
+    std::uint32_t last = first + 1;
+    while (last < n && pairs.mCodes[last] >> shift == top) ++last;
+    if (last - first <= kLongestInsertion) {
+      insertionSort(pairs.from(first), last - first);
+    } else {
+      sortDigits<4>(pairs.from(first), other.from(first), last - first, 0);  // at most 31 bits are left
+    }
+    first = last;
+  }
+}
 
 /// Sorts codes ascending and writes the primitive numbers 0 ... n - 1 in that order to indices; equal codes keep
 /// ascending numbers. Linear in n; works in 4 + sizeof(Code) bytes per pair.
 template <class Code>
 void sortByCode(Code* codes, std::uint32_t* indices, std::uint32_t n) {
-  constexpr unsigned int kDigits = sizeof(Code), kValues = 256;
-
-  // One pass counts every digit.
-  std::uint32_t counts[kDigits][kValues] = {};
+  const tPairs<Code> pairs{codes, indices};
+  Code differing = 0;
   for (std::uint32_t i = 0; i < n; ++i) {
     indices[i] = i;
-    for (unsigned int digit = 0; digit < kDigits; ++digit) ++counts[digit][codes[i] >> (8 * digit) & 0xFF];
+    differing |= codes[i] ^ codes[0];
+  }
+  if (differing == 0) return;
+  const unsigned int nbBits = highestBit(differing) + 1;
+  const unsigned int shift = nbBits > 4 * kDigitBits ? nbBits - 4 * kDigitBits : 0;  // of the window of four digits
+
+  tScratch<Code> otherCodes(n);
+  tScratch<std::uint32_t> otherIndices(n);
+  const tPairs<Code> other{otherCodes.data(), otherIndices.data()};
+  if (n <= kLongestWithoutDeal) {
+    sortDigits<4>(pairs, other, n, shift);
+    sortRuns(pairs, other, n, shift);
+    return;
   }
 
-  const std::unique_ptr<Code[]> otherCodes(new Code[n]);
-  const std::unique_ptr<std::uint32_t[]> otherIndices(new std::uint32_t[n]);
-  Code *from = codes, *to = otherCodes.get();
-  std::uint32_t *fromIndices = indices, *toIndices = otherIndices.get();
-  for (unsigned int digit = 0; digit < kDigits; ++digit) {
-    std::uint32_t* offsets = counts[digit];
-    const unsigned int shift = 8 * digit;
-    if (n == 0 || offsets[from[0] >> shift & 0xFF] == n) continue;  // the same in all codes: nothing would move
-    std::uint32_t sum = 0;
-    for (unsigned int value = 0; value < kValues; ++value) sum += std::exchange(offsets[value], sum);
-    for (std::uint32_t i = 0; i < n; ++i) {
-      const std::uint32_t position = offsets[from[i] >> shift & 0xFF]++;
-      to[position] = from[i];
-      toIndices[position] = fromIndices[i];
-    }
-    std::swap(from, to);
-    std::swap(fromIndices, toIndices);
+  // Deal out by the top digit, then sort every piece by the other three, which brings it back.
+  const unsigned int topShift = shift + 3 * kDigitBits;
+  std::uint32_t ends[kDigitValues] = {};
+  for (std::uint32_t i = 0; i < n; ++i) ++ends[codes[i] >> topShift & (kDigitValues - 1)];
+  startsFromCounts(ends);
+  for (std::uint32_t i = 0; i < n; ++i) {
+    const Code code = codes[i];
+    const std::uint32_t to = ends[code >> topShift & (kDigitValues - 1)]++;
+    other.mCodes[to] = code;
+    other.mIndices[to] = i;
   }
-  if (from != codes) {
-    for (std::uint32_t i = 0; i < n; ++i) {
-      codes[i] = from[i];
-      indices[i] = fromIndices[i];
+  std::uint32_t first = 0;
+  for (const std::uint32_t end : ends) {
+    if (first < end) {
+      sortDigits<3>(other.from(first), pairs.from(first), end - first, shift);
+      sortRuns(pairs.from(first), other.from(first), end - first, shift);
     }
+    first = end;
   }
 }
 

@@ -88,18 +88,41 @@ void writeNodes(const tSplits& splits, tNumbering numbering, Node* nodes, Keeps 
   write(0, root);
 }
 
-/// The tree whose every subtree of at most maxPerLeaf primitives is one leaf, boxes included, into an array of exactly
-/// its size. boxAt(k) is the Box of the primitive at sorted position k, asked for once each, in ascending order.
-template <class Box, class Node, class Link, class BoxAt>
-void writeFusedTree(const tSplits& splits, std::uint32_t maxPerLeaf, std::vector<Node>& nodes, Link link, BoxAt boxAt) {
-  const auto keeps = [=](unsigned int, std::uint32_t count) { return count > maxPerLeaf; };
-  const tNumbering numbering(splits, keeps);
-  std::vector<Node>(numbering.mNbNodes).swap(nodes);
-  writeNodes<Box>(splits, numbering, nodes.data(), keeps, link, [&](std::uint32_t first, std::uint32_t last) {
-    Box box;
-    for (std::uint32_t k = first; k <= last; ++k) box.unite(boxAt(k));
-    return box;
-  });
-}
+/// The tree whose every subtree of at most mMaxPerLeaf primitives is one leaf.
+struct tFusedTree {
+  const tSplits& mSplits;
+  std::uint32_t mMaxPerLeaf;
+  tNumbering mNumbering;
+
+  tFusedTree(const tSplits& splits, std::uint32_t maxPerLeaf)
+      : mSplits(splits), mMaxPerLeaf(maxPerLeaf), mNumbering(splits, keeps()) {}
+
+  std::uint32_t nbNodes() const { return mNumbering.mNbNodes; }
+
+  /// Writes all nodes, boxes included. boxAt(k) is the Box of the primitive at sorted position k, asked for once each,
+  /// in ascending order.
+  template <class Box, class Node, class Link, class BoxAt>
+  void write(Node* nodes, Link link, BoxAt boxAt) const {
+    writeNodes<Box>(mSplits, mNumbering, nodes, keeps(), link, [&](std::uint32_t first, std::uint32_t last) {
+      Box box;
+      for (std::uint32_t k = first; k <= last; ++k) box.unite(boxAt(k));
+      return box;
+    });
+  }
+
+  /// The same into an array of exactly their number.
+  template <class Box, class Node, class Link, class BoxAt>
+  void write(std::vector<Node>& nodes, Link link, BoxAt boxAt) const {
+    std::vector<Node>(nbNodes()).swap(nodes);
+    write<Box>(nodes.data(), link, boxAt);
+  }
+
+ private:
+  struct tKeeps {
+    std::uint32_t mMaxPerLeaf;
+    bool operator()(unsigned int, std::uint32_t count) const { return count > mMaxPerLeaf; }
+  };
+  tKeeps keeps() const { return {mMaxPerLeaf}; }
+};
 
 }  // namespace qzDetail

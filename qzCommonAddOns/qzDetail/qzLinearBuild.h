@@ -1,0 +1,129 @@
+#pragma once
+// The stages that every linear build goes through: boxes of primitives to sorted primitives and the splits between
+// them. A Source has nbPrimitives() and boxOf(i), the tBoxLanes of primitive i.
+
+#include <qzCommonAddOns/qzDetail/qzBoxLanes.h>
+#include <qzCommonAddOns/qzDetail/qzCodeGroups.h>
+#include <qzCommonAddOns/qzDetail/qzMorton.h>
+#include <qzCommonAddOns/qzDetail/qzPlatformAdapter.h>
+#include <qzCommonAddOns/qzDetail/qzRadixSort.h>
+#include <qzCommonAddOns/qzDetail/qzScratch.h>
+#include <qzCommonAddOns/qzDetail/qzTreeWriter.h>
+
+#include <cstdint>
+#include <memory>
+
+namespace qzDetail {
+
+constexpr unsigned int kMaxBitsPerAxis = 21;
+constexpr unsigned int kMaxBitsPerAxisOf32BitCodes = 10;
+
+/// The caller's wish to stop, if there is somebody to ask.
+struct tCancel {
+  const qz::qzCancelInterfaceReadOnly* mInterface = nullptr;
+  bool poll() const { return mInterface != nullptr && isCanceled(*mInterface); }
+};
+
+// Log records of a linear build.
+void logIndexAllocation(std::uint32_t nbPrimitives);
+void logWorkingBuffer(std::uint64_t nbGroups);
+void logNodeAllocation(std::uint64_t nbCodes);
+void logFusion(std::uint64_t nbWhole, std::uint64_t nbFused);
+
+template <class Source>
+tBoxLanes boxOfAll(const Source& source) {
+  tBoxLanes box;
+  const std::uint32_t n = source.nbPrimitives();
+  for (std::uint32_t i = 0; i < n; ++i) box.unite(source.boxOf(i));
+  return box;
+}
+
+/// A cubic grid of 2^bits cells per axis around a scene.
+class tGrid3 {
+ public:
+  tGrid3(const qzBBox& scene, unsigned int bits) : mLastCell((1u << bits) - 1) {
+    const Wm4::Vector3<float>&min = scene.getMinPoint(), &max = scene.getMaxPoint();
+    const float dx = max[0] - min[0], dy = max[1] - min[1], dz = max[2] - min[2];
+    const float edgeYZ = dy > dz ? dy : dz;
+    const float edge = dx > edgeYZ ? dx : edgeYZ;
+    for (int axis = 0; axis < 3; ++axis) mAxes[axis] = gridAxis(min[axis], max[axis], edge, bits);
+    mOrigin = _mm_setr_ps(mAxes[0].mOrigin, mAxes[1].mOrigin, mAxes[2].mOrigin, 0.0f);
+    mScale = _mm_set1_ps(mAxes[0].mScale);  // the same on all axes
+  }
+
+  /// Morton code of the cell that the centre of a box lies in.
+  std::uint64_t codeOf(const tBoxLanes& box) const {
+    const __m128 max = _mm_shuffle_ps(box.mMax, box.mMax, _MM_SHUFFLE(3, 3, 2, 1));
+    const __m128 center = _mm_mul_ps(_mm_add_ps(box.mMin, max), _mm_set1_ps(0.5f));
+    const __m128i cells = _mm_cvttps_epi32(_mm_mul_ps(_mm_sub_ps(center, mOrigin), mScale));
+    alignas(16) std::int32_t cell[4];
+    _mm_store_si128(reinterpret_cast<__m128i*>(cell), cells);
+
+    // From 0 to the last cell the 32-bit conversion is the 64-bit one; all else is left to the axes.
+    const __m128i isOutside =
+        _mm_or_si128(_mm_srai_epi32(cells, 31), _mm_cmpgt_epi32(cells, _mm_set1_epi32(static_cast<int>(mLastCell))));
+    if ((_mm_movemask_ps(_mm_castsi128_ps(isOutside)) & 7) != 0) {
+      alignas(16) float centers[4];
+      _mm_store_ps(centers, center);
+      for (int axis = 0; axis < 3; ++axis) {
+        cell[axis] = static_cast<std::int32_t>(mAxes[axis].cellOf(centers[axis], mLastCell));
+      }
+    }
+    return encodeMorton3(static_cast<std::uint32_t>(cell[0]), static_cast<std::uint32_t>(cell[1]),
+                         static_cast<std::uint32_t>(cell[2]));
+  }
+
+ private:
+  std::uint32_t mLastCell;
+  tGridAxis mAxes[3];
+  __m128 mOrigin, mScale;
+};
+
+/// Writes the primitive numbers in the order of their Morton codes to indices, and reads the splits off the sorted
+/// codes. Polls after every step; null when cancelled.
+template <class Code, class Source>
+std::unique_ptr<tSplits> sortAndSplit(const Source& source, const qzBBox& scene, unsigned int bitsPerAxis,
+                                      std::uint32_t* indices, tCancel cancel) {
+  const std::uint32_t n = source.nbPrimitives();
+  const unsigned int codeBits = 3 * bitsPerAxis;
+  const auto abandon = [&](std::uint64_t nbGroups) {
+    logWorkingBuffer(nbGroups);
+    cancel.poll();
+    return nullptr;
+  };
+
+  tScratch<Code> codes(n);
+  const tGrid3 grid(scene, bitsPerAxis);
+  for (std::uint32_t i = 0; i < n; ++i) codes[i] = static_cast<Code>(grid.codeOf(source.boxOf(i)));
+  if (cancel.poll()) return abandon(0);
+
+  sortByCode(codes.data(), indices, n);
+  if (cancel.poll()) return abandon(0);
+
+  auto splits = std::make_unique<tSplits>(codes.data(), n, codeBits);
+  codes.release();
+  const std::uint64_t nbGroups = splits->nbGroupsOfAllLevels(codeBits);
+  if (cancel.poll()) return abandon(nbGroups);
+
+  logWorkingBuffer(nbGroups);
+  if (cancel.poll()) return nullptr;
+  return splits;
+}
+
+template <class Source>
+std::unique_ptr<tSplits> sortAndSplit(const Source& source, const qzBBox& scene, unsigned int bitsPerAxis,
+                                      std::uint32_t* indices, tCancel cancel) {
+  return bitsPerAxis <= kMaxBitsPerAxisOf32BitCodes
+             ? sortAndSplit<std::uint32_t>(source, scene, bitsPerAxis, indices, cancel)
+             : sortAndSplit<std::uint64_t>(source, scene, bitsPerAxis, indices, cancel);
+}
+
+/// Splits of level 1 are on the top code bit, a z bit; then y, then x, and again.
+struct tLink3 {
+  void operator()(qzGNode& node, unsigned int level, std::uint32_t leftChild) const {
+    const qzBBox::tAxis axis = level % 3 == 0 ? qzBBox::eAxisX : level % 3 == 1 ? qzBBox::eAxisZ : qzBBox::eAxisY;
+    node.setNode(axis, leftChild, leftChild + 1, 0.0f);
+  }
+};
+
+}  // namespace qzDetail
