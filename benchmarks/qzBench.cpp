@@ -36,8 +36,13 @@ int run(const std::set<std::string>& kinds, const std::vector<std::string>& scen
     qzBench::qzSettings own = settings;
     if (scene.getNbTriangles() > 5000000) own.mRounds = std::max(3, settings.mRounds / 3);
     if (kinds.count("build") != 0) qzBench::measureBuild(scene, own, report);
+    if (kinds.count("memory") != 0) qzBench::measureMemory(scene, report);
+    if (kinds.count("cancel") != 0) qzBench::measureCancel(scene, own, report);
     if (kinds.count("rays") != 0) qzBench::measureRays(scene, own, report);
+    if (kinds.count("threads") != 0) qzBench::measureThreads(scene, own, report);
+    if (kinds.count("hulls") != 0) qzBench::measureHulls(scene, own, report);
   }
+  if (kinds.count("plane") != 0) qzBench::measurePlane(settings, report);
   if (!jsonFile.empty()) qzToolkit::writeFile(jsonFile, report.getJson());
   if (report.getNbDisagreements() != 0) {
     std::fprintf(stderr, "qzBench: %d comparisons agree less than they should\n", report.getNbDisagreements());
@@ -49,7 +54,7 @@ int run(const std::set<std::string>& kinds, const std::vector<std::string>& scen
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::vector<std::string> allKinds = {"build", "rays"};
+  const std::vector<std::string> allKinds = {"build", "memory", "cancel", "rays", "threads", "hulls", "plane"};
   std::vector<std::string> kinds = allKinds;
   std::vector<std::string> scenes = {"motorbike", "dragon", "terrain1M"};
   std::string folder = QZ_BENCH_SCENES, jsonFile, commit = "unknown";

@@ -1,45 +1,80 @@
 // Building a hierarchy over a mesh.
 
+#include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
+#include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
+#include <qzCommonAddOns/bvh/qzGenericBVH.h>
+#include <qzSceneGraph/qzCancelInterfaceReadOnly.h>
+
 #include <deque>
 
 #include "qzBenchmarks.h"
+#include "qzCgal.h"
 #include "qzEmbree.h"
 #include "qzOurs.h"
 
 namespace qzBench {
 
+namespace {
+
+/// CGAL is not held against the largest scenes: it takes too long and shows nothing new.
+constexpr int kMostTrianglesOfCgal = 2000000;
+
+/// Builds and releases at once, so that no contestant finds its memory ready.
+template <class Builder>
+qzContestant contestant(Builder& builder, double nbTriangles) {
+  return {builder.getName(), nbTriangles, [&builder] {
+            const double seconds = builder.build();
+            builder.release();
+            return seconds;
+          }};
+}
+
+struct tNeverCancelled : qz::qzCancelInterfaceReadOnly {
+  bool isCanceled() const override { return false; }
+};
+
+}  // namespace
+
 void measureBuild(const qzScene& scene, const qzSettings& settings, qzReport& report) {
   const double nbTriangles = scene.getNbTriangles();
   qzOurs ours(scene);
+  std::vector<qzContestant> contestants = {contestant(ours, nbTriangles)};
   std::deque<qzEmbree> embrees;
   for (RTCBuildQuality quality : {RTC_BUILD_QUALITY_LOW, RTC_BUILD_QUALITY_MEDIUM})
-    for (const char* isa : {"sse4.2", ""}) embrees.emplace_back(scene, quality, isa);
+    for (const char* isa : {"sse4.2", ""})
+      contestants.push_back(contestant(embrees.emplace_back(scene, quality, isa), nbTriangles));
+  std::deque<qzCgal> cgals;
+  if (scene.getNbTriangles() <= kMostTrianglesOfCgal)
+    contestants.push_back(contestant(cgals.emplace_back(scene), nbTriangles));
 
-  std::vector<qzContestant> contestants;
-  contestants.push_back({ours.getName(), nbTriangles, [&ours] {
-                           const double seconds = ours.build();
-                           ours.release();
-                           return seconds;
-                         }});
-  for (qzEmbree& embree : embrees)
-    contestants.push_back({embree.getName(), nbTriangles, [&embree] {
-                             const double seconds = embree.build();
-                             embree.release();
-                             return seconds;
-                           }});
+  report.compare({"build", scene.mName, scene.getNbTriangles(), "triangle", settings.mRounds}, contestants, [&ours] {
+    ours.build();
+    return ours.getBuildCheck();
+  });
+}
 
-  ours.build();
-  const std::string check = ours.getBuildCheck();
-  ours.release();
-  const std::vector<qzTiming> timings = runInTurn(contestants, settings.mRounds);
-  for (std::size_t i = 0; i < contestants.size(); ++i) {
-    qzLine line{"build", scene.mName, scene.getNbTriangles(), contestants[i].mName, "triangle", timings[i]};
-    if (i == 0)
-      line.mCheck = check;
-    else
-      line.mTimesAsFast = timesAsFast(timings[0], timings[i]);
-    report.add(line);
-  }
+void measureCancel(const qzScene& scene, const qzSettings& settings, qzReport& report) {
+  const qzBVHTriangleContainer triangles(scene.mMesh);
+  const tNeverCancelled never;
+  qzFingerprint fingerprints[2];
+  const auto build = [&](const qz::qzCancelInterfaceReadOnly* cancel) {
+    expectDefaultFloatMode();
+    qzLinearGenericBVHBuilder builder;
+    qzGenericBVH bvh;
+    const qzStopwatch watch;
+    builder.build(triangles, bvh, cancel, 20);
+    const double seconds = watch.getSeconds();
+    qzFingerprint& fingerprint = fingerprints[cancel != nullptr];
+    fingerprint = {};
+    fingerprint.add(bvh.getNodes().data(), bvh.getNodes().size() * sizeof bvh.getNodes()[0]);
+    return seconds;
+  };
+  const double nbTriangles = scene.getNbTriangles();
+  report.compare({"cancel", scene.mName, scene.getNbTriangles(), "triangle", settings.mRounds, 1.0},
+                 {{"nobody could cancel", nbTriangles, [&] { return build(nullptr); }},
+                  {"somebody could cancel", nbTriangles, [&] { return build(&never); },
+                   [&] { return fingerprints[0].getText() == fingerprints[1].getText() ? 1.0 : 0.0; }}},
+                 [&] { return fingerprints[0].getText(); });
 }
 
 }  // namespace qzBench

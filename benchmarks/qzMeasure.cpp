@@ -22,7 +22,10 @@ double readClock(int clock) {
 }  // namespace
 
 qzStopwatch::qzStopwatch(tClock clock)
-    : mClock(clock == eProcessorTime ? CLOCK_PROCESS_CPUTIME_ID : CLOCK_MONOTONIC), mStart(readClock(mClock)) {}
+    : mClock(clock == eProcessorTime ? CLOCK_PROCESS_CPUTIME_ID
+             : clock == eThreadTime  ? CLOCK_THREAD_CPUTIME_ID
+                                     : CLOCK_MONOTONIC),
+      mStart(readClock(mClock)) {}
 
 double qzStopwatch::getSeconds() const {
   return readClock(mClock) - mStart;

@@ -9,10 +9,10 @@
 
 namespace qzBench {
 
-/// Processor seconds of all threads of this process, or seconds on the wall, since it was made.
+/// Seconds since it was made: of processor time of all threads of this process, of this thread alone, or on the wall.
 class qzStopwatch {
  public:
-  enum tClock { eProcessorTime, eWallTime };
+  enum tClock { eProcessorTime, eThreadTime, eWallTime };
   explicit qzStopwatch(tClock clock = eProcessorTime);
   double getSeconds() const;
 
@@ -21,10 +21,12 @@ class qzStopwatch {
   double mStart;
 };
 
+/// Somebody who does the work of a comparison.
 struct qzContestant {
   std::string mName;
-  double mItems;                 ///< how many triangles, rays or queries one run works through
-  std::function<double()> mRun;  ///< does the work once, returns the seconds of the part that counts
+  double mItems;                            ///< how many triangles, rays or queries one run works through
+  std::function<double()> mRun;             ///< does the work once, returns the seconds of the part that counts
+  std::function<double()> mAgreement = {};  ///< after the runs: share of answers that are those of the first contestant
 };
 
 struct qzTiming {

@@ -9,14 +9,17 @@
 
 namespace qzBench {
 
-namespace {
-
-/// Rounding to nearest, denormals kept: what the library is measured under, whatever the peers did.
 void expectDefaultFloatMode() {
   if ((_mm_getcsr() & ~0x3Fu) != 0x1F80u) throw std::logic_error("a peer left the floating-point mode changed");
 }
 
-}  // namespace
+qzPlaneSets::qzPlaneSets(const std::vector<qzRegion>& regions) {
+  for (const qzRegion& region : regions) mSets.push_back(qzQBVH::CreateSOAPlaneEquationSet(region.mPlanes, 6));
+}
+
+qzPlaneSets::~qzPlaneSets() {
+  for (qzQBVH::tSOASinglePlaneEqn* set : mSets) qzQBVH::DeleteSOAPlaneEquationSet(set);
+}
 
 qzOurs::qzOurs(const qzScene& scene, tBuilder builder) : mScene(scene), mBuilder(builder) {}
 
@@ -64,9 +67,23 @@ void qzOurs::trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answer
   }
 }
 
+double qzOurs::ask(const qzPlaneSets& regions, std::vector<char>& answers) const {
+  expectDefaultFloatMode();
+  const qzStopwatch watch;
+  for (std::size_t i = 0; i < answers.size(); ++i) answers[i] = mHierarchy->intersectConvexHull(regions[i], 6);
+  return watch.getSeconds();
+}
+
 std::string getCheck(const std::vector<qzAnswer>& answers) {
   qzFingerprint fingerprint;
   fingerprint.add(answers.data(), answers.size() * sizeof answers[0]);
+  return fingerprint.getText();
+}
+
+std::string getCheck(const std::vector<char>& answers) {
+  const std::vector<int> words(answers.begin(), answers.end());
+  qzFingerprint fingerprint;
+  fingerprint.add(words.data(), words.size() * sizeof words[0]);
   return fingerprint.getText();
 }
 

@@ -8,9 +8,24 @@
 #include <vector>
 
 #include "qzRays.h"
+#include "qzRegions.h"
 #include "qzScene.h"
 
 namespace qzBench {
+
+/// The plane sets of regions, as the library makes them.
+class qzPlaneSets {
+ public:
+  explicit qzPlaneSets(const std::vector<qzRegion>& regions);
+  ~qzPlaneSets();
+  qzPlaneSets(const qzPlaneSets&) = delete;
+  qzPlaneSets& operator=(const qzPlaneSets&) = delete;
+
+  const qzQBVH::tSOASinglePlaneEqn* operator[](std::size_t i) const { return mSets[i]; }
+
+ private:
+  std::vector<qzQBVH::tSOASinglePlaneEqn*> mSets;
+};
 
 class qzOurs {
  public:
@@ -27,6 +42,9 @@ class qzOurs {
   /// Hash of all arrays of the hierarchy.
   std::string getBuildCheck() const;
 
+  /// Whether the mesh reaches into each of the regions, 1 or 0; seconds for the first answers.size() ones. Needs a
+  /// build with eTrianglesVertices.
+  double ask(const qzPlaneSets& regions, std::vector<char>& answers) const;
   /// Seconds for the first answers.size() rays.
   double trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answers) const;
   /// The part of it from ray begin to ray end, for several threads.
@@ -43,7 +61,12 @@ class qzOurs {
   std::unique_ptr<tHierarchy> mHierarchy;
 };
 
-/// Hash of distances and triangles.
+/// Hash of distances and triangles, or of yes and no.
 std::string getCheck(const std::vector<qzAnswer>& answers);
+std::string getCheck(const std::vector<char>& answers);
+
+/// Throws unless the floating-point mode is the default one: rounding to nearest, denormals kept. That is what the
+/// library is measured under, whatever the peers did.
+void expectDefaultFloatMode();
 
 }  // namespace qzBench

@@ -54,13 +54,14 @@ std::vector<qzRay> makeChords(const qzScene& scene, int count) {
   return chords;
 }
 
-double agreement(const std::vector<qzAnswer>& ours, const std::vector<qzAnswer>& theirs) {
+double agreement(const qzScene& scene, const std::vector<qzAnswer>& ours, const std::vector<qzAnswer>& theirs) {
   const std::size_t count = std::min(ours.size(), theirs.size());
   std::size_t same = 0;
   for (std::size_t i = 0; i < count; ++i) {
     const qzAnswer &a = ours[i], &b = theirs[i];
     if (a.isHit() != b.isHit()) continue;
-    if (!a.isHit() || std::fabs(a.mDistance - b.mDistance) <= 1e-4f * std::max(a.mDistance, b.mDistance)) ++same;
+    const float tolerance = std::max(1e-4f * std::max(a.mDistance, b.mDistance), 1e-6f * scene.mRadius);
+    if (!a.isHit() || std::fabs(a.mDistance - b.mDistance) <= tolerance) ++same;
   }
   return double(same) / double(count);
 }

@@ -18,61 +18,68 @@ qzReport::qzReport(const tCircumstances& circumstances) : mCircumstances(circums
   std::printf("processor  %s\ncompiler   %s\nflags      %s\ncommit     %s\ndate       %s\n\n",
               circumstances.mProcessor.c_str(), circumstances.mCompiler.c_str(), circumstances.mFlags.c_str(),
               circumstances.mCommit.c_str(), circumstances.mDate.c_str());
-  std::printf("%-22s %-11s %9s  %-24s %4s  %-19s %6s %10s  %s\n", "benchmark", "scene", "triangles", "contestant",
-              "runs", "median", "spread", "ours is", "check");
+  std::printf(
+      "Contestants ran in turn, on one thread unless it says otherwise, timed by the processor-time clock.\n"
+      "\"first is\": how many times as fast as this line the first line of its block is, median over the rounds.\n"
+      "Spread: median deviation from the median.\n\n");
+  std::printf("%-18s %-11s %9s  %-22s %4s  %-19s %6s %9s  %s\n", "benchmark", "scene", "size", "contestant", "runs",
+              "median", "spread", "first is", "check");
 }
 
-void qzReport::add(const qzLine& line) {
-  if (!mLastBenchmark.empty() && line.mBenchmark + line.mScene != mLastBenchmark) std::printf("\n");
-  mLastBenchmark = line.mBenchmark + line.mScene;
+void qzReport::beginLine(const std::string& block) {
+  if (!mLastBlock.empty() && block != mLastBlock) std::printf("\n");
+  mLastBlock = block;
+}
 
-  const double nanoseconds = line.mTiming.getMedian() * 1e9;
-  std::string check = line.mCheck;
-  if (line.mAgreement >= 0.0) {
+std::vector<qzTiming> qzReport::compare(const qzSubject& subject, const std::vector<qzContestant>& contestants,
+                                        const std::function<std::string()>& check) {
+  const std::vector<qzTiming> timings = runInTurn(contestants, subject.mRounds);
+  for (std::size_t i = 0; i < contestants.size(); ++i) {
+    const double nanoseconds = timings[i].getMedian() * 1e9, spread = timings[i].getSpread();
+    nlohmann::json entry = {{"benchmark", subject.mBenchmark},    {"scene", subject.mScene}, {"size", subject.mSize},
+                            {"contestant", contestants[i].mName}, {"runs", subject.mRounds}, {"median", nanoseconds},
+                            {"unit", "ns/" + subject.mUnit},      {"spread", spread}};
+    std::string ratioText, checkText;
     char text[64];
-    std::snprintf(text, sizeof text, "%.3f %% agree", line.mAgreement * 100.0);
-    check = text;
-    if (line.mAgreement < line.mAgreementExpected) {
-      std::snprintf(text, sizeof text, ", FEWER THAN %g %%", line.mAgreementExpected * 100.0);
-      check += text;
-      ++mNbDisagreements;
+    if (i == 0) {
+      checkText = check();
+      entry["check"] = checkText;
+    } else {
+      const double ratio = timesAsFast(timings[0], timings[i]);
+      std::snprintf(text, sizeof text, "%.2f x", ratio);
+      ratioText = text;
+      entry["firstIsTimesAsFast"] = ratio;
     }
+    if (contestants[i].mAgreement) {
+      const double share = contestants[i].mAgreement();
+      std::snprintf(text, sizeof text, "%.3f %% agree", share * 100.0);
+      checkText = text;
+      entry["agreement"] = share;
+      if (share < subject.mAgreement) {
+        std::snprintf(text, sizeof text, ", FEWER THAN %g %%", subject.mAgreement * 100.0);
+        checkText += text;
+        ++mNbDisagreements;
+      }
+    }
+    beginLine(subject.mBenchmark + subject.mScene);
+    std::printf("%-18s %-11s %9lld  %-22s %4d  %8.1f ns/%-8s %4.1f %% %9s  %s\n", subject.mBenchmark.c_str(),
+                subject.mScene.c_str(), subject.mSize, contestants[i].mName.c_str(), subject.mRounds, nanoseconds,
+                subject.mUnit.c_str(), spread * 100.0, ratioText.c_str(), checkText.c_str());
+    std::fflush(stdout);
+    mLines.push_back(entry.dump());
   }
-  char ratio[32] = "";
-  if (line.mTimesAsFast > 0.0) std::snprintf(ratio, sizeof ratio, "%.2f x", line.mTimesAsFast);
-  std::printf("%-22s %-11s %9lld  %-24s %4zu  %8.1f ns/%-8s %4.1f %% %10s  %s\n", line.mBenchmark.c_str(),
-              line.mScene.c_str(), line.mTriangles, line.mContestant.c_str(), line.mTiming.mSecondsPerItem.size(),
-              nanoseconds, line.mUnit.c_str(), line.mTiming.getSpread() * 100.0, ratio, check.c_str());
-  std::fflush(stdout);
-
-  nlohmann::json entry = {{"benchmark", line.mBenchmark},
-                          {"scene", line.mScene},
-                          {"triangles", line.mTriangles},
-                          {"contestant", line.mContestant},
-                          {"runs", line.mTiming.mSecondsPerItem.size()},
-                          {"median", nanoseconds},
-                          {"unit", "ns/" + line.mUnit},
-                          {"spread", line.mTiming.getSpread()}};
-  if (line.mTimesAsFast > 0.0) entry["oursTimesAsFast"] = line.mTimesAsFast;
-  if (line.mAgreement >= 0.0) entry["agreement"] = line.mAgreement;
-  if (!line.mCheck.empty()) entry["check"] = line.mCheck;
-  mLines.push_back(entry.dump());
+  return timings;
 }
 
-void qzReport::addFigure(const std::string& benchmark, const std::string& scene, long long triangles,
-                         const std::string& contestant, double value, const std::string& unit) {
-  if (!mLastBenchmark.empty() && benchmark + scene != mLastBenchmark) std::printf("\n");
-  mLastBenchmark = benchmark + scene;
-  std::printf("%-22s %-11s %9lld  %-24s %4s  %8.2f %s\n", benchmark.c_str(), scene.c_str(), triangles,
-              contestant.c_str(), "", value, unit.c_str());
+void qzReport::addFigure(const std::string& benchmark, const std::string& scene, long long size,
+                         const std::string& name, double value, const std::string& unit) {
+  beginLine(benchmark + scene);
+  std::printf("%-18s %-11s %9lld  %-22s %4s  %8.1f %s\n", benchmark.c_str(), scene.c_str(), size, name.c_str(), "",
+              value, unit.c_str());
   std::fflush(stdout);
-  mLines.push_back(nlohmann::json{
-      {"benchmark", benchmark},
-      {"scene", scene},
-      {"triangles", triangles},
-      {"contestant", contestant},
-      {"value", value},
-      {"unit", unit}}.dump());
+  const nlohmann::json entry = {{"benchmark", benchmark}, {"scene", scene}, {"size", size},
+                                {"contestant", name},     {"value", value}, {"unit", unit}};
+  mLines.push_back(entry.dump());
 }
 
 std::string qzReport::getJson() const {

@@ -1,6 +1,7 @@
 #pragma once
 // The results: a table for people as it comes, a JSON file for the rest.
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -8,17 +9,14 @@
 
 namespace qzBench {
 
-/// One line of the table.
-struct qzLine {
-  std::string mBenchmark, mScene;
-  long long mTriangles;
-  std::string mContestant;
-  std::string mUnit;  ///< what is counted: "triangle", "ray", "query"
-  qzTiming mTiming;
-  double mTimesAsFast = 0.0;  ///< of ours against this contestant; 0: no such figure
-  double mAgreement = -1.0;   ///< share of answers that are ours; below 0: no such figure
-  double mAgreementExpected = 0.0;
-  std::string mCheck = {};  ///< hash of our answers
+/// What a comparison is about.
+struct qzSubject {
+  std::string mBenchmark;  ///< "ray/chord"
+  std::string mScene;
+  long long mSize;    ///< of the scene, in triangles or points
+  std::string mUnit;  ///< what is timed: "triangle", "ray", "query"
+  int mRounds;
+  double mAgreement = 0.0;  ///< the share of answers that the contestants should have in common
 };
 
 class qzReport {
@@ -29,10 +27,14 @@ class qzReport {
   };
   explicit qzReport(const tCircumstances& circumstances);
 
-  void add(const qzLine& line);
-  /// A figure that is no time: bytes per triangle, say.
-  void addFigure(const std::string& benchmark, const std::string& scene, long long triangles,
-                 const std::string& contestant, double value, const std::string& unit);
+  /// Runs the contestants in turn and adds a line for each. The first one is what the others are held against; check
+  /// is the hash of its answers, asked for after the runs. Returns the timings.
+  std::vector<qzTiming> compare(const qzSubject& subject, const std::vector<qzContestant>& contestants,
+                                const std::function<std::string()>& check);
+
+  /// A line that is no comparison: bytes per triangle, say.
+  void addFigure(const std::string& benchmark, const std::string& scene, long long size, const std::string& name,
+                 double value, const std::string& unit);
 
   /// Lines whose answers agree less than expected.
   int getNbDisagreements() const { return mNbDisagreements; }
@@ -40,8 +42,10 @@ class qzReport {
 
  private:
   tCircumstances mCircumstances;
+  void beginLine(const std::string& block);
+
   std::vector<std::string> mLines;  // each a JSON object
-  std::string mLastBenchmark;
+  std::string mLastBlock;
   int mNbDisagreements = 0;
 };
 
