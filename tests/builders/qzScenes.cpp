@@ -114,9 +114,16 @@ std::vector<Scene> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) {
                       const Point a = random.point(-high, high), b = random.point(-high, high);
                       return qzBBox::RobustMake(a, b);
                     })});
-  scenes.push_back({"coordinates whose sums overflow", boxesMadeBy(count, [&] {
+  scenes.push_back(
+      {"sums that overflow", boxesMadeBy(count, [&] { return qzBBox(random.point(0.0f, kMaxFloat * 0.9f)); })});
+  scenes.push_back({"extents that overflow", boxesMadeBy(count, [&] {
                       const Point a = random.point(-kMaxFloat, 0.0f), b = random.point(0.0f, kMaxFloat);
                       return qzBBox::RobustMake(a, b);
+                    })});
+  scenes.push_back({"huge coordinates off the middle", boxesMadeBy(count, [&] {  // the grid begins near -kMaxFloat
+                      Point point = random.point(-kMaxFloat * 0.45f, kMaxFloat * 0.45f);
+                      point[0] = -kMaxFloat * 0.45f + random.unit() * 1e37f;
+                      return qzBBox(point);
                     })});
   scenes.push_back({"denormal coordinates", boxesMadeBy(count, [&] {
                       const auto tiny = [&] { return floatFromBits(random.below(0x00800000u)); };
@@ -134,6 +141,14 @@ std::vector<Scene> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) {
                     })});
   scenes.push_back(
       {"boxes without an end", std::vector<qzBBox>(count, qzBBox::Make(-kInf, -kInf, -kInf, kInf, kInf, kInf))});
+  for (int axis = 0; axis < 3; ++axis) {  // an extent of inf - inf on one axis
+    const std::string name(1, static_cast<char>('x' + axis));
+    scenes.push_back({"infinitely far along " + name, boxesMadeBy(count, [&] {
+                        Point point = random.point(-1.0f, 1.0f);
+                        point[axis] = kInf;
+                        return qzBBox(point);
+                      })});
+  }
   scenes.push_back({"NaN here and there", boxesMadeBy(count, [&] {
                       const qzBBox box = randomBoxes(1, 0.1f, random.bits())[0];
                       Point min = box.getMinPoint(), max = box.getMaxPoint();
