@@ -66,7 +66,12 @@ qzBBox oddBox(Random& random) {
 class RandomBVHMaker {
  public:
   RandomBVHMaker(const qz::qzTriMesh& mesh, unsigned int maxLeafSize, BoxKind boxes, Random& random)
-      : mMesh(mesh), mMaxLeafSize(maxLeafSize), mBoxes(boxes), mRandom(random) {}
+      : mMesh(mesh),
+        mMaxLeafSize(maxLeafSize),
+        mBoxes(boxes),
+        mHasEmptyLeaves(random.below(2) == 0),
+        mCropsMin(random.below(2) == 0),
+        mRandom(random) {}
 
   qzGenericBVH make() {
     // Every triangle once, and some again.
@@ -99,7 +104,7 @@ class RandomBVHMaker {
     unsigned int middle = first + 1 + mRandom.below(count - 1);
     const unsigned int odd = mRandom.below(8);
     if (odd == 0) middle = first + 1;  // a child of one triangle
-    const bool mayBeEmpty = mBoxes != eNestedBoxes && mNbTaken < mNumbers.size() / 2;
+    const bool mayBeEmpty = mHasEmptyLeaves && mNbTaken < mNumbers.size() / 2;
     if (odd == 1 && mayBeEmpty) middle = first;  // a child without any
     const unsigned int left = makeNode(first, middle);
     const unsigned int right = makeNode(middle, last);
@@ -113,13 +118,28 @@ class RandomBVHMaker {
     for (unsigned int i = first; i < last; ++i) {
       for (int corner = 0; corner < 3; ++corner) box.selfExpand(cornerOf(mMesh, mBVH.getPrimitive(i), corner));
     }
-    if (mBoxes == eNestedBoxes && mRandom.below(8) == 0) box = qzBBox(cornerOf(mMesh, mBVH.getPrimitive(first), 0));
+    if (mBoxes == eNestedBoxes && mRandom.below(8) == 0) box = qzBBox(cornerOf(mMesh, mBVH.getPrimitive(0), 0));
+    if (mBoxes == eNestedBoxes && first == last) box.selfExpand(mRandom.point(-1.0f, 1.0f));
     return changed(box);
   }
 
   qzBBox changed(const qzBBox& box) {
-    if (mBoxes == eTightBoxes || mRandom.below(3) != 0) return box;
-    if (mBoxes == eOddBoxes) return oddBox(mRandom);
+    const std::uint32_t kind = mRandom.below(12);
+    if (mBoxes == eNestedBoxes && kind < 4) return enlarged(box);
+    if (mBoxes == eCroppedBoxes && kind < 2) return cropped(box);
+    if (mBoxes == eOddBoxes && kind < 4) return oddBox(mRandom);
+    return box;
+  }
+
+  qzBBox cropped(const qzBBox& box) {
+    Point min = box.getMinPoint(), max = box.getMaxPoint();
+    const int axis = static_cast<int>(mRandom.below(3));
+    float& side = mCropsMin ? min[axis] : max[axis];
+    side = 0.5f * (box.getMinPoint()[axis] + box.getMaxPoint()[axis]);
+    return qzBBox::Make(min, max);
+  }
+
+  qzBBox enlarged(const qzBBox& box) {
     const Point beyond[] = {Point(-kInf, -kInf, -kInf), Point(kInf, kInf, kInf), Point(1e38f, -3e38f, 0.0f),
                             Point(-0.0f, 0.0f, -0.0f),  box.getMinPoint(),       mRandom.point(-2.0f, 2.0f)};
     Point added = box.getMaxPoint();
@@ -131,6 +151,7 @@ class RandomBVHMaker {
   const qz::qzTriMesh& mMesh;
   const unsigned int mMaxLeafSize;
   const BoxKind mBoxes;
+  const bool mHasEmptyLeaves, mCropsMin;
   Random& mRandom;
   qzGenericBVH mBVH;
   std::vector<unsigned int> mNumbers;

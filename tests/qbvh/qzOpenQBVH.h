@@ -67,13 +67,14 @@ void buildFromMesh(OpenQBVH& hierarchy, qzQBVH::tQBVHDataFlags flags, const qz::
 void setLeaf(qzGenericBVH& bvh, unsigned int node, const qzBBox& box, unsigned int start, unsigned int count);
 void setInner(qzGenericBVH& bvh, unsigned int node, const qzBBox& box, unsigned int left, unsigned int right);
 
-/// What the boxes of a random hierarchy are: tight; or within each other, but some too large, up to infinite, and some
-/// of leaves too small; or some inverted, NaN, infinite or anywhere.
-enum BoxKind { eTightBoxes, eNestedBoxes, eOddBoxes };
+/// What the boxes of a random hierarchy are. eTightBoxes: as small as can be. eNestedBoxes: within each other, but some
+/// too large, up to infinite, and some of leaves too small. eCroppedBoxes: tight, but a side of some cut off, so that
+/// what is below sticks out. eOddBoxes: some inverted, NaN, infinite or anywhere.
+enum BoxKind { eTightBoxes, eNestedBoxes, eCroppedBoxes, eOddBoxes };
 
 /// A binary hierarchy of random shape over the triangles of mesh: leaves of any size up to maxLeafSize or one, without
-/// triangles included unless boxes nest, at any depth; nodes numbered in no order, with others between them that the
-/// root does not reach; some triangles named twice.
+/// triangles included now and then, at any depth; nodes numbered in no order, with others between them that the root
+/// does not reach; some triangles named twice.
 qzGenericBVH randomBVH(const qz::qzTriMesh& mesh, unsigned int maxLeafSize, BoxKind boxes, Random& random);
 
 unsigned int nbTrianglesOf(const qz::qzTriMesh& mesh);

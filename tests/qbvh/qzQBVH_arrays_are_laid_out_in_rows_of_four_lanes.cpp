@@ -378,6 +378,49 @@ TEST_CASE("allocate sets flags and sizes, and has a node array even for no nodes
   CHECK((hierarchy.arrays()[2] == nullptr && hierarchy.arrays()[3] == nullptr));
 }
 
+TEST_CASE("a build says whether the boxes are nested, and allocate takes it back") {
+  const qzBBox outer = boxNumber(3), inside = qzBBox::Make(3.0f, 3.25f, 3.25f, 3.25f, 3.625f, 3.5f);
+  const qz::qzTriMesh mesh = rowOfTriangles(3);
+  struct Case {
+    qzBBox child;
+    unsigned int count;
+    bool isNested;
+  };
+  const Case cases[] = {
+      {outer, 1, true},
+      {inside, 1, true},
+      {inside, 0, false},  // a lane without triangles, whose box is not that of an empty lane
+      {boxNumber(4), 1, false},
+      {qzBBox(), 1, false},
+      {qzBBox::Make(3.0f, 3.25f, 3.25f, kNaN, 3.625f, 3.5f), 1, false},
+  };
+  for (const Case& c : cases) {
+    CAPTURE(&c - cases);
+    qzGenericBVH bvh;  // the child is a lane of the second four-wide node, whose own lane has the outer box
+    fillPrimitives(bvh, 3);
+    setInner(bvh, 0, qzBBox(), 1, 2);
+    setInner(bvh, 1, qzBBox(), 3, 4);
+    setLeaf(bvh, 2, inside, 0, 1);
+    setInner(bvh, 3, outer, 5, 6);
+    setLeaf(bvh, 4, inside, 1, 1);
+    setLeaf(bvh, 5, outer, 2, 1);
+    setLeaf(bvh, 6, c.child, 2, c.count);
+    Converted converted(kBothArrays, bvh, mesh);
+    CHECK(converted.library.rows().mIsNested == c.isNested);
+    for (int axis = 0; axis < 3 && c.count == 1; ++axis) {  // sticking out on one side of one axis
+      for (bool atMin : {false, true}) {
+        Point min = inside.getMinPoint(), max = inside.getMaxPoint();
+        (atMin ? min : max)[axis] += atMin ? -1.0f : 1.0f;
+        bvh.getNode(6).setBBox(qzBBox::Make(min, max));
+        const Converted sticking(kBothArrays, bvh, mesh);
+        CHECK(!sticking.library.rows().mIsNested);
+      }
+    }
+    converted.library.allocate(kBothArrays, 1, 1);
+    CHECK(!converted.library.rows().mIsNested);
+  }
+}
+
 TEST_CASE("the root box is around the lane boxes of the first node") {
   qzGenericBVH bvh;
   fillPrimitives(bvh, 3);

@@ -346,6 +346,18 @@ TEST_CASE("an infinite box is always met, and so is the empty one; swapped corne
   CHECK(Scene(fourLeaves({away, qzBBox(), away, away}), mesh)(ray).triangle == 1);
 }
 
+TEST_CASE("a box whose distance overflows to infinity is not looked at, also when t is infinite") {
+  // A reciprocal of 2^126 along z: the box, 4 away, is at 2^128 and so at infinity, the triangle, 1 away, at 2^126.
+  const qz::qzTriMesh mesh = meshOfCorners(trianglesAt({2, 2, 2, 2}));
+  const qzBBox below = qzBBox::Make(-100.0f, -100.0f, -90.0f, 100.0f, 100.0f, -1.0f);
+  Ray ray = down();
+  ray.direction = Point(0x1p-127f, 0x1p-127f, -0x1p-126f);
+  CHECK(!Scene(fourLeaves({below, below, below, below}), mesh)(ray).hit);
+  const Answer answer = Scene(fourLeaves({below, below, below, kEverywhere}), mesh)(ray);
+  CHECK(answer.triangle == 3);
+  CHECK(sameBits(answer.t, 0x1p126f));
+}
+
 TEST_CASE("the root box plays no part") {
   Scene scene(fourLeaves({kEverywhere, kEverywhere, kEverywhere, kEverywhere}),
               meshOfCorners(trianglesAt({0, 1, 2, 3})));
