@@ -1,6 +1,6 @@
 #pragma once
-// qzError: what the toolkit throws when a file or a request is no good. what() is one line without a full stop or a
-// line break that names the file and the place in it, ready to be shown to a person.
+// qzError: what the toolkit throws when a file or a request is no good. what() is one line without a full stop that
+// names the file and the place in it, ready to be shown to a person.
 
 #include <stdexcept>
 #include <string>
@@ -9,9 +9,10 @@ namespace qzToolkit {
 
 class qzError : public std::runtime_error {
  public:
-  explicit qzError(const std::string& line) : std::runtime_error(line) {}
+  /// Line breaks and other control characters, which may come from a file or its name, become blanks.
+  explicit qzError(const std::string& line);
   /// "place: line"
-  qzError(const std::string& place, const std::string& line) : std::runtime_error(place + ": " + line) {}
+  qzError(const std::string& place, const std::string& line) : qzError(place + ": " + line) {}
 };
 
 }  // namespace qzToolkit

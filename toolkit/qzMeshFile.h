@@ -1,5 +1,5 @@
 #pragma once
-// Triangle meshes from files, in any format that assimp knows: OBJ, PLY, STL, OFF, glTF, COLLADA and many more.
+// Triangle meshes from files: OBJ, and any format that assimp knows, as PLY, STL, OFF, glTF, COLLADA and many more.
 
 #include <qzSceneGraph/qzTriMesh.h>
 
@@ -17,14 +17,14 @@ constexpr std::size_t kMaxTriangles = std::size_t(1) << 27;
 ///               and other files that it refers to are not looked for
 /// maxTriangles  more are an error
 ///
-/// Polygons are triangulated, points and lines left out, all meshes of a scene joined with their transforms applied.
-/// Vertices are not merged and triangles without area are kept. OBJ coordinates are the floats nearest to the decimal
-/// numbers; in other text formats assimp may be a rounding off.
-/// The result has at least one triangle, indices in range and finite coordinates.
+/// Polygons are divided into triangles, points and lines left out, all meshes of a scene joined with their transforms
+/// applied. Vertices are not merged and triangles without area are kept. OBJ coordinates are the floats nearest to the
+/// decimal numbers; in other text formats assimp may be a rounding off. The result has at least one triangle, indices
+/// in range and finite coordinates.
 ///
 /// Failure: a missing, unreadable, incomplete or damaged file, one without triangles, an index out of range, a
 /// coordinate that is NaN or infinite, or too many triangles throw a qzError that names the file and the place: a line
-/// of a text file, or a vertex or triangle as counted from 0. What the file's own reader reports as broken geometry
+/// of a text file, or a vertex or face as counted from 0. What the file's own reader reports as broken geometry
 /// fails too. Calls of several threads wait for each other.
 qz::qzTriMesh loadMesh(const std::string& name, std::size_t maxTriangles = kMaxTriangles);
 

@@ -1,72 +1,17 @@
 #include <toolkit/qzError.h>
+#include <toolkit/qzLines.h>
 #include <toolkit/qzMeshFileCheck.h>
 #include <toolkit/qzNumber.h>
 
-#include <array>
-#include <charconv>
-#include <cmath>
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <limits>
 #include <optional>
 #include <vector>
 
 namespace qzToolkit {
 
 namespace {
-
-/// The lines of a text with their numbers, comments and blank ends cut off.
-class tLines {
- public:
-  tLines(const std::string& name, std::string_view text) : mName(name), mText(text) {}
-
-  /// Moves on to the next line; false at the end.
-  bool next() {
-    if (mText.empty()) return false;
-    const std::size_t end = mText.find('\n');
-    mLine = mText.substr(0, end);
-    mText.remove_prefix(end == std::string_view::npos ? mText.size() : end + 1);
-    mLine = trimmed(mLine.substr(0, mLine.find('#')));
-    ++mNumber;
-    return true;
-  }
-  /// Moves on to the next line that has something on it.
-  bool nextFilled() {
-    while (next()) {
-      if (!mLine.empty()) return true;
-    }
-    return false;
-  }
-  std::string_view line() const { return mLine; }
-  std::size_t number() const { return mNumber; }
-
-  [[noreturn]] void fail(const std::string& what) const { failAt(mNumber, what); }
-  [[noreturn]] void failAt(std::size_t number, const std::string& what) const {
-    throw qzError(mName + ":" + std::to_string(number), what);
-  }
-
- private:
-  const std::string& mName;
-  std::string_view mText, mLine;
-  std::size_t mNumber = 0;
-};
-
-/// Takes the first word off line; empty when there is none.
-std::string_view takeWord(std::string_view& line) {
-  constexpr std::string_view kBlanks = " \t\r\n\v\f";
-  line.remove_prefix(std::min(line.size(), line.find_first_not_of(kBlanks)));
-  const std::string_view word = line.substr(0, line.find_first_of(kBlanks));
-  line.remove_prefix(word.size());
-  return word;
-}
-
-template <class tInteger>
-std::optional<tInteger> integerOf(std::string_view word) {
-  tInteger value;
-  const auto [end, code] = std::from_chars(word.data(), word.data() + word.size(), value);
-  if (code != std::errc() || end != word.data() + word.size()) return std::nullopt;
-  return value;
-}
 
 std::string countOf(std::uint64_t count, const char* thing) {
   return std::to_string(count) + ' ' + thing + (count == 1 ? "" : "s");
@@ -100,8 +45,7 @@ std::size_t plyTypeSize(std::string_view type) {
   return type == "double" || type == "float64" ? 8 : 0;
 }
 
-/// Nothing when the header is of a kind that only assimp may know.
-std::optional<tPlyHeader> readPlyHeader(const std::string& name, std::string_view bytes) {
+tPlyHeader readPlyHeader(const std::string& name, std::string_view bytes) {
   tPlyHeader header;
   for (std::size_t lineNumber = 1;; ++lineNumber) {
     const std::size_t end = bytes.find('\n');
@@ -109,33 +53,38 @@ std::optional<tPlyHeader> readPlyHeader(const std::string& name, std::string_vie
     std::string_view line = bytes.substr(0, end);
     bytes.remove_prefix(end + 1);
     const std::string_view keyword = takeWord(line);
-    if (lineNumber == 1 && keyword != "ply") throw qzError(name, "not a PLY file");
-    if (keyword == "format") {
+    const auto fail = [&](const char* what) { throw qzError(name + ":" + std::to_string(lineNumber), what); };
+    if (lineNumber == 1) {
+      if (keyword != "ply") throw qzError(name, "not a PLY file");
+    } else if (keyword == "format") {
       const std::string_view format = takeWord(line);
       if (format == "binary_little_endian") header.mFormat = tPlyHeader::eLittleEndian;
       if (format == "binary_big_endian") header.mFormat = tPlyHeader::eBigEndian;
     } else if (keyword == "element") {
       const std::string_view elementName = takeWord(line);
       const auto count = integerOf<std::uint64_t>(takeWord(line));
-      if (!count) throw qzError(name + ":" + std::to_string(lineNumber), "an element without a count");
-      header.mElements.push_back({std::string(elementName), *count, {}});
+      if (!count) fail("an element without a count");
+      header.mElements.push_back({std::string(elementName.substr(0, 40)), *count, {}});
     } else if (keyword == "property") {
-      if (header.mElements.empty()) return std::nullopt;
       tPlyProperty property;
       std::string_view type = takeWord(line);
       if (type == "list") {
         const std::string_view countType = takeWord(line);
         property.mListCountSize = plyTypeSize(countType);
-        property.mListCountSigned = countType[0] != 'u';
+        property.mListCountSigned = countType.substr(0, 1) != "u";
+        if (property.mListCountSize == 0 || property.mListCountSize == 8) fail("an unknown type of list");
         type = takeWord(line);
-        if (property.mListCountSize == 0 || property.mListCountSize == 8) return std::nullopt;
       }
       property.mSize = plyTypeSize(type);
-      if (property.mSize == 0) return std::nullopt;
+      if (property.mSize == 0) fail("an unknown type");
+      if (header.mElements.empty()) fail("a property of no element");
       header.mElements.back().mProperties.push_back(property);
     } else if (keyword == "end_header") {
+      if (!takeWord(line).empty()) fail("an unknown line in the header");
       header.mBody = bytes;
       return header;
+    } else if (keyword != "comment" && keyword != "obj_info") {
+      fail("an unknown line in the header");
     }
   }
 }
@@ -189,10 +138,9 @@ class tPlyWalker {
 };
 
 void checkPly(const std::string& name, std::string_view bytes) {
-  const std::optional<tPlyHeader> header = readPlyHeader(name, bytes);
-  if (!header) return;
-  tPlyWalker walker(*header);
-  for (const tPlyElement& element : header->mElements) {
+  const tPlyHeader header = readPlyHeader(name, bytes);
+  tPlyWalker walker(header);
+  for (const tPlyElement& element : header.mElements) {
     if (element.mProperties.empty()) continue;
     for (std::uint64_t i = 0; i < element.mCount; ++i) {
       if (walker.skipElement(element)) continue;
@@ -229,22 +177,22 @@ void checkStl(const std::string& name, std::string_view bytes) {
 // OFF: the word OFF (with letters before it for extra columns), three counts, then lines of vertices and of faces.
 
 void checkOff(const std::string& name, std::string_view text) {
-  tLines lines(name, text);
-  if (!lines.nextFilled()) throw qzError(name, "not an OFF file");
+  qzLines lines(name, text);
+  if (!lines.next()) throw qzError(name, "not an OFF file");
   std::string_view rest = lines.line();
   const std::string_view keyword = takeWord(rest);
   if (keyword.size() < 3 || keyword.substr(keyword.size() - 3) != "OFF") throw qzError(name, "not an OFF file");
   if (keyword.find_first_of("4n") != std::string_view::npos || trimmed(rest) == "BINARY") return;
 
   if (trimmed(rest).empty()) {
-    if (!lines.nextFilled()) throw qzError(name, "the file is cut off in its header");
+    if (!lines.next()) throw qzError(name, "the file is cut off in its header");
     rest = lines.line();
   }
   const auto nbVertices = integerOf<std::uint32_t>(takeWord(rest)), nbFaces = integerOf<std::uint32_t>(takeWord(rest));
   if (!nbVertices || !nbFaces) lines.fail("no counts of vertices and faces");
 
   for (std::uint32_t vertex = 0; vertex < *nbVertices; ++vertex) {
-    if (!lines.nextFilled()) {
+    if (!lines.next()) {
       throw qzError(
           name, "the file is cut off after " + countOf(vertex, "vertex line") + " of " + std::to_string(*nbVertices));
     }
@@ -255,7 +203,7 @@ void checkOff(const std::string& name, std::string_view text) {
     }
   }
   for (std::uint32_t face = 0; face < *nbFaces; ++face) {
-    if (!lines.nextFilled()) {
+    if (!lines.next()) {
       throw qzError(name,
                     "the file is cut off after " + countOf(face, "face line") + " of " + std::to_string(*nbFaces));
     }
@@ -272,108 +220,17 @@ void checkOff(const std::string& name, std::string_view text) {
   }
 }
 
-// OBJ: lines of a keyword and values. Faces name vertices from 1, or backwards from the last one before the face.
+// COLLADA: XML in which the vertex numbers of a primitive are the text of an element named p.
 
-class tObjReader {
- public:
-  tObjReader(const std::string& name, std::string_view text) : mLines(name, text) {}
-
-  /// Reads the whole file.
-  void read() {
-    std::string joined;
-    while (mLines.nextFilled()) {
-      std::string_view line = mLines.line();
-      if (line.back() != '\\' && joined.empty()) {
-        readLine(line);
-        continue;
-      }
-      // A backslash at the end continues the line on the next one.
-      const bool continues = line.back() == '\\';
-      joined += line.substr(0, line.size() - continues);
-      joined += ' ';
-      if (continues) continue;
-      readLine(joined);
-      joined.clear();
-    }
-    readLine(joined);
-    if (mLargestIndex > mNbVertices) {
-      mLines.failAt(mLargestIndexLine, "the face names vertex " + std::to_string(mLargestIndex) + ", the file has " +
-                                           std::to_string(mNbVertices));
-    }
+void checkCollada(const std::string& name, std::string_view text) {
+  constexpr std::string_view kStart = "<p>";
+  for (std::size_t start = text.find(kStart); start != std::string_view::npos; start = text.find(kStart, start + 1)) {
+    const std::size_t stop = text.find_first_not_of("0123456789 \t\r\n", start + kStart.size());
+    if (stop == std::string_view::npos || text[stop] == '<') continue;
+    const auto lineNumber = 1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(stop), '\n');
+    throw qzError(name + ":" + std::to_string(lineNumber), "something other than numbers among the vertex numbers");
   }
-
-  std::string encodePly() const {
-    std::string ply =
-        "ply\nformat binary_little_endian 1.0\n"
-        "element vertex " +
-        std::to_string(mNbVertices) +
-        "\nproperty float x\nproperty float y\nproperty float z\n"
-        "element face " +
-        std::to_string(mNbFaces) + "\nproperty list uint int vertex_indices\nend_header\n";
-    ply.reserve(ply.size() + mVertices.size() + mFaces.size());
-    ply += mVertices;
-    ply += mFaces;
-    return ply;
-  }
-
- private:
-  void readLine(std::string_view line) {
-    const std::string_view keyword = takeWord(line);
-    if (keyword == "v") readVertex(line);
-    if (keyword == "f") readFace(line);
-  }
-
-  void readVertex(std::string_view line) {
-    std::array<float, 3> position;
-    for (float& coordinate : position) {
-      const std::string_view word = takeWord(line);
-      const tNumberResult result = readNumber(word, coordinate);
-      if (result == tNumberResult::eNoNumber) {
-        mLines.fail(word.empty() ? "a vertex with fewer than three coordinates" : "a vertex coordinate is no number");
-      }
-      if (result == tNumberResult::eOutOfRange || !std::isfinite(coordinate)) {
-        mLines.fail("a vertex coordinate is not finite");
-      }
-    }
-    append(mVertices, position);
-    ++mNbVertices;
-  }
-
-  void readFace(std::string_view line) {
-    mCorners.clear();
-    for (std::string_view word = takeWord(line); !word.empty(); word = takeWord(line)) {
-      const auto index = integerOf<std::int64_t>(word.substr(0, word.find('/')));  // vertex/texture/normal
-      if (!index) mLines.fail("a face corner is no vertex number");
-      if (*index == 0) mLines.fail("the face names vertex 0, the first is 1");
-      if (*index < -mNbVertices) {
-        mLines.fail("the face names vertex " + std::to_string(*index) + ", there are " + std::to_string(mNbVertices) +
-                    " before it");
-      }
-      if (*index > std::numeric_limits<std::int32_t>::max()) mLines.fail("the vertex number is too large");
-      if (*index > mLargestIndex) {  // the vertex may come later in the file
-        mLargestIndex = *index;
-        mLargestIndexLine = mLines.number();
-      }
-      mCorners.push_back(static_cast<std::int32_t>(*index > 0 ? *index - 1 : mNbVertices + *index));
-    }
-    if (mCorners.size() < 3) mLines.fail("a face with fewer than three corners");
-    append(mFaces, static_cast<std::uint32_t>(mCorners.size()));
-    for (std::int32_t corner : mCorners) append(mFaces, corner);
-    ++mNbFaces;
-  }
-
-  template <class tValue>
-  static void append(std::string& bytes, const tValue& value) {
-    bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
-  }
-
-  tLines mLines;
-  std::string mVertices, mFaces;  // as they stand in the PLY file
-  std::int64_t mNbVertices = 0, mNbFaces = 0;
-  std::vector<std::int32_t> mCorners;  // of the current face
-  std::int64_t mLargestIndex = 0;
-  std::size_t mLargestIndexLine = 0;
-};
+}
 
 }  // namespace
 
@@ -381,12 +238,7 @@ void checkMeshFile(const std::string& name, const std::string& extension, std::s
   if (extension == "ply") checkPly(name, bytes);
   if (extension == "stl") checkStl(name, bytes);
   if (extension == "off") checkOff(name, bytes);
-}
-
-std::string convertObjToPly(const std::string& name, std::string_view text) {
-  tObjReader reader(name, text);
-  reader.read();
-  return reader.encodePly();
+  if (extension == "dae") checkCollada(name, bytes);
 }
 
 }  // namespace qzToolkit

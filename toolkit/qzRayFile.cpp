@@ -66,12 +66,10 @@ bool isHeader(const std::vector<std::string_view>& fields) {
   return true;
 }
 
-/// Text from a file as part of a message: short, and without anything that a terminal could take for a command.
+/// Text from a file as part of a message.
 std::string quoted(std::string_view text) {
   constexpr std::size_t kMaxLength = 40;
-  std::string result = "'";
-  for (char c : text.substr(0, kMaxLength)) result += static_cast<unsigned char>(c) < ' ' || c == '\x7F' ? '?' : c;
-  return result + (text.size() > kMaxLength ? "...'" : "'");
+  return "'" + std::string(text.substr(0, kMaxLength)) + (text.size() > kMaxLength ? "...'" : "'");
 }
 
 std::vector<qzRay> raysOfText(const std::string& name, std::string_view text) {
@@ -85,8 +83,8 @@ std::vector<qzRay> raysOfText(const std::string& name, std::string_view text) {
 
     const std::string place = name + ":" + std::to_string(lineNumber);
     const std::vector<std::string_view> fields = splitAtCommas(line);
-    if (lineNumber == 1 && isHeader(fields)) continue;
     checkNbColumns(place, fields.size());
+    if (lineNumber == 1 && isHeader(fields)) continue;
     if (nbColumns == 0) nbColumns = fields.size();
     if (fields.size() != nbColumns) {
       throw qzError(place, std::to_string(fields.size()) + " columns after lines of " + std::to_string(nbColumns));

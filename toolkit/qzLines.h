@@ -1,0 +1,46 @@
+#pragma once
+// Reading a text line by line and word by word.
+
+#include <charconv>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace qzToolkit {
+
+/// The lines of a text with their numbers, comments behind "#" and blank ends cut off.
+class qzLines {
+ public:
+  /// name  of the file, for messages; it and text must outlive the object
+  qzLines(const std::string& name, std::string_view text) : mName(name), mText(text) {}
+
+  /// Moves on to the next line that has something on it; false at the end.
+  bool next();
+
+  std::string_view line() const { return mLine; }
+  std::size_t number() const { return mNumber; }
+
+  /// Throws a qzError that names the file and the line.
+  [[noreturn]] void fail(const std::string& what) const { failAt(mNumber, what); }
+  [[noreturn]] void failAt(std::size_t number, const std::string& what) const;
+
+ private:
+  const std::string& mName;
+  std::string_view mText, mLine;
+  std::size_t mNumber = 0;
+};
+
+/// Takes the first word off line; empty when there is none.
+std::string_view takeWord(std::string_view& line);
+
+/// The integer that word is, or nothing when it is none or too large.
+template <class tInteger>
+std::optional<tInteger> integerOf(std::string_view word) {
+  tInteger value;
+  const auto [end, code] = std::from_chars(word.data(), word.data() + word.size(), value);
+  if (code != std::errc() || end != word.data() + word.size()) return std::nullopt;
+  return value;
+}
+
+}  // namespace qzToolkit
