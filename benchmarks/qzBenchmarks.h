@@ -17,10 +17,13 @@ struct qzSettings {
 void measureBuild(const qzScene& scene, const qzSettings& settings, qzReport& report);
 
 /// Bytes per triangle of the finished hierarchy, and most bytes at a time while it is built, against Embree.
-void measureMemory(const qzScene& scene, qzReport& report);
+void measureMemory(const qzScene& scene, const qzSettings& settings, qzReport& report);
 
 /// The nearest hit of camera rays, of bounces from their hits and of chords, against Embree and CGAL.
 void measureRays(const qzScene& scene, const qzSettings& settings, qzReport& report);
+
+/// Builds and rays of the surface-area builder, against Embree's MEDIUM quality and the linear builder.
+void measureSurfaceArea(const qzScene& scene, const qzSettings& settings, qzReport& report);
 
 /// Two threads on one hierarchy against one.
 void measureThreads(const qzScene& scene, const qzSettings& settings, qzReport& report);

@@ -8,26 +8,11 @@
 #include <deque>
 
 #include "qzBenchmarks.h"
-#include "qzCgal.h"
-#include "qzEmbree.h"
-#include "qzOurs.h"
+#include "qzContests.h"
 
 namespace qzBench {
 
 namespace {
-
-/// CGAL is not held against the largest scenes: it takes too long and shows nothing new.
-constexpr int kMostTrianglesOfCgal = 2000000;
-
-/// Builds and releases at once, so that no contestant finds its memory ready.
-template <class Builder>
-qzContestant contestant(Builder& builder, double nbTriangles) {
-  return {builder.getName(), nbTriangles, [&builder] {
-            const double seconds = builder.build();
-            builder.release();
-            return seconds;
-          }};
-}
 
 struct tNeverCancelled : qz::qzCancelInterfaceReadOnly {
   bool isCanceled() const override { return false; }
@@ -36,16 +21,15 @@ struct tNeverCancelled : qz::qzCancelInterfaceReadOnly {
 }  // namespace
 
 void measureBuild(const qzScene& scene, const qzSettings& settings, qzReport& report) {
-  const double nbTriangles = scene.getNbTriangles();
   qzOurs ours(scene);
-  std::vector<qzContestant> contestants = {contestant(ours, nbTriangles)};
+  std::vector<qzContestant> contestants = {buildContest(ours, scene)};
   std::deque<qzEmbree> embrees;
   for (RTCBuildQuality quality : {RTC_BUILD_QUALITY_LOW, RTC_BUILD_QUALITY_MEDIUM})
     for (const char* isa : {"sse4.2", ""})
-      contestants.push_back(contestant(embrees.emplace_back(scene, quality, isa), nbTriangles));
+      contestants.push_back(buildContest(embrees.emplace_back(scene, quality, isa), scene));
   std::deque<qzCgal> cgals;
   if (scene.getNbTriangles() <= kMostTrianglesOfCgal)
-    contestants.push_back(contestant(cgals.emplace_back(scene), nbTriangles));
+    contestants.push_back(buildContest(cgals.emplace_back(scene), scene));
 
   report.compare({"build", scene.mName, scene.getNbTriangles(), "triangle", settings.mRounds}, contestants, [&ours] {
     ours.build();
@@ -67,6 +51,10 @@ void measureCancel(const qzScene& scene, const qzSettings& settings, qzReport& r
     qzFingerprint& fingerprint = fingerprints[cancel != nullptr];
     fingerprint = {};
     fingerprint.add(bvh.getNodes().data(), bvh.getNodes().size() * sizeof bvh.getNodes()[0]);
+    for (unsigned i = 0; i < triangles.getQuantity(); ++i) {
+      const unsigned primitive = bvh.getPrimitive(i);
+      fingerprint.add(&primitive, sizeof primitive);
+    }
     return seconds;
   };
   const double nbTriangles = scene.getNbTriangles();

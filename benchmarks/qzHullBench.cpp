@@ -17,12 +17,12 @@ constexpr double kAgreement = 0.99;
 
 constexpr int kRegions = 4000;
 
-/// Asks about as many regions as fit the time of a run, at least 16 of them.
+/// Asks about as many regions as fit the time of a run, at least 4 of them.
 class tAsker {
  public:
   tAsker(std::string name, std::function<double(std::vector<char>&)> ask, double secondsPerRun)
       : mName(std::move(name)), mAsk(std::move(ask)) {
-    std::size_t count = 16;
+    std::size_t count = 4;
     for (;;) {
       mAnswers.resize(count);
       const double seconds = mAsk(mAnswers);

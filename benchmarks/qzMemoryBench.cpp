@@ -7,7 +7,7 @@
 
 namespace qzBench {
 
-void measureMemory(const qzScene& scene, qzReport& report) {
+void measureMemory(const qzScene& scene, const qzSettings&, qzReport& report) {
   const auto add = [&](const std::string& name, long long bytes, long long peak) {
     const double nbTriangles = scene.getNbTriangles();
     report.addFigure("memory", scene.mName, scene.getNbTriangles(), name, double(bytes) / nbTriangles,

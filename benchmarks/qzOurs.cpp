@@ -1,5 +1,8 @@
 #include "qzOurs.h"
 
+#include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
+#include <qzCommonAddOns/builders/qzGenericBVHBuilder.h>
+#include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <xmmintrin.h>
 
 #include <limits>
@@ -27,12 +30,40 @@ std::string qzOurs::getName() const {
   return mBuilder == eLinear ? "qzQBVH" : "qzQBVH surface-area";
 }
 
+namespace {
+
+/// The surface-area builder, filled with the boxes of a mesh's triangles.
+class tSurfaceAreaBuilder : public qzGenericBVHBuilder {
+ public:
+  explicit tSurfaceAreaBuilder(const qz::qzTriMesh& mesh) {
+    const qzBVHTriangleContainer triangles(mesh);
+    resizeItems(static_cast<int>(triangles.getQuantity()));
+    for (unsigned i = 0; i < triangles.getQuantity(); ++i) {
+      mItemBBoxes[i] = *triangles.getBBox(i);
+      mItemIndices[i] = i;
+      mSceneBBox.selfUnion(mItemBBoxes[i]);
+    }
+    setSAH(&mCost);  // the one that a builder makes for itself is never freed
+  }
+
+ private:
+  qzDefaultSAH mCost;
+};
+
+}  // namespace
+
 double qzOurs::build(qzQBVH::tQBVHDataFlags flags) {
   release();
   expectDefaultFloatMode();
   mHierarchy = std::make_unique<tHierarchy>();
   const qzStopwatch watch;
-  mHierarchy->buildFromMesh(flags, mScene.mMesh, 4);
+  if (mBuilder == eLinear) {
+    mHierarchy->buildFromMesh(flags, mScene.mMesh, 4);
+  } else {
+    qzGenericBVH bvh;
+    tSurfaceAreaBuilder(mScene.mMesh).build(bvh);
+    mHierarchy->buildFromBVH(flags, bvh, mScene.mMesh);
+  }
   return watch.getSeconds();
 }
 

@@ -6,35 +6,14 @@
 #include <thread>
 
 #include "qzBenchmarks.h"
-#include "qzCgal.h"
-#include "qzEmbree.h"
-#include "qzOurs.h"
+#include "qzContests.h"
 
 namespace qzBench {
 
 namespace {
 
-/// Share of rays that must get the same answer from a peer. The rest passes within a rounding of an edge.
-constexpr double kAgreement = 0.999;
-
-/// CGAL is given every so manieth ray, and only of scenes up to a size.
+/// CGAL is given one ray out of so many.
 constexpr std::size_t kStepOfCgal = 16;
-constexpr int kMostTrianglesOfCgal = 2000000;
-
-struct tRaySet {
-  const char* mName;
-  std::vector<qzRay> mRays;
-};
-
-std::vector<tRaySet> makeRaySets(const qzScene& scene, const qzOurs& ours, int side) {
-  std::vector<qzRay> camera = makeCameraRays(scene, side);
-  std::vector<qzAnswer> answers(camera.size());
-  ours.trace(camera, answers);
-  std::vector<qzRay> bounces = makeBounces(scene, camera, answers);
-  return {{"ray/camera", std::move(camera)},
-          {"ray/bounce", std::move(bounces)},
-          {"ray/chord", makeChords(scene, side * side)}};
-}
 
 }  // namespace
 
@@ -47,26 +26,21 @@ void measureRays(const qzScene& scene, const qzSettings& settings, qzReport& rep
   std::deque<qzCgal> cgals;
   if (scene.getNbTriangles() <= kMostTrianglesOfCgal) cgals.emplace_back(scene).build();
 
-  for (const tRaySet& set : makeRaySets(scene, ours, settings.mRaySide)) {
-    const std::vector<qzRay>& rays = set.mRays;
-    std::vector<qzAnswer> answers(rays.size());
-    std::vector<qzContestant> contestants = {
-        {ours.getName(), double(rays.size()), [&] { return ours.trace(rays, answers); }}};
-
+  for (const qzRaySet& set : makeRaySets(scene, ours, settings.mRaySide)) {
+    std::vector<qzAnswer> answers;
     std::deque<std::vector<qzAnswer>> peersAnswers;
-    for (const qzEmbree& embree : embrees) {
-      std::vector<qzAnswer>& own = peersAnswers.emplace_back(rays.size());
-      contestants.push_back({embree.getName(), double(rays.size()), [&] { return embree.trace(rays, own); },
-                             [&] { return agreement(scene, answers, own); }});
-    }
-    const std::vector<qzRay> someRays = everyOne(rays, kStepOfCgal);
-    for (const qzCgal& cgal : cgals) {
-      std::vector<qzAnswer>& own = peersAnswers.emplace_back(someRays.size());
-      contestants.push_back({cgal.getName(), double(someRays.size()), [&] { return cgal.trace(someRays, own); },
-                             [&] { return agreement(scene, everyOne(answers, kStepOfCgal), own); }});
-    }
-    report.compare({set.mName, scene.mName, scene.getNbTriangles(), "ray", settings.mRounds, kAgreement}, contestants,
-                   [&] { return getCheck(answers); });
+    std::vector<qzContestant> contestants = {rayContest(ours, scene, set.mRays, answers, nullptr)};
+    for (const qzEmbree& embree : embrees)
+      contestants.push_back(rayContest(embree, scene, set.mRays, peersAnswers.emplace_back(), &answers));
+
+    const std::vector<qzRay> someRays = someOf(set.mRays, kStepOfCgal);
+    std::vector<qzAnswer> someAnswers(someRays.size());
+    ours.trace(someRays, someAnswers);
+    for (const qzCgal& cgal : cgals)
+      contestants.push_back(rayContest(cgal, scene, someRays, peersAnswers.emplace_back(), &someAnswers));
+
+    report.compare({set.mName, scene.mName, scene.getNbTriangles(), "ray", settings.mRounds, kRayAgreement},
+                   contestants, [&] { return getCheck(answers); });
   }
 }
 
@@ -74,7 +48,7 @@ void measureThreads(const qzScene& scene, const qzSettings& settings, qzReport& 
   qzOurs ours(scene);
   ours.build();
   std::vector<qzRay> rays;
-  for (const tRaySet& set : makeRaySets(scene, ours, settings.mRaySide))
+  for (const qzRaySet& set : makeRaySets(scene, ours, settings.mRaySide))
     rays.insert(rays.end(), set.mRays.begin(), set.mRays.end());
   std::vector<qzAnswer> twosAnswers(rays.size()), onesAnswers(rays.size());
 

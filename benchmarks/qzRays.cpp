@@ -54,6 +54,12 @@ std::vector<qzRay> makeChords(const qzScene& scene, int count) {
   return chords;
 }
 
+std::vector<qzRay> someOf(const std::vector<qzRay>& rays, std::size_t step) {
+  std::vector<qzRay> some;
+  for (std::size_t i = 0; i < rays.size(); i += step) some.push_back(rays[i]);
+  return some;
+}
+
 double agreement(const qzScene& scene, const std::vector<qzAnswer>& ours, const std::vector<qzAnswer>& theirs) {
   const std::size_t count = std::min(ours.size(), theirs.size());
   std::size_t same = 0;

@@ -31,13 +31,8 @@ std::vector<qzRay> makeBounces(const qzScene& scene, const std::vector<qzRay>& r
 /// Rays from one random point of the bounding sphere to another: no order at all.
 std::vector<qzRay> makeChords(const qzScene& scene, int count);
 
-/// Every step-th ray, or every step-th answer.
-template <class T>
-std::vector<T> everyOne(const std::vector<T>& all, std::size_t step) {
-  std::vector<T> some;
-  for (std::size_t i = 0; i < all.size(); i += step) some.push_back(all[i]);
-  return some;
-}
+/// The rays 0, step, 2 step and so on.
+std::vector<qzRay> someOf(const std::vector<qzRay>& rays, std::size_t step);
 
 /// The share of the answers that agree: both miss, or both hit at the same distance up to 1e-4 of it. Close to the
 /// origin of a ray single precision cannot tell that much: up to 1e-6 of the scene's radius agrees as well.
