@@ -104,8 +104,8 @@ TEST_CASE("the caller's treatment of denormals and its rounding do not reach the
         const std::uint32_t bits = bitsOf(plane);
         const unsigned int after = _mm_getcsr() & ~0x3Fu;
         _mm_setcsr(callers);
-        CHECK(bits == bitsOf(expected));
-        CHECK(after == (0x1F80u | mode));
+        if (bits != bitsOf(expected)) FAIL("axis ", axis, " k ", k, " mode ", mode);
+        if (after != (0x1F80u | mode)) FAIL("the mode ", mode, " is ", after, " after the call");
       }
     }
   }

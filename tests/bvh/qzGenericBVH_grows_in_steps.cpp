@@ -27,15 +27,18 @@ TEST_CASE("asking for node 0 of an empty hierarchy makes 1024 nodes and counts n
 }
 
 TEST_CASE("the array grows to the smallest multiple of 1024 above the index") {
-  const unsigned int lengths[][2] = {{0, 1024},    {1, 1024},    {1022, 1024}, {1023, 1024}, {1024, 2048},
-                                     {1025, 2048}, {2047, 2048}, {2048, 3072}, {5000, 5120}, {10239, 10240}};
-  for (const auto& [index, length] : lengths) {
-    INFO("index ", index);
+  struct Growth {
+    unsigned int index, length;
+  };
+  for (const Growth& growth :
+       {Growth{0, 1024}, Growth{1, 1024}, Growth{1022, 1024}, Growth{1023, 1024}, Growth{1024, 2048},
+        Growth{1025, 2048}, Growth{2047, 2048}, Growth{2048, 3072}, Growth{5000, 5120}, Growth{10239, 10240}}) {
+    INFO("index ", growth.index);
     qzGenericBVH created, set;
-    getOrCreateNode(created, index);
-    CHECK(created.getNodes().size() == length);
-    setNode(set, index, qzGNode());
-    CHECK(set.getNodes().size() == length);
+    getOrCreateNode(created, growth.index);
+    CHECK(created.getNodes().size() == growth.length);
+    setNode(set, growth.index, qzGNode());
+    CHECK(set.getNodes().size() == growth.length);
   }
 }
 
