@@ -28,7 +28,7 @@ bool allGreater(const Point& a, const Point& b) {
 
 qzBBox2D qzBBox2D::RobustMake(const Point& a, const Point& b) {
   const tFloatMode mode;
-  return qzBBox2D(minOfEach(a, b), maxOfEach(a, b));
+  return mode.keep(qzBBox2D(minOfEach(a, b), maxOfEach(a, b)));
 }
 
 qzBBox2D qzBBox2D::RobustMake(float x0, float y0, float x1, float y1) {
@@ -37,52 +37,52 @@ qzBBox2D qzBBox2D::RobustMake(float x0, float y0, float x1, float y1) {
 
 float qzBBox2D::extentX() const {
   const tFloatMode mode;
-  return mMax[0] - mMin[0];
+  return mode.keep(mMax[0] - mMin[0]);
 }
 
 float qzBBox2D::extentY() const {
   const tFloatMode mode;
-  return mMax[1] - mMin[1];
+  return mode.keep(mMax[1] - mMin[1]);
 }
 
 Point qzBBox2D::getCenter() const {
   const tFloatMode mode;
-  return Point((mMax[0] - mMin[0]) * 0.5f + mMin[0], (mMax[1] - mMin[1]) * 0.5f + mMin[1]);
+  return mode.keep(Point((mMax[0] - mMin[0]) * 0.5f + mMin[0], (mMax[1] - mMin[1]) * 0.5f + mMin[1]));
 }
 
 float qzBBox2D::area() const {
   const tFloatMode mode;
-  return (mMax[1] - mMin[1]) * (mMax[0] - mMin[0]);
+  return mode.keep((mMax[1] - mMin[1]) * (mMax[0] - mMin[0]));
 }
 
 bool qzBBox2D::isEmpty() const {
   const tFloatMode mode;
-  return mMin[0] > mMax[0] || mMin[1] > mMax[1];
+  return mode.keep(mMin[0] > mMax[0] || mMin[1] > mMax[1]);
 }
 
 bool qzBBox2D::hasExtent() const {
   const tFloatMode mode;
-  return allGreater(mMax, mMin);
+  return mode.keep(allGreater(mMax, mMin));
 }
 
 bool qzBBox2D::contains(const Point& p) const {
   const tFloatMode mode;
-  return allGreaterEqual(p, mMin) && allGreaterEqual(mMax, p);
+  return mode.keep(allGreaterEqual(p, mMin) && allGreaterEqual(mMax, p));
 }
 
 bool qzBBox2D::strictlyContains(const Point& p) const {
   const tFloatMode mode;
-  return allGreater(p, mMin) && allGreater(mMax, p);
+  return mode.keep(allGreater(p, mMin) && allGreater(mMax, p));
 }
 
 bool qzBBox2D::overlaps(const qzBBox2D& o) const {
   const tFloatMode mode;
-  return allGreaterEqual(o.mMax, mMin) && allGreaterEqual(mMax, o.mMin);
+  return mode.keep(allGreaterEqual(o.mMax, mMin) && allGreaterEqual(mMax, o.mMin));
 }
 
 bool qzBBox2D::strictlyOverlaps(const qzBBox2D& o) const {
   const tFloatMode mode;
-  return allGreater(o.mMax, mMin) && allGreater(mMax, o.mMin);
+  return mode.keep(allGreater(o.mMax, mMin) && allGreater(mMax, o.mMin));
 }
 
 bool qzBBox2D::intersectSegment(const Point& a, const Point& b) const {
@@ -98,12 +98,12 @@ bool qzBBox2D::intersectSegment(const Point& a, const Point& b) const {
   }
   const float tNear = maxOf(nearest[0], nearest[1]);
   const float tFar = minOf(farthest[0], farthest[1]);
-  return tFar >= tNear && 1.0f >= tNear && tFar >= 0.0f;
+  return mode.keep(tFar >= tNear && 1.0f >= tNear && tFar >= 0.0f);
 }
 
 qzBBox2D qzBBox2D::bboxUnion(const qzBBox2D& o) const {
   const tFloatMode mode;
-  return qzBBox2D(minOfEach(mMin, o.mMin), maxOfEach(mMax, o.mMax));
+  return mode.keep(qzBBox2D(minOfEach(mMin, o.mMin), maxOfEach(mMax, o.mMax)));
 }
 
 qzBBox2D& qzBBox2D::selfUnion(const qzBBox2D& o) {
@@ -112,7 +112,7 @@ qzBBox2D& qzBBox2D::selfUnion(const qzBBox2D& o) {
 
 qzBBox2D qzBBox2D::bboxIntersection(const qzBBox2D& o) const {
   const tFloatMode mode;
-  return qzBBox2D(maxOfEach(mMin, o.mMin), minOfEach(mMax, o.mMax));
+  return mode.keep(qzBBox2D(maxOfEach(mMin, o.mMin), minOfEach(mMax, o.mMax)));
 }
 
 qzBBox2D& qzBBox2D::selfIntersection(const qzBBox2D& o) {
@@ -121,7 +121,7 @@ qzBBox2D& qzBBox2D::selfIntersection(const qzBBox2D& o) {
 
 qzBBox2D qzBBox2D::expand(const Point& p) const {
   const tFloatMode mode;
-  return qzBBox2D(minOfEach(mMin, p), maxOfEach(mMax, p));
+  return mode.keep(qzBBox2D(minOfEach(mMin, p), maxOfEach(mMax, p)));
 }
 
 qzBBox2D& qzBBox2D::selfExpand(const Point& p) {
@@ -130,7 +130,7 @@ qzBBox2D& qzBBox2D::selfExpand(const Point& p) {
 
 qzBBox2D qzBBox2D::grow(float g) const {
   const tFloatMode mode;
-  return qzBBox2D(mMin[0] - g, mMin[1] - g, mMax[0] + g, mMax[1] + g);
+  return mode.keep(qzBBox2D(mMin[0] - g, mMin[1] - g, mMax[0] + g, mMax[1] + g));
 }
 
 qzBBox2D& qzBBox2D::selfGrow(float g) {
@@ -139,5 +139,5 @@ qzBBox2D& qzBBox2D::selfGrow(float g) {
 
 Point qzBBox2D::projectOntoBBox(const Point& p) const {
   const tFloatMode mode;
-  return minOfEach(maxOfEach(p, mMin), mMax);  // the lower bound first, then the upper
+  return mode.keep(minOfEach(maxOfEach(p, mMin), mMax));  // the lower bound first, then the upper
 }

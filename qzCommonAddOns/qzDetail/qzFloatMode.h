@@ -5,10 +5,15 @@
 
 #include <xmmintrin.h>
 
+#include <atomic>
+#include <type_traits>
+
 namespace qzDetail {
 
 /// While one lives, SSE arithmetic rounds to nearest, keeps denormals and raises no trap. Puts the caller's mode back,
 /// with the exception flags that were raised meanwhile.
+/// To a compiler, arithmetic has nothing to do with the mode, so it may well move what a function returns past the end
+/// of the function, where the caller's mode is back: such a result goes through keep.
 class tFloatMode {
  public:
   tFloatMode() : mCallers(_mm_getcsr()) {
@@ -17,6 +22,21 @@ class tFloatMode {
   ~tFloatMode() {
     if ((mCallers & ~kFlags) != kDefault) _mm_setcsr(mCallers | (_mm_getcsr() & kFlags));
   }
+  /// The value, computed here and not later.
+  template <class T>
+  T keep(T value) const {
+#if defined(__GNUC__)
+    if constexpr (std::is_same_v<T, float>) {
+      asm volatile("" : "+x"(value) : : "memory");
+    } else {
+      asm volatile("" : "+m"(value) : : "memory");
+    }
+#else
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+#endif
+    return value;
+  }
+
   tFloatMode(const tFloatMode&) = delete;
   tFloatMode& operator=(const tFloatMode&) = delete;
 

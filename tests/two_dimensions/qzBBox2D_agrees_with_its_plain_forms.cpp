@@ -42,7 +42,7 @@ const char* firstDifference(const qzBBox2D& box, const qzBBox2D& o, const Point&
 
 void check(const qzBBox2D& box, const qzBBox2D& o, const Point& p, const Point& q, float v) {
   const char* const member = firstDifference(box, o, p, q, v);
-  if (member != nullptr) FAIL(member, describe(box), describe(o), describe(p), describe(q), describe({v}));
+  if (member != nullptr) FAIL(std::string(member), describe(box), describe(o), describe(p), describe(q), describe({v}));
 }
 
 }  // namespace
