@@ -7,9 +7,9 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <map>
 #include <memory>
 
+#include "qzChoice.h"
 #include "qzCommands.h"
 #include "qzScene.h"
 
@@ -29,7 +29,8 @@ void cast(const tCastArguments& arguments, const tOptions& options) {
   if (arguments.mSymmetric) {
     const auto bounded = std::find_if(rays.begin(), rays.end(), [](const auto& ray) { return ray.mTMin != 0.0f; });
     if (bounded != rays.end()) {
-      throw qzToolkit::qzError(arguments.mRaysName + ": ray " + std::to_string(bounded - rays.begin()),
+      const std::string name = arguments.mRaysName == "-" ? "standard input" : arguments.mRaysName;
+      throw qzToolkit::qzError(name + ": ray " + std::to_string(bounded - rays.begin()),
                                "tMin must be 0 with --symmetric, which looks both ways from the origin");
     }
   }
@@ -69,11 +70,11 @@ void addCastCommand(CLI::App& app, tOptions& options) {
           "-o,--output", arguments->mHitsName,
           "Hits as .npy when the name ends so, else as CSV: distance, triangle, three weights; - is standard output")
       ->required();
-  const std::map<std::string, qzQBVH::tIntersectionPolicy> policies = {{"both", qzQBVH::eIntersectBothFaces},
-                                                                       {"front", qzQBVH::eIntersectFrontFaces},
-                                                                       {"back", qzQBVH::eIntersectBackFaces}};
-  CLI::Option* policy = command.add_option("--policy", arguments->mPolicy, "Faces that count: both, front or back")
-                            ->transform(CLI::Transformer(policies).description("{both,front,back}"));
+  CLI::Option* policy = addChoice<qzQBVH::tIntersectionPolicy>(command, "--policy", arguments->mPolicy,
+                                                               {{"both", qzQBVH::eIntersectBothFaces},
+                                                                {"front", qzQBVH::eIntersectFrontFaces},
+                                                                {"back", qzQBVH::eIntersectBackFaces}},
+                                                               "Faces that count; both without it");
   command
       .add_flag("--symmetric", arguments->mSymmetric,
                 "Look both ways along every line, for front faces only; distances are without sign")

@@ -5,9 +5,9 @@
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <cstdio>
-#include <map>
 #include <memory>
 
+#include "qzChoice.h"
 #include "qzCommands.h"
 #include "qzRenderer.h"
 #include "qzScene.h"
@@ -86,18 +86,15 @@ void addRenderCommand(CLI::App& app, tOptions& options) {
                   "Where to look from: x,y,z or front, back, left, right, top, bottom, iso; without it from the front, "
                   "above and to the side")
       ->type_name("FROM");
-  const std::map<std::string, qzToolkit::qzCamera::tUp> axes = {{"y", qzToolkit::qzCamera::eUpY},
-                                                                {"z", qzToolkit::qzCamera::eUpZ}};
-  command.add_option("--up", arguments->mUp, "The axis that points up: y or z; z without it")
-      ->transform(CLI::Transformer(axes).description("{y,z}"));
-  const std::map<std::string, tShading> shadings = {{"facing", tShading::eFacing},
-                                                    {"normal", tShading::eNormal},
-                                                    {"depth", tShading::eDepth},
-                                                    {"cost", tShading::eCost}};
-  command
-      .add_option("--shading", arguments->mShading,
-                  "facing, normal, depth or cost: the nodes that a pixel's rays visit; facing without it")
-      ->transform(CLI::Transformer(shadings).description("{facing,normal,depth,cost}"));
+  addChoice<qzToolkit::qzCamera::tUp>(command, "--up", arguments->mUp,
+                                      {{"y", qzToolkit::qzCamera::eUpY}, {"z", qzToolkit::qzCamera::eUpZ}},
+                                      "The axis that points up; z without it");
+  addChoice<tShading>(command, "--shading", arguments->mShading,
+                      {{"facing", tShading::eFacing},
+                       {"normal", tShading::eNormal},
+                       {"depth", tShading::eDepth},
+                       {"cost", tShading::eCost}},
+                      "What colours show, cost being the nodes that a pixel's rays visit; facing without it");
   command.add_option("--samples", arguments->mNbSamples, "Rays across a pixel, so the square of it in a pixel")
       ->check(CLI::Range(1, 16))
       ->capture_default_str();

@@ -1,0 +1,78 @@
+#include "apps/qzProcess.h"
+
+#include <fcntl.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <stdexcept>
+
+#include "support/qzTemporaryFolder.h"
+
+namespace qzTest {
+
+namespace {
+
+int openOrThrow(const std::string& name, int flags) {
+  const int descriptor = ::open(name.c_str(), flags, 0600);
+  if (descriptor < 0) throw std::runtime_error("cannot open " + name);
+  return descriptor;
+}
+
+/// Starts qzquery with these standard streams, and closes them here.
+pid_t start(std::vector<std::string> arguments, int input, int output, int error) {
+  arguments.insert(arguments.begin(), QZQUERY);
+  std::vector<char*> pointers;
+  for (std::string& argument : arguments) pointers.push_back(argument.data());
+  pointers.push_back(nullptr);
+  const pid_t child = ::fork();
+  if (child < 0) throw std::runtime_error("cannot fork");
+  if (child == 0) {
+    ::dup2(input, STDIN_FILENO);
+    ::dup2(output, STDOUT_FILENO);
+    ::dup2(error, STDERR_FILENO);
+    ::execv(QZQUERY, pointers.data());
+    ::_exit(127);
+  }
+  for (int descriptor : {input, output, error}) ::close(descriptor);
+  return child;
+}
+
+int waitFor(pid_t child) {
+  int status = 0;
+  while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+}  // namespace
+
+Outcome runQuery(const std::vector<std::string>& arguments, const std::string& input, const std::string& outputName) {
+  const TemporaryFolder folder;
+  folder.write("input", input);
+  const int inputFile = openOrThrow(folder.path("input"), O_RDONLY | O_CLOEXEC);
+  const int outputFile =
+      openOrThrow(outputName.empty() ? folder.path("output") : outputName, O_WRONLY | O_CREAT | O_CLOEXEC);
+  const int errorFile = openOrThrow(folder.path("error"), O_WRONLY | O_CREAT | O_CLOEXEC);
+  const int exitCode = waitFor(start(arguments, inputFile, outputFile, errorFile));
+  return {exitCode, outputName.empty() ? folder.read("output") : "", folder.read("error")};
+}
+
+std::string runQueryOnTerminal(const std::vector<std::string>& arguments) {
+  const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+  if (terminal < 0 || ::grantpt(terminal) != 0 || ::unlockpt(terminal) != 0) throw std::runtime_error("no terminal");
+  const pid_t child =
+      start(arguments, openOrThrow("/dev/null", O_RDONLY | O_CLOEXEC), openOrThrow("/dev/null", O_WRONLY | O_CLOEXEC),
+            openOrThrow(::ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC));
+  std::string shown;
+  char bytes[4096];
+  for (ssize_t count; (count = ::read(terminal, bytes, sizeof bytes)) > 0;) {  // fails when the other end is closed
+    shown.append(bytes, static_cast<std::size_t>(count));
+  }
+  ::close(terminal);
+  waitFor(child);
+  return shown;
+}
+
+}  // namespace qzTest

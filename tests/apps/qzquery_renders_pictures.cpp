@@ -1,0 +1,167 @@
+#include <doctest/doctest.h>
+#include <png.h>
+
+#include <array>
+#include <cmath>
+#include <set>
+
+#include "apps/qzProcess.h"
+#include "support/qzTemporaryFolder.h"
+#include "support/qzTestMeshes.h"
+#include "toolkit/qzTestFiles.h"
+
+using namespace qzTest;
+
+namespace {
+
+struct Picture {
+  int width, height;
+  std::vector<unsigned char> bytes;
+
+  std::array<int, 3> at(int x, int y) const {
+    const unsigned char* pixel = &bytes[3 * static_cast<std::size_t>(y * width + x)];
+    return {pixel[0], pixel[1], pixel[2]};
+  }
+  int brightness(int x, int y) const { return at(x, y)[0] + at(x, y)[1] + at(x, y)[2]; }
+};
+
+Picture decode(const std::string& file) {
+  png_image image = {};
+  image.version = PNG_IMAGE_VERSION;
+  REQUIRE(png_image_begin_read_from_memory(&image, file.data(), file.size()) != 0);
+  image.format = PNG_FORMAT_RGB;
+  Picture picture = {static_cast<int>(image.width), static_cast<int>(image.height), {}};
+  picture.bytes.resize(PNG_IMAGE_SIZE(image));
+  REQUIRE(png_image_finish_read(&image, nullptr, picture.bytes.data(), 0, nullptr) != 0);
+  return picture;
+}
+
+/// Renders a mesh to standard output, which has to work.
+Picture render(std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), "render");
+  arguments.insert(arguments.end(), {"-o", "-", "--quiet"});
+  const Outcome outcome = runQuery(arguments);
+  CHECK(outcome.exitCode == 0);
+  CHECK(outcome.error.empty());
+  return decode(outcome.output);
+}
+
+}  // namespace
+
+TEST_CASE("a sphere in front of a light background: a round shape in the middle that fills the picture") {
+  const TemporaryFolder folder;
+  const std::string mesh = folder.write("mesh.stl", asStlBytes(sphereMesh(60, 120)));
+  for (const char* shading : {"facing", "normal", "depth"}) {
+    CAPTURE(shading);
+    const Picture picture = render({mesh, "--size", "120x90", "--view", "front", "--shading", shading});
+    CHECK(picture.width == 120);
+    CHECK(picture.height == 90);
+    const std::array<int, 3> background = picture.at(0, 0);
+    for (int channel : background) CHECK(channel > 200);
+    for (int x : {0, 119}) {
+      for (int y : {0, 89}) {
+        if (y == 0) CHECK(picture.at(x, y) == background);
+      }
+    }
+    int nbCovered = 0;
+    for (int y = 0; y < 90; ++y) {
+      for (int x = 0; x < 120; ++x) {
+        const double fromMiddle = std::hypot(x - 59.5, y - 44.5);
+        if (fromMiddle < 38.0) CHECK(picture.at(x, y) != background);
+        if (fromMiddle > 45.0 && y < 45) CHECK(picture.at(x, y) == background);
+        nbCovered += fromMiddle < 38.0;
+      }
+    }
+    CHECK(nbCovered > 4000);
+  }
+}
+
+TEST_CASE("facing is brightest where the surface looks at the camera") {
+  const TemporaryFolder folder;
+  const std::string mesh = folder.write("mesh.stl", asStlBytes(sphereMesh(60, 120)));
+  const Picture picture = render({mesh, "--size", "100x100", "--view", "front"});
+  CHECK(picture.brightness(50, 50) > picture.brightness(15, 50) + 60);
+  CHECK(picture.brightness(50, 50) > picture.brightness(50, 88) + 60);
+}
+
+TEST_CASE("normal shows the axes as red, green and blue from every side") {
+  const TemporaryFolder folder;
+  const std::string mesh = folder.write("mesh.stl", asStlBytes(sphereMesh(90, 180)));
+  const std::pair<const char*, std::array<int, 3>> views[] = {
+      {"right", {255, 128, 128}}, {"left", {0, 128, 128}},   {"back", {128, 255, 128}},  {"front", {128, 0, 128}},
+      {"top", {128, 128, 255}},   {"bottom", {128, 128, 0}}, {"5,0,0", {255, 128, 128}}, {"-1,0,0", {0, 128, 128}}};
+  for (const auto& [view, color] : views) {
+    CAPTURE(view);
+    const Picture picture = render({mesh, "--size", "41x41", "--shading", "normal", "--view", view});
+    for (std::size_t channel = 0; channel < 3; ++channel) {
+      CHECK(std::abs(picture.at(20, 20)[channel] - color[channel]) < 8);
+    }
+  }
+  const Picture lying = render({mesh, "--size", "41x41", "--shading", "normal", "--view", "front", "--up", "y"});
+  CHECK(lying.at(20, 20)[2] > 247);  // +z is in front when y is up
+}
+
+TEST_CASE("depth is darker near than far") {
+  const TemporaryFolder folder;
+  // A square that lies on the ground, seen from the front and above.
+  const std::string mesh = folder.write("mesh.obj", "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nf 1 2 3 4\n");
+  const Picture picture = render({mesh, "--size", "60x60", "--shading", "depth", "--view", "0,-1,1"});
+  CHECK(picture.brightness(30, 38) < picture.brightness(30, 30));
+  CHECK(picture.brightness(30, 30) < picture.brightness(30, 22));
+}
+
+TEST_CASE("cost is dark where no box is and brighter in the mesh, and its scale is told") {
+  const TemporaryFolder folder;
+  const std::string mesh = folder.write("mesh.stl", asStlBytes(sphereMesh(40, 80)));
+  const Picture picture = render({mesh, "--size", "60x60", "--shading", "cost", "--view", "front"});
+  CHECK(picture.brightness(0, 0) < 200);
+  CHECK(picture.brightness(30, 20) > picture.brightness(0, 0));
+  const Outcome outcome = runQuery({"render", mesh, "-o", "-", "--size", "60x60", "--shading", "cost"});
+  CHECK(outcome.error.find("\ncost: ") != std::string::npos);
+  CHECK(outcome.error.find(" nodes a ray, ") != std::string::npos);
+}
+
+TEST_CASE("edges are smooth: a pixel that the mesh covers in part has a colour in between") {
+  const TemporaryFolder folder;
+  const std::string mesh = folder.write("mesh.obj", "v -1 0 -1\nv 1 0 -0.8\nv 0.7 0 1\nv -1.2 0 0.9\nf 1 2 3 4\n");
+  const auto nbColors = [&](const char* samples) {
+    const Picture picture =
+        render({mesh, "--size", "50x50", "--shading", "normal", "--view", "front", "--samples", samples});
+    std::set<std::array<int, 3>> colors;
+    for (int y = 0; y < 50; ++y) {
+      for (int x = 0; x < 50; ++x) colors.insert(picture.at(x, y));
+    }
+    return colors.size();
+  };
+  CHECK(nbColors("1") == 2);
+  CHECK(nbColors("3") > 4);
+}
+
+TEST_CASE("a picture is the same bytes for any number of threads") {
+  const TemporaryFolder folder;
+  const std::string mesh = folder.write("mesh.stl", asStlBytes(soupMesh(500, 9)));
+  for (const char* shading : {"facing", "cost"}) {
+    const std::vector<std::string> arguments = {"render", mesh,      "-o",        "-",    "--size",
+                                                "80x60",  "--quiet", "--shading", shading};
+    const std::string expected = runQuery(arguments).output;
+    CHECK(expected.size() > 1000);
+    for (const char* threads : {"1", "2", "3", "8"}) {
+      std::vector<std::string> more = arguments;
+      more.insert(more.end(), {"--threads", threads});
+      CHECK((runQuery(more).output == expected));
+    }
+  }
+}
+
+TEST_CASE("the summary counts camera rays and hits") {
+  const TemporaryFolder folder;
+  const std::string mesh = folder.write("mesh.stl", asStlBytes(sphereMesh(40, 80)));
+  const Outcome outcome = runQuery({"render", mesh, "-o", folder.path("a.png"), "--size", "40x20", "--samples", "2"});
+  CHECK(outcome.exitCode == 0);
+  CHECK(outcome.output.empty());
+  CHECK(outcome.error.find("mesh.stl: 6240 triangles") != std::string::npos);
+  CHECK(outcome.error.find("\nhierarchy: ") != std::string::npos);
+  CHECK(outcome.error.find("\ncamera rays: 3200, ") != std::string::npos);
+  CHECK(folder.names() == std::set<std::string>{"mesh.stl", "a.png"});
+  CHECK(decode(folder.read("a.png")).width == 40);
+}
