@@ -28,7 +28,7 @@ class QZ_COMMONADDONS_API qzBVHTriangleContainer : public qzLinearGenericBVHBuil
   unsigned int getQuantity() const override;
 
  private:
-  const qz::qzVertexBuffer* mVertexBuffer;  // borrowed, read by the constructor only
-  const qz::qzIndexBuffer* mIndexBuffer;
+  [[maybe_unused]] const qz::qzVertexBuffer* mVertexBuffer;  // borrowed, read by the constructor only
+  [[maybe_unused]] const qz::qzIndexBuffer* mIndexBuffer;
   std::vector<qzBBox> mBBoxes;
 };

@@ -56,12 +56,13 @@ class QZ_COMMONADDONS_API qzLinearGenericBVHBuilder {
   /// holds an unfinished tree that is good for nothing but another build.
   /// Failure: an allocation throws the standard exception.
   /// Logs four records of type 1, category "bvh": what is allocated, and what fusing saved.
-  /// Cost: linear in the number of primitives; working memory up to 32 bytes per primitive beside the tree.
+  /// Cost: linear in the number of primitives; working memory up to 32 bytes per primitive beside the tree. A build
+  /// that is cancelled leaves up to 64 bytes of nodes per primitive in bvh.
   bool build(const tPrimitiveContainerInterface& container, qzGenericBVH& bvh,
              const qz::qzCancelInterfaceReadOnly* cancel, unsigned int bitsPerAxis);
 
  private:
-  void takeOverPrimitives(qzGenericBVH& bvh);
+  struct tFinish;
 
   std::vector<unsigned int> mIndices;  // during a build the sorted primitives, afterwards what the tree held before
   qzBBox mBBox;                        // around all primitives of the last build

@@ -13,6 +13,7 @@
 namespace qzDetail {
 
 constexpr std::size_t kLargePage = std::size_t(1) << 21;
+constexpr std::size_t kCacheLine = 64;  // a node is two lines, the equations of a quadruplet three
 
 /// Whether a block is so large that what large pages save is more than what the last one wastes.
 inline bool isWorthLargePages(std::size_t bytes) {
@@ -32,7 +33,7 @@ template <class T>
 T* allocateAligned(std::size_t count) {
   const std::size_t bytes = count * sizeof(T);
   const bool isLarge = isWorthLargePages(bytes);
-  void* block = _mm_malloc(bytes, isLarge ? kLargePage : 16);
+  void* block = _mm_malloc(bytes, isLarge ? kLargePage : kCacheLine);
   if (isLarge) preferLargePages(block, bytes);
   return static_cast<T*>(block);
 }

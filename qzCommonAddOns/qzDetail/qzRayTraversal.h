@@ -15,6 +15,12 @@
 #include <cstdint>
 #include <limits>
 
+#if defined(_MSC_VER)
+#define QZ_ALWAYS_INLINE __forceinline
+#else
+#define QZ_ALWAYS_INLINE inline __attribute__((always_inline))
+#endif
+
 #if !defined(QZ_RAY_VARIANT)
 #define QZ_RAY_VARIANT qzRayBaseline
 #endif
@@ -114,10 +120,7 @@ class tRayTraversal {
       if (child.mQuadruplets != kInner) {
         testLeaf(child.mIndex, child.mQuadruplets);
       } else if (size + 4 > kStackSize) {
-        tChild children[4];
-        int nbChildren = 0;
-        if (enter(child, children, nbChildren)) walk(child);
-        while (nbChildren > 0) walk(children[--nbChildren]);
+        walk(child);  // a tree deeper than any of our own: on with a stack of its own
       } else if (enter(child, stack, size)) {
         continue;
       }
@@ -130,7 +133,7 @@ class tRayTraversal {
 
   // Finds the children whose boxes the ray meets within the current interval. The nearest one takes the place of the
   // node, the others go onto the stack, farthest first. Returns whether there is any.
-  bool enter(tChild& child, tChild* stack, int& size) {
+  QZ_ALWAYS_INLINE bool enter(tChild& child, tChild* stack, int& size) {
     mObserver.nodeVisited();
     const float* node = mHierarchy.mNodes + std::size_t(child.mIndex) * 32;
     __m128 key;
