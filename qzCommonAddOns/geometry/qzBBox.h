@@ -104,9 +104,8 @@ class QZ_COMMONADDONS_API qzBBox {
   /// Whether the box and the triangle t0 t1 t2 share a point, touching included.
   ///
   /// A separating-axis test without a tolerance: exact up to the rounding of its products. Winding does not matter.
-  /// Corners that are collinear or coincide are tested as the segment or point that they are, on the box axes and the
-  /// edge axes alone. A comparison with a NaN separates nothing, so a corner that is not a number may well count as
-  /// inside; in the end the triangle's plane decides, whose NaN means false.
+  /// Corners that are collinear or coincide are tested as the segment or point that they are, on the edge and box axes
+  /// alone. A NaN: false.
   /// Cost: no square root, no division; returns at the first axis that separates.
   /// Source: Akenine-Möller 2001.
   bool overlapsTriangle(const Wm4::Vector3<float>& t0, const Wm4::Vector3<float>& t1,
