@@ -92,7 +92,7 @@ int main(int argc, char** argv) {
   for (const auto& [kind, measure] : kKinds) allKinds.push_back(kind);
   tNames kinds = allKinds, scenes;
   std::string folder = QZ_BENCH_SCENES, jsonFile, commit = "unknown";
-  bool isQuick = false;
+  bool isQuick = false, isProcessorAsked = false;
   int rounds = 0;
 
   CLI::App app("Times the library and its peers on the same scenes, in turn, on one thread.");
@@ -103,8 +103,13 @@ int main(int argc, char** argv) {
   app.add_option("--rounds", rounds, "runs of every contestant, 9 unless given or quick")->check(CLI::Range(1, 1000));
   app.add_option("--json", jsonFile, "write the results to this file");
   app.add_option("--commit", commit, "what was built, for the header");
+  app.add_flag("--processor", isProcessorAsked, "print the processor's name and do nothing else");
   CLI11_PARSE(app, argc, argv);
 
+  if (isProcessorAsked) {
+    std::printf("%s\n", qzBench::processorName().c_str());
+    return 0;
+  }
   try {
     qzBench::qzSettings settings;
     if (isQuick) {

@@ -16,7 +16,7 @@ class qzFcl {
   qzFcl(const qzScene& scene, const std::vector<qzRegion>& regions);
   ~qzFcl();
 
-  std::string getName() const { return mVolume == eTurnedBoxes ? "FCL OBB" : "FCL OBBRSS"; }
+  static std::string getName() { return "FCL"; }
   /// Whether the mesh reaches into each of the regions, 1 or 0; seconds for the first answers.size() ones.
   double ask(std::vector<char>& answers) const;
 

@@ -8,11 +8,11 @@
 namespace qzBench {
 
 void measureMemory(const qzScene& scene, const qzSettings&, qzReport& report) {
-  const auto add = [&](const std::string& name, long long bytes, long long peak) {
+  const auto add = [&](const char* benchmark, const std::string& name, long long bytes, long long peak) {
     const double nbTriangles = scene.getNbTriangles();
-    report.addFigure("memory", scene.mName, scene.getNbTriangles(), name, double(bytes) / nbTriangles,
+    report.addFigure(benchmark, scene.mName, scene.getNbTriangles(), name, double(bytes) / nbTriangles,
                      "bytes/triangle");
-    report.addFigure("memory", scene.mName, scene.getNbTriangles(), name + " peak", double(peak) / nbTriangles,
+    report.addFigure(benchmark, scene.mName, scene.getNbTriangles(), name + " peak", double(peak) / nbTriangles,
                      "bytes/triangle");
   };
 
@@ -20,7 +20,7 @@ void measureMemory(const qzScene& scene, const qzSettings&, qzReport& report) {
   {
     const qzMemoryCount count;
     ours.build();
-    add(ours.getName(), count.getBytes(), count.getPeakBytes());
+    add("memory", ours.getName(), count.getBytes(), count.getPeakBytes());
   }
   ours.release();
   for (RTCBuildQuality quality : {RTC_BUILD_QUALITY_LOW, RTC_BUILD_QUALITY_MEDIUM}) {
@@ -28,9 +28,9 @@ void measureMemory(const qzScene& scene, const qzSettings&, qzReport& report) {
     {
       const qzMemoryCount count;
       embree.build();
-      add(embree.getName(), count.getBytes(), count.getPeakBytes());
+      add("memory", embree.getName(), count.getBytes(), count.getPeakBytes());
     }
-    add(embree.getName() + ", own", embree.getBytes(), embree.getPeakBytes());
+    add("memory/own count", embree.getName(), embree.getBytes(), embree.getPeakBytes());
   }
 }
 

@@ -8,10 +8,16 @@ namespace qzBench {
 
 std::string processorName() {
   std::ifstream file("/proc/cpuinfo");
-  std::string line;
-  while (std::getline(file, line))
-    if (line.rfind("model name", 0) == 0) return line.substr(line.find(": ") + 2);
-  return "unknown";
+  std::string line, name = "unknown", family, model;
+  while (std::getline(file, line) && !line.empty()) {  // of the first processor
+    const auto read = [&line](const char* key, std::string& value) {
+      if (line.rfind(key, 0) == 0 && line.find(": ") != std::string::npos) value = line.substr(line.find(": ") + 2);
+    };
+    read("model name\t", name);
+    read("cpu family\t", family);
+    read("model\t", model);
+  }
+  return name + ", family " + family + " model " + model;  // virtual machines do not tell much by name
 }
 
 qzReport::qzReport(const tCircumstances& circumstances) : mCircumstances(circumstances) {
