@@ -5,10 +5,10 @@
 #include <qzCommonAddOns/qzDetail/qzFloatMode.h>
 #include <qzCommonAddOns/qzDetail/qzMorton.h>
 #include <qzCommonAddOns/qzDetail/qzRadixSort.h>
+#include <qzCommonAddOns/qzDetail/qzScratch.h>
 #include <qzCommonAddOns/qzDetail/qzTreeWriter.h>
 
 #include <cstdint>
-#include <memory>
 
 using qzDetail::tBoxLanes2D;
 using qzDetail::tSplits;
@@ -43,11 +43,11 @@ void qzLinearGenericBVH2DBuilder::build(qzGenericBVH2D& bvh, unsigned int bitsPe
   const unsigned int bits = bitsPerAxis < kMaxBitsPerAxis ? bitsPerAxis : kMaxBitsPerAxis;
 
   // Sort by code and read the splits off the sorted codes.
-  std::unique_ptr<std::uint32_t[]> codes(new std::uint32_t[mNbPrimitives]);
-  makeCodes(mPoints.data(), mNbPrimitives, mBounds, bits, codes.get());
-  qzDetail::sortByCode(codes.get(), mIndices.data(), mNbPrimitives);
-  const tSplits splits(codes.get(), mNbPrimitives, 2 * bits);
-  codes.reset();
+  qzDetail::tScratch<std::uint32_t> codes(mNbPrimitives);
+  makeCodes(mPoints.data(), mNbPrimitives, mBounds, bits, codes.data());
+  qzDetail::sortByCode(codes.data(), mIndices.data(), mNbPrimitives);
+  const tSplits splits(codes.data(), mNbPrimitives, 2 * bits);
+  codes.release();
 
   // The counter is that of the whole tree, which would have a leaf for every code; the nodes are those of the fused
   // one.

@@ -37,8 +37,8 @@ class QZ_COMMONADDONS_API qzLinearGenericBVH2DBuilder {
   /// bitsPerAxis  resolution of the grid, 2^bitsPerAxis cells per axis; above 16 counts as 16. 0 gives one leaf
   ///
   /// A point that is not a number, or bounds without extent: cell 0. A NaN coordinate of a box is passed over.
-  /// Failure: an allocation throws the standard exception.
-  /// Cost: linear in the number of primitives; working memory up to 16 bytes per primitive beside the tree.
+  /// Failure: an allocation throws the standard exception; bvh is as it was.
+  /// Cost: linear in the number of primitives; working memory 12 bytes per primitive, beside the old tree and the new.
   void build(qzGenericBVH2D& bvh, unsigned int bitsPerAxis);
 
  protected:
