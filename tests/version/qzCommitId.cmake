@@ -22,9 +22,15 @@ function(expect id what)
   endif()
 endfunction()
 
-# A checkout with one commit, the scripts of the project in it.
+# The project's own file is ready to be filled in, or has been.
+file(STRINGS ${QZ_SOURCE_DIR}/cmake/commit-id.txt text)
+if(NOT text STREQUAL "$Format:%H$" AND NOT text MATCHES "^[0-9a-f]+$")
+  message(SEND_ERROR "cmake/commit-id.txt says '${text}'")
+endif()
+
+# A checkout with one commit.
 file(REMOVE_RECURSE ${QZ_WORK_DIR})
-file(COPY ${QZ_SOURCE_DIR}/cmake/commit-id.txt DESTINATION ${sources}/cmake)
+file(WRITE ${sources}/cmake/commit-id.txt "$Format:%H$\n")
 file(COPY ${QZ_SOURCE_DIR}/.gitattributes DESTINATION ${sources})
 git(init -q sources)
 git(-C sources add -A)
@@ -67,9 +73,8 @@ git(commit -q -m theirs)
 look_up(${QZ_GIT})
 expect(${id} "in a source archive within a foreign checkout")
 
-# Neither: no id was filled in, or the file is missing. A copy over the file might be skipped for its time stamp.
-file(REMOVE ${sources}/cmake/commit-id.txt)
-file(COPY ${QZ_SOURCE_DIR}/cmake/commit-id.txt DESTINATION ${sources}/cmake)
+# Neither: no id was filled in, or the file is missing.
+file(WRITE ${sources}/cmake/commit-id.txt "$Format:%H$\n")
 look_up("")
 expect(0000000000000000 "in bare sources")
 file(REMOVE_RECURSE ${sources}/cmake)
