@@ -8,6 +8,8 @@
 #include <qzCommonAddOns/qzDetail/qzScratch.h>
 #include <qzCommonAddOns/qzDetail/qzTreeWriter.h>
 
+#include <xmmintrin.h>
+
 #include <cstdint>
 
 using qzDetail::tBoxLanes2D;
@@ -16,6 +18,7 @@ using qzDetail::tSplits;
 namespace {
 
 constexpr unsigned int kMaxBitsPerAxis = 16;
+constexpr std::uint32_t kAhead = 32;  // boxes: far enough that one is there when its turn comes
 
 // Morton codes of the points on a square grid around the bounds.
 void makeCodes(const Wm4::Vector2<float>* points, unsigned int n, const qzBBox2D& bounds, unsigned int bitsPerAxis,
@@ -55,7 +58,13 @@ void qzLinearGenericBVH2DBuilder::build(qzGenericBVH2D& bvh, unsigned int bitsPe
       .write<tBoxLanes2D>(
           bvh.mNodes,
           [](qzGNode2D& node, unsigned int, std::uint32_t leftChild) { node.setNode(leftChild, leftChild + 1); },
-          [&](std::uint32_t k) { return tBoxLanes2D(mBBoxes[mIndices[k]]); });
+          [&](std::uint32_t k) {
+            // Sorted primitives lie anywhere in memory, but the next ones are known.
+            if (k + kAhead < mNbPrimitives) {
+              _mm_prefetch(reinterpret_cast<const char*>(&mBBoxes[mIndices[k + kAhead]]), _MM_HINT_T0);
+            }
+            return tBoxLanes2D(mBBoxes[mIndices[k]]);
+          });
   bvh.mNbNodes = static_cast<unsigned int>(2 * splits.nbGroups() - 1);
   mIndices.swap(bvh.mPrimitives);
   bvh.mNbPrimitives = mNbPrimitives;
