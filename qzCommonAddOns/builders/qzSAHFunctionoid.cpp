@@ -8,5 +8,5 @@ qzDefaultSAH::~qzDefaultSAH() = default;
 
 float qzDefaultSAH::f(const qzBBox& box, unsigned int count) const {
   const qzDetail::tFloatMode mode;
-  return qzDetail::surfaceAreaCost(box, count);
+  return mode.keep(qzDetail::surfaceAreaCost(box, count));
 }

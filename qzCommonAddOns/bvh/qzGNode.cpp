@@ -6,5 +6,5 @@ float qzGNode::getSplitPlane() const {
   const qzDetail::tFloatMode mode;
   const int i = qzDetail::componentOf(getAxis());
   const float min = mBBox.getMinPoint()[i], max = mBBox.getMaxPoint()[i];
-  return (static_cast<float>(mRightAndCount >> 28) / 15.0f) * (max - min) + min;
+  return mode.keep((static_cast<float>(mRightAndCount >> 28) / 15.0f) * (max - min) + min);
 }

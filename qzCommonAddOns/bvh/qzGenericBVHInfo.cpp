@@ -58,6 +58,7 @@ std::ostream& operator<<(std::ostream& os, const qzGenericBVH& bvh) {
 }
 
 void qzGenericBVH::print() const {
+  const qzDetail::tFloatMode mode;
   printNode(0, 0);
 }
 

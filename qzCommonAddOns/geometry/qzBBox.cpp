@@ -39,7 +39,7 @@ bool allGreater(const Point& a, const Point& b) {
 
 qzBBox qzBBox::RobustMake(const Point& a, const Point& b) {
   const tFloatMode mode;
-  return qzBBox(minOfEach(a, b), maxOfEach(a, b));
+  return mode.keep(qzBBox(minOfEach(a, b), maxOfEach(a, b)));
 }
 
 qzBBox qzBBox::RobustMake(float ax, float ay, float az, float bx, float by, float bz) {
@@ -48,44 +48,44 @@ qzBBox qzBBox::RobustMake(float ax, float ay, float az, float bx, float by, floa
 
 float qzBBox::extentX() const {
   const tFloatMode mode;
-  return mMax[0] - mMin[0];
+  return mode.keep(mMax[0] - mMin[0]);
 }
 
 float qzBBox::extentY() const {
   const tFloatMode mode;
-  return mMax[1] - mMin[1];
+  return mode.keep(mMax[1] - mMin[1]);
 }
 
 float qzBBox::extentZ() const {
   const tFloatMode mode;
-  return mMax[2] - mMin[2];
+  return mode.keep(mMax[2] - mMin[2]);
 }
 
 float qzBBox::getExtent(tAxis axis) const {
   const tFloatMode mode;
-  return mMax[componentOf(axis)] - mMin[componentOf(axis)];
+  return mode.keep(mMax[componentOf(axis)] - mMin[componentOf(axis)]);
 }
 
 Point qzBBox::getExtents() const {
   const tFloatMode mode;
-  return Point(mMax[0] - mMin[0], mMax[1] - mMin[1], mMax[2] - mMin[2]);
+  return mode.keep(Point(mMax[0] - mMin[0], mMax[1] - mMin[1], mMax[2] - mMin[2]));
 }
 
 Point qzBBox::getCenter() const {
   const tFloatMode mode;
-  return Point((mMin[0] + mMax[0]) * 0.5f, (mMin[1] + mMax[1]) * 0.5f, (mMin[2] + mMax[2]) * 0.5f);
+  return mode.keep(Point((mMin[0] + mMax[0]) * 0.5f, (mMin[1] + mMax[1]) * 0.5f, (mMin[2] + mMax[2]) * 0.5f));
 }
 
 float qzBBox::volume() const {
   const tFloatMode mode;
   const Point d = getExtents();
-  return (d[1] * d[0]) * d[2];
+  return mode.keep((d[1] * d[0]) * d[2]);
 }
 
 float qzBBox::halfArea() const {
   const tFloatMode mode;
   const Point d = getExtents();
-  return (d[2] + d[1]) * d[0] + d[2] * d[1];
+  return mode.keep((d[2] + d[1]) * d[0] + d[2] * d[1]);
 }
 
 float qzBBox::getMaxExtent(tAxis& axis) const {
@@ -93,9 +93,9 @@ float qzBBox::getMaxExtent(tAxis& axis) const {
   const Point d = getExtents();
   axis = d[2] > d[1] ? eAxisZ : eAxisY;
   const float candidate = d[componentOf(axis)];
-  if (!(d[0] > candidate)) return candidate;
+  if (!(d[0] > candidate)) return mode.keep(candidate);
   axis = eAxisX;
-  return d[0];
+  return mode.keep(d[0]);
 }
 
 float qzBBox::getMinExtent(tAxis& axis) const {
@@ -103,44 +103,44 @@ float qzBBox::getMinExtent(tAxis& axis) const {
   const Point d = getExtents();
   axis = d[1] > d[2] ? eAxisZ : eAxisY;
   const float candidate = d[componentOf(axis)];
-  if (!(candidate > d[0])) return candidate;
+  if (!(candidate > d[0])) return mode.keep(candidate);
   axis = eAxisX;
-  return d[0];
+  return mode.keep(d[0]);
 }
 
 bool qzBBox::isEmpty() const {
   const tFloatMode mode;
-  return mMin[0] > mMax[0] || mMin[1] > mMax[1] || mMin[2] > mMax[2];
+  return mode.keep(mMin[0] > mMax[0] || mMin[1] > mMax[1] || mMin[2] > mMax[2]);
 }
 
 bool qzBBox::hasExtent() const {
   const tFloatMode mode;
-  return allGreater(mMax, mMin);
+  return mode.keep(allGreater(mMax, mMin));
 }
 
 bool qzBBox::contains(const Point& p) const {
   const tFloatMode mode;
-  return allGreaterEqual(p, mMin) && allGreaterEqual(mMax, p);
+  return mode.keep(allGreaterEqual(p, mMin) && allGreaterEqual(mMax, p));
 }
 
 bool qzBBox::strictlyContains(const Point& p) const {
   const tFloatMode mode;
-  return allGreater(p, mMin) && allGreater(mMax, p);
+  return mode.keep(allGreater(p, mMin) && allGreater(mMax, p));
 }
 
 bool qzBBox::contains(const qzBBox& o) const {
   const tFloatMode mode;
-  return allGreaterEqual(o.mMin, mMin) && allGreaterEqual(mMax, o.mMax);
+  return mode.keep(allGreaterEqual(o.mMin, mMin) && allGreaterEqual(mMax, o.mMax));
 }
 
 bool qzBBox::overlaps(const qzBBox& o) const {
   const tFloatMode mode;
-  return allGreaterEqual(o.mMax, mMin) && allGreaterEqual(mMax, o.mMin);
+  return mode.keep(allGreaterEqual(o.mMax, mMin) && allGreaterEqual(mMax, o.mMin));
 }
 
 bool qzBBox::strictlyOverlaps(const qzBBox& o) const {
   const tFloatMode mode;
-  return allGreater(o.mMax, mMin) && allGreater(mMax, o.mMin);
+  return mode.keep(allGreater(o.mMax, mMin) && allGreater(mMax, o.mMin));
 }
 
 bool qzBBox::overlapsPlane(const Point& n, float d) const {
@@ -153,15 +153,15 @@ bool qzBBox::overlapsPlane(const Point& n, float d) const {
   }
   const float nearValue = ((nearCorner[0] * n[0] + nearCorner[1] * n[1]) + nearCorner[2] * n[2]) + d;
   const float farValue = ((farCorner[0] * n[0] + farCorner[1] * n[1]) + farCorner[2] * n[2]) + d;
-  return 0.0f >= farValue * nearValue;
+  return mode.keep(0.0f >= farValue * nearValue);
 }
 
 bool qzBBox::overlapsSphere(const Point& c, float r) const {
   const tFloatMode mode;
-  if (contains(c)) return true;
+  if (contains(c)) return mode.keep(true);
   const Point nearest = clampEach(c, mMin, mMax);
   const float dx = nearest[0] - c[0], dy = nearest[1] - c[1], dz = nearest[2] - c[2];
-  return r > (dy * dy + dx * dx) + dz * dz;
+  return mode.keep(r > (dy * dy + dx * dx) + dz * dz);
 }
 
 bool qzBBox::intersectRay(const Point& origin, const Point& dir, float& tMin, float& tMax) const {
@@ -175,12 +175,12 @@ bool qzBBox::intersectRay(const Point& origin, const Point& dir, float& tMin, fl
     tMin = maxOf(tMin, nearest);
     tMax = minOf(tMax, farthest);
   }
-  return tMax >= tMin;
+  return mode.keep(tMax >= tMin);
 }
 
 qzBBox qzBBox::bboxUnion(const qzBBox& o) const {
   const tFloatMode mode;
-  return qzBBox(minOfEach(mMin, o.mMin), maxOfEach(mMax, o.mMax));
+  return mode.keep(qzBBox(minOfEach(mMin, o.mMin), maxOfEach(mMax, o.mMax)));
 }
 
 qzBBox& qzBBox::selfUnion(const qzBBox& o) {
@@ -189,7 +189,7 @@ qzBBox& qzBBox::selfUnion(const qzBBox& o) {
 
 qzBBox qzBBox::bboxIntersection(const qzBBox& o) const {
   const tFloatMode mode;
-  return qzBBox(maxOfEach(mMin, o.mMin), minOfEach(mMax, o.mMax));
+  return mode.keep(qzBBox(maxOfEach(mMin, o.mMin), minOfEach(mMax, o.mMax)));
 }
 
 qzBBox& qzBBox::selfIntersection(const qzBBox& o) {
@@ -198,7 +198,7 @@ qzBBox& qzBBox::selfIntersection(const qzBBox& o) {
 
 qzBBox qzBBox::expand(const Point& p) const {
   const tFloatMode mode;
-  return qzBBox(minOfEach(mMin, p), maxOfEach(mMax, p));
+  return mode.keep(qzBBox(minOfEach(mMin, p), maxOfEach(mMax, p)));
 }
 
 qzBBox& qzBBox::selfExpand(const Point& p) {
@@ -207,7 +207,7 @@ qzBBox& qzBBox::selfExpand(const Point& p) {
 
 qzBBox qzBBox::grow(float g) const {
   const tFloatMode mode;
-  return qzBBox(mMin[0] - g, mMin[1] - g, mMin[2] - g, mMax[0] + g, mMax[1] + g, mMax[2] + g);
+  return mode.keep(qzBBox(mMin[0] - g, mMin[1] - g, mMin[2] - g, mMax[0] + g, mMax[1] + g, mMax[2] + g));
 }
 
 qzBBox& qzBBox::selfGrow(float g) {
@@ -216,7 +216,7 @@ qzBBox& qzBBox::selfGrow(float g) {
 
 Point qzBBox::projectOntoBBox(const Point& p) const {
   const tFloatMode mode;
-  return clampEach(p, mMin, mMax);
+  return mode.keep(clampEach(p, mMin, mMax));
 }
 
 Wm4::Vector4<float> qzBBox::projectOntoBBox(const Wm4::Vector4<float>& p) const {
@@ -229,7 +229,7 @@ qzBBox qzBBox::splitLeft(tAxis axis, float v) const {
   qzBBox left = *this;
   float& max = left.mMax[componentOf(axis)];
   max = minOf(v, max);
-  return left;
+  return mode.keep(left);
 }
 
 qzBBox qzBBox::splitRight(tAxis axis, float v) const {
@@ -237,7 +237,7 @@ qzBBox qzBBox::splitRight(tAxis axis, float v) const {
   qzBBox right = *this;
   float& min = right.mMin[componentOf(axis)];
   min = maxOf(v, min);
-  return right;
+  return mode.keep(right);
 }
 
 qzBBox qzBBox::split(tAxis axis, float v) {
@@ -250,5 +250,5 @@ Wm4::Box3<float> qzBBox::convert() const {
   const tFloatMode mode;
   const Point axes[3] = {Point::UNIT_X, Point::UNIT_Y, Point::UNIT_Z};
   const float extents[3] = {(mMax[0] - mMin[0]) * 0.5f, (mMax[1] - mMin[1]) * 0.5f, (mMax[2] - mMin[2]) * 0.5f};
-  return Wm4::Box3<float>(getCenter(), axes, extents);
+  return mode.keep(Wm4::Box3<float>(getCenter(), axes, extents));
 }

@@ -53,18 +53,18 @@ bool qzBBox::overlapsTriangle(const Point& t0, const Point& t1, const Point& t2)
       separates<kY, kZ>(e2, w0, w1, half) ||  // x
       separates<kZ, kX>(e2, w0, w1, half) ||  // y
       separates<kX, kY>(e2, w1, w2, half)) {  // z
-    return false;
+    return mode.keep(false);
   }
 
   // Box axes.
   for (int axis = kX; axis <= kZ; ++axis) {
     const float lo = minOf(minOf(w0[axis], w1[axis]), w2[axis]), hi = maxOf(maxOf(w0[axis], w1[axis]), w2[axis]);
-    if (isClearOf(half[axis], lo, hi)) return false;
+    if (isClearOf(half[axis], lo, hi)) return mode.keep(false);
   }
 
   // The triangle's plane. Without an area the normal and d are zero, and such a plane meets every finite box.
   const Point normal(e0[kY] * e2[kZ] - e0[kZ] * e2[kY], e0[kZ] * e2[kX] - e0[kX] * e2[kZ],
                      e0[kX] * e2[kY] - e0[kY] * e2[kX]);
   const float d = -((t0[kX] * normal[kX] + normal[kY] * t0[kY]) + t0[kZ] * normal[kZ]);
-  return overlapsPlane(normal, d);
+  return mode.keep(overlapsPlane(normal, d));
 }

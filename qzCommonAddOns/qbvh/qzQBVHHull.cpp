@@ -284,5 +284,5 @@ bool qzQBVH::intersectConvexHull(const tSOASinglePlaneEqn* planes, unsigned coun
     return false;
   }
   const qzDetail::tFloatMode mode;
-  return tHullQuery(*this, planes, count).run();
+  return mode.keep(tHullQuery(*this, planes, count).run());
 }

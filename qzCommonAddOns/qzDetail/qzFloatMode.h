@@ -12,14 +12,17 @@ namespace qzDetail {
 
 /// While one lives, SSE arithmetic rounds to nearest, keeps denormals and raises no trap. Puts the caller's mode back,
 /// with the exception flags that were raised meanwhile.
-/// To a compiler, arithmetic has nothing to do with the mode, so it may well move what a function returns past the end
-/// of the function, where the caller's mode is back: such a result goes through keep.
+/// To a compiler, arithmetic has nothing to do with the mode. What is read from memory is read, and what is written is
+/// written, while one lives; but what a function returns in a register may be computed past its end, where the caller's
+/// mode is back: such a result goes through keep.
 class tFloatMode {
  public:
   tFloatMode() : mCallers(_mm_getcsr()) {
     if ((mCallers & ~kFlags) != kDefault) _mm_setcsr(kDefault | (mCallers & kFlags));
+    stayInOrder();
   }
   ~tFloatMode() {
+    stayInOrder();
     if ((mCallers & ~kFlags) != kDefault) _mm_setcsr(mCallers | (_mm_getcsr() & kFlags));
   }
   /// The value, computed here and not later.
@@ -32,7 +35,7 @@ class tFloatMode {
       asm volatile("" : "+m"(value) : : "memory");
     }
 #else
-    std::atomic_signal_fence(std::memory_order_seq_cst);
+    stayInOrder();
 #endif
     return value;
   }
@@ -43,6 +46,14 @@ class tFloatMode {
  private:
   static constexpr unsigned int kFlags = 0x3Fu;      // exceptions raised so far
   static constexpr unsigned int kDefault = 0x1F80u;  // all exceptions masked, round to nearest, denormals kept
+
+  static void stayInOrder() {
+#if defined(__GNUC__)
+    asm volatile("" : : : "memory");
+#else
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+#endif
+  }
 
   unsigned int mCallers;
 };
