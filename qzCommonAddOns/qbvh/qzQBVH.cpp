@@ -41,7 +41,10 @@ struct tBinaryTree {
 struct tPlaces {
   tScratch<unsigned int> mNodeStart;  // four-wide node of a binary inner node at even depth; the next entry ends it
   tScratch<unsigned int> mQuadStart;  // first quadruplet of a binary leaf; the next entry ends it
-  std::vector<unsigned int> mLeaves;  // binary leaves from left to right
+  struct tLeaf {
+    unsigned int mNumber, mStart, mCount;
+  };
+  std::vector<tLeaf> mLeaves;  // binary leaves that hold anything, from left to right
   unsigned int mNbNodes = 0, mNbQuadruplets = 0;
 
   explicit tPlaces(const tBinaryTree& tree) : mNodeStart(tree.mNbNodes + 1), mQuadStart(tree.mNbNodes + 1) {
@@ -75,7 +78,7 @@ struct tPlaces {
         const unsigned int nbQuadruplets = (node.getNoPrimitives() + 3) / 4;
         mQuadStart[visit.mNumber + 1] = nbQuadruplets;
         mNbQuadruplets += nbQuadruplets;
-        mLeaves.push_back(visit.mNumber);
+        if (nbQuadruplets != 0) mLeaves.push_back({visit.mNumber, node.getPrimStartIdx(), node.getNoPrimitives()});
       } else {
         if (visit.mIsEvenDepth) mNodeStart[visit.mNumber + 1] = 1;
         toVisit.push_back({node.getRightChildIdx(), !visit.mIsEvenDepth});
@@ -288,13 +291,13 @@ struct qzQBVH::tConversion {
 
   void fillQuadruplets() {
     tBatch batch;
-    for (std::size_t i = 0; i < mPlaces.mLeaves.size(); ++i) {
-      if (i + kLeavesAhead < mPlaces.mLeaves.size()) prefetchTriangles(mTree.mNodes[mPlaces.mLeaves[i + kLeavesAhead]]);
-      const unsigned int number = mPlaces.mLeaves[i];
-      const unsigned int start = mTree.mNodes[number].getPrimStartIdx(), n = mTree.mNodes[number].getNoPrimitives();
-      unsigned int quadruplet = mPlaces.mQuadStart[number];
-      for (unsigned int p = 0; p < n; p += 4) {
-        fetchQuadruplet(batch, quadruplet++, start + p, n - p < 4 ? n - p : 4);
+    const auto& leaves = mPlaces.mLeaves;
+    for (std::size_t i = 0; i < leaves.size(); ++i) {
+      if (i + kLeavesAhead < leaves.size()) prefetchTriangles(leaves[i + kLeavesAhead]);
+      const tPlaces::tLeaf& leaf = leaves[i];
+      unsigned int quadruplet = mPlaces.mQuadStart[leaf.mNumber];
+      for (unsigned int p = 0; p < leaf.mCount; p += 4) {
+        fetchQuadruplet(batch, quadruplet++, leaf.mStart + p, leaf.mCount - p < 4 ? leaf.mCount - p : 4);
         if (batch.mNb == tBatch::kSize) fillBatch(batch);
       }
     }
@@ -302,9 +305,9 @@ struct qzQBVH::tConversion {
   }
 
   // Sends for the indices of the first triangles of a leaf.
-  void prefetchTriangles(const qzGNode& leaf) const {
-    const unsigned int start = leaf.getPrimStartIdx(), n = leaf.getNoPrimitives();
-    for (unsigned int k = 0; k < n && k < 4; ++k) mTriangles.prefetch(mTree.mPrimitives[start + k]);
+  void prefetchTriangles(const tPlaces::tLeaf& leaf) const {
+    for (unsigned int k = 0; k < leaf.mCount && k < 4; ++k) mTriangles.prefetch(mTree.mPrimitives[leaf.mStart + k]);
+    _mm_prefetch(reinterpret_cast<const char*>(mPlaces.mQuadStart.data() + leaf.mNumber), _MM_HINT_T0);
   }
 
   // Up to four triangles into the lanes, padding into the rest.

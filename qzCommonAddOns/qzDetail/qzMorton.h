@@ -10,14 +10,21 @@
 
 namespace qzDetail {
 
+/// Ten bits each spread to every third bit.
+struct tSpread3 {
+  std::uint32_t mOf[1024];
+
+  constexpr tSpread3() : mOf() {
+    for (std::uint32_t q = 0; q < 1024; ++q) {
+      for (unsigned int bit = 0; bit < 10; ++bit) mOf[q] |= (q >> bit & 1u) << (3 * bit);
+    }
+  }
+};
+inline constexpr tSpread3 kSpread3;
+
 /// Bit k of a coordinate of up to 21 bits to bit 3k.
-inline std::uint64_t spreadBits3(std::uint64_t q) {
-  q = (q | q << 32) & 0x001F00000000FFFFu;
-  q = (q | q << 16) & 0x001F0000FF0000FFu;
-  q = (q | q << 8) & 0x100F00F00F00F00Fu;
-  q = (q | q << 4) & 0x10C30C30C30C30C3u;
-  q = (q | q << 2) & 0x1249249249249249u;
-  return q;
+inline std::uint64_t spreadBits3(std::uint32_t q) {
+  return kSpread3.mOf[q & 1023] | std::uint64_t(kSpread3.mOf[q >> 10 & 1023]) << 30 | std::uint64_t(q >> 20) << 60;
 }
 
 /// x at bits 0, 3, 6, ..., y at bits 1, 4, 7, ..., z at bits 2, 5, 8, ...
