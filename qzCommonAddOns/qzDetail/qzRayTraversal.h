@@ -208,19 +208,24 @@ class tRayTraversal {
 
   // Sends for every cache line of a child: it comes from far away more often than not.
   void prefetch(const tChild& child) const {
-    const auto sendFor = [](const void* line) { _mm_prefetch(static_cast<const char*>(line), _MM_HINT_T0); };
     if (child.mQuadruplets == kInner) {
       const float* node = mHierarchy.mNodes + std::size_t(child.mIndex) * 32;
       sendFor(node);
       sendFor(node + 16);
     } else {
-      const float* equations = mHierarchy.mEquations + std::size_t(child.mIndex) * 48;
-      sendFor(equations);
-      sendFor(equations + 16);
-      sendFor(equations + 32);
-      sendFor(mHierarchy.mTriangles + std::size_t(child.mIndex) * 4);
+      prefetchQuadruplet(child.mIndex);
     }
   }
+
+  void prefetchQuadruplet(unsigned int quadruplet) const {
+    const float* equations = mHierarchy.mEquations + std::size_t(quadruplet) * 48;
+    sendFor(equations);
+    sendFor(equations + 16);
+    sendFor(equations + 32);
+    sendFor(mHierarchy.mTriangles + std::size_t(quadruplet) * 4);
+  }
+
+  static void sendFor(const void* line) { _mm_prefetch(static_cast<const char*>(line), _MM_HINT_T0); }
 
   // Slabs and keys in their general form. A key is the point of [entry, exit] nearest to 0, +inf for a miss. Returns
   // the lanes that are met, empty ones left out: their test does nothing, but their keys take part in the order.
@@ -283,6 +288,7 @@ class tRayTraversal {
     int accepted = 0;
     for (unsigned int i = 0; i < count && first + i < mHierarchy.mNoQuadruplets; ++i) {
       const float* plane = mHierarchy.mEquations + std::size_t(first + i) * 48;
+      prefetchQuadruplet(first + i);
 
       // Distance to the planes.
       const __m128 denominator =
