@@ -19,9 +19,9 @@ std::size_t littleEndian(std::string_view bytes) {
   return value;
 }
 
-/// What the header says about key, up to the next comma outside parentheses; empty when the key is missing.
+/// What the header says about key, up to the next comma outside brackets; empty when the key is missing.
 std::string headerValue(const std::string& header, const std::string& key) {
-  const std::regex pattern("['\"]" + key + "['\"]\\s*:\\s*(\\([^)]*\\)|[^,}]*)");
+  const std::regex pattern("['\"]" + key + "['\"]\\s*:\\s*(\\([^)]*\\)|\\[[^\\]]*\\]|[^,}]*)");
   std::smatch match;
   return std::regex_search(header, match, pattern) ? match[1].str() : std::string();
 }
