@@ -114,9 +114,11 @@ class QZ_COMMONADDONS_API qzQBVH {
   /// child box strictly inside every plane. A plane that a triangle only touches leaves nothing of it. A vertex at a
   /// NaN distance is outside, a box at one is looked into. A leaf whose triangles do not fill its quadruplets is filled
   /// up with points at the origin, and these count: a region around the origin that such a leaf's box reaches into
-  /// gives true. Failure: a hierarchy built without eTrianglesVertices logs one error and returns false. Cost: no
-  /// allocation as long as no clipped triangle nears 64 corners. Any number of calls may run at once on a built
-  /// hierarchy.
+  /// gives true.
+  ///
+  /// Failure: a hierarchy built without eTrianglesVertices logs one error and returns false.
+  /// Cost: no allocation as long as no clipped triangle nears 64 corners. Any number of calls may run at once on a
+  /// built hierarchy.
   /// Source: Sutherland and Hodgman 1974.
   bool intersectConvexHull(const tSOASinglePlaneEqn* planes, unsigned count) const;
 
