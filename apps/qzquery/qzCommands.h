@@ -7,14 +7,17 @@ class App;
 
 namespace qzQuery {
 
+enum class tBuilder { eLinear, eSurfaceArea };
+
 struct tOptions {
-  unsigned mLeafSize = 4;
-  int mNbThreads = 0;  // as many as the machine has
+  tBuilder mBuilder = tBuilder::eLinear;
+  unsigned mLeafSize = 4;  // of the linear builder
+  int mNbThreads = 0;      // as many as the machine has
   bool mQuiet = false;
   bool mVerbose = false;
 };
 
-/// Adds --leaf, --threads, --quiet and --verbose to a subcommand.
+/// Adds --builder, --leaf, --threads, --quiet and --verbose to a subcommand.
 void addOptions(CLI::App& command, tOptions& options);
 
 // Each adds a subcommand that runs when it is chosen on the command line. options must outlive app.

@@ -1,10 +1,14 @@
 // qzquery info: numbers about a mesh and its hierarchy, for people or as JSON.
 
 #include <qzCommonAddOns/geometry/qzBBox.h>
+#include <qzCommonAddOns/qzDetail/qzBVHStatistics.h>
 #include <toolkit/qzFile.h>
+#include <toolkit/qzTraversalCost.h>
 
 #include <CLI/CLI.hpp>
 #include <cmath>
+#include <iomanip>
+#include <limits>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -49,6 +53,21 @@ std::size_t countDegenerateTriangles(const qz::qzTriMesh& mesh) {
   return count;
 }
 
+// Of testing two boxes and of testing a triangle; what a program measures for itself.
+constexpr double kNodeCost = 1.0, kTriangleCost = 1.0;
+
+nlohmann::ordered_json describeBinaryHierarchy(const qzGenericBVH& bvh) {
+  int nbLeaves = 0, min = std::numeric_limits<int>::max(), max = 0, sum = 0, location = 0;
+  qzDetail::tLeafStatistics statistics{nbLeaves, min, max, sum, location};
+  qzDetail::addLeaves(bvh.getNodes().data(), 0, 0, statistics);
+  nlohmann::ordered_json info;
+  info["nodes"] = 2 * nbLeaves - 1;
+  info["leaves"] = nbLeaves;
+  info["leafTriangles"] = {{"min", min}, {"max", max}, {"average", double(sum) / nbLeaves}};
+  info["expectedCost"] = qzToolkit::expectedTraversalCost(bvh, kNodeCost, kTriangleCost);
+  return info;
+}
+
 nlohmann::ordered_json describe(const std::string& meshName, const tOptions& options) {
   tOptions quiet = options;
   quiet.mQuiet = true;  // the answer says it all
@@ -61,16 +80,19 @@ nlohmann::ordered_json describe(const std::string& meshName, const tOptions& opt
   info["vertices"] = scene.getMesh().getVertexBuffer()->getNbVertices();
   info["box"]["min"] = {box.xMin(), box.yMin(), box.zMin()};
   info["box"]["max"] = {box.xMax(), box.yMax(), box.zMax()};
-  info["leafSize"] = options.mLeafSize;
+  info["builder"] = options.mBuilder == tBuilder::eLinear ? "linear" : "sah";
+  if (options.mBuilder == tBuilder::eLinear) info["leafSize"] = options.mLeafSize;
   info["nodes"] = scene.getHierarchy().getNoNodes();
   info["quadruplets"] = scene.getHierarchy().getNoTriangleQuadruplets();
   info["bytes"] = scene.getHierarchy().getBytes();
   info["buildSeconds"] = scene.getBuildSeconds();
+  info["binary"] = describeBinaryHierarchy(buildBinaryHierarchy(scene.getMesh(), options));
   return info;
 }
 
 std::string formatForPeople(const nlohmann::ordered_json& info) {
-  const nlohmann::ordered_json &low = info["box"]["min"], &high = info["box"]["max"];
+  const nlohmann::ordered_json &low = info["box"]["min"], &high = info["box"]["max"], &binary = info["binary"];
+  const nlohmann::ordered_json& leafTriangles = binary["leafTriangles"];
   std::ostringstream text;
   text << "file         " << info["file"].get<std::string>() << '\n'
        << "triangles    " << info["triangles"] << ", " << info["degenerateTriangles"] << " of them degenerate\n"
@@ -80,7 +102,12 @@ std::string formatForPeople(const nlohmann::ordered_json& info) {
        << "nodes        " << info["nodes"] << '\n'
        << "quadruplets  " << info["quadruplets"] << '\n'
        << "bytes        " << info["bytes"] << '\n'
-       << "build time   " << seconds(info["buildSeconds"].get<double>()) << '\n';
+       << "build time   " << seconds(info["buildSeconds"].get<double>()) << '\n'
+       << "binary tree  " << binary["nodes"] << " nodes, " << binary["leaves"] << " leaves of " << leafTriangles["min"]
+       << " to " << leafTriangles["max"] << " triangles, " << std::setprecision(3)
+       << leafTriangles["average"].get<double>() << " on average\n"
+       << "ray cost     " << std::setprecision(4) << binary["expectedCost"].get<double>()
+       << " expected tests of a ray that meets the box, by surface areas\n";
   return text.str();
 }
 

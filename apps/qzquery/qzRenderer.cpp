@@ -195,7 +195,8 @@ qzRenderer::tColor qzRenderer::shadeHit(const qzRay& ray, const qzHit& hit, tRan
     }
     case tShading::eDepth: {
       const double depth = -hit.mDistance * dot(direction, mCamera.getBackward());
-      return mixed(kNear, kBackground, 0.9 * std::clamp((depth - mNearest) / (mFarthest - mNearest), 0.0, 1.0));
+      const double range = mFarthest > mNearest ? mFarthest - mNearest : 1.0;  // flat across the line of sight: 1
+      return mixed(kNear, kBackground, 0.9 * std::clamp((depth - mNearest) / range, 0.0, 1.0));
     }
     case tShading::eCost:
       break;

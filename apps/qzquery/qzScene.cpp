@@ -1,14 +1,21 @@
 #include "qzScene.h"
 
+#include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
+#include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
 #include <toolkit/qzMeshFile.h>
+#include <toolkit/qzSAHFeeder.h>
 
 #include <CLI/CLI.hpp>
 #include <chrono>
 #include <cstdio>
 
+#include "qzChoice.h"
+
 namespace qzQuery {
 
 namespace {
+
+constexpr unsigned kBitsPerAxis = 20;  // as qzQBVH::buildFromMesh
 
 /// Calls function, and puts the seconds that it took into duration.
 template <class tFunction>
@@ -30,7 +37,11 @@ std::string format(const char* pattern, double value) {
 qzScene::qzScene(const std::string& meshName, const tOptions& options)
     : mMesh(timed(mReadSeconds, [&] { return qzToolkit::loadMesh(meshName); })) {
   const double start = now();
-  mHierarchy.buildFromMesh(qzQBVH::eTrianglesEquations, mMesh, options.mLeafSize);
+  if (options.mBuilder == tBuilder::eLinear) {
+    mHierarchy.buildFromMesh(qzQBVH::eTrianglesEquations, mMesh, options.mLeafSize);
+  } else {
+    mHierarchy.buildFromBVH(qzQBVH::eTrianglesEquations, buildBinaryHierarchy(mMesh, options), mMesh);
+  }
   mBuildSeconds = now() - start;
 
   say(options, meshName + ": " + std::to_string(getNbTriangles()) + " triangles, " +
@@ -42,10 +53,34 @@ qzScene::qzScene(const std::string& meshName, const tOptions& options)
                    seconds(mBuildSeconds));
 }
 
+qzGenericBVH buildBinaryHierarchy(const qz::qzTriMesh& mesh, const tOptions& options) {
+  qzGenericBVH bvh;
+  if (options.mBuilder == tBuilder::eLinear) {
+    qzLinearGenericBVHBuilder builder;
+    builder.setMaxPrimitivesPerLeaf(options.mLeafSize);
+    builder.build(qzBVHTriangleContainer(mesh), bvh, nullptr, kBitsPerAxis);
+  } else {
+    qzToolkit::qzSAHFeeder feeder;
+    feeder.setMesh(mesh);
+    feeder.build(bvh);
+  }
+  return bvh;
+}
+
 void addOptions(CLI::App& command, tOptions& options) {
-  command.add_option("--leaf", options.mLeafSize, "Triangles in a leaf of the hierarchy at most")
-      ->check(CLI::Range(1u, 1u << 28))
-      ->capture_default_str();
+  addChoice<tBuilder>(
+      command, "--builder", options.mBuilder, {{"linear", tBuilder::eLinear}, {"sah", tBuilder::eSurfaceArea}},
+      "How to build the hierarchy: linear (default), quick to build, or sah, by surface areas, quick to "
+      "ask");
+  CLI::Option* const leaf =
+      command.add_option("--leaf", options.mLeafSize, "Triangles in a leaf of the linear builder at most")
+          ->check(CLI::Range(1u, 1u << 28))
+          ->capture_default_str();
+  command.parse_complete_callback([leaf, &options] {
+    if (options.mBuilder == tBuilder::eSurfaceArea && leaf->count() > 0) {
+      throw CLI::ValidationError("--leaf", "goes with --builder linear; the other one finds its own leaves");
+    }
+  });
   command.add_option("--threads", options.mNbThreads, "Threads; without it, as many as the machine has")
       ->check(CLI::Range(1, 1024));
   command.add_flag("--quiet", options.mQuiet, "Say nothing but errors");

@@ -1,6 +1,7 @@
 #pragma once
 // qzScene: a mesh from a file with a hierarchy over its triangles, and what reading and building took.
 
+#include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <qzSceneGraph/qzTriMesh.h>
 #include <toolkit/qzVisitCounter.h>
 
@@ -27,6 +28,9 @@ class qzScene {
   qz::qzTriMesh mMesh;
   qzToolkit::qzVisitCounter mHierarchy;
 };
+
+/// The binary hierarchy that options ask for, over the triangles of a mesh. A qzScene converts it.
+qzGenericBVH buildBinaryHierarchy(const qz::qzTriMesh& mesh, const tOptions& options);
 
 /// Writes a line to standard error unless options ask for quiet.
 void say(const tOptions& options, const std::string& line);

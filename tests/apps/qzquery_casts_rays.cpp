@@ -103,6 +103,17 @@ TEST_CASE("hits are those of the library to the bit, for every policy and for li
   CHECK(runQuery({"cast", meshName, lines, "-o", "-", "--symmetric"}).output == answers(mesh, 4, randomRays(false), 3));
 }
 
+TEST_CASE("the builder changes where time goes, not what is hit") {
+  const TemporaryFolder folder;
+  CAPTURE(kSeed);
+  const std::string mesh = folder.write("mesh.ply", asPlyBytes(soupMesh(4000, kSeed), false));
+  const std::string rays = folder.write("rays.csv", asText(randomRays(true)));
+  const Outcome outcome = runQuery({"cast", mesh, rays, "-o", "-", "--builder", "sah"});
+  CHECK(outcome.exitCode == 0);
+  CHECK(outcome.output == runQuery({"cast", mesh, rays, "-o", "-", "--builder", "linear"}).output);
+  CHECK(outcome.error != runQuery({"cast", mesh, rays, "-o", "-"}).error);  // other numbers of nodes
+}
+
 TEST_CASE("files, streams and .npy give the same hits") {
   const TemporaryFolder folder;
   const qz::qzTriMesh mesh = soupMesh(4000, kSeed);

@@ -38,6 +38,9 @@ TEST_CASE("a command line that is no good") {
   CHECK(failure({"info", mesh, "--leaf", "0"}).find("--leaf") != std::string::npos);
   CHECK(failure({"info", mesh, "--leaf", "-3"}).find("--leaf") != std::string::npos);
   CHECK(failure({"info", mesh, "--leaf", "four"}).find("--leaf") != std::string::npos);
+  CHECK(failure({"info", mesh, "--builder", "best"}) == "--builder: best not in {linear,sah}");
+  CHECK(failure({"info", mesh, "--builder", "sah", "--leaf", "4"}) ==
+        "--leaf: goes with --builder linear; the other one finds its own leaves");
   CHECK(failure({"info", mesh, "--threads", "0"}).find("--threads") != std::string::npos);
   CHECK(failure({"cast", mesh, "-"}).find("--output is required") != std::string::npos);
   CHECK(failure({"cast", mesh, "-", "-o", "-", "--policy", "sides"}) == "--policy: sides not in {both,front,back}");

@@ -110,6 +110,26 @@ TEST_CASE("depth is darker near than far") {
   CHECK(picture.brightness(30, 30) < picture.brightness(30, 22));
 }
 
+TEST_CASE("meshes that are flat, a line, a point or huge give a picture in every shading and from every side") {
+  const TemporaryFolder folder;
+  const std::string meshes[] = {folder.write("flat.obj", "v 0 0 0\nv 1 0 0\nv 0 0 1\nf 1 2 3\n"),
+                                folder.write("line.obj", "v 0 0 0\nv 1 0 0\nv 2 0 0\nf 1 2 3\n"),
+                                folder.write("point.obj", "v 1 2 3\nf 1 1 1\n"),
+                                folder.write("huge.obj", "v -3e38 0 0\nv 3e38 0 0\nv 0 3e38 3e38\nf 1 2 3\n"),
+                                folder.write("tiny.obj", "v -1e-38 0 0\nv 1e-38 0 0\nv 0 1e-38 1e-38\nf 1 2 3\n")};
+  for (const std::string& mesh : meshes) {
+    for (const char* shading : {"facing", "normal", "depth", "cost"}) {
+      for (const char* view : {"", "front", "left", "top"}) {
+        CHECK(render({mesh, "--size", "8x8", "--shading", shading, "--view", view}).width == 8);
+      }
+    }
+  }
+  // The flat one fills its picture in one shade.
+  const Picture picture = render({meshes[0], "--size", "40x40", "--shading", "depth", "--view", "front"});
+  CHECK(picture.brightness(10, 30) < 200);
+  CHECK(std::abs(picture.brightness(10, 30) - picture.brightness(15, 20)) < 8);
+}
+
 TEST_CASE("cost is dark where no box is and brighter in the mesh, and its scale is told") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.stl", asStlBytes(sphereMesh(40, 80)));

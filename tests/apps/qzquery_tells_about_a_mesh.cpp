@@ -1,4 +1,8 @@
 #include <doctest/doctest.h>
+#include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
+#include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
+#include <toolkit/qzSAHFeeder.h>
+#include <toolkit/qzTraversalCost.h>
 #include <toolkit/qzVisitCounter.h>
 
 #include <nlohmann/json.hpp>
@@ -8,7 +12,30 @@
 #include "support/qzTestMeshes.h"
 #include "toolkit/qzTestFiles.h"
 
+#include <iostream>
+#include <sstream>
+
 using namespace qzTest;
+
+namespace {
+
+/// Whether the answer about a binary hierarchy is what the hierarchy says of itself.
+void checkBinary(const nlohmann::json& info, const qzGenericBVH& bvh) {
+  int nbNodes, nbLeaves, min, max;
+  float average;
+  std::ostringstream unwanted;  // getBVHInfo prints a line
+  std::streambuf* const output = std::cout.rdbuf(unwanted.rdbuf());
+  bvh.getBVHInfo(nbNodes, nbLeaves, min, max, average);
+  std::cout.rdbuf(output);
+  CHECK(info["nodes"] == 2 * nbLeaves - 1);
+  CHECK(info["leaves"] == nbLeaves);
+  CHECK(info["leafTriangles"]["min"] == min);
+  CHECK(info["leafTriangles"]["max"] == max);
+  CHECK(info["leafTriangles"]["average"].get<float>() == doctest::Approx(average));
+  CHECK(info["expectedCost"] == qzToolkit::expectedTraversalCost(bvh, 1.0, 1.0));
+}
+
+}  // namespace
 
 TEST_CASE("the JSON answer has the numbers of the mesh and of the library's hierarchy") {
   const TemporaryFolder folder;
@@ -39,6 +66,33 @@ TEST_CASE("the JSON answer has the numbers of the mesh and of the library's hier
   }
 }
 
+TEST_CASE("the answer tells the leaves and the expected cost of the binary hierarchy, for either builder") {
+  const TemporaryFolder folder;
+  const qz::qzTriMesh mesh = terrainMesh(20, 5);
+  const std::string name = folder.write("mesh.ply", asPlyBytes(mesh, false));
+
+  qzLinearGenericBVHBuilder builder;
+  builder.setMaxPrimitivesPerLeaf(7);
+  qzGenericBVH linear;
+  builder.build(qzBVHTriangleContainer(mesh), linear, nullptr, 20);
+  nlohmann::json info = nlohmann::json::parse(runQuery({"info", name, "--json", "--leaf", "7"}).output);
+  CHECK(info["builder"] == "linear");
+  checkBinary(info["binary"], linear);
+
+  qzToolkit::qzSAHFeeder feeder;
+  feeder.setMesh(mesh);
+  qzGenericBVH bySurface;
+  feeder.build(bySurface);
+  qzToolkit::qzVisitCounter hierarchy;
+  hierarchy.buildFromBVH(qzQBVH::eTrianglesEquations, bySurface, mesh);
+  info = nlohmann::json::parse(runQuery({"info", name, "--json", "--builder", "sah"}).output);
+  CHECK(info["builder"] == "sah");
+  CHECK(info.find("leafSize") == info.end());
+  CHECK(info["nodes"] == hierarchy.getNoNodes());
+  CHECK(info["quadruplets"] == hierarchy.getNoTriangleQuadruplets());
+  checkBinary(info["binary"], bySurface);
+}
+
 TEST_CASE("the answer for people") {
   const TemporaryFolder folder;
   const std::string name = folder.write("mesh.obj", "v -1 0 0\nv 1 0 0\nv 0 2.5 0\nv 9 9 9\nf 1 2 3\nf 1 1 2\n");
@@ -55,6 +109,9 @@ TEST_CASE("the answer for people") {
                                "bytes        208\n"
                                "build time   ";
   CHECK(outcome.output.substr(0, expected.size()) == expected);
+  CHECK(outcome.output.find("\nbinary tree  1 nodes, 1 leaves of 2 to 2 triangles, 2 on average\n"
+                            "ray cost     2 expected tests of a ray that meets the box, by surface areas\n") !=
+        std::string::npos);
 }
 
 TEST_CASE("degenerate triangles are those that no ray can hit") {
