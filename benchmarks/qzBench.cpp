@@ -8,7 +8,9 @@
 #include <cstdio>
 #include <ctime>
 #include <exception>
+#include <filesystem>
 #include <map>
+#include <stdexcept>
 
 #include "qzBenchmarks.h"
 
@@ -20,6 +22,12 @@ class tSilence : public qz::qzLog {
   bool isLogTypeEnabled(qz::qzLogType) const override { return false; }
   void write(qz::qzLogType, const std::string&, const std::string&) override {}
 };
+
+/// Tells of a file that cannot be written before the time is spent.
+void expectFolderOf(const std::string& file) {
+  const std::filesystem::path folder = std::filesystem::absolute(file).parent_path();
+  if (!std::filesystem::is_directory(folder)) throw std::runtime_error("there is no folder " + folder.string());
+}
 
 std::string today() {
   const std::time_t now = std::time(nullptr);
@@ -98,7 +106,9 @@ int main(int argc, char** argv) {
   CLI::App app("Times the library and its peers on the same scenes, in turn, on one thread.");
   app.add_flag("--quick", isQuick, "fewer scenes, rays and rounds: a few minutes");
   app.add_option("--only", kinds, "measure only these")->delimiter(',')->check(CLI::IsMember(allKinds));
-  app.add_option("--scenes", scenes, "on these scenes, all that is measured")->delimiter(',');
+  app.add_option("--scenes", scenes, "on these scenes, all that is measured")
+      ->delimiter(',')
+      ->check(CLI::IsMember(qzBench::sceneNames()));
   app.add_option("--folder", folder, "where the scene files are")->capture_default_str();
   app.add_option("--rounds", rounds, "runs of every contestant, 9 unless given or quick")->check(CLI::Range(1, 1000));
   app.add_option("--json", jsonFile, "write the results to this file");
@@ -126,6 +136,7 @@ int main(int argc, char** argv) {
       for (auto& [scene, ownKinds] : plan) ownKinds.erase(ownKinds.begin());  // the one without a scene
     }
 
+    if (!jsonFile.empty()) expectFolderOf(jsonFile);
     if (!qzBench::pinToOneProcessor()) std::fprintf(stderr, "qzBench: the thread could not be pinned to a processor\n");
     tSilence silence;
     qz::qzLog::msInstance = &silence;

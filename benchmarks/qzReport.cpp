@@ -1,10 +1,22 @@
 #include "qzReport.h"
 
+#include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <nlohmann/json.hpp>
 
 namespace qzBench {
+
+namespace {
+
+/// With the four digits that may mean something.
+double rounded(double value) {
+  if (value == 0.0) return 0.0;
+  const double unit = std::pow(10.0, std::floor(std::log10(std::fabs(value))) - 3.0);
+  return unit < 1.0 ? std::round(value / unit) / std::round(1.0 / unit) : std::round(value / unit) * unit;
+}
+
+}  // namespace
 
 std::string processorName() {
   std::ifstream file("/proc/cpuinfo");
@@ -42,9 +54,10 @@ std::vector<qzTiming> qzReport::compare(const qzSubject& subject, const std::vec
   const std::vector<qzTiming> timings = runInTurn(contestants, subject.mRounds);
   for (std::size_t i = 0; i < contestants.size(); ++i) {
     const double nanoseconds = timings[i].getMedian() * 1e9, spread = timings[i].getSpread();
-    nlohmann::json entry = {{"benchmark", subject.mBenchmark},    {"scene", subject.mScene}, {"size", subject.mSize},
-                            {"contestant", contestants[i].mName}, {"runs", subject.mRounds}, {"median", nanoseconds},
-                            {"unit", "ns/" + subject.mUnit},      {"spread", spread}};
+    nlohmann::json entry = {{"benchmark", subject.mBenchmark}, {"scene", subject.mScene},
+                            {"size", subject.mSize},           {"contestant", contestants[i].mName},
+                            {"runs", subject.mRounds},         {"median", rounded(nanoseconds)},
+                            {"unit", "ns/" + subject.mUnit},   {"spread", rounded(spread)}};
     std::string ratioText, checkText;
     char text[64];
     if (i == 0) {
@@ -54,7 +67,7 @@ std::vector<qzTiming> qzReport::compare(const qzSubject& subject, const std::vec
       const double ratio = timesAsFast(timings[0], timings[i]);
       std::snprintf(text, sizeof text, "%.2f x", ratio);
       ratioText = text;
-      entry["firstIsTimesAsFast"] = ratio;
+      entry["firstIsTimesAsFast"] = rounded(ratio);
     }
     if (contestants[i].mAgreement) {
       const double share = contestants[i].mAgreement();
@@ -83,8 +96,8 @@ void qzReport::addFigure(const std::string& benchmark, const std::string& scene,
   std::printf("%-18s %-11s %9lld  %-22s %4s  %8.1f %s\n", benchmark.c_str(), scene.c_str(), size, name.c_str(), "",
               value, unit.c_str());
   std::fflush(stdout);
-  const nlohmann::json entry = {{"benchmark", benchmark}, {"scene", scene}, {"size", size},
-                                {"contestant", name},     {"value", value}, {"unit", unit}};
+  const nlohmann::json entry = {{"benchmark", benchmark}, {"scene", scene},          {"size", size},
+                                {"contestant", name},     {"value", rounded(value)}, {"unit", unit}};
   mLines.push_back(entry.dump());
 }
 

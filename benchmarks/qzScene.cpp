@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstring>
 #include <map>
+#include <set>
 #include <stdexcept>
 #include <unordered_map>
 
@@ -100,25 +101,32 @@ qz::qzTriMesh soup(int nbTriangles) {
   return qz::qzTriMesh(qz::qzVertexBuffer(std::move(positions)), qz::qzIndexBuffer(std::move(indices)));
 }
 
-qz::qzTriMesh makeMesh(const std::string& name, const std::string& folder) {
-  static const std::map<std::string, std::string> files = {{"motorbike", "motorBike.obj.gz"},
-                                                           {"dragon", "dragon_vrip.ply.gz"},
-                                                           {"dragon2", "dragon_vrip_res2.ply.gz"},
-                                                           {"dragon3", "dragon_vrip_res3.ply.gz"},
-                                                           {"dragon4", "dragon_vrip_res4.ply.gz"}};
-  static const std::map<std::string, int> sizes = {
-      {"10k", 10000}, {"100k", 100000}, {"1M", 1000000}, {"10M", 10000000}};
+const std::map<std::string, std::string> kFiles = {{"motorbike", "motorBike.obj.gz"},
+                                                   {"dragon", "dragon_vrip.ply.gz"},
+                                                   {"dragon2", "dragon_vrip_res2.ply.gz"},
+                                                   {"dragon3", "dragon_vrip_res3.ply.gz"},
+                                                   {"dragon4", "dragon_vrip_res4.ply.gz"}};
+const std::pair<const char*, int> kSizes[] = {{"10k", 10000}, {"100k", 100000}, {"1M", 1000000}, {"10M", 10000000}};
 
-  const auto file = files.find(name);
-  if (file != files.end()) return withSharedVertices(qzToolkit::loadMesh(folder + "/" + file->second));
-  for (const auto& [suffix, size] : sizes) {
-    if (name == "terrain" + suffix) return terrain(size);
-    if (name == "soup" + suffix) return soup(size);
+qz::qzTriMesh makeMesh(const std::string& name, const std::string& folder) {
+  const auto file = kFiles.find(name);
+  if (file != kFiles.end()) return withSharedVertices(qzToolkit::loadMesh(folder + "/" + file->second));
+  for (const auto& [suffix, size] : kSizes) {
+    if (name == std::string("terrain") + suffix) return terrain(size);
+    if (name == std::string("soup") + suffix) return soup(size);
   }
   throw std::invalid_argument("there is no scene called '" + name + "'");
 }
 
 }  // namespace
+
+std::set<std::string> sceneNames() {
+  std::set<std::string> names;
+  for (const auto& [name, file] : kFiles) names.insert(name);
+  for (const auto& [suffix, size] : kSizes)
+    names.insert({std::string("terrain") + suffix, std::string("soup") + suffix});
+  return names;
+}
 
 qzScene makeScene(const std::string& name, const std::string& folder) {
   qzScene scene{name, makeMesh(name, folder), {}, {}, {}, {}, 0.0f};

@@ -4,6 +4,7 @@
 #include <Wm4/Vector3.h>
 #include <qzSceneGraph/qzTriMesh.h>
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -31,5 +32,6 @@ struct qzScene {
 ///   soup10k, 100k, 1M, 10M             unconnected random triangles all over a cube
 /// Throws std::invalid_argument for any other name, and what the mesh reader throws.
 qzScene makeScene(const std::string& name, const std::string& folder);
+std::set<std::string> sceneNames();
 
 }  // namespace qzBench

@@ -1,7 +1,12 @@
 # The tables of docs/speed.md from one file of results.
 
-# A number with three digits that count, grouped as it stands.
-def short: if . >= 100 then round elif . >= 10 then (. * 10 | round / 10) else (. * 100 | round / 100) end | tostring;
+# A number with about three digits that count.
+def short:
+  if . >= 100 then round
+  elif . >= 10 then . * 10 | round / 10
+  elif . >= 0.1 then . * 100 | round / 100
+  else . * 10000 | round / 10000
+  end | tostring;
 
 def row: "| " + join(" | ") + " |";
 
@@ -49,7 +54,7 @@ rates("Build by the surface-area builder, million triangles per second"; "build/
   | rates("Regions of six planes, \($kind[1]), thousand per second"; "hull/\($kind[0])"; 1e3)),
 figures("Memory, bytes per triangle of the finished structure, and the most while it is built"; "memory"),
 rates("Linear build with and without a cancel interface, million triangles per second"; "cancel"; 1e6),
-rates("Two threads on one hierarchy, seconds on the wall, million rays per second"; "threads/wall"; 1e6),
-rates("The same by the processor time of the thread that worked longest"; "threads/longest"; 1e6),
+rates("Two threads on one hierarchy, by the clock on the wall, million rays per second"; "threads/wall"; 1e6),
+rates("The same, by the processor time of the thread that worked longest"; "threads/longest"; 1e6),
 rates("Build in two dimensions, million points per second"; "build 2D"; 1e6),
 ""
