@@ -90,7 +90,9 @@ TEST_CASE("normal shows the axes as red, green and blue from every side") {
   const std::pair<const char*, std::array<int, 3>> views[] = {
       {"right", {255, 128, 128}}, {"left", {0, 128, 128}},   {"back", {128, 255, 128}},  {"front", {128, 0, 128}},
       {"top", {128, 128, 255}},   {"bottom", {128, 128, 0}}, {"5,0,0", {255, 128, 128}}, {"-1,0,0", {0, 128, 128}}};
-  for (const auto& [view, color] : views) {
+  for (const auto& expected : views) {
+    const char* const view = expected.first;
+    const std::array<int, 3>& color = expected.second;
     CAPTURE(view);
     const Picture picture = render({mesh, "--size", "41x41", "--shading", "normal", "--view", view});
     for (std::size_t channel = 0; channel < 3; ++channel) {

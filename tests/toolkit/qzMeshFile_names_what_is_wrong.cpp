@@ -232,7 +232,9 @@ TEST_CASE("no beginning of a PLY, STL, OFF or gzip file passes for the whole") {
                                                        {"text.stl", asStlText(mesh)},
                                                        {"text.off", asOff(mesh)},
                                                        {"mesh.ply.gz", gzip(asPlyBytes(mesh, false))}};
-  for (const auto& [name, bytes] : files) {
+  for (const auto& file : files) {
+    const char* const name = file.first;
+    const std::string& bytes = file.second;
     CAPTURE(name);
     std::size_t end = bytes.size();
     if (bytes.back() == '\n') --end;
@@ -257,7 +259,9 @@ TEST_CASE("files with bytes changed at random give an error or a sound mesh") {
   CAPTURE(seed);
   Random random(seed);
   int nbErrors = 0, nbMeshes = 0;
-  for (const auto& [name, bytes] : files) {
+  for (const auto& file : files) {
+    const char* const name = file.first;
+    const std::string& bytes = file.second;
     for (int round = 0; round < 60; ++round) {
       CAPTURE(name);
       CAPTURE(round);
