@@ -7,7 +7,7 @@
 //
 // The builder owns its items and offers no public way of filling it: a feeder derives from it, calls resizeItems,
 // writes mItemBBoxes, mItemIndices and mSceneBBox, and may choose a functor by setSAH. Nothing of that is checked.
-// Items stay between builds, as the last build reordered them.
+// Items stay between builds, as the last build reordered them. Limits: fewer than 2^30 items, at most 2^28 nodes.
 // Single-threaded: builder and tree belong to the calling thread during a build.
 
 #include <qzCommonAddOns/builders/qzSAHFunctionoid.h>
