@@ -1,13 +1,10 @@
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
-#include <qzCommonAddOns/qzDetail/qzByteSize.h>
 #include <qzCommonAddOns/qzDetail/qzFloatMode.h>
 #include <qzCommonAddOns/qzDetail/qzLinearBuild.h>
-#include <qzCommonAddOns/qzDetail/qzLogRecord.h>
 
 #include <algorithm>
 #include <memory>
-#include <string>
 
 using qzDetail::tBoxLanes;
 using qzDetail::tCancel;
@@ -15,17 +12,6 @@ using qzDetail::tSplits;
 using tContainer = qzLinearGenericBVHBuilder::tPrimitiveContainerInterface;
 
 namespace {
-
-// One record of the build, put together from text and numbers only if somebody reads it.
-template <class MakeText>
-void log(MakeText makeText) {
-  if (qzDetail::isLogged(qz::qzLogType(1))) qzDetail::logRecord(qz::qzLogType(1), "bvh", makeText().c_str());
-}
-
-std::string allocated(std::uint64_t bytes, const std::string& what) {
-  return "qzLinearGenericBVHBuilder : allocate " + qzDetail::formatByteSize(static_cast<std::int64_t>(bytes)) + "B " +
-         what;
-}
 
 // The primitives of a container, every box by a call of its own.
 struct tContainerSource {
@@ -175,26 +161,6 @@ qzLinearGenericBVHBuilder::tPrimitiveContainerInterface::~tPrimitiveContainerInt
 
 void qzLinearGenericBVHBuilder::setMaxPrimitivesPerLeaf(unsigned int max) {
   mMaxPrimitivesPerLeaf = max == 0 ? 1 : max;
-}
-
-void qzDetail::logIndexAllocation(std::uint32_t nbPrimitives) {
-  log([=] {
-    return allocated(4 * std::uint64_t(nbPrimitives), "for " + std::to_string(nbPrimitives) + " primitives indexes");
-  });
-}
-
-void qzDetail::logWorkingBuffer(std::uint64_t nbGroups) {
-  log([=] { return allocated(8 * nbGroups, "of working buffer"); });
-}
-
-void qzDetail::logNodeAllocation(std::uint64_t nbCodes) {
-  log([=] { return allocated(64 * nbCodes, "for " + std::to_string(2 * nbCodes) + " result nodes"); });
-}
-
-void qzDetail::logFusion(std::uint64_t nbWhole, std::uint64_t nbFused) {
-  log([=] {
-    return "fuse " + std::to_string(static_cast<std::uint32_t>(nbWhole)) + " into " + std::to_string(nbFused);
-  });
 }
 
 // What is left to do when the splits are known.

@@ -2,6 +2,7 @@
 // The stages that every linear build goes through: boxes of primitives to sorted primitives and the splits between
 // them. A Source has nbPrimitives() and boxOf(i), the tBoxLanes of primitive i.
 
+#include <qzCommonAddOns/bvh/qzGNode.h>
 #include <qzCommonAddOns/qzDetail/qzBoxLanes.h>
 #include <qzCommonAddOns/qzDetail/qzCodeGroups.h>
 #include <qzCommonAddOns/qzDetail/qzMorton.h>

@@ -1,0 +1,40 @@
+#include <qzCommonAddOns/qzDetail/qzByteSize.h>
+#include <qzCommonAddOns/qzDetail/qzLinearBuild.h>
+#include <qzCommonAddOns/qzDetail/qzLogRecord.h>
+
+#include <string>
+
+namespace {
+
+// One record of the build, put together from text and numbers only if somebody reads it.
+template <class MakeText>
+void log(MakeText makeText) {
+  if (qzDetail::isLogged(qz::qzLogType(1))) qzDetail::logRecord(qz::qzLogType(1), "bvh", makeText().c_str());
+}
+
+std::string allocated(std::uint64_t bytes, const std::string& what) {
+  return "qzLinearGenericBVHBuilder : allocate " + qzDetail::formatByteSize(static_cast<std::int64_t>(bytes)) + "B " +
+         what;
+}
+
+}  // namespace
+
+void qzDetail::logIndexAllocation(std::uint32_t nbPrimitives) {
+  log([=] {
+    return allocated(4 * std::uint64_t(nbPrimitives), "for " + std::to_string(nbPrimitives) + " primitives indexes");
+  });
+}
+
+void qzDetail::logWorkingBuffer(std::uint64_t nbGroups) {
+  log([=] { return allocated(8 * nbGroups, "of working buffer"); });
+}
+
+void qzDetail::logNodeAllocation(std::uint64_t nbCodes) {
+  log([=] { return allocated(64 * nbCodes, "for " + std::to_string(2 * nbCodes) + " result nodes"); });
+}
+
+void qzDetail::logFusion(std::uint64_t nbWhole, std::uint64_t nbFused) {
+  log([=] {
+    return "fuse " + std::to_string(static_cast<std::uint32_t>(nbWhole)) + " into " + std::to_string(nbFused);
+  });
+}
