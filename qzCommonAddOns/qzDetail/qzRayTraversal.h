@@ -196,6 +196,7 @@ class tRayTraversal {
       push(first);
       child = childAt(second);
     } else {
+      if (kIsPlain) key = orderKeys(node, hits, key);
       const int order = kOrders.mOrder[greaterBits(key)];
       for (int shift = 6; shift >= 0; shift -= 2) {
         const int lane = order >> shift & 3;
@@ -248,17 +249,24 @@ class tRayTraversal {
     return _mm_movemask_ps(_mm_andnot_ps(emptyLanes(node), _mm_cmplt_ps(key, infinity)));
   }
 
-  // The same for a plain ray: the direction's signs say which row is the near one, and keys are entry distances. An
-  // empty lane is unbounded in the general form; here it misses, so it is given its key, tMin, for the order.
+  // The same for a plain ray: the direction's signs say which row is the near one, and keys are entry distances. Those
+  // of the lanes that are not met mean nothing here.
   int meetPlain(const float* node, __m128& key) {
     const __m128 entry = _mm_max_ps(_mm_max_ps(slab(node + mNear[0], 0), slab(node + mNear[1], 1)),
                                     _mm_max_ps(slab(node + mNear[2], 2), mTMin));
     const __m128 farthest = _mm_min_ps(_mm_set1_ps(mHit.mT), _mm_set1_ps(kLargest));
     const __m128 exit = _mm_min_ps(_mm_min_ps(slab(node + mFar[0], 0), slab(node + mFar[1], 1)),
                                    _mm_min_ps(slab(node + mFar[2], 2), farthest));
-    const __m128 isMet = _mm_cmple_ps(entry, exit);
-    key = select(isMet, entry, select(emptyLanes(node), mTMin, _mm_set1_ps(kInfinity)));
-    return _mm_movemask_ps(isMet);
+    key = entry;
+    return _mm_movemask_ps(_mm_cmple_ps(entry, exit));
+  }
+
+  // The keys of a plain ray as the order wants them: +inf where a box is missed. An empty lane, which is unbounded in
+  // the general form, misses here; it has the key tMin.
+  __m128 orderKeys(const float* node, int hits, __m128 entry) const {
+    const __m128i lanes = _mm_setr_epi32(1, 2, 4, 8);
+    const __m128 isMet = _mm_castsi128_ps(_mm_cmpeq_epi32(_mm_and_si128(_mm_set1_epi32(hits), lanes), lanes));
+    return select(isMet, entry, select(emptyLanes(node), mTMin, _mm_set1_ps(kInfinity)));
   }
 
   // Distance to four planes across one axis.
