@@ -69,6 +69,7 @@ struct tPlaces {
       bool mIsEvenDepth;
     };
     std::vector<tVisit> toVisit;
+    mLeaves.reserve(tree.mNbNodes / 2 + 1);  // as many as a tree has that uses all its nodes
     if (tree.mNbNodes != 0) toVisit.push_back({0, true});
     while (!toVisit.empty()) {
       const tVisit visit = toVisit.back();
