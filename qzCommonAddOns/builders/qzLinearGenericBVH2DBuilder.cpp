@@ -49,7 +49,7 @@ void qzLinearGenericBVH2DBuilder::build(qzGenericBVH2D& bvh, unsigned int bitsPe
   qzDetail::tScratch<std::uint32_t> codes(mNbPrimitives);
   makeCodes(mPoints.data(), mNbPrimitives, mBounds, bits, codes.data());
   qzDetail::sortByCode(codes.data(), mIndices.data(), mNbPrimitives);
-  const tSplits splits(codes.data(), mNbPrimitives, 2 * bits);
+  tSplits splits(codes.data(), mNbPrimitives, 2 * bits);
   codes.release();
 
   // The counter is that of the whole tree, which would have a leaf for every code; the nodes are those of the fused

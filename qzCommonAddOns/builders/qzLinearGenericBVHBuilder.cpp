@@ -93,12 +93,12 @@ struct tWholeTree {
   const qzBBox* mBoxes;  // of the primitives in sorted order
 
   /// Links the nodes of the levels 1 ... lastLevel; boxes stay as they are.
-  void link(const tSplits& splits, unsigned int lastLevel) {
+  void link(tSplits& splits, unsigned int lastLevel) {
     mNodes.resize(2 * splits.nbGroups());
     const auto keeps = [=](unsigned int level, std::uint32_t) { return level <= lastLevel; };
     const auto noBoxOf = [](std::uint32_t, std::uint32_t) { return qzDetail::tNoBox(); };
-    qzDetail::writeNodes<qzDetail::tNoBox>(splits, qzDetail::tNumbering(splits, keeps), mNodes.data(), keeps,
-                                           qzDetail::tLink3(), noBoxOf);
+    const qzDetail::tNumbering numbering(splits, keeps);
+    qzDetail::writeNodes<qzDetail::tNoBox>(splits, numbering, mNodes.data(), qzDetail::tLink3(), noBoxOf);
   }
 
   /// Boxes bottom-up, left before right. Cancelled, a node keeps its box, but those above still unite their children.
@@ -168,7 +168,7 @@ struct qzLinearGenericBVHBuilder::tFinish {
   qzLinearGenericBVHBuilder& mBuilder;
   qzGenericBVH& mBVH;
   const tContainerSource& mSource;
-  const tSplits& mSplits;
+  tSplits& mSplits;
   unsigned int mLastLevel;
   tCancel mCancel;
 

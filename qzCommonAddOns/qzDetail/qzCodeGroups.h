@@ -18,9 +18,9 @@ constexpr unsigned int kMaxLevels = 64;  // levels 0 ... 63
 
 /// Levels of all positions, and how many splits each level has.
 struct tSplits {
-  tScratch<std::uint8_t> mLevels;  // level of position i, 0 where codes i and i + 1 are equal
+  tScratch<std::uint8_t> mLevels;  // level of position i, 0 where codes i and i + 1 are equal or the split is dropped
   std::uint32_t mNbPrimitives = 0;
-  std::uint32_t mNbOfLevel[kMaxLevels] = {};  // splits of level 1 ... B
+  std::uint32_t mNbOfLevel[kMaxLevels] = {};  // splits of level 1 ... B, those dropped later included
 
   template <class Code>
   tSplits(const Code* codes, std::uint32_t n, unsigned int codeBits) : mLevels(n), mNbPrimitives(n) {

@@ -1,9 +1,9 @@
 #pragma once
 // Writes the nodes of a binary hierarchy from the splits of its sorted codes, in 3D and 2D alike.
 //
-// Nodes stand in the order of their parents by level and then position: the root is node 0, and the r-th split that
-// stays an inner node has the nodes 1 + 2r and 2 + 2r as its children. Which splits stay is a predicate
-// keeps(level, count), count being the primitives around the split; what is below the others is one leaf.
+// Nodes stand in the order of their parents by level and then position: the root is node 0, and the r-th split has the
+// nodes 1 + 2r and 2 + 2r as its children. Splits that are not to be inner nodes are dropped first; what is below them
+// is one leaf then.
 
 #include <qzCommonAddOns/qzDetail/qzCodeGroups.h>
 
@@ -12,13 +12,15 @@
 
 namespace qzDetail {
 
-/// Ranks of the splits that stay.
+/// Ranks of the splits of a tree.
 struct tNumbering {
   std::uint32_t mFirstOfLevel[kMaxLevels];  // rank of the first one of every level
   std::uint32_t mNbNodes;
 
+  /// Drops the splits for which keeps(level, count) is false, count being the primitives around the split; a split may
+  /// only be dropped when those within its halves are. Numbers the others.
   template <class Keeps>
-  tNumbering(const tSplits& splits, Keeps keeps) {
+  tNumbering(tSplits& splits, Keeps keeps) {
     struct tGroup {
       std::uint32_t mFirst, mLast;
     };
@@ -29,7 +31,11 @@ struct tNumbering {
           return tGroup{first, last};
         },
         [&](unsigned int level, tGroup left, tGroup right) {
-          if (keeps(level, right.mLast - left.mFirst + 1)) ++nbKept[level];
+          if (keeps(level, right.mLast - left.mFirst + 1)) {
+            ++nbKept[level];
+          } else {
+            splits.mLevels[left.mLast] = 0;
+          }
           return tGroup{left.mFirst, right.mLast};
         });
     std::uint32_t rank = 0;
@@ -51,8 +57,8 @@ struct tNoBox {
 /// Writes all nodes. link(node, level, leftChild) makes an inner node of a split of that level, boxOf(first, last) the
 /// Box of the primitives at these sorted positions; a Box has unite(other), the other being to its right, and
 /// storeTo(node).
-template <class Box, class Node, class Keeps, class Link, class BoxOf>
-void writeNodes(const tSplits& splits, tNumbering numbering, Node* nodes, Keeps keeps, Link link, BoxOf boxOf) {
+template <class Box, class Node, class Link, class BoxOf>
+void writeNodes(const tSplits& splits, tNumbering numbering, Node* nodes, Link link, BoxOf boxOf) {
   struct tGroup {
     std::uint32_t mFirst, mLast;
     unsigned int mSplitLevel;  // 0: a leaf
@@ -76,26 +82,23 @@ void writeNodes(const tSplits& splits, tNumbering numbering, Node* nodes, Keeps 
       [&](unsigned int level, const tGroup& left, const tGroup& right) {
         tGroup whole{left.mFirst, right.mLast, 0, 0, left.mBox};
         whole.mBox.unite(right.mBox);
-        if (keeps(level, whole.mLast - whole.mFirst + 1)) {
-          // Within a level splits come in the order of their positions, so counting gives the rank.
-          whole.mSplitLevel = level;
-          whole.mLeftChild = 1 + 2 * numbering.mFirstOfLevel[level]++;
-          write(whole.mLeftChild, left);
-          write(whole.mLeftChild + 1, right);
-        }
+        // Within a level splits come in the order of their positions, so counting gives the rank.
+        whole.mSplitLevel = level;
+        whole.mLeftChild = 1 + 2 * numbering.mFirstOfLevel[level]++;
+        write(whole.mLeftChild, left);
+        write(whole.mLeftChild + 1, right);
         return whole;
       });
   write(0, root);
 }
 
-/// The tree whose every subtree of at most mMaxPerLeaf primitives is one leaf.
+/// The tree whose every subtree of at most maxPerLeaf primitives is one leaf: the splits within leaves are dropped.
 struct tFusedTree {
   const tSplits& mSplits;
-  std::uint32_t mMaxPerLeaf;
   tNumbering mNumbering;
 
-  tFusedTree(const tSplits& splits, std::uint32_t maxPerLeaf)
-      : mSplits(splits), mMaxPerLeaf(maxPerLeaf), mNumbering(splits, keeps()) {}
+  tFusedTree(tSplits& splits, std::uint32_t maxPerLeaf)
+      : mSplits(splits), mNumbering(splits, [=](unsigned int, std::uint32_t count) { return count > maxPerLeaf; }) {}
 
   std::uint32_t nbNodes() const { return mNumbering.mNbNodes; }
 
@@ -103,7 +106,7 @@ struct tFusedTree {
   /// in ascending order.
   template <class Box, class Node, class Link, class BoxAt>
   void write(Node* nodes, Link link, BoxAt boxAt) const {
-    writeNodes<Box>(mSplits, mNumbering, nodes, keeps(), link, [&](std::uint32_t first, std::uint32_t last) {
+    writeNodes<Box>(mSplits, mNumbering, nodes, link, [&](std::uint32_t first, std::uint32_t last) {
       Box box;
       for (std::uint32_t k = first; k <= last; ++k) box.unite(boxAt(k));
       return box;
@@ -116,13 +119,6 @@ struct tFusedTree {
     std::vector<Node>(nbNodes()).swap(nodes);
     write<Box>(nodes.data(), link, boxAt);
   }
-
- private:
-  struct tKeeps {
-    std::uint32_t mMaxPerLeaf;
-    bool operator()(unsigned int, std::uint32_t count) const { return count > mMaxPerLeaf; }
-  };
-  tKeeps keeps() const { return {mMaxPerLeaf}; }
 };
 
 }  // namespace qzDetail
