@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <stdexcept>
 #include <vector>
 
 using qzDetail::allocateAligned;
@@ -93,12 +94,9 @@ struct tPlaces {
 struct tTriangles {
   const qz::qzVertexBuffer& mVertices;
   const int* mIndices;
-  std::size_t mNbTriangles;
 
   explicit tTriangles(const qz::qzTriMesh& mesh)
-      : mVertices(*qzDetail::vertexBufferOf(mesh)),
-        mIndices(qzDetail::indicesOf(*qzDetail::indexBufferOf(mesh))),
-        mNbTriangles(static_cast<std::size_t>(qzDetail::nbIndices(*qzDetail::indexBufferOf(mesh)) / 3)) {}
+      : mVertices(*qzDetail::vertexBufferOf(mesh)), mIndices(qzDetail::indicesOf(*qzDetail::indexBufferOf(mesh))) {}
 
   Point corner(std::size_t triangle, std::size_t number) const {
     return mVertices.Position3(mIndices[3 * triangle + number]);
@@ -111,9 +109,9 @@ struct tTriangles {
 // Boxes of the triangles, as a source of the linear build.
 class tTriangleBoxes {
  public:
-  explicit tTriangleBoxes(const tTriangles& triangles)
-      : mNbTriangles(static_cast<std::uint32_t>(triangles.mNbTriangles)), mBoxes(triangles.mNbTriangles) {
-    for (std::size_t t = 0; t < triangles.mNbTriangles; ++t) {
+  tTriangleBoxes(const qz::qzTriMesh& mesh, const tTriangles& triangles)
+      : mNbTriangles(nbTriangles(mesh)), mBoxes(mNbTriangles) {
+    for (std::uint32_t t = 0; t < mNbTriangles; ++t) {
       tBoxLanes box;
       for (std::size_t k = 0; k < 3; ++k) box.expand(triangles.corner(t, k));
       box.store(mBoxes[t]);
@@ -125,6 +123,12 @@ class tTriangleBoxes {
   void prefetch(std::uint32_t i) const { _mm_prefetch(reinterpret_cast<const char*>(&mBoxes[i]), _MM_HINT_T0); }
 
  private:
+  static std::uint32_t nbTriangles(const qz::qzTriMesh& mesh) {
+    const int count = qzDetail::nbIndices(*qzDetail::indexBufferOf(mesh)) / 3;
+    if (count < 0) throw std::length_error("qzQBVH::buildFromMesh: negative number of indices");
+    return static_cast<std::uint32_t>(count);
+  }
+
   std::uint32_t mNbTriangles;
   tScratch<qzBBox> mBoxes;
 };
@@ -378,12 +382,14 @@ void qzQBVH::buildFromMesh(tQBVHDataFlags flags, const qz::qzTriMesh& mesh, unsi
   // What qzLinearGenericBVHBuilder::build makes of a qzBVHTriangleContainer, without the container and the hierarchy.
   const qzDetail::tFloatMode mode;
   const tTriangles triangles(mesh);
-  qzDetail::logIndexAllocation(static_cast<std::uint32_t>(triangles.mNbTriangles));
-  tScratch<unsigned int> primitives(triangles.mNbTriangles);
+  tScratch<unsigned int> primitives;
   tScratch<qzGNode> nodes;
   std::uint32_t nbNodes = 0;
   {
-    const tTriangleBoxes boxes(triangles);
+    const tTriangleBoxes boxes(mesh, triangles);
+    const std::uint32_t nbTriangles = boxes.nbPrimitives();
+    primitives = tScratch<unsigned int>(nbTriangles);
+    qzDetail::logIndexAllocation(nbTriangles);
     const auto splits = qzDetail::sortAndSplit(boxes, qzDetail::boxOfAll(boxes).toBBox(), kBitsPerAxis,
                                                primitives.data(), qzDetail::tCancel());
     qzDetail::logNodeAllocation(splits->nbGroups());
@@ -391,7 +397,7 @@ void qzQBVH::buildFromMesh(tQBVHDataFlags flags, const qz::qzTriMesh& mesh, unsi
     nbNodes = tree.nbNodes();
     nodes = tScratch<qzGNode>(nbNodes);
     tree.write<tBoxLanes>(nodes.data(), qzDetail::tLink3(), [&](std::uint32_t k) {
-      if (k + kPrefetchDistance < triangles.mNbTriangles) boxes.prefetch(primitives[k + kPrefetchDistance]);
+      if (k + kPrefetchDistance < nbTriangles) boxes.prefetch(primitives[k + kPrefetchDistance]);
       return boxes.boxOf(primitives[k]);
     });
     qzDetail::logFusion(2 * splits->nbGroups(), nbNodes);

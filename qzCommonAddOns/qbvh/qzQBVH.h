@@ -53,8 +53,9 @@ class QZ_COMMONADDONS_API qzQBVH {
   /// mesh         at least one triangle, indices in range: neither is checked
   /// maxLeafSize  largest subtree made one leaf, in triangles; 0 counts as 1. 4 fills the lanes best
   ///
-  /// Failure: a failed allocation of the binary hierarchy throws; one of the four-lane arrays goes unnoticed.
-  /// Cost: linear in the number of triangles. Logs the linear builder's records.
+  /// Failure: a failed allocation of the binary hierarchy throws; one of the four-lane arrays goes unnoticed. -3
+  /// indices or fewer throw std::length_error. Cost: linear in the number of triangles. Logs the linear builder's
+  /// records.
   void buildFromMesh(tQBVHDataFlags flags, const qz::qzTriMesh& mesh, unsigned maxLeafSize);
 
   /// Converts a binary hierarchy whose primitives are triangle numbers of mesh.

@@ -3,6 +3,7 @@
 #include <doctest/doctest.h>
 
 #include <new>
+#include <stdexcept>
 #include <type_traits>
 
 #include "qbvh/qzOpenQBVH.h"
@@ -92,4 +93,13 @@ TEST_CASE("the hierarchy is a plain class without virtual functions, aligned lik
   CHECK(static_cast<unsigned>(qzQBVH::eIntersectBothFaces) == 0);
   CHECK(static_cast<unsigned>(qzQBVH::eIntersectFrontFaces) == 1);
   CHECK(static_cast<unsigned>(qzQBVH::eIntersectBackFaces) == 2);
+}
+
+TEST_CASE("a mesh with a negative number of triangles is refused as the triangle container refuses it") {
+  const qz::qzTriMesh mesh(qz::qzVertexBuffer(nullptr, 0), qz::qzIndexBuffer(nullptr, -3));
+  const LogCapture log;
+  qzQBVH hierarchy;
+  CHECK_THROWS_AS(hierarchy.buildFromMesh(qzQBVH::eTrianglesEquations, mesh, 4), std::length_error);
+  CHECK(log.records().empty());
+  CHECK(hierarchy.getNoNodes() == 0);
 }
