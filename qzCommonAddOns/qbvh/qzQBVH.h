@@ -180,7 +180,7 @@ class QZ_COMMONADDONS_API qzQBVH {
   tQBVHDataFlags mFlags = tQBVHDataFlags(0);
   unsigned mNoNodes = 0;
   unsigned mNoQuadruplets = 0;
-  /// Set by a build when no box is inverted or holds a NaN and all lie within their parents: ray queries may then leave
+  /// Set by a build when no box is inverted or holds a NaN and all lie within their parents: queries may then leave
   /// out more. allocate takes it back; a derived class that changes boxes after a build has to do so, too.
   bool mIsNested = false;
 

@@ -6,6 +6,7 @@
 #include <emmintrin.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <limits>
 #include <vector>
@@ -115,25 +116,70 @@ struct qzQBVH::tHullQuery {
   // What the planes make of the four children of a node.
   struct tVerdict {
     int mInside;                  // lanes strictly inside every plane
-    int mOutside;                 // lanes wholly outside of some plane
-    alignas(16) float mDepth[4];  // twice the distance of the centre from the nearest plane, positive inside
+    int mOpen;                    // lanes to look into: not empty, and not wholly outside of some plane
+    alignas(16) float mDepth[4];  // how deep inside, more or less: decides about the order only
+  };
+
+  // For one plane and three axes, the rows of a node with the box's corner farthest outside and that farthest inside,
+  // counted in floats.
+  struct tCorners {
+    unsigned int mOuter[3], mInner[3];
   };
 
   static constexpr int kStackSize = 128;  // a tree of our own builders needs 3 entries a level, up to 32 levels
+  static constexpr unsigned int kMaxCorners = 32;
+  static constexpr float kModerate = 1e18f;  // the product of two such numbers is far from overflow
 
   const qzQBVH& mQBVH;
   const tPlane* mPlanes;
   const unsigned int mNbPlanes;
+  const bool mHasModeratePlanes;
+  const bool mIsOrderly;  // boxes and planes are such that judgeOrderly holds
+  tCorners mCorners[kMaxCorners];
   tPolygon mPolygon;
 
   tHullQuery(const qzQBVH& qbvh, const tPlane* planes, unsigned int nbPlanes)
-      : mQBVH(qbvh), mPlanes(planes), mNbPlanes(nbPlanes) {}
+      : mQBVH(qbvh),
+        mPlanes(planes),
+        mNbPlanes(nbPlanes),
+        mHasModeratePlanes(arePlanesModerate()),
+        mIsOrderly(mHasModeratePlanes && nbPlanes <= kMaxCorners && qbvh.mIsNested && isModerate(qbvh.mRootBBox)) {
+    if (mIsOrderly) findCorners();
+  }
+
+  bool arePlanesModerate() const {
+    bool result = true;
+    for (unsigned int i = 0; i < mNbPlanes; ++i) {
+      for (const float* coefficient : mPlanes[i].mCoefficient) result &= std::fabs(*coefficient) <= kModerate;
+    }
+    return result;
+  }
+
+  static bool isModerate(const qzBBox& box) {
+    bool result = true;
+    for (int axis = 0; axis < 3; ++axis) {
+      result &= box.getMinPoint()[axis] >= -kModerate;
+      result &= box.getMaxPoint()[axis] <= kModerate;
+    }
+    return result;
+  }
+
+  void findCorners() {
+    for (unsigned int i = 0; i < mNbPlanes; ++i) {
+      for (unsigned int axis = 0; axis < 3; ++axis) {
+        const bool isNegative = mPlanes[i].mCoefficient[axis][0] < 0.0f;
+        mCorners[i].mOuter[axis] = 4 * (isNegative ? 3 + axis : axis);
+        mCorners[i].mInner[axis] = 4 * (isNegative ? axis : 3 + axis);
+      }
+    }
+  }
 
   bool run() { return mQBVH.mNoNodes != 0 ? walk({0, kInnerChild}) : testLeaf({0, mQBVH.mNoQuadruplets}); }
 
   // Whether there is something inside below one child.
   bool walk(tChild start) {
-    tChild stack[kStackSize] = {start};
+    tChild stack[kStackSize];
+    stack[0] = start;
     int size = 1;
     while (size > 0) {
       const tChild child = stack[--size];
@@ -142,7 +188,7 @@ struct qzQBVH::tHullQuery {
         continue;
       }
       const tSOANode& node = mQBVH.mNodes[child.mIndex];
-      const tVerdict verdict = judge(node);
+      const tVerdict verdict = mIsOrderly ? judgeOrderly(node) : judge(node);
       if (verdict.mInside != 0) return true;
       if (size + 4 <= kStackSize) {
         size += listChildren(node, verdict, stack + size);
@@ -180,24 +226,101 @@ struct qzQBVH::tHullQuery {
     }
     tVerdict verdict;
     verdict.mInside = _mm_movemask_ps(_mm_cmpgt_ps(smallest, _mm_setzero_ps()));
-    verdict.mOutside = _mm_movemask_ps(outside);
+    verdict.mOpen = filledLanes(node) & ~_mm_movemask_ps(outside);
     _mm_store_ps(verdict.mDepth, depth);
     return verdict;
   }
 
-  // The children to look into, the deepest inside last and of equals the lowest lane, and sends for them. Returns how
-  // many.
+  // The same verdict where no box but that of an empty lane has its minimum above its maximum, and no product or sum
+  // overflows. Of a plane's two products on an axis the sign of the coefficient then tells the smaller, there is no
+  // NaN, and distances can be compared with zero after the last plane. Only zeros may differ in sign, which no
+  // comparison sees.
+  tVerdict judgeOrderly(const tSOANode& node) const {
+    const float* rows = reinterpret_cast<const float*>(&node);
+    __m128 leastOuter = _mm_set1_ps(std::numeric_limits<float>::infinity()), leastInner = leastOuter;
+    for (unsigned int i = 0; i < mNbPlanes; ++i) {
+      leastOuter = _mm_min_ps(leastOuter, cornerDistance(rows, mCorners[i].mOuter, mPlanes[i]));
+      leastInner = _mm_min_ps(leastInner, cornerDistance(rows, mCorners[i].mInner, mPlanes[i]));
+    }
+    const int filled = filledLanes(node);
+    tVerdict verdict;
+    verdict.mInside = filled & _mm_movemask_ps(_mm_cmpgt_ps(leastOuter, _mm_setzero_ps()));
+    verdict.mOpen = filled & ~_mm_movemask_ps(_mm_cmplt_ps(leastInner, _mm_setzero_ps()));
+    _mm_store_ps(verdict.mDepth, _mm_add_ps(leastOuter, leastInner));
+    return verdict;
+  }
+
+  // In the order of judge.
+  static __m128 cornerDistance(const float* rows, const unsigned int* corner, const tPlane& plane) {
+    const float(*p)[4] = plane.mCoefficient;
+    const __m128 x = _mm_mul_ps(_mm_load_ps(p[0]), _mm_load_ps(rows + corner[0]));
+    const __m128 y = _mm_mul_ps(_mm_load_ps(p[1]), _mm_load_ps(rows + corner[1]));
+    const __m128 z = _mm_mul_ps(_mm_load_ps(p[2]), _mm_load_ps(rows + corner[2]));
+    return _mm_add_ps(_mm_add_ps(y, x), _mm_add_ps(z, _mm_load_ps(p[3])));
+  }
+
+  static int filledLanes(const tSOANode& node) {
+    const __m128i quadruplets = _mm_load_si128(reinterpret_cast<const __m128i*>(node.mChildQuadruplets));
+    return 0xF & ~_mm_movemask_ps(_mm_castsi128_ps(_mm_cmpeq_epi32(quadruplets, _mm_setzero_si128())));
+  }
+
+  // The children to look into, the deepest inside last and of equals the lowest lane. Returns how many.
   int listChildren(const tSOANode& node, const tVerdict& verdict, tChild* children) const {
+    // A case for each set of one or two lanes: a predicted jump knows the child before the boxes are tested.
+    switch (verdict.mOpen) {
+      case 0:
+        return 0;
+      case 1:
+        return listOne(node, 0, children);
+      case 2:
+        return listOne(node, 1, children);
+      case 3:
+        return listTwo(node, 0, 1, verdict, children);
+      case 4:
+        return listOne(node, 2, children);
+      case 5:
+        return listTwo(node, 0, 2, verdict, children);
+      case 6:
+        return listTwo(node, 1, 2, verdict, children);
+      case 8:
+        return listOne(node, 3, children);
+      case 9:
+        return listTwo(node, 0, 3, verdict, children);
+      case 10:
+        return listTwo(node, 1, 3, verdict, children);
+      case 12:
+        return listTwo(node, 2, 3, verdict, children);
+      default:
+        return listMany(node, verdict, children);
+    }
+  }
+
+  static tChild childAt(const tSOANode& node, int lane) {
+    return {node.mChildIndex[lane], node.mChildQuadruplets[lane]};
+  }
+
+  // An only child is looked into at once, there is no use in sending for it.
+  static int listOne(const tSOANode& node, int lane, tChild* children) {
+    children[0] = childAt(node, lane);
+    return 1;
+  }
+
+  int listTwo(const tSOANode& node, int first, int second, const tVerdict& verdict, tChild* children) const {
+    const bool isFirstDeeper = verdict.mDepth[first] >= verdict.mDepth[second];
+    if (isFirstDeeper) std::swap(first, second);
+    children[0] = childAt(node, first);
+    children[1] = childAt(node, second);
+    sendFor(children[0]);
+    return 2;
+  }
+
+  int listMany(const tSOANode& node, const tVerdict& verdict, tChild* children) const {
     int count = 0;
     float depths[4];
     for (int lane = 0; lane < 4; ++lane) {
-      const tChild child = {node.mChildIndex[lane], node.mChildQuadruplets[lane]};
-      if ((verdict.mOutside >> lane & 1) || child.mQuadruplets == 0) continue;
-      if (child.mQuadruplets == kInnerChild) {
-        prefetch(mQBVH.mNodes[child.mIndex]);
-      } else {
-        prefetch(mQBVH.mTriangleVertices[child.mIndex]);
-      }
+      if (!(verdict.mOpen >> lane & 1)) continue;
+      const tChild child = childAt(node, lane);
+      sendFor(child);
       int place = count++;
       for (; place > 0 && depths[place - 1] >= verdict.mDepth[lane]; --place) {
         children[place] = children[place - 1];
@@ -209,6 +332,14 @@ struct qzQBVH::tHullQuery {
     return count;
   }
 
+  void sendFor(tChild child) const {
+    if (child.mQuadruplets == kInnerChild) {
+      prefetch(mQBVH.mNodes[child.mIndex]);
+    } else {
+      prefetch(mQBVH.mTriangleVertices[child.mIndex]);
+    }
+  }
+
   bool testLeaf(tChild leaf) {
     for (unsigned int i = 0; i < leaf.mQuadruplets && leaf.mIndex + i < mQBVH.mNoQuadruplets; ++i) {
       if (testQuadruplet(mQBVH.mTriangleVertices[leaf.mIndex + i])) return true;
@@ -218,34 +349,69 @@ struct qzQBVH::tHullQuery {
 
   // Padding lanes are triangles like the others, at the origin.
   bool testQuadruplet(const tSOATriangleVertices& quadruplet) {
-    // Planes leave a triangle whole until the first that goes through it; from there on it is clipped, by itself.
-    int whole = 0xF, cut = 0;
+    // Planes leave a triangle whole until the first that goes through it. From there on pieces are cut off it, but a
+    // vertex inside every plane stays, and a plane far beyond all vertices leaves nothing: most need no clipping.
+    int left = 0xF, cut = 0;             // lanes
+    int insideAll[3] = {0xF, 0xF, 0xF};  // lanes, by vertex
     unsigned int firstCut[4] = {};
-    for (unsigned int i = 0; i < mNbPlanes && whole != 0; ++i) {
-      const int in0 = insideLanes(quadruplet.mVertex[0], mPlanes[i]);
-      const int in1 = insideLanes(quadruplet.mVertex[1], mPlanes[i]);
-      const int in2 = insideLanes(quadruplet.mVertex[2], mPlanes[i]);
-      const int cutHere = whole & (in0 | in1 | in2) & ~(in0 & in1 & in2);
-      for (int lane = 0; lane < 4; ++lane) {
-        if (cutHere >> lane & 1) firstCut[lane] = i;
+    for (unsigned int i = 0; i < mNbPlanes; ++i) {
+      __m128 distances[3];
+      int inside[3];
+      for (int vertex = 0; vertex < 3; ++vertex) {
+        distances[vertex] = distance(quadruplet.mVertex[vertex], mPlanes[i]);
+        inside[vertex] = _mm_movemask_ps(_mm_cmpgt_ps(distances[vertex], _mm_setzero_ps()));
+        insideAll[vertex] &= inside[vertex];
       }
-      cut |= cutHere;
-      whole &= in0 & in1 & in2;
+      const int outside = left & ~(inside[0] | inside[1] | inside[2]);
+      left &= ~(outside & ~cut);
+      if ((outside & cut) != 0) left &= ~(outside & farOutside(quadruplet, distances, mPlanes[i]));
+      if (left == 0) return false;
+      const int cutHere = left & ~cut & ~(inside[0] & inside[1] & inside[2]);
+      if (cutHere != 0) {
+        for (int lane = 0; lane < 4; ++lane) {
+          if (cutHere >> lane & 1) firstCut[lane] = i;
+        }
+        cut |= cutHere;
+      }
     }
-    if (whole != 0) return true;
+    if ((insideAll[0] | insideAll[1] | insideAll[2]) != 0) return true;
     for (int lane = 0; lane < 4; ++lane) {
-      if ((cut >> lane & 1) && survives(quadruplet, lane, firstCut[lane])) return true;
+      if ((left >> lane & 1) && survives(quadruplet, lane, firstCut[lane])) return true;
     }
     return false;
   }
 
-  // Lanes whose vertex is strictly inside the plane, by the distance in the order of tPolygon.
-  static int insideLanes(const float (*vertex)[4], const tPlane& plane) {
+  // In the order of tPolygon.
+  static __m128 distance(const float (*vertex)[4], const tPlane& plane) {
     const float(*p)[4] = plane.mCoefficient;
     const __m128 z = _mm_add_ps(_mm_mul_ps(_mm_load_ps(p[2]), _mm_load_ps(vertex[2])), _mm_load_ps(p[3]));
     const __m128 yz = _mm_add_ps(z, _mm_mul_ps(_mm_load_ps(p[1]), _mm_load_ps(vertex[1])));
-    const __m128 distance = _mm_add_ps(yz, _mm_mul_ps(_mm_load_ps(p[0]), _mm_load_ps(vertex[0])));
-    return _mm_movemask_ps(_mm_cmpgt_ps(distance, _mm_setzero_ps()));
+    return _mm_add_ps(yz, _mm_mul_ps(_mm_load_ps(p[0]), _mm_load_ps(vertex[0])));
+  }
+
+  // Lanes whose vertices are so far outside of a plane that whatever other planes made of the triangle is outside, too.
+  //
+  // A crossing lies between two vertices but for rounding: its s is between -1 and 0, and each coordinate is off by
+  // less than 6 u m, with u = 2^-24 and m the largest coordinate there is. It so gains less than 6 u (|a| + |b| + |c|)
+  // m on the plane, at most once for each of the others, and computing a distance is off by less than 5 u times
+  // (|a| + |b| + |c|) m + |d|. The margin is larger than all of these together, and has room for underflow.
+  int farOutside(const tSOATriangleVertices& quadruplet, const __m128* distances, const tPlane& plane) const {
+    if (!mHasModeratePlanes) return 0;
+    constexpr float kSmallest = std::numeric_limits<float>::min();
+    const __m128 sign = _mm_set1_ps(-0.0f);
+    const auto magnitude = [&](const float* row) { return _mm_andnot_ps(sign, _mm_load_ps(row)); };
+    __m128 largest = _mm_set1_ps(kSmallest);
+    for (const auto& vertex : quadruplet.mVertex) {
+      for (const float* row : vertex) largest = _mm_max_ps(magnitude(row), largest);
+    }
+    const float(*p)[4] = plane.mCoefficient;
+    const __m128 slope = _mm_add_ps(_mm_add_ps(magnitude(p[0]), magnitude(p[1])), magnitude(p[2]));
+    const __m128 terms = _mm_add_ps(_mm_mul_ps(slope, largest), magnitude(p[3]));
+    const __m128 share = _mm_set1_ps((8.0f * static_cast<float>(mNbPlanes) + 32.0f) / 16777216.0f);
+    const __m128 margin = _mm_add_ps(_mm_mul_ps(share, terms), _mm_set1_ps(kSmallest));
+    const __m128 nearest = _mm_max_ps(_mm_max_ps(distances[0], distances[1]), distances[2]);
+    return _mm_movemask_ps(
+        _mm_and_ps(_mm_cmplt_ps(nearest, _mm_xor_ps(margin, sign)), _mm_cmple_ps(largest, _mm_set1_ps(kModerate))));
   }
 
   // Whether something is left of a triangle after the planes from the given one on. A clipped polygon is empty or has

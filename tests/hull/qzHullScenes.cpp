@@ -103,6 +103,7 @@ void HullQBVH::setLane(unsigned int node, int lane, const qzBBox& box, unsigned 
   }
   mNodes[node].mChildIndex[lane] = index;
   mNodes[node].mChildQuadruplets[lane] = quadruplets;
+  mIsNested = false;  // whatever was known of the boxes
 }
 
 void HullQBVH::setTriangle(unsigned int quadruplet, int lane, const Point& v0, const Point& v1, const Point& v2) {
