@@ -16,6 +16,7 @@
 #include <limits>
 
 #if defined(_MSC_VER)
+#include <intrin.h>
 #define QZ_ALWAYS_INLINE __forceinline
 #else
 #define QZ_ALWAYS_INLINE inline __attribute__((always_inline))
@@ -75,6 +76,7 @@ class tRayTraversal {
   tRayTraversal(const tRayHierarchy& hierarchy, const tRayQuery& query, __m128 origin, __m128 direction, __m128 inverse,
                 tRayHit& hit, Observer observer)
       : mHierarchy(hierarchy),
+        mRows{hierarchy.mNodes, hierarchy.mEquations},
         mOrigin{lane<0>(origin), lane<1>(origin), lane<2>(origin)},
         mDirection{lane<0>(direction), lane<1>(direction), lane<2>(direction)},
         mInverse{lane<0>(inverse), lane<1>(inverse), lane<2>(inverse)},
@@ -83,18 +85,19 @@ class tRayTraversal {
         mBack(_mm_castsi128_ps(_mm_set1_epi32(query.mBack ? -1 : 0))),
         mHit(hit),
         mObserver(observer) {
-    const int negative = _mm_movemask_ps(inverse);
+    // Without a jump: the signs of a ray say nothing about those of the next one.
+    const std::ptrdiff_t negative = _mm_movemask_ps(inverse);
     for (int axis = 0; axis < 3; ++axis) {
-      const bool isNegative = (negative >> axis & 1) != 0;
-      mNear[axis] = 4 * (isNegative ? axis + 3 : axis);
-      mFar[axis] = 4 * (isNegative ? axis : axis + 3);
+      const std::ptrdiff_t isNegative = negative >> axis & 1;
+      mNear[axis] = 4 * axis + 12 * isNegative;
+      mFar[axis] = 4 * axis + 12 - 12 * isNegative;
     }
   }
 
   /// Walks the whole hierarchy; the nearest hit is in the record given.
   void run() {
     if (mHierarchy.mNoNodes != 0) {
-      walk({0.0f, 0, kInner});
+      walk(0);
     } else if (mHierarchy.mNoQuadruplets != 0) {
       testLeaf(0, mHierarchy.mNoQuadruplets);
     }
@@ -112,15 +115,16 @@ class tRayTraversal {
     unsigned int mIndex, mQuadruplets;
   };
 
-  // Visits what is below one child, nearest first, in the order of a recursion.
-  void walk(tChild child) {
+  // Visits what is below one node, nearest first, in the order of a recursion.
+  void walk(unsigned int node) {
+    tChild child = {0.0f, node, kInner};
     tChild stack[kStackSize];
     int size = 0;
     for (;;) {
       if (child.mQuadruplets != kInner) {
         testLeaf(child.mIndex, child.mQuadruplets);
       } else if (size + 4 > kStackSize) {
-        walk(child);  // a tree deeper than any of our own: on with a stack of its own
+        walk(child.mIndex);  // a tree deeper than any of our own: on with a stack of its own
       } else if (enter(child, stack, size)) {
         continue;
       }
@@ -207,18 +211,18 @@ class tRayTraversal {
     return true;
   }
 
-  // Sends for every cache line of a child: it comes from far away more often than not.
-  void prefetch(const tChild& child) const {
-    if (child.mQuadruplets == kInner) {
-      const float* node = mHierarchy.mNodes + std::size_t(child.mIndex) * 32;
-      sendFor(node);
-      sendFor(node + 16);
-    } else {
-      prefetchQuadruplet(child.mIndex);
-    }
+  // Sends for the cache lines of a child: it comes from far away more often than not. Without a jump: a child is a leaf
+  // or not, at random. Inlined by force, these three: a compiler takes a function that only prefetches for one without
+  // effect and leaves out the calls.
+  QZ_ALWAYS_INLINE void prefetch(const tChild& child) const {
+    const std::size_t isLeaf = child.mQuadruplets != kInner;
+    const float* rows = mRows[isLeaf] + std::size_t(child.mIndex) * (32 + 16 * isLeaf);
+    sendFor(rows);
+    sendFor(rows + 16);
+    sendFor(rows + 32);
   }
 
-  void prefetchQuadruplet(unsigned int quadruplet) const {
+  QZ_ALWAYS_INLINE void prefetchQuadruplet(unsigned int quadruplet) const {
     const float* equations = mHierarchy.mEquations + std::size_t(quadruplet) * 48;
     sendFor(equations);
     sendFor(equations + 16);
@@ -226,7 +230,7 @@ class tRayTraversal {
     sendFor(mHierarchy.mTriangles + std::size_t(quadruplet) * 4);
   }
 
-  static void sendFor(const void* line) { _mm_prefetch(static_cast<const char*>(line), _MM_HINT_T0); }
+  QZ_ALWAYS_INLINE static void sendFor(const void* line) { _mm_prefetch(static_cast<const char*>(line), _MM_HINT_T0); }
 
   // Slabs and keys in their general form. A key is the point of [entry, exit] nearest to 0, +inf for a miss. Returns
   // the lanes that are met, empty ones left out: their test does nothing, but their keys take part in the order.
@@ -304,12 +308,13 @@ class tRayTraversal {
                      _mm_mul_ps(row(plane, 0), mDirection[0]));
       const __m128 h = negate(_mm_div_ps(value(plane, mOrigin), denominator));
       const __m128 distance = kIsSymmetric ? absolute(h) : h;
-      const __m128 isFacing = _mm_or_ps(_mm_and_ps(mFront, _mm_cmple_ps(denominator, _mm_setzero_ps())),
-                                        _mm_and_ps(mBack, _mm_cmpge_ps(denominator, _mm_setzero_ps())));
-      __m128 isAccepted =
-          _mm_and_ps(isFacing, _mm_and_ps(_mm_cmple_ps(distance, entryT), _mm_cmplt_ps(distance, best)));
+      __m128 isAccepted = _mm_and_ps(_mm_cmple_ps(distance, entryT), _mm_cmplt_ps(distance, best));
       if (!kIsSymmetric) isAccepted = _mm_and_ps(isAccepted, _mm_cmple_ps(mTMin, h));
       if (_mm_movemask_ps(isAccepted) == 0) continue;
+
+      const __m128 isFacing = _mm_or_ps(_mm_and_ps(mFront, _mm_cmple_ps(denominator, _mm_setzero_ps())),
+                                        _mm_and_ps(mBack, _mm_cmpge_ps(denominator, _mm_setzero_ps())));
+      isAccepted = _mm_and_ps(isAccepted, isFacing);
 
       // Weights of the three vertices where the ray meets the planes.
       __m128 p[3];
@@ -340,8 +345,8 @@ class tRayTraversal {
     _mm_store_ps(w, bestW);
     _mm_store_ps(u, bestU);
     _mm_store_ps(reinterpret_cast<float*>(triangle), bestTriangle);
-    for (int lane = 0; lane < 4; ++lane) {
-      if ((accepted >> lane & 1) == 0) continue;
+    for (; accepted != 0; accepted &= accepted - 1) {
+      const int lane = lowestLane(accepted);
       const bool isFirst = triangle[lane] != kNoTriangle && mHit.mTriangle == kNoTriangle;
       if (mHit.mT > t[lane] || (mHit.mT == t[lane] && isFirst)) {
         mHit = {t[lane], w[lane], u[lane], triangle[lane]};
@@ -356,13 +361,29 @@ class tRayTraversal {
     return _mm_add_ps(yz, _mm_mul_ps(row(equation, 0), p[0]));
   }
 
+  // The lowest lane of a set that is not empty.
+  static int lowestLane(int lanes) {
+#if defined(_MSC_VER)
+    unsigned long lane;
+    _BitScanForward(&lane, static_cast<unsigned long>(lanes));
+    return static_cast<int>(lane);
+#else
+    return __builtin_ctz(static_cast<unsigned int>(lanes));
+#endif
+  }
   template <int kLane>
   static __m128 lane(__m128 a) {
     return _mm_shuffle_ps(a, a, _MM_SHUFFLE(kLane, kLane, kLane, kLane));
   }
-  static __m128 row(const float* rows, int number) { return _mm_load_ps(rows + 4 * number); }
-  static __m128 negate(__m128 a) { return _mm_xor_ps(a, _mm_set1_ps(-0.0f)); }
-  static __m128 absolute(__m128 a) { return _mm_andnot_ps(_mm_set1_ps(-0.0f), a); }
+  static __m128 row(const float* rows, int number) {
+    return _mm_load_ps(rows + 4 * number);
+  }
+  static __m128 negate(__m128 a) {
+    return _mm_xor_ps(a, _mm_set1_ps(-0.0f));
+  }
+  static __m128 absolute(__m128 a) {
+    return _mm_andnot_ps(_mm_set1_ps(-0.0f), a);
+  }
   static __m128 select(__m128 mask, __m128 a, __m128 b) {
 #if defined(__SSE4_1__)
     return _mm_blendv_ps(b, a, mask);
@@ -372,6 +393,7 @@ class tRayTraversal {
   }
 
   const tRayHierarchy mHierarchy;
+  const float* const mRows[2];  // of nodes, of equations
   __m128 mOrigin[3], mDirection[3], mInverse[3];
   __m128 mTMin, mFront, mBack;
   std::ptrdiff_t mNear[3], mFar[3];  // where in a node the near and the far planes of every axis stand
