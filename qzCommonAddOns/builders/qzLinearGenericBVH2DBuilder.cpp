@@ -4,11 +4,10 @@
 #include <qzCommonAddOns/qzDetail/qzCodeGroups.h>
 #include <qzCommonAddOns/qzDetail/qzFloatMode.h>
 #include <qzCommonAddOns/qzDetail/qzMorton.h>
+#include <qzCommonAddOns/qzDetail/qzPrefetch.h>
 #include <qzCommonAddOns/qzDetail/qzRadixSort.h>
 #include <qzCommonAddOns/qzDetail/qzScratch.h>
 #include <qzCommonAddOns/qzDetail/qzTreeWriter.h>
-
-#include <xmmintrin.h>
 
 #include <cstdint>
 
@@ -61,7 +60,7 @@ void qzLinearGenericBVH2DBuilder::build(qzGenericBVH2D& bvh, unsigned int bitsPe
           [&](std::uint32_t k) {
             // Sorted primitives lie anywhere in memory, but the next ones are known.
             if (k + kAhead < mNbPrimitives) {
-              _mm_prefetch(reinterpret_cast<const char*>(&mBBoxes[mIndices[k + kAhead]]), _MM_HINT_T0);
+              qzDetail::prefetchLine(&mBBoxes[mIndices[k + kAhead]]);
             }
             return tBoxLanes2D(mBBoxes[mIndices[k]]);
           });

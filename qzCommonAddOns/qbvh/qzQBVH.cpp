@@ -6,6 +6,7 @@
 #include <qzCommonAddOns/qzDetail/qzLinearBuild.h>
 #include <qzCommonAddOns/qzDetail/qzMinMax.h>
 #include <qzCommonAddOns/qzDetail/qzPlatformAdapter.h>
+#include <qzCommonAddOns/qzDetail/qzPrefetch.h>
 #include <qzCommonAddOns/qzDetail/qzScratch.h>
 
 #include <emmintrin.h>
@@ -101,9 +102,7 @@ struct tTriangles {
   Point corner(std::size_t triangle, std::size_t number) const {
     return mVertices.Position3(mIndices[3 * triangle + number]);
   }
-  void prefetch(std::size_t triangle) const {
-    _mm_prefetch(reinterpret_cast<const char*>(mIndices + 3 * triangle), _MM_HINT_T0);
-  }
+  QZ_ALWAYS_INLINE void prefetch(std::size_t triangle) const { qzDetail::prefetchLine(mIndices + 3 * triangle); }
 };
 
 // Boxes of the triangles, as a source of the linear build.
@@ -120,7 +119,7 @@ class tTriangleBoxes {
 
   std::uint32_t nbPrimitives() const { return mNbTriangles; }
   tBoxLanes boxOf(std::uint32_t i) const { return tBoxLanes(mBoxes[i]); }
-  void prefetch(std::uint32_t i) const { _mm_prefetch(reinterpret_cast<const char*>(&mBoxes[i]), _MM_HINT_T0); }
+  QZ_ALWAYS_INLINE void prefetch(std::uint32_t i) const { qzDetail::prefetchLine(&mBoxes[i]); }
 
  private:
   static std::uint32_t nbTriangles(const qz::qzTriMesh& mesh) {
@@ -310,9 +309,9 @@ struct qzQBVH::tConversion {
   }
 
   // Sends for the indices of the first triangles of a leaf.
-  void prefetchTriangles(const tPlaces::tLeaf& leaf) const {
+  QZ_ALWAYS_INLINE void prefetchTriangles(const tPlaces::tLeaf& leaf) const {
     for (unsigned int k = 0; k < leaf.mCount && k < 4; ++k) mTriangles.prefetch(mTree.mPrimitives[leaf.mStart + k]);
-    _mm_prefetch(reinterpret_cast<const char*>(mPlaces.mQuadStart.data() + leaf.mNumber), _MM_HINT_T0);
+    qzDetail::prefetchLine(mPlaces.mQuadStart.data() + leaf.mNumber);
   }
 
   // Up to four triangles into the lanes, padding into the rest.

@@ -2,6 +2,7 @@
 #include <qzCommonAddOns/qzDetail/qzAlignedMemory.h>
 #include <qzCommonAddOns/qzDetail/qzFloatMode.h>
 #include <qzCommonAddOns/qzDetail/qzLogRecord.h>
+#include <qzCommonAddOns/qzDetail/qzPrefetch.h>
 
 #include <emmintrin.h>
 
@@ -98,10 +99,10 @@ class tPolygon {
 
 // Sends for every cache line of a block.
 template <class Block>
-void prefetch(const Block& block) {
+QZ_ALWAYS_INLINE void prefetch(const Block& block) {
   const char* bytes = reinterpret_cast<const char*>(&block);
-  for (std::size_t i = 0; i < sizeof(Block); i += 64) _mm_prefetch(bytes + i, _MM_HINT_T0);
-  _mm_prefetch(bytes + sizeof(Block) - 1, _MM_HINT_T0);
+  for (std::size_t i = 0; i < sizeof(Block); i += 64) qzDetail::prefetchLine(bytes + i);
+  qzDetail::prefetchLine(bytes + sizeof(Block) - 1);
 }
 
 }  // namespace

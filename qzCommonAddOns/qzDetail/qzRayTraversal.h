@@ -9,6 +9,7 @@
 #if defined(__SSE4_1__)
 #include <smmintrin.h>
 #endif
+#include <qzCommonAddOns/qzDetail/qzPrefetch.h>
 #include <qzCommonAddOns/qzDetail/qzRayQuery.h>
 
 #include <cstddef>
@@ -17,9 +18,6 @@
 
 #if defined(_MSC_VER)
 #include <intrin.h>
-#define QZ_ALWAYS_INLINE __forceinline
-#else
-#define QZ_ALWAYS_INLINE inline __attribute__((always_inline))
 #endif
 
 #if !defined(QZ_RAY_VARIANT)
@@ -212,25 +210,22 @@ class tRayTraversal {
   }
 
   // Sends for the cache lines of a child: it comes from far away more often than not. Without a jump: a child is a leaf
-  // or not, at random. Inlined by force, these three: a compiler takes a function that only prefetches for one without
-  // effect and leaves out the calls.
+  // or not, at random.
   QZ_ALWAYS_INLINE void prefetch(const tChild& child) const {
     const std::size_t isLeaf = child.mQuadruplets != kInner;
     const float* rows = mRows[isLeaf] + std::size_t(child.mIndex) * (32 + 16 * isLeaf);
-    sendFor(rows);
-    sendFor(rows + 16);
-    sendFor(rows + 32);
+    prefetchLine(rows);
+    prefetchLine(rows + 16);
+    prefetchLine(rows + 32);
   }
 
   QZ_ALWAYS_INLINE void prefetchQuadruplet(unsigned int quadruplet) const {
     const float* equations = mHierarchy.mEquations + std::size_t(quadruplet) * 48;
-    sendFor(equations);
-    sendFor(equations + 16);
-    sendFor(equations + 32);
-    sendFor(mHierarchy.mTriangles + std::size_t(quadruplet) * 4);
+    prefetchLine(equations);
+    prefetchLine(equations + 16);
+    prefetchLine(equations + 32);
+    prefetchLine(mHierarchy.mTriangles + std::size_t(quadruplet) * 4);
   }
-
-  QZ_ALWAYS_INLINE static void sendFor(const void* line) { _mm_prefetch(static_cast<const char*>(line), _MM_HINT_T0); }
 
   // Slabs and keys in their general form. A key is the point of [entry, exit] nearest to 0, +inf for a miss. Returns
   // the lanes that are met, empty ones left out: their test does nothing, but their keys take part in the order.
