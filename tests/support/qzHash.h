@@ -12,8 +12,12 @@ class Hash {
   void add(std::uint32_t word) {
     for (int shift = 0; shift < 32; shift += 8) mValue = (mValue ^ (word >> shift & 0xFF)) * 0x100000001B3u;
   }
-  /// The float's bits; one NaN stands for all of them.
-  void add(float value) { add(value == value ? bitsOf(value) : 0x7FC00000u); }
+  /// The float's bits; one NaN stands for all of them. Decided on the bits: a compiler may take it that no float is
+  /// NaN.
+  void add(float value) {
+    const std::uint32_t bits = bitsOf(value);
+    add((bits & 0x7FFFFFFFu) > 0x7F800000u ? 0x7FC00000u : bits);
+  }
   void add(const qzBBox& box) {
     for (int axis = 0; axis < 3; ++axis) {
       add(box.getMinPoint()[axis]);

@@ -1,0 +1,41 @@
+#include "everywhere/qzRayCaster.h"
+
+#include <toolkit/qzProgress.h>
+#include <toolkit/qzRayCast.h>
+#include <toolkit/qzThreads.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace qzTest {
+
+const int kMaxCastingThreads = 64;
+
+// The toolkit leaves nothing in the outputs of a ray that misses; the answers here say what the library leaves there.
+std::vector<RayAnswer> castAll(const qzQBVH& hierarchy, const RayBatch& batch, std::size_t count, int nbThreads) {
+  std::vector<qzToolkit::qzRay> rays;
+  for (std::size_t i = 0; i < std::min(count, batch.rays.size()); ++i) {
+    rays.push_back({batch.rays[i].origin, batch.rays[i].direction, batch.rays[i].tMin, batch.rays[i].t});
+  }
+  const qzToolkit::qzThreads threads(nbThreads);
+  qzToolkit::qzProgress silent("", rays.size(), false);
+  const std::vector<qzToolkit::qzHit> hits =
+      batch.policy == RayBatch::eSymmetric
+          ? qzToolkit::castRaysSymmetric(hierarchy, rays, threads, silent)
+          : qzToolkit::castRays(hierarchy, rays, qzQBVH::tIntersectionPolicy(batch.policy), threads, silent);
+
+  float mark;
+  std::memcpy(&mark, &kWeightMark, sizeof mark);
+  std::vector<RayAnswer> answers;
+  for (std::size_t i = 0; i < hits.size(); ++i) {
+    const qzToolkit::qzHit& hit = hits[i];
+    answers.push_back(hit.isHit() ? RayAnswer{true,
+                                              hit.mDistance,
+                                              {hit.mWeights[0], hit.mWeights[1]},
+                                              static_cast<unsigned int>(hit.mTriangle)}
+                                  : RayAnswer{false, rays[i].mTMax, {mark, mark}, 0xFFFFFFFFu});
+  }
+  return answers;
+}
+
+}  // namespace qzTest
