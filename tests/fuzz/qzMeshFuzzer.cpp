@@ -1,0 +1,28 @@
+// Meshes of any floats: the linear build, the four-wide hierarchy built from the mesh, rays and hulls, all as in the
+// plain forms.
+
+#include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
+
+#include "builders/qzBothBuilders.h"
+#include "fuzz/qzFuzzCheck.h"
+#include "fuzz/qzFuzzInput.h"
+#include "fuzz/qzFuzzQueries.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  qzFuzz::useAssertions();
+  qzFuzz::Input input(data, size);
+  const unsigned int flags = 1 + input.below(3);
+  const unsigned int leafSize = input.byte() % 12, bitsPerAxis = input.byte() % 24;
+  const qz::qzTriMesh mesh = input.mesh(96);
+
+  const qzBVHTriangleContainer container(mesh);
+  std::vector<qzBBox> boxes;
+  for (unsigned int i = 0; i < container.getQuantity(); ++i) boxes.push_back(*container.getBBox(i));
+  qzTest::BothBuilders builders(leafSize);
+  builders.build(boxes, bitsPerAxis);
+  const qzFuzz::BothQBVH converted(flags, builders.tree(), mesh);
+
+  const qzFuzz::BothQBVH hierarchy(flags, mesh, leafSize);
+  hierarchy.askAll(input);
+  return 0;
+}
