@@ -9,10 +9,14 @@ qzLogObject::qzLogObject(qzLogType type, const char* category, qzLog* logger, co
     : mType(type), mCategory(category), mLogger(logger) {}
 
 qzLogObject::~qzLogObject() {
-  if (mLogger != nullptr) {
-    mLogger->write(mType, mCategory, mText);
-  } else {
-    std::clog << mCategory << (mCategory.empty() ? "" : ": ") << mText << '\n';
+  // A destructor must not throw: what a logger cannot take, for want of memory say, is lost.
+  try {
+    if (mLogger != nullptr) {
+      mLogger->write(mType, mCategory, mText);
+    } else {
+      std::clog << mCategory << (mCategory.empty() ? "" : ": ") << mText << '\n';
+    }
+  } catch (...) {
   }
 }
 

@@ -11,7 +11,7 @@ namespace qz {
 class qzLogObject {
  public:
   /// A null logger sends the record to std::clog, as a line "category: text". context and immediate are for loggers
-  /// that queue records; this stand-in writes at once and uses neither.
+  /// that queue records; this stand-in writes at once and uses neither. A record whose logger throws is lost.
   qzLogObject(qzLogType type, const char* category, qzLog* logger, const void* context, bool immediate);
   ~qzLogObject();
   qzLogObject(const qzLogObject&) = delete;

@@ -1,9 +1,8 @@
-// What a build holds at its worst, beside the two arrays of the finished tree. An executable of its own, because it
-// replaces operator new.
+// What a build holds at its worst, beside the two arrays of the finished tree.
 
 #include "builders/qzScenes.h"
 #include "support/qzBits.h"
-#include "support/qzHeapMeter.h"
+#include "support/qzHeapWatch.h"
 #include "support/qzObservers.h"
 
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
@@ -67,7 +66,7 @@ TEST_CASE("a build at 20 bits per axis works in at most 64 bytes per primitive b
         qzLinearGenericBVHBuilder builder;
         qzGenericBVH tree;
         builder.setMaxPrimitivesPerLeaf(limit);
-        const HeapMeter heap;
+        const HeapWatch heap;
         CHECK(builder.build(scene.container, tree, mayBeCancelled ? &never : nullptr, 20));
         REQUIRE(heap.peak() >= bytesOf(tree));
         const double bytes = static_cast<double>(heap.peak() - bytesOf(tree)) / kCount;
@@ -85,10 +84,10 @@ TEST_CASE("a rebuild into the same tree holds no more than its old arrays on top
   const BoxContainer container(randomPoints(kCount));
   qzLinearGenericBVHBuilder builder;
   qzGenericBVH tree;
-  const HeapMeter first;
+  const HeapWatch first;
   CHECK(builder.build(container, tree, nullptr, 20));
   const std::size_t peakOfFirst = first.peak();
-  const HeapMeter again;
+  const HeapWatch again;
   CHECK(builder.build(container, tree, nullptr, 20));
   CHECK(again.peak() <= peakOfFirst);
 }
@@ -134,7 +133,7 @@ TEST_CASE("what a build holds comes from operator new, so the figures leave noth
     forgetPeakOfProcess();
     const std::size_t before = peakOfProcess();
     REQUIRE(before > 0);
-    const HeapMeter heap;
+    const HeapWatch heap;
     CHECK(builder.build(container, tree, cancel, 20));
     const std::size_t grown = peakOfProcess() - before;
     // Four bytes per primitive elsewhere would be 4 MB.

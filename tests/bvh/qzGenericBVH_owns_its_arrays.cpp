@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "bvh/qzOpenGenericBVH.h"
-#include "support/qzAllocationWatch.h"
+#include "support/qzHeapWatch.h"
 #include "support/qzBits.h"
 
 using namespace qzTest;
@@ -117,7 +117,7 @@ TEST_CASE("a swap exchanges the storage and the counters, and copies no element"
   const qzGNode *aNodes = a.getNodes().data(), *bNodes = b.getNodes().data();
   const unsigned int *aPrimitives = a.getPrimitives().data(), *bPrimitives = b.getPrimitives().data();
   {
-    const AllocationWatch watch;
+    const HeapWatch watch;
     a.swapBVH(b);
     CHECK((watch.nbAllocations() == 0 && watch.nbReleases() == 0));
   }
@@ -143,7 +143,7 @@ TEST_CASE("clearing empties everything and gives the storage back, primitives be
   const void* nodes = bvh.getNodes().data();
   const void* primitives = bvh.getPrimitives().data();
   {
-    const AllocationWatch watch;
+    const HeapWatch watch;
     bvh.clearBVH();
     REQUIRE(watch.nbReleases() == 2);
     CHECK(watch.released(0) == primitives);
@@ -162,7 +162,7 @@ TEST_CASE("destruction releases the node array, then the primitive array") {
   std::optional<qzGenericBVH> bvh(smallBVH());
   const void* nodes = bvh->getNodes().data();
   const void* primitives = bvh->getPrimitives().data();
-  const AllocationWatch watch;
+  const HeapWatch watch;
   bvh.reset();
   REQUIRE(watch.nbReleases() == 2);
   CHECK(watch.released(0) == nodes);

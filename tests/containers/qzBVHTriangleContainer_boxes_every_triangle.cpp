@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "plain/qzPlainBBox.h"
-#include "support/qzAllocationWatch.h"
+#include "support/qzHeapWatch.h"
 #include "support/qzBits.h"
 #include "support/qzPrivateAccess.h"
 #include "support/qzTestMeshes.h"
@@ -233,7 +233,7 @@ TEST_CASE("getBBox points into one array, in triangle order, and computes nothin
 
 TEST_CASE("one allocation holds the boxes") {
   const qz::qzTriMesh mesh = terrainMesh(8, 71);
-  const AllocationWatch watch;
+  const HeapWatch watch;
   { const qzBVHTriangleContainer container(mesh); }
   CHECK(watch.nbAllocations() == 1);
   CHECK(watch.nbReleases() == 1);

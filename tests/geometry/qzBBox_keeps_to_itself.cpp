@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "geometry/qzTestBoxes.h"
-#include "support/qzAllocationWatch.h"
+#include "support/qzHeapWatch.h"
 
 using namespace qzTest;
 
@@ -231,14 +231,14 @@ TEST_CASE("the same call gives the same result again, and const members leave th
 TEST_CASE("no member allocates") {
   Random random(44);
   const std::vector<Arguments> arguments = manyArguments(random, 1000);
-  const AllocationWatch watch;
+  const HeapWatch watch;
   for (const Arguments& a : arguments) call(a);
   CHECK(watch.nbAllocations() == 0);
   CHECK(watch.nbReleases() == 0);
 }
 
 TEST_CASE("the watch over the heap does see an allocation") {
-  const AllocationWatch watch;
+  const HeapWatch watch;
   ::operator delete(::operator new(1));  // called by name, which no compiler leaves out
   CHECK(watch.nbAllocations() == 1);
   CHECK(watch.nbReleases() == 1);

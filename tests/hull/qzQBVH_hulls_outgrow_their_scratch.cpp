@@ -6,7 +6,7 @@
 #include <cmath>
 
 #include "hull/qzHullScenes.h"
-#include "support/qzAllocationWatch.h"
+#include "support/qzHeapWatch.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;
@@ -184,7 +184,7 @@ TEST_CASE("a query takes memory from the heap only for polygons of more than 60 
     bool answer;
     std::size_t nbAllocations;
     {
-      const AllocationWatch watch;
+      const HeapWatch watch;
       answer = set.meets(triangle);
       nbAllocations = watch.nbAllocations();
     }
@@ -193,7 +193,7 @@ TEST_CASE("a query takes memory from the heap only for polygons of more than 60 
   }
   // Hundreds of planes that leave no polygon of many corners need none either.
   const PlaneSet same(Planes(500, Plane(1.0f, 0.0f, 0.0f, 0.5f)));
-  const AllocationWatch watch;
+  const HeapWatch watch;
   CHECK(same.meets(triangle));
   CHECK(watch.nbAllocations() == 0);
 }
@@ -207,7 +207,7 @@ TEST_CASE("ordinary queries take nothing from the heap") {
   std::size_t nbAllocations = 0;
   for (int i = 0; i < 1000; ++i) {
     const PlaneSet set(ordinaryPlanes(mesh, random));
-    const AllocationWatch watch;
+    const HeapWatch watch;
     nbYes += set.meets(hierarchy) ? 1 : 0;
     nbAllocations += watch.nbAllocations();
   }

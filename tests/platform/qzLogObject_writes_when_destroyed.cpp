@@ -2,6 +2,7 @@
 #include <qzSystem/qzLogObject.h>
 
 #include <iostream>
+#include <new>
 #include <sstream>
 #include <type_traits>
 
@@ -95,4 +96,13 @@ TEST_CASE("an empty category leaves only the text on std::clog") {
 TEST_CASE("a record is written once: it cannot be copied") {
   CHECK_FALSE(std::is_copy_constructible_v<qz::qzLogObject>);
   CHECK_FALSE(std::is_copy_assignable_v<qz::qzLogObject>);
+}
+
+TEST_CASE("a logger that throws loses its record, and the program goes on") {
+  struct Thrower : LogCapture {
+    void write(qz::qzLogType, const std::string&, const std::string&) override { throw std::bad_alloc(); }
+  };
+  Thrower log;
+  CHECK_NOTHROW(qz::qzLogObject(qz::eLogInfo, "bvh", &log, nullptr, false) << "text");
+  CHECK(log.records().empty());
 }

@@ -3,7 +3,7 @@
 #include <doctest/doctest.h>
 
 #include "qbvh/qzOpenQBVH.h"
-#include "support/qzAllocationWatch.h"
+#include "support/qzHeapWatch.h"
 #include "support/qzBits.h"
 #include "support/qzObservers.h"
 #include "support/qzTestMeshes.h"
@@ -20,7 +20,7 @@ TEST_CASE("ray queries take nothing from the heap") {
   int nbHits = 0;
   std::size_t nbAllocations;
   {
-    const AllocationWatch watch;
+    const HeapWatch watch;
     for (int i = 0; i < 1000; ++i) {
       const Wm4::Vector3<float> origin = random.point(-1.0f, 1.0f), direction = random.point(-1.0f, 1.0f);
       float t = kInf;
@@ -35,7 +35,7 @@ TEST_CASE("ray queries take nothing from the heap") {
   CHECK(nbAllocations == 0);
   CHECK(nbHits > 100);
 
-  const AllocationWatch watch;  // it does see what a build asks for
+  const HeapWatch watch;  // it does see what a build asks for
   hierarchy.buildFromMesh(qzQBVH::eTrianglesEquations, soupMesh(10, kSeed), 4);
   CHECK(watch.nbAllocations() > 0);
 }

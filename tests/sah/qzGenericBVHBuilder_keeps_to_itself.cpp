@@ -3,7 +3,7 @@
 #include "builders/qzScenes.h"
 #include "qbvh/qzCallersFloatMode.h"
 #include "sah/qzBothSAHBuilders.h"
-#include "support/qzAllocationWatch.h"
+#include "support/qzHeapWatch.h"
 #include "support/qzBits.h"
 
 using namespace qzTest;
@@ -28,13 +28,13 @@ TEST_CASE("a build asks the heap for the arrays of the tree and nothing else") {
   qzGenericBVH tree;
   std::size_t nbFirst, nbAgain;
   {
-    const AllocationWatch watch;
+    const HeapWatch watch;
     builder.build(tree);
     nbFirst = watch.nbAllocations();
   }
   CHECK(nbFirst == 2);  // nodes and primitives
   {
-    const AllocationWatch watch;
+    const HeapWatch watch;
     builder.build(tree);
     nbAgain = watch.nbAllocations();
   }
@@ -44,7 +44,7 @@ TEST_CASE("a build asks the heap for the arrays of the tree and nothing else") {
 TEST_CASE("a builder allocates three bin arrays and a functor, and frees the arrays alone") {
   std::size_t nbAllocated, nbReleased;
   {
-    const AllocationWatch watch;
+    const HeapWatch watch;
     { const OpenSAHBuilder builder; }
     nbAllocated = watch.nbAllocations();
     nbReleased = watch.nbReleases();
@@ -59,7 +59,7 @@ TEST_CASE("setSAH and the destructor release no functor") {
   const qzSAHFunctionoid* const first = builder.mSAH;
   std::size_t nbReleased;
   {
-    const AllocationWatch watch;
+    const HeapWatch watch;
     builder.setSAH(&own);
     nbReleased = watch.nbReleases();
   }

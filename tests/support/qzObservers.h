@@ -38,6 +38,23 @@ class LogCapture : public qz::qzLog {
   std::vector<Record> mRecords;
 };
 
+/// Installs itself as the logger while it lives, has every record made and keeps none: takes nothing from the heap.
+class RecordCount : public qz::qzLog {
+ public:
+  RecordCount() : mPrevious(msInstance) { msInstance = this; }
+  ~RecordCount() override { msInstance = mPrevious; }
+  RecordCount(const RecordCount&) = delete;
+  RecordCount& operator=(const RecordCount&) = delete;
+
+  bool isLogTypeEnabled(qz::qzLogType) const override { return true; }
+  void write(qz::qzLogType, const std::string&, const std::string&) override { ++mNbRecords; }
+  int nbRecords() const { return mNbRecords; }
+
+ private:
+  int mNbRecords = 0;
+  qz::qzLog* mPrevious;
+};
+
 /// One thing that a build asked of its caller: box i of the container, the quantity, or a poll.
 struct Event {
   enum Kind : std::uint8_t { eBox, eQuantity, ePoll } kind;

@@ -1,11 +1,9 @@
-// What a 2D build holds at its worst, and what is left when there is no memory. An executable of its own, because it
-// replaces operator new.
+// What a 2D build holds at its worst, and what is left when there is no memory.
 
 #include <doctest/doctest.h>
 
-#include <new>
-
-#include "support/qzHeapMeter.h"
+#include "support/qzHeapWatch.h"
+#include "support/qzRefusals.h"
 #include "two_dimensions/qzOpenBVH2D.h"
 #include "two_dimensions/qzScenes2D.h"
 #include "two_dimensions/qzTestBoxes2D.h"
@@ -44,7 +42,7 @@ TEST_CASE("a 2D build works in 12 bytes per primitive beside the nodes of the re
       OpenBuilder2D builder = builderOf(*scene);
       builder.setMaxPrimitivesPerLeaf(limit);
       qzGenericBVH2D tree;
-      const HeapMeter meter;
+      const HeapWatch meter;
       builder.build(tree, 16);
       const std::size_t bytesOfNodes = sizeof(qzGNode2D) * tree.getNodes().size();
       CHECK(meter.held() == bytesOfNodes);
@@ -53,11 +51,11 @@ TEST_CASE("a 2D build works in 12 bytes per primitive beside the nodes of the re
   }
 }
 
-TEST_CASE("a 2D build without memory throws, leaks nothing and leaves the tree; the next build is none the worse") {
+TEST_CASE("a 2D build without memory throws, leaves the tree and nothing else; the next build is none the worse") {
   const Scene2D scene = randomScene(5000, 0.1f, 192);
-  OpenBuilder2D builder = builderOf(scene);
+  const OpenBuilder2D filled = builderOf(scene);
   qzGenericBVH2D expected, tree;
-  builder.build(expected, 16);
+  OpenBuilder2D(filled).build(expected, 16);
 
   qzGNode2D node;
   node.setLeaf(3, 4);
@@ -65,26 +63,42 @@ TEST_CASE("a 2D build without memory throws, leaks nothing and leaves the tree; 
   primitivesOf(tree) = {5, 6};
   nbPrimitivesOf(tree) = 7;
   nbNodesOf(tree) = 8;
-  builder.mIndices.resize(5000);
-  std::uint64_t nbRefused = 0;
-  const auto isRefused = [&](std::uint64_t allocation) {
-    const RefusedAllocation refused(allocation);
-    try {
-      builder.build(tree, 16);
-    } catch (const std::bad_alloc&) {
-      return true;
+  const std::uint64_t nbRefused = refuseEachInTurn([&](const Refusal& refusal) {
+    qzGenericBVH2D target = tree;
+    OpenBuilder2D builder = filled;
+    const bool isRefused = refusal.strikes([&] { builder.build(target, 16); });
+    if (isRefused) {
+      REQUIRE(target.getNodes().size() == 1);
+      CHECK(sameBits(target.getNode(0), node));
+      CHECK(primitivesOf(target) == std::vector<unsigned int>{5, 6});
+      CHECK(nbPrimitivesOf(target) == 7);
+      CHECK(nbNodesOf(target) == 8);
     }
-    return refused.hasHappened();
-  };
-  for (HeapMeter meter; isRefused(nbRefused); ++nbRefused) {
-    CHECK(meter.held() == 0);
-    REQUIRE(tree.getNodes().size() == 1);
-    CHECK(sameBits(tree.getNode(0), node));
-    CHECK(primitivesOf(tree) == std::vector<unsigned int>{5, 6});
-    CHECK(nbPrimitivesOf(tree) == 7);
-    CHECK(nbNodesOf(tree) == 8);
-  }
+    builder.mIndices.resize(5000);
+    builder.build(target, 16);
+    CHECK(sameNodes(target, expected));
+    CHECK(primitivesOf(target) == primitivesOf(expected));
+    return isRefused;
+  });
   CHECK(nbRefused >= 3);  // codes, the sort, the nodes
-  CHECK(sameNodes(tree, expected));
-  CHECK(primitivesOf(tree) == primitivesOf(expected));
+}
+
+TEST_CASE("a 2D builder that cannot be copied or assigned to throws, and is none the worse") {
+  const Scene2D scene = randomScene(60, 0.1f, 24);
+  const OpenBuilder2D source = builderOf(scene);
+  qzGenericBVH2D expected;
+  OpenBuilder2D(source).build(expected, 16);
+  const std::uint64_t nbOfCopy = refuseEachInTurn(
+      [&](const Refusal& refusal) { return refusal.strikes([&] { const OpenBuilder2D copy(source); }); });
+  const std::uint64_t nbOfAssignment = refuseEachInTurn([&](const Refusal& refusal) {
+    OpenBuilder2D target;
+    const bool isRefused = refusal.strikes([&] { target = source; });
+    target = source;
+    qzGenericBVH2D tree;
+    target.build(tree, 16);
+    CHECK(sameNodes(tree, expected));
+    return isRefused;
+  });
+  CHECK(nbOfCopy == 3);
+  CHECK(nbOfAssignment == 3);
 }

@@ -1,28 +1,55 @@
-#include "support/qzHeapMeter.h"
+#include "support/qzHeapWatch.h"
 
 #include <algorithm>
+#include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <new>
 
 namespace {
 
-constexpr std::uint64_t kNoRefusal = ~std::uint64_t(0);
+// Threads may allocate at once; a watch or a refusal concerns one thread, so nothing has to be in order.
+std::atomic<std::size_t> heldBytes{0}, peakBytes{0};
+std::atomic<bool> isWatching{false};
+std::size_t nbAllocated = 0, nbAligned = 0, nbReleased = 0;
+const void* places[qzTest::HeapWatch::kNoted] = {};
 
-std::size_t heldBytes = 0, peakBytes = 0;
-std::uint64_t nbUntilRefusal = kNoRefusal;
+// What is to be refused of one kind of allocations.
+struct tRefusal {
+  std::atomic<bool> mIsOn{false};
+  std::uint64_t mNbUntil = 0;
+  bool mIsLasting = false, mHasHappened = false;
+
+  void start(std::uint64_t n, bool isLasting) {
+    mNbUntil = n;
+    mIsLasting = isLasting;
+    mHasHappened = false;
+    mIsOn = true;
+  }
+
+  bool refusesNext() {
+    if (!mIsOn) return false;
+    if (mHasHappened) return mIsLasting;
+    if (mNbUntil-- > 0) return false;
+    return mHasHappened = true;
+  }
+};
+tRefusal ofOperatorNew, ofAlignedBlock;
 
 // The size of a block stands in front of it, in the last word of as many bytes as keep its alignment.
 constexpr std::size_t kDefaultAlignment = __STDCPP_DEFAULT_NEW_ALIGNMENT__;
 
 void* allocateOrNull(std::size_t size, std::size_t alignment) noexcept {
-  if (nbUntilRefusal != kNoRefusal && nbUntilRefusal-- == 0) return nullptr;  // and is kNoRefusal from here on
+  if (isWatching) ++nbAllocated;
+  if (ofOperatorNew.refusesNext()) return nullptr;
   const std::size_t whole = (size + 2 * alignment - 1) / alignment * alignment;
-  char* const block = static_cast<char*>(std::aligned_alloc(alignment, whole));
+  char* const block = whole < size ? nullptr : static_cast<char*>(std::aligned_alloc(alignment, whole));
   if (block == nullptr) return nullptr;
   char* const memory = block + alignment;
   reinterpret_cast<std::size_t*>(memory)[-1] = size;
-  heldBytes += size;
-  peakBytes = std::max(peakBytes, heldBytes);
+  const std::size_t held = heldBytes += size;
+  for (std::size_t peak = peakBytes; held > peak && !peakBytes.compare_exchange_weak(peak, held);) {
+  }
   return memory;
 }
 
@@ -34,6 +61,10 @@ void* allocate(std::size_t size, std::size_t alignment) {
 
 void release(void* memory, std::size_t alignment) noexcept {
   if (memory == nullptr) return;
+  if (isWatching) {
+    if (nbReleased < qzTest::HeapWatch::kNoted) places[nbReleased] = memory;
+    ++nbReleased;
+  }
   heldBytes -= static_cast<std::size_t*>(memory)[-1];
   std::free(static_cast<char*>(memory) - alignment);
 }
@@ -46,27 +77,59 @@ std::size_t atLeastDefault(std::align_val_t alignment) {
 
 namespace qzTest {
 
-HeapMeter::HeapMeter() : mHeldBefore(heldBytes) {
-  peakBytes = heldBytes;
+HeapWatch::HeapWatch() : mHeldBefore(heldBytes) {
+  nbAllocated = nbAligned = nbReleased = 0;
+  peakBytes = heldBytes.load();
+  isWatching = true;
 }
-std::size_t HeapMeter::peak() const {
+HeapWatch::~HeapWatch() {
+  isWatching = false;
+}
+std::size_t HeapWatch::nbAllocations() const {
+  return nbAllocated;
+}
+std::size_t HeapWatch::nbAlignedBlocks() const {
+  return nbAligned;
+}
+std::size_t HeapWatch::nbReleases() const {
+  return nbReleased;
+}
+const void* HeapWatch::released(std::size_t i) const {
+  return places[i];
+}
+std::size_t HeapWatch::peak() const {
   return peakBytes - mHeldBefore;
 }
-std::size_t HeapMeter::held() const {
+std::size_t HeapWatch::held() const {
   return heldBytes - mHeldBefore;
 }
 
-RefusedAllocation::RefusedAllocation(std::uint64_t n) {
-  nbUntilRefusal = n;
+RefusedAllocation::RefusedAllocation(std::uint64_t n, Span span, Kind kind) {
+  ofOperatorNew.mHasHappened = ofAlignedBlock.mHasHappened = false;
+  (kind == eOperatorNew ? ofOperatorNew : ofAlignedBlock).start(n, span == eFromThenOn);
 }
 RefusedAllocation::~RefusedAllocation() {
-  nbUntilRefusal = kNoRefusal;
+  ofOperatorNew.mIsOn = ofAlignedBlock.mIsOn = false;
 }
 bool RefusedAllocation::hasHappened() const {
-  return nbUntilRefusal == kNoRefusal;
+  return ofOperatorNew.mHasHappened || ofAlignedBlock.mHasHappened;
 }
 
 }  // namespace qzTest
+
+// Under the aligned allocator. Its blocks go back through std::free, which is left as it is.
+extern "C" int posix_memalign(void** memory, std::size_t alignment, std::size_t size) noexcept {
+  if (isWatching) {
+    ++nbAllocated;
+    ++nbAligned;
+  }
+  if (ofAlignedBlock.refusesNext()) return ENOMEM;
+  const std::size_t whole = (size + alignment - 1) / alignment * alignment;
+  void* const block = whole < size ? nullptr : std::aligned_alloc(alignment, whole);
+  if (block == nullptr) return ENOMEM;
+  *memory = block;
+  return 0;
+}
 
 // All forms, as a sanitizer's own array forms would not end up in the others.
 void* operator new(std::size_t size) {

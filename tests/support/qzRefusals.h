@@ -1,0 +1,92 @@
+#pragma once
+// Every allocation of a piece of code refused in turn.
+
+#include <doctest/doctest.h>
+#include <xmmintrin.h>
+
+#include <cstdint>
+#include <new>
+#include <string>
+
+#include "support/qzHeapWatch.h"
+
+namespace qzTest {
+
+/// One allocation to be refused, with or without those after it.
+class Refusal {
+ public:
+  Refusal(std::uint64_t number, RefusedAllocation::Span span) : mNumber(number), mSpan(span) {}
+
+  /// Calls work under the refusal. Returns whether an allocation was refused; it is checked that work threw
+  /// std::bad_alloc then, and only then, and left the floating-point mode as it was.
+  template <class Work>
+  bool strikes(Work work) const {
+    const tOutcome outcome = outcomeOf(work);
+    CHECK(outcome.mHasThrown == outcome.mIsRefused);
+    return outcome.mIsRefused;
+  }
+
+  /// The same for what takes a refusal without a word, as a stream does, which remembers that it is in a bad state.
+  template <class Work>
+  bool isSwallowedBy(Work work) const {
+    const tOutcome outcome = outcomeOf(work);
+    CHECK(!outcome.mHasThrown);
+    return outcome.mIsRefused;
+  }
+
+ private:
+  struct tOutcome {
+    bool mIsRefused = false, mHasThrown = false;
+  };
+
+  template <class Work>
+  tOutcome outcomeOf(Work work) const {
+    constexpr unsigned int kFlags = 0x3Fu, kRoundUp = 0x4000u;  // what arithmetic has raised; a mode of the caller's
+    tOutcome outcome;
+    const unsigned int before = _mm_getcsr(), mode = before | kRoundUp;
+    _mm_setcsr(mode);
+    {
+      const RefusedAllocation refused(mNumber, mSpan);
+      try {
+        work();
+      } catch (const std::bad_alloc&) {
+        outcome.mHasThrown = true;
+      }
+      outcome.mIsRefused = refused.hasHappened();
+    }
+    const unsigned int after = _mm_getcsr();
+    _mm_setcsr(before);
+    CHECK((after & ~kFlags) == (mode & ~kFlags));
+    return outcome;
+  }
+
+  std::uint64_t mNumber;
+  RefusedAllocation::Span mSpan;
+};
+
+/// Calls attempt(refusal) for allocation 0, 1, 2, ... until it returns that none was refused; first with that one
+/// allocation refused, then with all from it on. It is checked that attempts leave nothing behind on the heap. Returns
+/// how many allocations could be refused.
+template <class Attempt>
+std::uint64_t refuseEachInTurn(Attempt attempt) {
+  std::uint64_t nbRefused = 0;
+  for (const RefusedAllocation::Span span : {RefusedAllocation::eOnce, RefusedAllocation::eFromThenOn}) {
+    bool isRefused = true;
+    for (nbRefused = 0; isRefused; ++nbRefused) {
+      const std::string what = "allocation " + std::to_string(nbRefused) +
+                               (span == RefusedAllocation::eOnce ? " refused" : " and all later ones refused");
+      INFO(what);
+      std::size_t left;
+      {
+        const HeapWatch heap;
+        isRefused = attempt(Refusal(nbRefused, span));
+        left = heap.held();
+      }
+      CHECK(left == 0);
+    }
+    --nbRefused;
+  }
+  return nbRefused;
+}
+
+}  // namespace qzTest
