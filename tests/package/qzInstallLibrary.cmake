@@ -1,4 +1,8 @@
-# cmake -DWORK=... -DOPTIONS=... -P: builds and installs the library for the tests that follow.
+# cmake -DWORK=... -DOPTIONS=... [-DDEBUG_INFORMATION=ON] -P: builds and installs the library for the tests that follow.
 include(${CMAKE_CURRENT_LIST_DIR}/qzNested.cmake)
 file(REMOVE_RECURSE ${WORK}/prefix)
-qz_install_library(${WORK} ${OPTIONS})
+set(flags)
+if(DEBUG_INFORMATION)
+  set(flags "-DCMAKE_CXX_FLAGS=-g -ffile-prefix-map=${QZ_SOURCE_DIR}=.")
+endif()
+qz_install_library(${WORK} ${OPTIONS} ${flags})

@@ -1,0 +1,66 @@
+# cmake -DLIBRARY=... -DNM=... -DREADELF=... -DABI=<folder> [-DRECORD=ON] -P: what a shared library exports is what
+# symbols.txt lists, and what it imports is something that imports.txt allows. RECORD writes symbols.txt.
+include(${CMAKE_CURRENT_LIST_DIR}/qzNested.cmake)
+set(list ${ABI}/symbols.txt)
+
+# lines(result text): the lines of a text as a list without duplicates, sorted. A semicolon would end an element.
+function(lines result text)
+  string(REPLACE ";" "," text "${text}")
+  string(REPLACE "\n" ";" text "${text}")
+  list(REMOVE_ITEM text "")
+  list(REMOVE_DUPLICATES text)
+  list(SORT text COMPARE STRING)
+  set(${result} "${text}" PARENT_SCOPE)
+endfunction()
+
+# Exports: demangled, so the forms of constructors and destructors are one line. Weak symbols are left out, as which
+# inline functions get one is the compiler's business; type information and tables are not weak in this sense.
+qz_run(${NM} -DC --defined-only ${LIBRARY})
+string(REGEX REPLACE "(^|\n)[0-9a-f]+ [Ww] [^\n]*" "" exported "${QZ_OUTPUT}")
+string(REGEX REPLACE "(^|\n)[0-9a-f]+ [A-Za-z] " "\\1" exported "${exported}")
+lines(exported "${exported}")
+if(RECORD)
+  list(JOIN exported "\n" text)
+  file(WRITE ${list} "${text}\n")
+  message(STATUS "recorded ${list}")
+  return()
+endif()
+file(READ ${list} recorded)
+lines(recorded "${recorded}")
+set(added ${exported})
+list(REMOVE_ITEM added ${recorded})
+set(missing ${recorded})
+list(REMOVE_ITEM missing ${exported})
+if(added OR missing)
+  list(JOIN added "\n  + " added)
+  list(JOIN missing "\n  - " missing)
+  message(FATAL_ERROR "exported, beside what is recorded:\n  + ${added}\nrecorded, but not exported:\n  - ${missing}\n"
+    "If that is meant: cmake --build <build> --target qz_record_abi, and a line in CHANGELOG.md")
+endif()
+list(LENGTH exported nbExported)
+
+# Imports.
+file(STRINGS ${ABI}/imports.txt patterns REGEX "^[^#]")
+qz_run(${NM} -DC --undefined-only ${LIBRARY})
+string(REGEX REPLACE "(^|\n) +[A-Za-z] " "\\1" imported "${QZ_OUTPUT}")
+string(REGEX REPLACE "@[A-Z_]+[0-9.]+(\n|$)" "\\1" imported "${imported}")
+lines(imported "${imported}")
+set(strangers ${imported})
+foreach(pattern IN LISTS patterns)
+  list(FILTER strangers EXCLUDE REGEX "^${pattern}$")
+endforeach()
+if(strangers)
+  list(JOIN strangers "\n  " strangers)
+  message(FATAL_ERROR "imported, but not in imports.txt:\n  ${strangers}")
+endif()
+list(LENGTH imported nbImported)
+
+# Libraries to be loaded with it: its siblings and the languages' own.
+qz_run(${READELF} -d ${LIBRARY})
+string(REGEX MATCHALL "NEEDED[^\n]*" needed "${QZ_OUTPUT}")
+foreach(entry IN LISTS needed)
+  if(NOT entry MATCHES "\\[lib(Wm4Foundation|qzSceneGraph|qzSystem|stdc\\+\\+|c\\+\\+|m|gcc_s|c)\\.so\\.[0-9]+\\]")
+    message(FATAL_ERROR "needs another library: ${entry}")
+  endif()
+endforeach()
+message(STATUS "${nbExported} exports as recorded, ${nbImported} imports, all allowed")
