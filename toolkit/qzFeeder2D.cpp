@@ -12,20 +12,21 @@ namespace {
 
 using Point = Wm4::Vector2<float>;
 
-constexpr std::size_t kMaxPrimitives = std::size_t(1) << 30;  // a leaf has 30 bits for its first entry
-
 bool isFinite(const Point& p) {
   return std::isfinite(p[0]) && std::isfinite(p[1]);
 }
 
 }  // namespace
 
-void qzFeeder2D::setPrimitives(std::vector<Point> points, std::vector<qzBBox2D> boxes) {
+void qzFeeder2D::setPrimitives(std::vector<Point> points, std::vector<qzBBox2D> boxes, std::size_t maxPrimitives) {
   if (points.size() != boxes.size()) {
     throw qzError(std::to_string(points.size()) + " points do not go with " + std::to_string(boxes.size()) + " boxes");
   }
   if (boxes.empty()) throw qzError("there are no primitives");
-  if (boxes.size() > kMaxPrimitives) throw qzError("there are more than 2^30 primitives");
+  if (boxes.size() > maxPrimitives) {
+    throw qzError("there are " + std::to_string(boxes.size()) + " primitives, more than the limit of " +
+                  std::to_string(maxPrimitives));
+  }
   qzBBox2D bounds;
   for (std::size_t i = 0; i < boxes.size(); ++i) {
     const auto fail = [i](const char* what) { throw qzError("primitive " + std::to_string(i), what); };
@@ -42,11 +43,11 @@ void qzFeeder2D::setPrimitives(std::vector<Point> points, std::vector<qzBBox2D> 
   mBBoxes = std::move(boxes);
 }
 
-void qzFeeder2D::setPrimitives(std::vector<qzBBox2D> boxes) {
+void qzFeeder2D::setPrimitives(std::vector<qzBBox2D> boxes, std::size_t maxPrimitives) {
   std::vector<Point> centers;
   centers.reserve(boxes.size());
   for (const qzBBox2D& box : boxes) centers.push_back(box.getCenter());
-  setPrimitives(std::move(centers), std::move(boxes));
+  setPrimitives(std::move(centers), std::move(boxes), maxPrimitives);
 }
 
 void qzFeeder2D::build(qzGenericBVH2D& bvh, unsigned int bitsPerAxis) {

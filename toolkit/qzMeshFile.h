@@ -2,14 +2,12 @@
 // Triangle meshes from files: OBJ, and any format that assimp knows, as PLY, STL, OFF, glTF, COLLADA and many more.
 
 #include <qzSceneGraph/qzTriMesh.h>
+#include <toolkit/qzLimits.h>
 
 #include <string>
 
 namespace qzToolkit {
 
-/// The largest mesh that a hierarchy holds: with one triangle per leaf the binary tree then has fewer than 2^28 nodes,
-/// the most that a node's right child can name.
-constexpr std::size_t kMaxTriangles = std::size_t(1) << 27;
 
 /// Reads all triangles of a file, in the order of the file.
 ///

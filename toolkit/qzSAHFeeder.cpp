@@ -5,18 +5,18 @@
 #include <toolkit/qzSAHFeeder.h>
 
 #include <numeric>
+#include <string>
 
 namespace qzToolkit {
 
-namespace {
-
-constexpr unsigned int kMaxTriangles = 1u << 27;
-
-}  // namespace
-
-void qzSAHFeeder::setMesh(const qz::qzTriMesh& mesh) {
+void qzSAHFeeder::setMesh(const qz::qzTriMesh& mesh, std::size_t maxTriangles) {
+  const int nbIndices = mesh.getIndexBuffer()->getNbIndices();
+  const std::size_t nbTriangles = nbIndices > 0 ? static_cast<std::size_t>(nbIndices) / 3 : 0;
+  if (nbTriangles > maxTriangles) {
+    throw qzError("there are " + std::to_string(nbTriangles) + " triangles, more than the limit of " +
+                  std::to_string(maxTriangles));
+  }
   const qzBVHTriangleContainer triangles(mesh);
-  if (triangles.getQuantity() > kMaxTriangles) throw qzError("there are more than 2^27 triangles");
   resizeItems(static_cast<int>(triangles.getQuantity()));
   mSceneBBox = qzBBox();
   for (unsigned int i = 0; i < mNbItems; ++i) {

@@ -2,6 +2,7 @@
 // qzSAHFeeder: the surface-area builder with an input, filled from the triangles of a mesh.
 
 #include <qzCommonAddOns/builders/qzGenericBVHBuilder.h>
+#include <toolkit/qzLimits.h>
 
 namespace qz {
 class qzTriMesh;
@@ -12,8 +13,8 @@ namespace qzToolkit {
 class qzSAHFeeder : public qzGenericBVHBuilder {
  public:
   /// Takes the triangles of the builds to come, by their boxes; the mesh may go afterwards. Throws a qzError, and keeps
-  /// what it had, when there are more than 2^27 triangles: the right child of a node has 28 bits.
-  void setMesh(const qz::qzTriMesh& mesh);
+  /// what it had, when there are more than maxTriangles.
+  void setMesh(const qz::qzTriMesh& mesh, std::size_t maxTriangles = kMaxTriangles);
 
   /// The cost of the builds to come, in place of a qzDefaultSAH; it stays the caller's and must outlive them.
   void setCost(const qzSAHFunctionoid& cost);

@@ -144,6 +144,19 @@ TEST_CASE("what cannot be built is refused with one line that says why") {
   CHECK(errorOf([&] { feeder.setPrimitives({wide}); }) == "primitive 0: the point is not finite");
 }
 
+TEST_CASE("more primitives than the nodes can number are refused before anything is built") {
+  CHECK(qzToolkit::kMaxPrimitives2D == std::size_t(1) << 29);  // 2^30 - 1 nodes with a primitive each
+  const std::vector<qzBBox2D> boxes = randomBoxes(3, 189);
+  qzFeeder2D feeder;
+  feeder.setPrimitives(boxes, 3);
+  CHECK(errorOf([&] { feeder.setPrimitives(boxes, 2); }) == "there are 3 primitives, more than the limit of 2");
+  CHECK(errorOf([&] { feeder.setPrimitives(centersOf(boxes), boxes, 2); }) ==
+        "there are 3 primitives, more than the limit of 2");
+  qzGenericBVH2D tree;
+  feeder.build(tree, 16);
+  CHECK(!tree.getNodes().empty());
+}
+
 TEST_CASE("a feeder without primitives refuses to build") {
   qzFeeder2D feeder;
   qzGenericBVH2D tree;

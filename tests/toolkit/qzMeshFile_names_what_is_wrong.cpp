@@ -38,6 +38,13 @@ std::string plyOf(const std::string& vertices, const std::string& faces) {
 
 }  // namespace
 
+TEST_CASE("more triangles than the nodes of a hierarchy can number are refused") {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("two.obj", kVertices + "f 1 2 3\nf 3 2 1\n");
+  CHECK(qzToolkit::loadMesh(path, 2).getIndexBuffer()->getNbIndices() == 6);
+  CHECK(errorOf([&] { qzToolkit::loadMesh(path, 1); }) == path + ": more triangles than the limit of 1");
+}
+
 TEST_CASE("a file that is missing, a folder, and standard input") {
   const TemporaryFolder folder;
   const std::string missing = folder.path("missing.obj");

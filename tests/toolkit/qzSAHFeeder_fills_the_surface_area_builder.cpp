@@ -9,6 +9,7 @@
 #include "plain/qzPlainSAHBuilder.h"
 #include "support/qzBits.h"
 #include "support/qzTestMeshes.h"
+#include "toolkit/qzTestFiles.h"
 
 using qzToolkit::qzSAHFeeder;
 using namespace qzTest;
@@ -95,6 +96,16 @@ TEST_CASE("no triangles make one empty leaf") {
   CHECK(bvh.getNbNodes() == 1);
   CHECK(bvh.getNode(0).isLeaf());
   CHECK(bvh.getNode(0).getNoPrimitives() == 0);
+}
+
+TEST_CASE("more triangles than the nodes can number are refused before anything is built") {
+  CHECK(qzToolkit::kMaxTriangles == std::size_t(1) << 27);  // 2^28 - 1 nodes with a triangle each
+  qzSAHFeeder feeder;
+  feeder.setMesh(soupMesh(5, 6), 5);
+  CHECK(errorOf([&] { feeder.setMesh(soupMesh(6, 7), 5); }) == "there are 6 triangles, more than the limit of 5");
+  qzGenericBVH bvh;
+  feeder.build(bvh);  // what it had
+  CHECK(bvh.getPrimitives().size() == 5);
 }
 
 TEST_CASE("a tree of a feeder becomes a four-wide hierarchy that finds the same nearest hits as the linear one") {
