@@ -2,6 +2,8 @@
 // QZ_COMMONADDONS_API marks a class as exported from the shared library; everything unmarked stays hidden.
 
 #if defined(QZ_COMMONADDONS_STATIC)
+/// Stands before the name of an exported class. It is empty for a static library, whose users get
+/// QZ_COMMONADDONS_STATIC from the CMake target.
 #define QZ_COMMONADDONS_API
 #elif defined(_WIN32)
 #if defined(QZ_COMMONADDONS_BUILD)

@@ -23,6 +23,7 @@ class QZ_COMMONADDONS_API qzGenericBVHBuilder {
  public:
   /// No items, and a qzDefaultSAH for the cost. That one functor is never freed.
   qzGenericBVHBuilder();
+  /// Copies the arrays and shares the functor.
   qzGenericBVHBuilder(const qzGenericBVHBuilder&) = default;
   qzGenericBVHBuilder& operator=(const qzGenericBVHBuilder&) = default;
   ~qzGenericBVHBuilder();  ///< Frees the arrays; no functor is the builder's to free.
@@ -34,15 +35,16 @@ class QZ_COMMONADDONS_API qzGenericBVHBuilder {
   ///
   /// No items make one empty leaf. A centroid at least a bin below its node or beyond the last bin counts as in the
   /// last bin (bin numbers wrap at 32 bits), one that is NaN or infinite as in bin 0; a NaN centroid lies right of
-  /// every plane. Equal costs: x before y before z, then the lower plane. A cost that is NaN is never chosen, and a
+  /// every plane. Ties: x before y before z, then the lower plane. A cost that is NaN is never chosen, and a
   /// node whose own cost is NaN is a leaf. The functor is asked for the left and then the right half of every
   /// candidate, planes ascending, x before y before z, and last for the whole node; a qzDefaultSAH, whose calls nobody
-  /// sees, only as far as it can matter. Failure: an allocation throws the standard exception, a functor its own; the
-  /// tree is then unfinished. Cost: n log n; beside the tree no allocation.
+  /// sees, only as far as it can matter.
+  /// Failure: an allocation throws the standard exception, a functor its own; the tree is then unfinished.
+  /// Cost: n log n, and at most 32 levels; beside the tree no allocation.
   void build(qzGenericBVH& bvh);
 
  protected:
-  static constexpr unsigned int kNbBins = 128;
+  static constexpr unsigned int kNbBins = 128;  ///< Bins per axis; planes lie between them.
 
   /// Makes room for n items: boxes that are added are empty, numbers 0.
   void resizeItems(int n);
@@ -73,20 +75,20 @@ class QZ_COMMONADDONS_API qzGenericBVHBuilder {
   void splitNode(unsigned int node, qzGenericBVH& bvh, unsigned int start, unsigned int count, qzBBox::tAxis axis,
                  float plane, int depth);
 
-  std::vector<qzBBox> mItemBBoxes;             // of item k at position k
-  std::vector<unsigned int> mItemIndices;      // items in order; a build partitions them in place
-  std::vector<unsigned int> mSortedPositions;  // scratch of the median: positions still in question,
-  std::vector<unsigned int> mSortScratch;      // their keys,
-  std::vector<unsigned int> mSortKeys;         // and the keys of all items of the node
-  std::vector<unsigned int> mBinCounts;        // bins of x, y at mBinOffsetY and z at mBinOffsetZ
-  std::vector<qzBBox> mBinLeftBBoxes;
-  std::vector<qzBBox> mBinRightBBoxes;
-  unsigned int mNbItems = 0;
-  qzBBox mSceneBBox;               // of the root; should contain all items
-  unsigned int mNbBins = kNbBins;  // per axis
-  unsigned int mBinOffsetY = kNbBins;
-  unsigned int mBinOffsetZ = 2 * kNbBins;
-  const qzSAHFunctionoid* mSAH;  // borrowed
+  std::vector<qzBBox> mItemBBoxes;             ///< Of item k at position k.
+  std::vector<unsigned int> mItemIndices;      ///< Items in order; a build partitions them in place.
+  std::vector<unsigned int> mSortedPositions;  ///< Scratch of the median: positions still in question,
+  std::vector<unsigned int> mSortScratch;      ///< their keys,
+  std::vector<unsigned int> mSortKeys;         ///< and the keys of all items of the node.
+  std::vector<unsigned int> mBinCounts;        ///< Bins of x, y at mBinOffsetY and z at mBinOffsetZ: items up to there.
+  std::vector<qzBBox> mBinLeftBBoxes;          ///< Box of the items up to a bin.
+  std::vector<qzBBox> mBinRightBBoxes;         ///< Box of the items from a bin on.
+  unsigned int mNbItems = 0;                   ///< Set by resizeItems.
+  qzBBox mSceneBBox;                           ///< Of the root; should contain all items.
+  unsigned int mNbBins = kNbBins;              ///< Per axis.
+  unsigned int mBinOffsetY = kNbBins;          ///< First bin of y.
+  unsigned int mBinOffsetZ = 2 * kNbBins;      ///< First bin of z.
+  const qzSAHFunctionoid* mSAH;                ///< Borrowed.
 
  private:
   /// What computeBinning and findSplitPlane come to with a qzDefaultSAH, for less; the bins stay as they are.

@@ -18,6 +18,7 @@ class qzGenericBVH2D;
 
 class QZ_COMMONADDONS_API qzLinearGenericBVH2DBuilder {
  public:
+  /// No primitives. Copies and moves take the input along.
   qzLinearGenericBVH2DBuilder() = default;
   qzLinearGenericBVH2DBuilder(const qzLinearGenericBVH2DBuilder&) = default;
   qzLinearGenericBVH2DBuilder& operator=(const qzLinearGenericBVH2DBuilder&) = default;
@@ -36,16 +37,18 @@ class QZ_COMMONADDONS_API qzLinearGenericBVH2DBuilder {
   ///              mNbPrimitives included
   /// bitsPerAxis  resolution of the grid, 2^bitsPerAxis cells per axis; above 16 counts as 16. 0 gives one leaf
   ///
-  /// A point that is not a number, or bounds without extent: cell 0. A NaN coordinate of a box is passed over.
-  /// Failure: an allocation throws the standard exception; bvh is as it was.
-  /// Cost: linear in the number of primitives; working memory 12 bytes per primitive, beside the old tree and the new.
+  /// A point that is not a number, or bounds without extent: cell 0. A point a cell or more outside of the grid counts
+  /// as in the last cell of its axis (cell numbers wrap at 32 bits). A NaN coordinate of a box is passed over. Ties:
+  /// primitives of one cell keep the order of their numbers. Failure: an allocation throws the standard exception; bvh
+  /// is as it was. Cost: linear in the number of primitives; working memory 12 bytes per primitive, beside the old tree
+  /// and the new.
   void build(qzGenericBVH2D& bvh, unsigned int bitsPerAxis);
 
  protected:
-  std::vector<qzBBox2D> mBBoxes;             // of every primitive, for the boxes of the nodes alone
-  std::vector<unsigned int> mIndices;        // during a build the sorted primitives
-  std::vector<Wm4::Vector2<float>> mPoints;  // of every primitive, for its place in the tree alone
-  qzBBox2D mBounds;                          // around all points; the grid lies around its centre
-  unsigned int mNbPrimitives = 0;
-  unsigned int mMaxPrimitivesPerLeaf = 4;  // never 0
+  std::vector<qzBBox2D> mBBoxes;             ///< Of every primitive, for the boxes of the nodes alone.
+  std::vector<unsigned int> mIndices;        ///< During a build the sorted primitives.
+  std::vector<Wm4::Vector2<float>> mPoints;  ///< Of every primitive, for its place in the tree alone.
+  qzBBox2D mBounds;                          ///< Around all points; the grid lies around its centre.
+  unsigned int mNbPrimitives = 0;            ///< The arrays have that many entries or more.
+  unsigned int mMaxPrimitivesPerLeaf = 4;    ///< Never 0.
 };

@@ -20,17 +20,20 @@ class QZ_COMMONADDONS_API qzLinearGenericBVHBuilder {
   /// Numbered primitives, each known by its box alone.
   class QZ_COMMONADDONS_API tPrimitiveContainerInterface {
    public:
+    /// Nothing to set up or to copy: the class has no data.
     tPrimitiveContainerInterface() = default;
     tPrimitiveContainerInterface(const tPrimitiveContainerInterface&) = default;
     tPrimitiveContainerInterface& operator=(const tPrimitiveContainerInterface&) = default;
     virtual ~tPrimitiveContainerInterface();
 
-    /// Box of primitive i, for i below getQuantity(); it must stay valid while a build runs.
+    /// Box of primitive i in scene units, for i below getQuantity(); it must stay valid while a build runs. A build
+    /// asks for every box up to three times, on the caller's thread.
     virtual const qzBBox* getBBox(unsigned int i) const = 0;
-    /// Number of primitives.
+    /// Number of primitives; a build asks once.
     virtual unsigned int getQuantity() const = 0;
   };
 
+  /// Leaves of up to 4 primitives. Copies and moves take the leaf limit along.
   qzLinearGenericBVHBuilder() = default;
   qzLinearGenericBVHBuilder(const qzLinearGenericBVHBuilder&) = default;
   qzLinearGenericBVHBuilder& operator=(const qzLinearGenericBVHBuilder&) = default;
@@ -54,8 +57,10 @@ class QZ_COMMONADDONS_API qzLinearGenericBVHBuilder {
   ///
   /// Returns false when cancelled, and only then: up to the sorting and counting of codes bvh is untouched, later it
   /// holds an unfinished tree that is good for nothing but another build.
-  /// Failure: an allocation throws the standard exception.
+  ///
   /// Logs four records of type 1, category "bvh": what is allocated, and what fusing saved.
+  /// Ties: primitives of one cell keep the order of their numbers.
+  /// Failure: an allocation throws the standard exception.
   /// Cost: linear in the number of primitives; working memory up to 32 bytes per primitive beside the tree. A build
   /// that is cancelled leaves up to 64 bytes of nodes per primitive in bvh.
   bool build(const tPrimitiveContainerInterface& container, qzGenericBVH& bvh,

@@ -6,7 +6,7 @@
 //   inner      axis (00 01 10)   left child              split position k     right child
 //   leaf       11                first primitive entry   number of primitives, all 32 bits
 //
-// The mark 11 alone tells a leaf. This encoding is what builders, statistics and qzQBVH exchange.
+// The mark 11 alone tells a leaf. This encoding is what builders, statistics and qzQBVH exchange. Nothing is checked.
 // Limits: left child and first entry below 2^30, right child below 2^28.
 
 #include <qzCommonAddOns/geometry/qzBBox.h>
@@ -17,6 +17,7 @@ class QZ_COMMONADDONS_API qzGNode {
   /// An inner node on x with the empty box, both of whose children are node 0: a walker must never be led to one.
   qzGNode() = default;
 
+  /// The box, in scene units: any is taken as it is.
   void setBBox(const qzBBox& bbox) { mBBox = bbox; }
   const qzBBox& getBBox() const { return mBBox; }
 
@@ -33,18 +34,23 @@ class QZ_COMMONADDONS_API qzGNode {
     mRightAndCount = right;
   }
 
+  /// Whether this is a leaf, by the mark alone.
   bool isLeaf() const { return (mAxisAndLeft & kLeafMark) == kLeafMark; }
 
   /// The qzBBox::tAxis value of an inner node; 0xC0000000 for a leaf.
   unsigned int getAxis() const { return mAxisAndLeft & kLeafMark; }
 
+  /// What the words hold, unmarked: the children of an inner node by their node numbers, the first entry of a leaf in
+  /// the primitive array and how many it has. Each reads its bits whatever the node is; only those of its kind mean
+  /// anything.
   unsigned int getLeftChildIdx() const { return mAxisAndLeft & kLeftMask; }
   unsigned int getPrimStartIdx() const { return mAxisAndLeft & kLeftMask; }
   unsigned int getRightChildIdx() const { return mRightAndCount & kRightMask; }
   unsigned int getNoPrimitives() const { return mRightAndCount; }
 
   /// Coordinate of the splitting plane, (k / 15) * (max - min) + min of the node's box on its axis, with k from 0
-  /// to 15. The library's own builders leave k at 0, which is the box minimum. A leaf answers for z.
+  /// to 15, in scene units. The library's own builders leave k at 0, which is the box minimum. A leaf answers for z, a
+  /// node with the empty box NaN.
   float getSplitPlane() const;
 
  private:

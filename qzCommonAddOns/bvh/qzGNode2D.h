@@ -17,6 +17,7 @@ class QZ_COMMONADDONS_API qzGNode2D {
   /// An inner node with the empty box, both of whose children are node 0: a walker must never be led to one.
   qzGNode2D() = default;
 
+  /// The box, in scene units: any is taken as it is.
   void setBBox(const qzBBox2D& bbox) { mBBox = bbox; }
   const qzBBox2D& getBBox() const { return mBBox; }
 
@@ -32,8 +33,12 @@ class QZ_COMMONADDONS_API qzGNode2D {
     mRightAndCount = right;
   }
 
+  /// Whether this is a leaf, by the mark alone.
   bool isLeaf() const { return (mAxisAndLeft & kLeafMark) == kLeafMark; }
 
+  /// What the words hold, unmarked: the children of an inner node by their node numbers, the first entry of a leaf in
+  /// the primitive array and how many it has. Each reads its bits whatever the node is; only those of its kind mean
+  /// anything.
   unsigned int getLeftChildIdx() const { return mAxisAndLeft & kLeftMask; }
   unsigned int getPrimStartIdx() const { return mAxisAndLeft & kLeftMask; }
   unsigned int getRightChildIdx() const { return mRightAndCount; }

@@ -1,7 +1,7 @@
 #pragma once
 // qzGenericBVH: a binary hierarchy of boxes, held as an array of packed nodes and an array of primitive numbers.
 // The root is node 0; a leaf covers a run of the primitive array. The object owns both arrays. Nothing is checked: an
-// index must be in range, and an empty hierarchy has no node 0.
+// index must be in range, and an empty hierarchy has no node 0. Any number of threads may read a finished hierarchy.
 
 #include <qzCommonAddOns/bvh/qzGNode.h>
 #include <qzCommonAddOns/qzApi.h>
@@ -12,7 +12,9 @@
 
 class QZ_COMMONADDONS_API qzGenericBVH {
  public:
+  /// An empty hierarchy, without nodes.
   qzGenericBVH() = default;
+  /// Copies both arrays and the counters. Failure: an allocation throws the standard exception.
   qzGenericBVH(const qzGenericBVH&) = default;
   qzGenericBVH& operator=(const qzGenericBVH&) = default;
   /// Takes over both arrays and leaves them empty in the source, whose counters keep their values.
@@ -20,10 +22,13 @@ class QZ_COMMONADDONS_API qzGenericBVH {
   qzGenericBVH& operator=(qzGenericBVH&&) = default;
   ~qzGenericBVH() = default;
 
+  /// The primitive array: numbers of primitives, those of a leaf in a row. An edit invalidates what it moves, as with
+  /// any vector, and leaves the counters alone.
   unsigned int getPrimitive(unsigned int i) const { return mPrimitives[i]; }
   const std::vector<unsigned int>& getPrimitives() const { return mPrimitives; }
   std::vector<unsigned int>& editPrimitives() { return mPrimitives; }
 
+  /// The node array, the root at 0. It may be longer than the nodes that the root reaches; the rest means nothing.
   const qzGNode& getNode(unsigned int i) const { return mNodes[i]; }
   qzGNode& getNode(unsigned int i) { return mNodes[i]; }
   const std::vector<qzGNode>& getNodes() const { return mNodes; }
@@ -39,7 +44,7 @@ class QZ_COMMONADDONS_API qzGenericBVH {
   /// Exchanges the contents of two hierarchies without copying an element; with itself it changes nothing.
   void swapBVH(qzGenericBVH& other);
 
-  /// Bytes held: 4 per primitive entry and 32 per node of the arrays' capacities, and 8 for the counters.
+  /// Memory held, in bytes: 4 per primitive entry and 32 per node of the arrays' capacities, and 8 for the counters.
   std::uint64_t getMemoryUsed() const;
 
   /// Statistics of a hierarchy that has a node 0.
@@ -52,11 +57,14 @@ class QZ_COMMONADDONS_API qzGenericBVH {
   ///
   /// Writes the line "max at lvl:" with the level of the first leaf of maxPrimitives to std::cout; the root is level 0.
   /// Node numbers from 2^24 on spill into that level. Counts above 2^31 - 1 count as negative.
-  /// Cost: the recursion is as deep as the left branches on the way to a leaf. Threads share std::cout.
+  ///
+  /// Cost: every node once; the recursion is as deep as the left branches on the way to a leaf.
+  /// Threads: they share std::cout.
   void getBVHInfo(int& nbNodes, int& nbLeaves, int& minPrimitives, int& maxPrimitives, float& avgPrimitives) const;
 
   /// Writes the tree from the root to std::cout, a line per inner node and two per leaf, indented by one | per level:
   /// number, box, and for a leaf its primitives. The stream keeps the formatting it has. There must be a node 0.
+  /// Cost: every node and every primitive once; the recursion is as deep as the tree.
   void print() const;
 
  private:

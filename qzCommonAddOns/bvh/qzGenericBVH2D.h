@@ -1,7 +1,8 @@
 #pragma once
 // qzGenericBVH2D: a binary hierarchy of boxes in two dimensions, held as an array of packed nodes and an array of
 // primitive numbers. The root is node 0; a leaf covers a run of the primitive array. The object owns both arrays.
-// Nothing is checked: an index must be in range, and an empty hierarchy has no node 0.
+// Nothing is checked: an index must be in range, and an empty hierarchy has no node 0. Any number of threads may read a
+// finished hierarchy.
 
 #include <qzCommonAddOns/bvh/qzGNode2D.h>
 #include <qzCommonAddOns/qzApi.h>
@@ -10,7 +11,9 @@
 
 class QZ_COMMONADDONS_API qzGenericBVH2D {
  public:
+  /// An empty hierarchy, without nodes.
   qzGenericBVH2D() = default;
+  /// Copies both arrays and the counters. Failure: an allocation throws the standard exception.
   qzGenericBVH2D(const qzGenericBVH2D&) = default;
   qzGenericBVH2D& operator=(const qzGenericBVH2D&) = default;
   /// Takes over both arrays and leaves them empty in the source, whose counters keep their values.
@@ -18,8 +21,10 @@ class QZ_COMMONADDONS_API qzGenericBVH2D {
   qzGenericBVH2D& operator=(qzGenericBVH2D&&) = default;
   ~qzGenericBVH2D() = default;
 
+  /// Entry i of the primitive array, which holds the numbers of primitives, those of a leaf in a row.
   unsigned int getPrimitive(unsigned int i) const { return mPrimitives[i]; }
 
+  /// The node array, the root at 0.
   const qzGNode2D& getNode(unsigned int i) const { return mNodes[i]; }
   qzGNode2D& editNode(unsigned int i) { return mNodes[i]; }
   const std::vector<qzGNode2D>& getNodes() const { return mNodes; }
@@ -34,7 +39,7 @@ class QZ_COMMONADDONS_API qzGenericBVH2D {
   /// avgPrimitives  primitives per leaf
   ///
   /// Writes to no stream. Counts above 2^31 - 1 count as negative.
-  /// Cost: the recursion is as deep as the left branches on the way to a leaf.
+  /// Cost: every node once; the recursion is as deep as the left branches on the way to a leaf.
   void getBVHInfo(int& nbNodes, int& nbLeaves, int& minPrimitives, int& maxPrimitives, float& avgPrimitives) const;
 
  private:

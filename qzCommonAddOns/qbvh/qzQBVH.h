@@ -20,6 +20,7 @@ class QZ_COMMONADDONS_API qzQBVH {
     eTrianglesVertices = 1,   ///< the three vertices, for intersectConvexHull
     eTrianglesEquations = 2,  ///< plane and barycentric equations, for the ray queries
   };
+  /// Both sets of flags in one.
   friend constexpr tQBVHDataFlags operator|(tQBVHDataFlags a, tQBVHDataFlags b) {
     return tQBVHDataFlags(static_cast<unsigned>(a) | static_cast<unsigned>(b));
   }
@@ -27,14 +28,14 @@ class QZ_COMMONADDONS_API qzQBVH {
   /// Which triangles a ray may hit, by the sign of normal . direction, the normal being e1 x e2 of the vertices in
   /// index order. Zero counts as both. Any other value is eIntersectBothFaces.
   enum tIntersectionPolicy : unsigned int {
-    eIntersectBothFaces = 0,
+    eIntersectBothFaces = 0,   ///< any normal . direction
     eIntersectFrontFaces = 1,  ///< normal . direction <= 0, the ray comes from the side that the normal points to
     eIntersectBackFaces = 2,   ///< normal . direction >= 0
   };
 
   /// One plane of a convex region: 4 rows of 16 bytes, a, b, c, d, each in all four lanes.
   struct alignas(16) tSOASinglePlaneEqn {
-    float mCoefficient[4][4];  // [coefficient][lane]
+    float mCoefficient[4][4];  ///< [coefficient][lane], the lanes all alike.
   };
   static_assert(sizeof(tSOASinglePlaneEqn) == 4 * 16);
 
@@ -42,8 +43,9 @@ class QZ_COMMONADDONS_API qzQBVH {
   qzQBVH() = default;
   qzQBVH(const qzQBVH&) = default;             ///< Shares o's arrays, see above.
   qzQBVH& operator=(const qzQBVH&) = default;  ///< Shares o's arrays and releases nothing, see above.
-  ~qzQBVH();
+  ~qzQBVH();                                   ///< Releases the arrays.
 
+  /// Number of four-wide nodes, and of groups of four triangles. A mesh that fits into one leaf has no nodes.
   unsigned getNoNodes() const { return mNoNodes; }
   unsigned getNoTriangleQuadruplets() const { return mNoQuadruplets; }
 
@@ -70,6 +72,7 @@ class QZ_COMMONADDONS_API qzQBVH {
 
   /// Finds the nearest triangle that the ray origin + s * direction meets, for s from tMin to t.
   ///
+  /// origin       where s is 0, in scene units
   /// direction    any length; distances count in multiples of it (unit length: scene units)
   /// tMin         smallest accepted distance, inclusive
   /// t            in: farthest distance looked at, inclusive.  out: distance of the hit
@@ -78,7 +81,9 @@ class QZ_COMMONADDONS_API qzQBVH {
   /// policy       which faces count
   ///
   /// Returns whether there is a hit; without one, t and barycentric keep their values. A weight above -1e-4 counts as
-  /// inside, so edges are a little wide. At equal distances the first one met stays. A NaN argument: no hit.
+  /// inside, so edges are a little wide. A NaN argument: no hit.
+  ///
+  /// Ties: at equal distances the first triangle met stays, which the order in the tree decides: always the same one.
   /// Failure: a hierarchy built without eTrianglesEquations logs one error and returns false, outputs untouched.
   /// Cost: no allocation. Any number of calls may run at once on a built hierarchy.
   /// Source: boxes Kay and Kajiya 1986, triangles Havel and Herout 2010.
@@ -88,16 +93,29 @@ class QZ_COMMONADDONS_API qzQBVH {
   /// Finds the triangle nearest to origin on the line origin + s * direction, for s from -|t| to |t|, among those that
   /// face against direction (normal . direction <= 0).
   ///
-  /// t  in: farthest distance looked at on both sides, not negative (else: no hit).  out: |s| of the hit
+  /// origin       where s is 0, in scene units
+  /// direction    any length; distances count in multiples of it
+  /// t            in: farthest distance looked at on both sides, inclusive, not negative (else: no hit).  out: |s| of
+  ///              the hit
+  /// barycentric  out: weights of the triangle's first and second vertex
+  /// triangle     out: triangle number in the mesh, 0xFFFFFFFF for no hit
   ///
-  /// The other arguments, ties, NaN and cost as in intersectRay.
+  /// Returns whether there is a hit; without one, t and barycentric keep their values. Ties, NaN, cost, threads and
+  /// sources as in intersectRay.
+  ///
   /// Failure: a hierarchy built without eTrianglesEquations returns false in silence, outputs untouched.
   bool intersectRaySymmetric(const Wm4::Vector3<float>& origin, const Wm4::Vector3<float>& direction, float& t,
                              Wm4::Vector2<float>& barycentric, unsigned& triangle) const;
 
   /// Copies planes into four-lane rows for intersectConvexHull.
-  /// planes   count x (a, b, c, d); a point is inside when a*x + b*y + c*z + d > 0, on the plane it is outside
+  ///
+  /// planes   count x (a, b, c, d); a point is inside when a*x + b*y + c*z + d > 0, on the plane it is outside. Any
+  ///          length of (a, b, c), any value: they are copied
+  /// count    number of planes, 0 and up
+  ///
   /// Returns  count x 4 rows of 16 bytes, 16-byte aligned, the caller's: DeleteSOAPlaneEquationSet releases them.
+  ///
+  /// Failure: a failed allocation goes unnoticed.
   static tSOASinglePlaneEqn* CreateSOAPlaneEquationSet(const Wm4::Vector4<float>* planes, unsigned count);
 
   /// The same into storage of the caller's, count entries, 16-byte aligned.
@@ -110,6 +128,7 @@ class QZ_COMMONADDONS_API qzQBVH {
   /// something of every hierarchy that is not empty.
   ///
   /// planes  from CreateSOAPlaneEquationSet or InitSOAPlaneEquationSet; only read, so calls may share them
+  /// count   number of planes
   ///
   /// The answer is that of clipping in single precision, plane after plane in the order given; it is true at once for a
   /// child box strictly inside every plane. A plane that a triangle only touches leaves nothing of it. A vertex at a
@@ -126,45 +145,48 @@ class QZ_COMMONADDONS_API qzQBVH {
  protected:
   // The arrays, for queries of derived classes. Everything is in rows of four lanes, 16 bytes each, lane 0 first.
   //
-  // tSOANode: 8 rows; lane j of every row belongs to child j.
-  //   row 0-2   min x, y, z of children 0..3      empty lane: +inf
-  //   row 3-5   max x, y, z                       empty lane: -inf
-  //   row 6     node number, or first quadruplet of a leaf; empty lane: 0xFFFFFFFF
-  //   row 7     kInnerChild | n > 0 leaf of n quadruplets | 0 empty, whose leaf test does nothing
+  /// A node, 8 rows; lane j of every row belongs to child j.
+  ///
+  ///     row 0-2   min x, y, z of children 0..3      empty lane: +inf
+  ///     row 3-5   max x, y, z                       empty lane: -inf
+  ///     row 6     node number, or first quadruplet of a leaf; empty lane: 0xFFFFFFFF
+  ///     row 7     kInnerChild | n > 0 leaf of n quadruplets | 0 empty, whose leaf test does nothing
   struct alignas(16) tSOANode {
-    float mMin[3][4];
-    float mMax[3][4];
-    unsigned mChildIndex[4];
-    unsigned mChildQuadruplets[4];
+    float mMin[3][4];               ///< [axis][lane]
+    float mMax[3][4];               ///< [axis][lane]
+    unsigned mChildIndex[4];        ///< Row 6.
+    unsigned mChildQuadruplets[4];  ///< Row 7.
   };
   static_assert(sizeof(tSOANode) == 8 * 16);
 
-  // tSOATriangleVertices: 9 rows, V0.x V0.y V0.z V1.x ... V2.z; lane j is triangle j. Padding lane: 0.
+  /// Vertices of a quadruplet, 9 rows, V0.x V0.y V0.z V1.x ... V2.z; lane j is triangle j. Padding lane: 0.
   struct alignas(16) tSOATriangleVertices {
-    float mVertex[3][3][4];  // [vertex][axis][lane]
+    float mVertex[3][3][4];  ///< [vertex][axis][lane]
   };
   static_assert(sizeof(tSOATriangleVertices) == 9 * 16);
 
-  // tSOATriangleEquations: 12 rows; lane j is triangle j.         Padding lane:
-  //   row 0-3    unit normal n and d: n . P + d = 0 on the plane      (0, 0, 0), +inf
-  //   row 4-7    U and U.w: U . P + U.w is the weight of V1           (0, 0, 0), -1
-  //   row 8-11   W and W.w: W . P + W.w is the weight of V2           (0, 0, 0), -1
+  /// Equations of a quadruplet, 12 rows; lane j is triangle j.
+  ///
+  ///                                                                   padding lane
+  ///     row 0-3    unit normal n and d: n . P + d = 0 on the plane      (0, 0, 0), +inf
+  ///     row 4-7    U and U.w: U . P + U.w is the weight of V1           (0, 0, 0), -1
+  ///     row 8-11   W and W.w: W . P + W.w is the weight of V2           (0, 0, 0), -1
   struct alignas(16) tSOATriangleEquations {
-    float mPlane[4][4];  // [coefficient][lane]
-    float mU[4][4];
-    float mW[4][4];
+    float mPlane[4][4];  ///< [coefficient][lane]
+    float mU[4][4];      ///< [coefficient][lane]
+    float mW[4][4];      ///< [coefficient][lane]
   };
   static_assert(sizeof(tSOATriangleEquations) == 12 * 16);
 
-  // Triangle numbers of one quadruplet. Padding lane: kNoTriangle.
+  /// Triangle numbers of one quadruplet. Padding lane: kNoTriangle.
   struct alignas(16) tSOATriangleIndices {
-    unsigned mTriangle[4];
+    unsigned mTriangle[4];  ///< [lane]
   };
   static_assert(sizeof(tSOATriangleIndices) == 16);
 
-  static constexpr unsigned kInnerChild = 0xFFFFFFFFu;
-  static constexpr unsigned kNoChild = 0xFFFFFFFFu;
-  static constexpr unsigned kNoTriangle = 0xFFFFFFFFu;
+  static constexpr unsigned kInnerChild = 0xFFFFFFFFu;  ///< Row 7 of an inner child.
+  static constexpr unsigned kNoChild = 0xFFFFFFFFu;     ///< Row 6 of an empty lane.
+  static constexpr unsigned kNoTriangle = 0xFFFFFFFFu;  ///< Number of a padding lane, and of no hit.
 
   /// Releases all arrays and allocates those that flags ask for, contents unset, sizes set. Results are not checked.
   void allocate(tQBVHDataFlags flags, unsigned noNodes, unsigned noQuadruplets);
@@ -172,14 +194,14 @@ class QZ_COMMONADDONS_API qzQBVH {
   /// Sets mRootBBox around the four lanes of node 0; false, and no change, when there are no nodes.
   bool computeRootNodeBBox();
 
-  tSOANode* mNodes = nullptr;
-  tSOATriangleVertices* mTriangleVertices = nullptr;
-  tSOATriangleEquations* mTriangleEquations = nullptr;
-  tSOATriangleIndices* mTriangleIndices = nullptr;
-  qzBBox mRootBBox;
-  tQBVHDataFlags mFlags = tQBVHDataFlags(0);
-  unsigned mNoNodes = 0;
-  unsigned mNoQuadruplets = 0;
+  tSOANode* mNodes = nullptr;                           ///< The root is node 0.
+  tSOATriangleVertices* mTriangleVertices = nullptr;    ///< Of every quadruplet; null without eTrianglesVertices.
+  tSOATriangleEquations* mTriangleEquations = nullptr;  ///< Of every quadruplet; null without eTrianglesEquations.
+  tSOATriangleIndices* mTriangleIndices = nullptr;      ///< Of every quadruplet; null without flags.
+  qzBBox mRootBBox;                                     ///< Around everything; no query asks it.
+  tQBVHDataFlags mFlags = tQBVHDataFlags(0);            ///< Which arrays there are.
+  unsigned mNoNodes = 0;                                ///< Length of mNodes.
+  unsigned mNoQuadruplets = 0;                          ///< Length of the other three arrays.
   /// Set by a build when no box is inverted or holds a NaN and all lie within their parents: queries may then leave
   /// out more. allocate takes it back; a derived class that changes boxes after a build has to do so, too.
   bool mIsNested = false;

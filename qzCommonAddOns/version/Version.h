@@ -1,6 +1,6 @@
 #pragma once
-// Version: which build of the library is loaded. Constants of the build; every text lives as long as the library is
-// loaded and is not the caller's to free. Any thread may ask.
+// qzCommonAddOns::Version: which build of the library is loaded. Constants of the build; every text lives as long as the
+// library is loaded and is not the caller's to free. Any thread may ask.
 
 #include <qzCommonAddOns/qzApi.h>
 
@@ -8,6 +8,7 @@ namespace qzCommonAddOns {
 
 class QZ_COMMONADDONS_API Version {
  public:
+  /// The four numbers of the version: 3, 0, 0 and 1297.
   static unsigned int GetMajor();
   static unsigned int GetMinor();
   static unsigned int GetRelease();
@@ -26,7 +27,7 @@ class QZ_COMMONADDONS_API Version {
   static bool IsDebug();
   static bool IsBeta();
 
-  /// "3.0", "3.0.0" and "3.0.0.1297", the last one followed by " #" and the commit on request.
+  /// The version as text: "3.0", "3.0.0" and "3.0.0.1297", the last one followed by " #" and the commit on request.
   /// secondCopy selects between two constants with the same characters.
   static const char* GetDescStringMajorMinor(bool secondCopy);
   static const char* GetDescStringMajorMinorRelease(bool secondCopy);
