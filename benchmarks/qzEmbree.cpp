@@ -28,10 +28,29 @@ class tFlushDenormals {
   unsigned mBefore;
 };
 
+RTCRayHit queryOf(const qzRay& ray, float tNear) {
+  RTCRayHit query;
+  query.ray.org_x = ray.mOrigin[0];
+  query.ray.org_y = ray.mOrigin[1];
+  query.ray.org_z = ray.mOrigin[2];
+  query.ray.tnear = tNear;
+  query.ray.dir_x = ray.mDirection[0];
+  query.ray.dir_y = ray.mDirection[1];
+  query.ray.dir_z = ray.mDirection[2];
+  query.ray.time = 0.0f;
+  query.ray.tfar = std::numeric_limits<float>::infinity();
+  query.ray.mask = 0xFFFFFFFFu;
+  query.ray.id = 0;
+  query.ray.flags = 0;
+  query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
+  query.hit.primID = RTC_INVALID_GEOMETRY_ID;
+  return query;
+}
+
 }  // namespace
 
-qzEmbree::qzEmbree(const qzScene& scene, RTCBuildQuality quality, const std::string& isa)
-    : mMeshes(scene), mQuality(quality), mIsa(isa) {
+qzEmbree::qzEmbree(const qzScene& scene, RTCBuildQuality quality, const std::string& isa, RTCSceneFlags flags)
+    : mMeshes(scene), mQuality(quality), mIsa(isa), mFlags(flags) {
   mDevice = rtcNewDevice(("threads=1" + (isa.empty() ? "" : ",isa=" + isa)).c_str());
   if (mDevice == nullptr) throw std::runtime_error("Embree gives no device for '" + isa + "'");
   rtcSetDeviceMemoryMonitorFunction(mDevice, &countMemory, this);
@@ -64,6 +83,7 @@ double qzEmbree::build() {
   release();
   mScene = rtcNewScene(mDevice);
   rtcSetSceneBuildQuality(mScene, mQuality);
+  rtcSetSceneFlags(mScene, mFlags);
   RTCGeometry geometry = rtcNewGeometry(mDevice, RTC_GEOMETRY_TYPE_TRIANGLE);
   rtcSetGeometryBuildQuality(geometry, mQuality);
   rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, mMeshes.mPositions.data(), 0, 12,
@@ -89,25 +109,20 @@ double qzEmbree::trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& an
   RTCIntersectContext context;
   rtcInitIntersectContext(&context);  // rays without coherence
   for (std::size_t i = 0; i < answers.size(); ++i) {
-    RTCRayHit query;
-    query.ray.org_x = rays[i].mOrigin[0];
-    query.ray.org_y = rays[i].mOrigin[1];
-    query.ray.org_z = rays[i].mOrigin[2];
-    query.ray.tnear = 0.0f;
-    query.ray.dir_x = rays[i].mDirection[0];
-    query.ray.dir_y = rays[i].mDirection[1];
-    query.ray.dir_z = rays[i].mDirection[2];
-    query.ray.time = 0.0f;
-    query.ray.tfar = std::numeric_limits<float>::infinity();
-    query.ray.mask = 0xFFFFFFFFu;
-    query.ray.id = 0;
-    query.ray.flags = 0;
-    query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
-    query.hit.primID = RTC_INVALID_GEOMETRY_ID;
+    RTCRayHit query = queryOf(rays[i], 0.0f);
     rtcIntersect1(mScene, &context, &query);
     answers[i] = {query.ray.tfar, query.hit.primID};
   }
   return watch.getSeconds();
+}
+
+qzAnswer qzEmbree::castBeyond(float tNear, const qzRay& ray) const {
+  const tFlushDenormals mode;
+  RTCIntersectContext context;
+  rtcInitIntersectContext(&context);
+  RTCRayHit query = queryOf(ray, tNear);
+  rtcIntersect1(mScene, &context, &query);
+  return {query.ray.tfar, query.hit.primID};
 }
 
 }  // namespace qzBench

@@ -14,7 +14,8 @@ namespace qzBench {
 class qzEmbree {
  public:
   /// isa is Embree's own word for an instruction set, "sse4.2" say, or empty for what a user gets.
-  qzEmbree(const qzScene& scene, RTCBuildQuality quality, const std::string& isa);
+  qzEmbree(const qzScene& scene, RTCBuildQuality quality, const std::string& isa,
+           RTCSceneFlags flags = RTC_SCENE_FLAG_NONE);
   ~qzEmbree();
   qzEmbree(const qzEmbree&) = delete;
   qzEmbree& operator=(const qzEmbree&) = delete;
@@ -27,6 +28,8 @@ class qzEmbree {
   void release();
   /// Seconds for the first answers.size() rays.
   double trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answers) const;
+  /// The nearest hit beyond the distance tNear, as far as its rounding goes: the hit may also be a little before it.
+  qzAnswer castBeyond(float tNear, const qzRay& ray) const;
 
   /// By Embree's own account, of the last build: bytes of the finished structure, most bytes at one time.
   long long getBytes() const { return mBytes; }
@@ -38,6 +41,7 @@ class qzEmbree {
   const qzScene& mMeshes;
   RTCBuildQuality mQuality;
   std::string mIsa;
+  RTCSceneFlags mFlags;
   RTCDevice mDevice;
   RTCScene mScene = nullptr;
   long long mBytes = 0, mPeakBytes = 0;

@@ -129,7 +129,11 @@ std::set<std::string> sceneNames() {
 }
 
 qzScene makeScene(const std::string& name, const std::string& folder) {
-  qzScene scene{name, makeMesh(name, folder), {}, {}, {}, {}, 0.0f};
+  return makeScene(name, makeMesh(name, folder));
+}
+
+qzScene makeScene(const std::string& name, qz::qzTriMesh mesh) {
+  qzScene scene{name, std::move(mesh), {}, {}, {}, {}, 0.0f};
   for (int i = 0; i < scene.getNbVertices(); ++i)
     scene.mPositions.push_back(scene.mMesh.getVertexBuffer()->Position3(i));
   scene.mMin = scene.mMax = scene.mPositions[0];

@@ -32,6 +32,8 @@ struct qzScene {
 ///   soup10k, 100k, 1M, 10M             unconnected random triangles all over a cube
 /// Throws std::invalid_argument for any other name, and what the mesh reader throws.
 qzScene makeScene(const std::string& name, const std::string& folder);
+/// A scene of any other mesh with at least one vertex.
+qzScene makeScene(const std::string& name, qz::qzTriMesh mesh);
 std::set<std::string> sceneNames();
 
 }  // namespace qzBench
