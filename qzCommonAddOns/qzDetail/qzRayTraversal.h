@@ -62,10 +62,9 @@ struct tNoRayObserver {
 };
 
 /// kIsSymmetric: looks both ways along the line; the query says which faces count.
-/// kIsPlain: the ray has a finite origin, reciprocals of its direction that are finite and not zero, 0 <= tMin <= t,
-/// and
-///           the boxes are nested. Then slab bounds need no minimum and maximum per axis, and a box that begins beyond
-///           the nearest hit need not be opened: no box in it begins before it.
+/// kIsPlain: the reciprocals of the direction are finite, 0 <= tMin <= t, and the boxes are nested. Then slab bounds
+///           need no minimum and maximum per axis, and a box that begins beyond the nearest hit need not be opened: no
+///           box in it begins before it.
 template <bool kIsSymmetric, bool kIsPlain, class Observer>
 class tRayTraversal {
   static_assert(!(kIsSymmetric && kIsPlain));
@@ -402,13 +401,12 @@ void castRay(const tRayHierarchy& hierarchy, const tRayQuery& query, tRayHit& hi
   const __m128 origin = query.mOrigin, direction = query.mDirection;
   const __m128 inverse = _mm_div_ps(_mm_set1_ps(1.0f), direction);
 
-  // NaN and infinities fail the first comparisons, zeros among the reciprocals the last.
-  const __m128 largest = _mm_set1_ps(std::numeric_limits<float>::max()), sign = _mm_set1_ps(-0.0f);
-  const __m128 isFinite = _mm_and_ps(_mm_cmple_ps(_mm_andnot_ps(sign, origin), largest),
-                                     _mm_cmple_ps(_mm_andnot_ps(sign, inverse), largest));
-  const __m128 isRegular = _mm_and_ps(isFinite, _mm_cmpneq_ps(inverse, _mm_setzero_ps()));
+  // Only the direction matters: nothing accepts a ray whose origin is infinite or NaN, nor one whose direction is, as
+  // the point where it meets a plane is not finite. NaN fails the comparison.
+  const __m128 size = _mm_andnot_ps(_mm_set1_ps(-0.0f), inverse);
+  const __m128 isFinite = _mm_cmple_ps(size, _mm_set1_ps(std::numeric_limits<float>::max()));
   const bool isPlain =
-      hierarchy.mIsNested && 0.0f <= query.mTMin && query.mTMin <= hit.mT && (_mm_movemask_ps(isRegular) & 7) == 7;
+      hierarchy.mIsNested && 0.0f <= query.mTMin && query.mTMin <= hit.mT && (_mm_movemask_ps(isFinite) & 7) == 7;
   if (query.mIsSymmetric) {
     tRayTraversal<true, false, Observer>(hierarchy, query, origin, direction, inverse, hit, observer).run();
   } else if (isPlain) {

@@ -215,6 +215,19 @@ TEST_CASE("the caller's mode is in place again after every call") {
   }
 }
 
+TEST_CASE("a division by zero inside stays noted among the caller's exception flags, whatever the mode") {
+  constexpr unsigned int kDivisionByZero = 0x04;
+  const qzBBox box = qzBBox::Make(1.0f, 1.0f, 1.0f, 2.0f, 2.0f, 2.0f);
+  for (const unsigned int mode : {0u, kFlushDenormals, kRoundUp, kRoundDown, kRoundToZero}) {
+    INFO("mode ", mode);
+    const ModeOfCaller caller(kDefaultMode | mode);
+    REQUIRE((_mm_getcsr() & kFlagBits) == 0);
+    float tMin = 0.0f, tMax = 10.0f;
+    box.intersectRay({0.0f, 0.0f, 0.0f}, {1.0f, 1.0f, 0.0f}, tMin, tMax);
+    CHECK((_mm_getcsr() & kDivisionByZero) != 0);
+  }
+}
+
 TEST_CASE("the same call gives the same result again, and const members leave the box alone") {
   const std::uint32_t seed = 43;
   INFO("seed ", seed);
