@@ -1,7 +1,8 @@
-# cmake -DPACKAGE=<where the package is> -DWORK=... -P: an outside project finds the package, builds and runs.
+# cmake -DPACKAGE=<where the package is> -DWORK=... [-DOPTIONS=...] [-DKIND=shared|static] -P: an outside project finds the
+# package, builds and runs. KIND says which kind of library it must have got.
 include(${CMAKE_CURRENT_LIST_DIR}/qzNested.cmake)
 qz_configure(${CMAKE_CURRENT_LIST_DIR}/consumer ${WORK} -DQZ_REQUESTED_VERSION=3.0
-  -DCMAKE_PREFIX_PATH=${PACKAGE})
+  -DCMAKE_PREFIX_PATH=${PACKAGE} ${OPTIONS})
 
 # The package that was found is the one under test, not another of this machine.
 file(STRINGS ${WORK}/CMakeCache.txt found REGEX "^qzCommonAddOns_DIR:")
@@ -11,7 +12,4 @@ if(position EQUAL -1)
 endif()
 
 qz_build(${WORK})
-qz_run(${WORK}/consumer)
-if(NOT QZ_OUTPUT MATCHES "all right\n$")
-  message(FATAL_ERROR "the consumer printed: ${QZ_OUTPUT}")
-endif()
+qz_check_consumer(${WORK}/consumer ${KIND})

@@ -1,6 +1,6 @@
 # What the scripts of this folder share: commands that must succeed, and small projects configured from scratch.
 #
-# The variables QZ_SOURCE_DIR, QZ_GENERATOR, QZ_CXX_COMPILER and QZ_LAUNCHER come from the command line.
+# The variables QZ_SOURCE_DIR, QZ_GENERATOR, QZ_CXX_COMPILER, QZ_LAUNCHER and QZ_READELF come from the command line.
 
 cmake_minimum_required(VERSION 3.25)
 
@@ -34,4 +34,32 @@ function(qz_install_library work)
     -DCMAKE_INSTALL_PREFIX=${work}/prefix -DCMAKE_INSTALL_LIBDIR=lib ${ARGN})
   qz_build(${work}/build --target qzCommonAddOns)
   qz_run(${CMAKE_COMMAND} --install ${work}/build)
+endfunction()
+
+# qz_check_consumer(program [shared|static]): it runs, with the right answers, and with that kind of library.
+function(qz_check_consumer program)
+  qz_run(${program})
+  if(NOT QZ_OUTPUT MATCHES "all right\n$")
+    message(FATAL_ERROR "the consumer printed: ${QZ_OUTPUT}")
+  endif()
+  if(ARGN)
+    qz_run(${QZ_READELF} -d ${program})
+    set(kind static)
+    if(QZ_OUTPUT MATCHES "NEEDED[^\n]*libqzCommonAddOns\\.so\\.3")
+      set(kind shared)
+    endif()
+    if(NOT kind STREQUAL ARGN)
+      message(FATAL_ERROR "linked with the ${kind} library:\n${QZ_OUTPUT}")
+    endif()
+  endif()
+endfunction()
+
+# qz_check_places(tree place...): no file of the tree names one of these places.
+function(qz_check_places tree)
+  list(TRANSFORM ARGN PREPEND --regexp= OUTPUT_VARIABLE places)
+  execute_process(COMMAND grep --recursive --fixed-strings --files-with-matches ${places} ${tree}
+    OUTPUT_VARIABLE found RESULT_VARIABLE result)
+  if(NOT result EQUAL 1)
+    message(FATAL_ERROR "these files name a place of this machine, ${ARGN}:\n${found}")
+  endif()
 endfunction()
