@@ -7,18 +7,18 @@ set style line 4 lc rgb "#33a02c" lw 2 pt 9 ps 1.4
 set grid ytics lc rgb "#dddddd"
 set border 3
 set tics nomirror
-set terminal pngcairo size 1200, 520 font "sans,11"
+set terminal pngcairo size 1200, 480 font "sans,11"
 set output "docs/images/edges.png"
 set multiplot layout 1, 2 title "Rays aimed at edges that slip through a closed mesh"
 set logscale xy
 # No ray at all stands at the bottom.
 none = 3e-6
-set yrange [none * 0.7:1]
+set yrange [none * 0.7:50]
 set ytics ("none" none, "0.001 %%" 1e-5, "0.01 %%" 1e-4, "0.1 %%" 1e-3, "1 %%" 1e-2, "10 %%" 1e-1, "100 %%" 1)
 shown(x) = x > 0 ? x : none
 
 lines(kind) = "< awk -F'\\t' -v OFS='\\t' '$1 == \"".kind."\"' out/edges.tsv"
-set key below horizontal maxrows 1 samplen 2
+set key top center horizontal maxrows 2 samplen 2
 set title "spheres of radius 1, by length of edge"
 set xlabel "length of edge"
 set xrange [0.003:0.4]

@@ -81,22 +81,17 @@ qzVerdict qzTally::add(const qzTruth& truth, const std::vector<int>& triangles, 
   // A hit belongs to the points that it is nearest to.
   int nbHits = 0;
   double error = 0.0;
-  unsigned last = 0xFFFFFFFFu;
-  bool isAgain = false;
   for (const qzAnswer& hit : hits) {
     const double t = double(hit.mDistance);
     if (!isAtTarget(hit) || t < truth.mBegin - truth.mGapBefore / 2.0 || t > truth.mEnd + truth.mGapAfter / 2.0)
       continue;
-    isAgain |= hit.mTriangle == last;
-    last = hit.mTriangle;
     error = std::fabs(t - truth.mBegin);
     ++nbHits;
   }
   if (nbHits == 1 && truth.mNbPoints == 1) mErrors.push_back(static_cast<float>(error));
   if (nbHits == 0) return ++mNbSlipped, eSlipped;
-  if (nbHits < truth.mNbPoints) return ++mNbFewer, eFewer;
+  if (nbHits < truth.mNbPoints) return eFewer;
   if (nbHits == truth.mNbPoints) return eFound;
-  mNbAgain += isAgain ? 1 : 0;
   return ++mNbTwice, eTwice;
 }
 

@@ -29,12 +29,11 @@ enum qzVerdict {
 
 /// Counts of one contestant. Rays that only touch the surface within the accuracy of floats count nowhere.
 struct qzTally {
-  long long mNbRays = 0;                                 ///< which pass through the surface at the target
-  long long mNbSlipped = 0, mNbTwice = 0, mNbFewer = 0;  ///< of these
-  long long mNbAgain = 0;                                ///< of mNbTwice, those with the same triangle twice in a row
-  long long mNbPassing = 0;                              ///< rays that pass by all triangles at the target
-  long long mNbBeside = 0;                               ///< of these, with a hit on one of them
-  std::vector<float> mErrors;                            ///< from the hit to the point, where there is one of each
+  long long mNbRays = 0;                   ///< which pass through the surface at the target
+  long long mNbSlipped = 0, mNbTwice = 0;  ///< of these
+  long long mNbPassing = 0;                ///< rays that pass by all triangles at the target
+  long long mNbBeside = 0;                 ///< of these, with a hit on one of them
+  std::vector<float> mErrors;              ///< from the hit to the point, where there is one of each
 
   /// hits in ascending order, all along the ray.
   qzVerdict add(const qzTruth& truth, const std::vector<int>& triangles, const std::vector<qzAnswer>& hits);

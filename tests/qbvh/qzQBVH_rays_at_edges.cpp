@@ -1,0 +1,165 @@
+// What rays meet that are aimed at the edges and vertices of a closed mesh. docs/edges.md has the rates; here stands
+// what holds of every ray.
+
+#include <doctest/doctest.h>
+
+#include <cmath>
+
+#include "qbvh/qzOpenQBVH.h"
+#include "support/qzTestMeshes.h"
+
+using namespace qzTest;
+
+namespace {
+
+constexpr int kNbRays = 100000;
+
+float dot(const Point& a, const Point& b) {
+  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+Point along(const Point& a, float factor, const Point& b) {
+  return Point(a[0] + factor * b[0], a[1] + factor * b[1], a[2] + factor * b[2]);
+}
+
+struct AimedRay {
+  Ray ray;
+  float distance;
+};
+
+/// From outside of a sphere around the origin to a point of an edge, every fourth time to its end, and not too flat: it
+/// passes through the surface there whatever the rounding.
+AimedRay rayAtEdge(const qz::qzTriMesh& sphere, Random& random) {
+  for (;;) {
+    const unsigned int triangle = random.below(nbTrianglesOf(sphere));
+    const int corner = static_cast<int>(random.below(3));
+    const Point a = cornerOf(sphere, triangle, corner), b = cornerOf(sphere, triangle, (corner + 1) % 3);
+    const float share = random.below(4) == 0 ? 0.0f : random.unit();
+    const Point target = along(a, share, Point(b[0] - a[0], b[1] - a[1], b[2] - a[2]));
+    AimedRay aimed;
+    aimed.ray.origin = random.point(-3.0f, 3.0f);
+    if (dot(aimed.ray.origin, aimed.ray.origin) < 1.5f) continue;
+    const Point way = along(target, -1.0f, aimed.ray.origin);
+    aimed.distance = std::sqrt(dot(way, way));
+    for (int axis = 0; axis < 3; ++axis) aimed.ray.direction[axis] = way[axis] / aimed.distance;
+    if (dot(aimed.ray.direction, target) < -0.3f) return aimed;
+  }
+}
+
+/// Hits around the distance that the ray is aimed at, each query beginning behind the hit before.
+int nbHitsAround(const qzQBVH& hierarchy, AimedRay aimed, float reach, float step) {
+  int nbHits = 0;
+  aimed.ray.tMin = aimed.distance - reach;
+  for (Answer answer; (answer = cast(hierarchy, aimed.ray)).hit && answer.t < aimed.distance + reach; ++nbHits)
+    aimed.ray.tMin = std::max(std::nextafter(answer.t, kInf), answer.t + step);
+  return nbHits;
+}
+
+qz::qzTriMesh movedBy(const Point& way, const qz::qzTriMesh& mesh) {
+  std::vector<Point> positions;
+  for (int i = 0; i < mesh.getVertexBuffer()->getNbVertices(); ++i)
+    positions.push_back(along(mesh.getVertexBuffer()->Position3(i), 1.0f, way));
+  const int* indices = mesh.getIndexBuffer()->getIndices();
+  return qz::qzTriMesh(qz::qzVertexBuffer(std::move(positions)),
+                       qz::qzIndexBuffer(std::vector<int>(indices, indices + mesh.getIndexBuffer()->getNbIndices())));
+}
+
+}  // namespace
+
+TEST_CASE("no ray aimed at an edge or a vertex of a sphere of large triangles slips through") {
+  for (unsigned int leafSize : {1u, 4u}) {
+    const qz::qzTriMesh mesh = sphereMesh(12, 24);
+    OpenQBVH hierarchy;
+    buildFromMesh(hierarchy, qzQBVH::eTrianglesEquations, mesh, leafSize);
+    const std::uint32_t seed = 411;
+    CAPTURE(seed);
+    Random random(seed);
+    int nbSlipped = 0;
+    for (int i = 0; i < kNbRays; ++i) {
+      AimedRay aimed = rayAtEdge(mesh, random);
+      aimed.ray.policy = qzQBVH::eIntersectFrontFaces;
+      const Answer answer = cast(hierarchy, aimed.ray);
+      nbSlipped += answer.hit && std::fabs(answer.t - aimed.distance) < 1e-4f ? 0 : 1;
+    }
+    CHECK(nbSlipped == 0);
+  }
+}
+
+TEST_CASE("most points on an edge are reported by more than one triangle, and once to who goes on in steps") {
+  const qz::qzTriMesh mesh = sphereMesh(12, 24);
+  OpenQBVH hierarchy;
+  buildFromMesh(hierarchy, qzQBVH::eTrianglesEquations, mesh, 4);
+  const std::uint32_t seed = 412;
+  CAPTURE(seed);
+  Random random(seed);
+  int nbTwice = 0, nbOtherInSteps = 0;
+  for (int i = 0; i < kNbRays; ++i) {
+    const AimedRay aimed = rayAtEdge(mesh, random);
+    nbTwice += nbHitsAround(hierarchy, aimed, 1e-2f, 0.0f) > 1 ? 1 : 0;
+    nbOtherInSteps += nbHitsAround(hierarchy, aimed, 1e-2f, 1e-3f) == 1 ? 0 : 1;
+  }
+  CHECK(nbTwice > kNbRays / 2);
+  CHECK(nbOtherInSteps == 0);
+}
+
+TEST_CASE("a mesh far from the origin lets rays through, and none when mesh and rays are moved back") {
+  const Point way(2048.0f, 2048.0f, 2048.0f);
+  const qz::qzTriMesh far = movedBy(way, sphereMesh(12, 24));
+  const qz::qzTriMesh near = movedBy(along(Point(0.0f, 0.0f, 0.0f), -1.0f, way), far);  // rounds nothing
+  OpenQBVH farHierarchy, nearHierarchy;
+  buildFromMesh(farHierarchy, qzQBVH::eTrianglesEquations, far, 4);
+  buildFromMesh(nearHierarchy, qzQBVH::eTrianglesEquations, near, 4);
+  const std::uint32_t seed = 413;
+  CAPTURE(seed);
+  Random random(seed);
+  int nbSlippedFar = 0, nbSlippedNear = 0;
+  for (int i = 0; i < kNbRays; ++i) {
+    AimedRay aimed = rayAtEdge(near, random);
+    const Point farOrigin = along(aimed.ray.origin, 1.0f, way);
+    aimed.ray.origin = along(farOrigin, -1.0f, way);  // what is left of it far out
+    nbSlippedNear += nbHitsAround(nearHierarchy, aimed, 0.1f, 1.0f) == 0 ? 1 : 0;
+    aimed.ray.origin = farOrigin;
+    nbSlippedFar += nbHitsAround(farHierarchy, aimed, 0.1f, 1.0f) == 0 ? 1 : 0;
+  }
+  CHECK(nbSlippedNear == 0);
+  CHECK(nbSlippedFar > kNbRays / 100);
+}
+
+TEST_CASE("a ray at the height z of an edge between two boxes passes both when its direction has a z of exactly zero") {
+  // Two triangles of a wall that is nearly upright, with an edge in common that is parallel to another axis.
+  const auto wall = [](int across, int high) {
+    const int wide = 3 - across - high;
+    std::vector<Point> corners(6, Point(0.0f, 0.0f, 0.0f));
+    corners[0][wide] = corners[4][wide] = -1.0f;
+    corners[1][wide] = corners[3][wide] = 1.0f;
+    corners[2][high] = 1.0f;
+    corners[5][high] = -1.0f;
+    corners[2][across] = 0.25f;
+    return meshOfCorners(corners);
+  };
+  const auto isHit = [&](int across, int high, float rise) {
+    OpenQBVH hierarchy;
+    buildFromMesh(hierarchy, qzQBVH::eTrianglesEquations, wall(across, high), 1);  // a box for each triangle
+    Ray ray;
+    ray.origin = Point(0.125f, 0.125f, 0.125f);
+    ray.origin[across] = -2.0f;
+    ray.origin[high] = 0.0f;
+    ray.direction = Point(0.0f, 0.0f, 0.0f);
+    ray.direction[across] = 1.0f;
+    ray.direction[high] = rise;
+    return cast(hierarchy, ray).hit;
+  };
+  for (int across : {0, 1}) {
+    CHECK_FALSE(isHit(across, 2, 0.0f));
+    CHECK_FALSE(isHit(across, 2, -0.0f));
+    CHECK(isHit(across, 2, 1e-20f));
+    CHECK(isHit(across, 2, -1e-20f));
+  }
+  // The other axes are tested before, and what is not a number falls out on the way.
+  for (float rise : {0.0f, -0.0f, 1e-20f, -1e-20f}) {
+    CAPTURE(rise);
+    CHECK(isHit(1, 0, rise));
+    CHECK(isHit(2, 0, rise));
+    CHECK(isHit(0, 1, rise));
+    CHECK(isHit(2, 1, rise));
+  }
+}
