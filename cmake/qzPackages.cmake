@@ -1,0 +1,62 @@
+# Debian packages, one for each component of an installation, made by cpack from a build for the prefix /usr.
+# script/package builds, checks and tries them.
+set(CPACK_GENERATOR DEB)
+set(CPACK_VERBATIM_VARIABLES ON)
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/qzCommonAddOns ${PROJECT_BINARY_DIR}/platform)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY >=)
+set(CPACK_DEBIAN_PACKAGE_SOURCE qzcommonaddons)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # every description below has its own first line
+
+# The maintainers' address stands in the changelog alone.
+file(STRINGS ${PROJECT_SOURCE_DIR}/cmake/debian/changelog maintainer REGEX "^ -- " LIMIT_COUNT 1)
+string(REGEX REPLACE "^ -- (.*>)  .*" "\\1" CPACK_DEBIAN_PACKAGE_MAINTAINER "${maintainer}")
+
+set(about "Boxes, packed binary hierarchies, their builders, and a four-wide hierarchy
+that answers which triangle a ray meets first and whether a convex region
+touches a mesh. Answers are the same to the bit on every compiler and
+processor.")
+
+set(library libqzcommonaddons${PROJECT_VERSION_MAJOR})
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${library})
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_LIBRARY_DESCRIPTION "spatial acceleration structures for triangle meshes
+${about}
+
+This package contains the shared library, and those of its stand-ins for the
+sibling libraries.")
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libqzcommonaddons-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${library} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "spatial acceleration structures for triangle meshes (development files)
+${about}
+
+This package contains headers, static libraries, and what CMake and
+pkg-config need.")
+
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME qzquery)
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION graphics)
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS "${library} (>= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_PROGRAM_DESCRIPTION "ask a triangle mesh what rays meet and what it looks like
+Reads meshes in any format that assimp reads, tells about them and about
+hierarchies over them, renders them, and casts rays from a table into a table
+of hits. Hits are the same bytes for any number of threads.")
+
+set(CPACK_COMPONENTS_ALL Library Development)
+set(CPACK_COMPONENTS_DEVELOPMENT Development)  # all that is taken from a second build, of static libraries
+if(QZ_BUILD_APPS)
+  list(APPEND CPACK_COMPONENTS_ALL Program)
+endif()
+
+# Between installing a component to its own folder and packing that folder up.
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/qzPackageFiles.cmake)
+set(CPACK_QZ_DEBIAN_DIR ${PROJECT_SOURCE_DIR}/cmake/debian)
+include(CPack)
