@@ -225,9 +225,9 @@ TEST_CASE("of two NaN coordinates the lower one makes the key of a median, whate
       };
       Point min, max;
       for (int axis = 0; axis < 3; ++axis) {
-        const std::uint32_t kind = random.below(3);
-        min[axis] = kind == 0 ? nan() : random.unit();
-        max[axis] = kind == 0 ? nan() : kind == 1 ? min[axis] + random.unit() : -10.0f * random.unit();
+        const std::uint32_t kind = random.below(6);
+        min[axis] = kind < 3 ? nan() : random.unit();
+        max[axis] = kind < 3 ? nan() : kind < 4 ? min[axis] + random.unit() : -10.0f * random.unit();
       }
       boxes.push_back(qzBBox::Make(min, max));
     }
