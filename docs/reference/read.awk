@@ -51,8 +51,12 @@ function startDoc() {
 }
 
 function endVerbatim() {
-  if (isVerbatim) doc = doc "/// @endverbatim\n"
+  if (isVerbatim) doc = doc "@endverbatim\n"
   isVerbatim = 0
+}
+
+function giveDoc() {
+  printf "/**\n%s*/\n", doc
 }
 
 function addLine(text,   name, rest) {
@@ -60,7 +64,7 @@ function addLine(text,   name, rest) {
   if (text ~ /^ *$/) {
     endVerbatim()
     isArgument = isItem = 0
-    doc = doc "///\n"
+    doc = doc "\n"
     return
   }
   if (text ~ /^[A-Za-z][A-Za-z0-9]*(, [A-Za-z][A-Za-z0-9]*)*  +[^ ]/) {
@@ -70,28 +74,29 @@ function addLine(text,   name, rest) {
     rest = substr(text, RSTART + RLENGTH)
     gsub(/, /, ",", name)
     isArgument = 1
-    if (name == "Returns") doc = doc "/// @return " rest "\n"
-    else doc = doc "/// @param " name " " rest "\n"
+    if (name == "Returns") doc = doc "@return " rest "\n"
+    else doc = doc "@param " name " " rest "\n"
   } else if (!isArgument && !isItem && text ~ /^  /) {
-    if (!isVerbatim) doc = doc "/// @verbatim\n"
+    if (!isVerbatim) doc = doc "@verbatim\n"
     isVerbatim = 1
-    doc = doc "/// " text "\n"
+    doc = doc text "\n"
   } else if (text ~ /^Returns / && nbLines > 1) {
     endVerbatim()
     isArgument = 0
-    doc = doc "/// @return " substr(text, 9) "\n"
+    doc = doc "@return " substr(text, 9) "\n"
   } else if (match(text, /^(Failure|Cost|Ties|NaN|Bits|Threads|Source): /)) {
     endVerbatim()
     isArgument = 0
-    doc = doc "/// @par " substr(text, 1, RLENGTH - 2) "\n/// " substr(text, RLENGTH + 1) "\n"
+    if (text ~ /^Source/) text = text " See @ref md_docs_references \"references\"."
+    doc = doc "@par " substr(text, 1, RLENGTH - 2) "\n" substr(text, RLENGTH + 1) "\n"
   } else {
     endVerbatim()
     if (text ~ /^- /) isItem = 1
     if (isArgument && text !~ /^ /) {
       isArgument = 0
-      doc = doc "///\n"
+      doc = doc "\n"
     }
-    doc = doc "/// " text "\n"
+    doc = doc text "\n"
   }
 }
 
@@ -117,9 +122,9 @@ isOpening && /^\/\// {
       name = substr(text, 1, RLENGTH - 2)
       text = substr(text, RLENGTH + 1)
       sub(/^./, toupper(substr(text, 1, 1)), text)
-      doc = "/// @class " name "\n"
+      doc = "@class " name "\n"
     } else {
-      doc = "/// @file\n"
+      doc = "@file\n"
     }
   }
   addLine(text)
@@ -128,8 +133,8 @@ isOpening && /^\/\// {
 isOpening {
   isOpening = 0
   endVerbatim()
-  printf "%s\n", doc
-  if (doc !~ /@file/) print "/// @file\n/// The class " name ".\n"
+  giveDoc()
+  if (doc !~ /@file/) print "/** @file\nThe class " name ". */"
   startDoc()
   isDocOpen = 0
 }
@@ -151,7 +156,7 @@ isOpening {
     docDepth = depth
   }
   if (doc != "" && depth == docDepth && (isComplete || !isGiven)) {
-    if ($0 !~ /\/\/\/</ && $0 !~ /^ *(public|protected|private):/ && $0 !~ /static_assert/) printf "%s", doc
+    if ($0 !~ /\/\/\/</ && $0 !~ /^ *(public|protected|private):/ && $0 !~ /static_assert/) giveDoc()
     isGiven = 1
   }
   depth += braces($0)

@@ -6,7 +6,8 @@
 //   inner      axis (00 01 10)   left child              split position k     right child
 //   leaf       11                first primitive entry   number of primitives, all 32 bits
 //
-// The mark 11 alone tells a leaf. This encoding is what builders, statistics and qzQBVH exchange. Nothing is checked.
+// The mark 11 alone tells a leaf. This encoding is what builders, statistics and qzQBVH exchange. Nothing is
+// checked: an accessor reads its bits whatever kind of node it is asked of.
 // Limits: left child and first entry below 2^30, right child below 2^28.
 
 #include <qzCommonAddOns/geometry/qzBBox.h>
@@ -40,12 +41,13 @@ class QZ_COMMONADDONS_API qzGNode {
   /// The qzBBox::tAxis value of an inner node; 0xC0000000 for a leaf.
   unsigned int getAxis() const { return mAxisAndLeft & kLeafMark; }
 
-  /// What the words hold, unmarked: the children of an inner node by their node numbers, the first entry of a leaf in
-  /// the primitive array and how many it has. Each reads its bits whatever the node is; only those of its kind mean
-  /// anything.
+  /// Node number of an inner node's left child.
   unsigned int getLeftChildIdx() const { return mAxisAndLeft & kLeftMask; }
+  /// First entry of a leaf in the primitive array.
   unsigned int getPrimStartIdx() const { return mAxisAndLeft & kLeftMask; }
+  /// Node number of an inner node's right child.
   unsigned int getRightChildIdx() const { return mRightAndCount & kRightMask; }
+  /// Number of entries of a leaf.
   unsigned int getNoPrimitives() const { return mRightAndCount; }
 
   /// Coordinate of the splitting plane, (k / 15) * (max - min) + min of the node's box on its axis, with k from 0

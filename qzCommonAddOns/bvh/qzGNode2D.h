@@ -7,7 +7,8 @@
 //   leaf       11                first primitive entry   number of primitives
 //
 // The mark 11 alone tells a leaf. Unlike a qzGNode, a node records neither the axis nor the position of its split, so
-// the right child has the whole word. Limits: left child and first entry below 2^30.
+// the right child has the whole word. Nothing is checked: an accessor reads its bits whatever kind of node it is asked
+// of. Limits: left child and first entry below 2^30.
 
 #include <qzCommonAddOns/geometry/qzBBox2D.h>
 #include <qzCommonAddOns/qzApi.h>
@@ -36,12 +37,13 @@ class QZ_COMMONADDONS_API qzGNode2D {
   /// Whether this is a leaf, by the mark alone.
   bool isLeaf() const { return (mAxisAndLeft & kLeafMark) == kLeafMark; }
 
-  /// What the words hold, unmarked: the children of an inner node by their node numbers, the first entry of a leaf in
-  /// the primitive array and how many it has. Each reads its bits whatever the node is; only those of its kind mean
-  /// anything.
+  /// Node number of an inner node's left child.
   unsigned int getLeftChildIdx() const { return mAxisAndLeft & kLeftMask; }
+  /// First entry of a leaf in the primitive array.
   unsigned int getPrimStartIdx() const { return mAxisAndLeft & kLeftMask; }
+  /// Node number of an inner node's right child.
   unsigned int getRightChildIdx() const { return mRightAndCount; }
+  /// Number of entries of a leaf.
   unsigned int getNoPrimitives() const { return mRightAndCount; }
 
  private:
