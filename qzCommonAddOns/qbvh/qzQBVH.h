@@ -55,9 +55,12 @@ class QZ_COMMONADDONS_API qzQBVH {
   /// mesh         at least one triangle, indices in range: neither is checked
   /// maxLeafSize  largest subtree made one leaf, in triangles; 0 counts as 1. 4 fills the lanes best
   ///
-  /// Failure: a failed allocation of the binary hierarchy throws; one of the four-lane arrays goes unnoticed. -3
-  /// indices or fewer throw std::length_error. Cost: linear in the number of triangles. Logs the linear builder's
+  /// A NaN coordinate of a vertex is passed over by the boxes; rays never hit its triangle. Logs the linear builder's
   /// records.
+  /// Failure: a failed allocation of the binary hierarchy throws; one of the four-lane arrays goes unnoticed. -3
+  /// indices or fewer throw std::length_error.
+  /// Cost: linear in the number of triangles.
+  /// Source: Lauterbach et al. 2009 and Dammertz, Hanika and Keller 2008.
   void buildFromMesh(tQBVHDataFlags flags, const qz::qzTriMesh& mesh, unsigned maxLeafSize);
 
   /// Converts a binary hierarchy whose primitives are triangle numbers of mesh.
@@ -67,7 +70,10 @@ class QZ_COMMONADDONS_API qzQBVH {
   /// mesh   the triangles that bvh names; not kept
   ///
   /// What the object held before is released. A triangle without area keeps whatever the arithmetic of its equations
-  /// gives, and is never hit. Failure and cost as in buildFromMesh.
+  /// gives, and is never hit.
+  /// Failure: as in buildFromMesh; a primitive that is no triangle of mesh is the caller's fault.
+  /// Cost: linear in the number of nodes and triangles.
+  /// Source: Dammertz, Hanika and Keller 2008.
   void buildFromBVH(tQBVHDataFlags flags, const qzGenericBVH& bvh, const qz::qzTriMesh& mesh);
 
   /// Finds the nearest triangle that the ray origin + s * direction meets, for s from tMin to t.
