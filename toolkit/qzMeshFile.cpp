@@ -1,10 +1,12 @@
 #include <assimp/config.h>
 #include <assimp/scene.h>
+#include <toolkit/qzChildProcess.h>
 #include <toolkit/qzError.h>
 #include <toolkit/qzFile.h>
 #include <toolkit/qzMeshFile.h>
 #include <toolkit/qzMeshFileCheck.h>
 #include <toolkit/qzObjFile.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <assimp/DefaultLogger.hpp>
@@ -13,7 +15,9 @@
 #include <cctype>
 #include <climits>
 #include <cmath>
-#include <mutex>
+#include <cstdint>
+#include <new>
+#include <type_traits>
 #include <utility>
 
 namespace qzToolkit {
@@ -111,34 +115,121 @@ class tSceneJoiner {
   qzPolygonMesh mJoined;
 };
 
-/// What assimp makes of a file. bytes are what is in it, unpacked when isPacked.
-qzPolygonMesh readWithAssimp(const std::string& name, const std::string& extension, const std::string& bytes,
-                             bool isPacked) {
-  static std::mutex mutex;  // assimp has one logger for everybody
-  const std::lock_guard<std::mutex> lock(mutex);
+/// A mesh file as bytes.
+struct tFile {
+  const std::string& mName;
+  std::string mExtension;  // of what is in it
+  std::string mBytes;      // unpacked when it is packed
+  bool mIsPacked;
+};
+
+/// What assimp makes of a file.
+qzPolygonMesh readWithAssimp(const tFile& file) {
   const tAssimpRecords records;
   Assimp::Importer importer;
-  if (!importer.IsExtensionSupported("." + extension)) {
-    throw qzError(name, "no reader for mesh files with the extension ." + extension);
+  if (!importer.IsExtensionSupported("." + file.mExtension)) {
+    throw qzError(file.mName, "no reader for mesh files with the extension ." + file.mExtension);
   }
   importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true);  // no made-up triangles for bones
-  const aiScene* const scene = isPacked ? importer.ReadFileFromMemory(bytes.data(), bytes.size(), 0, extension.c_str())
-                                        : importer.ReadFile(name, 0);  // which may refer to others beside it
-  if (scene == nullptr) throw qzError(name, importer.GetErrorString());
-  if (!records.getComplaint().empty()) throw qzError(name, records.getComplaint());
-  return tSceneJoiner(name, *scene).join();
+  const aiScene* const scene =
+      file.mIsPacked ? importer.ReadFileFromMemory(file.mBytes.data(), file.mBytes.size(), 0, file.mExtension.c_str())
+                     : importer.ReadFile(file.mName, 0);  // which may refer to others beside it
+  if (scene == nullptr) throw qzError(file.mName, importer.GetErrorString());
+  if (!records.getComplaint().empty()) throw qzError(file.mName, records.getComplaint());
+  return tSceneJoiner(file.mName, *scene).join();
+}
+
+/// What comes out of the process that reads a file: this, and the error or the arrays of a mesh, one after another.
+struct tAnswer {
+  std::uint64_t mErrorSize, mNbVertices, mNbCorners, mNbFaces;
+};
+
+template <class tElement>
+void writeArray(const qzChildProcess::tOutput& output, const tElement* elements, std::size_t count) {
+  static_assert(std::is_trivially_copyable_v<tElement>);
+  output.write(elements, count * sizeof(tElement));
+}
+
+template <class tArray>
+void readArray(qzChildProcess& process, tArray& elements, std::uint64_t count) {
+  if (count > INT_MAX) throw qzChildProcess::tFailure("broke down");
+  elements.resize(count);
+  process.read(elements.data(), count * sizeof(elements[0]));
+}
+
+void writeError(const qzChildProcess::tOutput& output, const std::string& error) {
+  const tAnswer answer{error.size(), 0, 0, 0};
+  writeArray(output, &answer, 1);
+  writeArray(output, error.data(), error.size());
+}
+
+void writeAnswer(const qzChildProcess::tOutput& output, const tFile& file) {
+  try {
+    const qzPolygonMesh mesh = readWithAssimp(file);
+    const tAnswer answer{0, mesh.mVertices.size(), mesh.mCorners.size(), mesh.mNbCorners.size()};
+    writeArray(output, &answer, 1);
+    writeArray(output, mesh.mVertices.data(), mesh.mVertices.size());
+    writeArray(output, mesh.mCorners.data(), mesh.mCorners.size());
+    writeArray(output, mesh.mNbCorners.data(), mesh.mNbCorners.size());
+  } catch (const qzError& error) {
+    writeError(output, error.what());
+  } catch (const std::bad_alloc&) {
+    writeError(output, file.mName + ": not enough memory to read it");
+  } catch (const std::exception& error) {
+    writeError(output, qzError(file.mName, error.what()).what());
+  }
+}
+
+/// Whether a mesh from a process that may have gone wrong is one at all.
+bool isConsistent(const qzPolygonMesh& mesh) {
+  std::size_t nbCorners = 0;
+  for (int count : mesh.mNbCorners) {
+    if (count < 0) return false;
+    nbCorners += static_cast<std::size_t>(count);
+  }
+  return nbCorners == mesh.mCorners.size() && std::all_of(mesh.mCorners.begin(), mesh.mCorners.end(), [&](int corner) {
+           return corner >= 0 && static_cast<std::size_t>(corner) < mesh.mVertices.size();
+         });
+}
+
+/// The same in a process of its own: assimp crashes, leaks or comes to no end on some damaged files.
+qzPolygonMesh readWithAssimpApart(const tFile& file) {
+  constexpr std::size_t kSeconds = 20, kBytesPerSecond = 100000;  // a tenth of the speed of the slowest readers
+  const std::size_t memory =
+      static_cast<std::size_t>(::sysconf(_SC_PHYS_PAGES)) * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  const qzChildProcess::tLimits limits{static_cast<unsigned>(kSeconds + file.mBytes.size() / kBytesPerSecond),
+                                       memory / 2};
+  try {
+    qzChildProcess process(limits, [&](const qzChildProcess::tOutput& output) { writeAnswer(output, file); });
+    tAnswer answer;
+    process.read(&answer, sizeof answer);
+    if (answer.mErrorSize > 0) {
+      std::string error;
+      readArray(process, error, answer.mErrorSize);
+      throw qzError(error);
+    }
+    qzPolygonMesh mesh;
+    readArray(process, mesh.mVertices, answer.mNbVertices);
+    readArray(process, mesh.mCorners, answer.mNbCorners);
+    readArray(process, mesh.mNbCorners, answer.mNbFaces);
+    if (!isConsistent(mesh)) throw qzChildProcess::tFailure("broke down");
+    return mesh;
+  } catch (const qzChildProcess::tFailure& failure) {
+    throw qzError(file.mName,
+                  "cannot be read: assimp's reader of ." + file.mExtension + " files " + failure.what());
+  }
 }
 
 qzPolygonMesh readPolygons(const std::string& name) {
   if (name == "-") throw qzError("standard input", "a mesh must come from a file, whose name tells its format");
   const bool isPacked = fileExtension(name) == "gz";
-  const std::string extension = fileExtension(isPacked ? name.substr(0, name.size() - 3) : name);
-  const std::string bytes = isPacked ? readGzipFile(name) : readFile(name);
-  if (bytes.find_first_not_of(" \t\r\n") == std::string::npos) throw qzError(name, "the file is empty");
-  if (extension.empty()) throw qzError(name, "the file name has no extension that tells the format");
-  if (extension == "obj") return readObj(name, bytes);
-  checkMeshFile(name, extension, bytes);
-  return readWithAssimp(name, extension, bytes, isPacked);
+  const tFile file{name, fileExtension(isPacked ? name.substr(0, name.size() - 3) : name),
+                   isPacked ? readGzipFile(name) : readFile(name), isPacked};
+  if (file.mBytes.find_first_not_of(" \t\r\n") == std::string::npos) throw qzError(name, "the file is empty");
+  if (file.mExtension.empty()) throw qzError(name, "the file name has no extension that tells the format");
+  if (file.mExtension == "obj") return readObj(name, file.mBytes);
+  checkMeshFile(name, file.mExtension, file.mBytes);
+  return readWithAssimpApart(file);
 }
 
 void checkVertices(const std::string& name, const qzPolygonMesh& mesh) {

@@ -8,7 +8,6 @@
 
 namespace qzToolkit {
 
-
 /// Reads all triangles of a file, in the order of the file.
 ///
 /// name          the file; its extension tells the format. With ".gz" behind ("bike.obj.gz") it is unpacked in memory,
@@ -23,7 +22,10 @@ namespace qzToolkit {
 /// Failure: a missing, unreadable, incomplete or damaged file, one without triangles, an index out of range, a
 /// coordinate that is NaN or infinite, or too many triangles throw a qzError that names the file and the place: a line
 /// of a text file, or a vertex or face as counted from 0. What the file's own reader reports as broken geometry
-/// fails too. Calls of several threads wait for each other.
+/// fails too. Any number of threads may call this at once.
+///
+/// assimp crashes, leaks or loops for ever over some damaged files, so it works in a copy of this process (fork) with a
+/// limit on processor time and memory, and what happens there is an error like others. OBJ is read right here.
 qz::qzTriMesh loadMesh(const std::string& name, std::size_t maxTriangles = kMaxTriangles);
 
 }  // namespace qzToolkit

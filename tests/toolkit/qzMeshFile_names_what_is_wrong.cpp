@@ -298,3 +298,15 @@ TEST_CASE("files with bytes changed at random give an error or a sound mesh") {
   CHECK(nbErrors > 20);  // both happen
   CHECK(nbMeshes > 20);
 }
+
+TEST_CASE("damaged COLLADA files over which assimp 5.2.5 crashes are errors like others") {
+  const TemporaryFolder folder;
+  const std::string mesh = asCollada(gridMesh(1));
+  for (const char* count : {"co5nt=", "coun0=", "= count="}) {
+    CAPTURE(count);
+    const std::string error = errorOfMesh(folder, "a.dae", replaced(mesh, "count=", count));
+    CHECK(error.substr(0, 7) == "a.dae: ");
+    CHECK(error.size() > 10);
+    CHECK(error.find('\n') == std::string::npos);
+  }
+}

@@ -1,0 +1,107 @@
+#include <doctest/doctest.h>
+#include <toolkit/qzChildProcess.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+#include <numeric>
+#include <vector>
+
+using qzToolkit::qzChildProcess;
+
+namespace {
+
+using Work = std::function<void(const qzChildProcess::tOutput&)>;
+
+constexpr qzChildProcess::tLimits kLimits{10, std::size_t(1) << 30};
+
+/// What the failure says when one byte is asked of work, which gives none.
+std::string failureOf(const Work& work, const qzChildProcess::tLimits& limits = kLimits) {
+  qzChildProcess process(limits, work);
+  char byte;
+  try {
+    process.read(&byte, 1);
+  } catch (const qzChildProcess::tFailure& failure) {
+    return failure.what();
+  }
+  return "none";
+}
+
+}  // namespace
+
+TEST_CASE("what the work writes comes out whole, however long it is") {
+  std::vector<int> expected(1000000), found(expected.size());
+  std::iota(expected.begin(), expected.end(), 0);
+  qzChildProcess process(kLimits, [&](const qzChildProcess::tOutput& output) {
+    output.write(expected.data(), expected.size() * sizeof(int));
+  });
+  process.read(found.data(), 4);
+  process.read(found.data() + 1, (found.size() - 1) * sizeof(int));
+  CHECK(found == expected);
+  char byte;
+  CHECK_THROWS_AS(process.read(&byte, 1), qzChildProcess::tFailure);
+}
+
+TEST_CASE("work that breaks down is a failure that says how") {
+  CHECK(failureOf([](const auto&) {}) == "broke down");
+  CHECK(failureOf([](const auto&) { throw 1; }) == "broke down");
+  CHECK(failureOf([](const auto&) { std::exit(0); }) == "broke down");
+  CHECK(failureOf([](const auto&) { std::raise(SIGSEGV); }) == "broke down (Segmentation fault)");
+  CHECK(failureOf([](const auto&) { std::abort(); }) == "broke down (Aborted)");
+}
+
+TEST_CASE("work that comes to no end is a failure when its time is over") {
+  const auto loop = [](const auto&) {
+    for (volatile int i = 0;; i = i + 1) {
+    }
+  };
+  CHECK(failureOf(loop, {1, kLimits.mMemory}) == "came to no end");
+}
+
+TEST_CASE("work gets the memory that it may have and no more") {
+  const auto takes = [](std::size_t size) {
+    return [size](const qzChildProcess::tOutput& output) {
+      const char answer = std::malloc(size) != nullptr ? 'y' : 'n';
+      output.write(&answer, 1);
+    };
+  };
+  const qzChildProcess::tLimits limits{10, std::size_t(256) << 20};
+  for (std::size_t megabytes : {64u, 1024u}) {
+    CAPTURE(megabytes);
+    char answer = 'n';  // a sanitizer may end the process instead of giving a null pointer
+    try {
+      qzChildProcess(limits, takes(megabytes << 20)).read(&answer, 1);
+    } catch (const qzChildProcess::tFailure&) {
+    }
+    CHECK(answer == (megabytes == 64 ? 'y' : 'n'));
+  }
+}
+
+TEST_CASE("what the work changes or says stays with it") {
+  int number = 1;
+  char byte = 0;
+  qzChildProcess process(kLimits, [&](const qzChildProcess::tOutput& output) {
+    number = 2;
+    std::fputs("this must not be seen\n", stderr);
+    std::fflush(nullptr);
+    output.write(&byte, 1);
+  });
+  process.read(&byte, 1);
+  CHECK(number == 1);
+}
+
+TEST_CASE("a process that nobody listens to any more is ended") {
+  pid_t pid = 0;
+  {
+    qzChildProcess process(kLimits, [](const qzChildProcess::tOutput& output) {
+      const pid_t own = ::getpid();
+      output.write(&own, sizeof own);
+      ::pause();
+    });
+    process.read(&pid, sizeof pid);
+    CHECK(::kill(pid, 0) == 0);
+  }
+  CHECK(::kill(pid, 0) != 0);
+}
