@@ -24,14 +24,14 @@ class HierarchyMaker {
     }
     // Numbers in the order of the walk or scattered, with gaps of nodes that nobody reaches.
     const std::uint8_t order = mInput.byte();
-    mStride = order < 128 ? 1 : 2 * (order % 16) + 3;
+    mStride = order < 128 ? 1 : 2 * (order % 4) + 3;
     mNext = 0;
     makeNode(0);
     return std::move(mBVH);
   }
 
  private:
-  static constexpr unsigned int kMaxNodes = 4096, kMaxDepth = 3000;
+  static constexpr unsigned int kMaxNodes = 2048, kMaxDepth = 1500;
 
   unsigned int takeNumber() {
     const unsigned int number = mNext;
@@ -51,7 +51,7 @@ class HierarchyMaker {
       children[!isRightFirst] = makeNode(depth + 1);
       setInner(number, children[0], children[1]);
     } else {
-      makeChain(number, 1u << (kind - 240) % 11, depth);
+      makeChain(number, 1u << (kind - 240) % 10, depth);
     }
     return number;
   }

@@ -13,6 +13,12 @@ inline void expectNone(const std::string& difference) {
   if (!difference.empty()) fail(difference);
 }
 
+/// Lets sanitizers go on reporting where standard error leads now, whatever becomes of it.
+void keepReports();
+
+/// Lets processes started from here on break down without leaving an input behind as a finding.
+void ignoreChildren();
+
 /// Makes failed doctest assertions findings, which helpers of other tests use.
 void useAssertions();
 

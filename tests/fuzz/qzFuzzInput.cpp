@@ -74,9 +74,10 @@ qz::qzTriMesh Input::mesh(std::uint32_t maxNbTriangles) {
   return qz::qzTriMesh(qz::qzVertexBuffer(std::move(vertices)), qz::qzIndexBuffer(std::move(indices)));
 }
 
-std::vector<Plane> Input::planes() {
+std::vector<Plane> Input::planes(std::size_t maxCount) {
   std::size_t count = byte();
   if (count >= 240) count = 400 - (255 - count) * 20;
+  count = std::min(count, maxCount);
   std::vector<Plane> result;
   while (result.size() < count) {
     // One plane may come again and again, so that a few bytes make a large set.

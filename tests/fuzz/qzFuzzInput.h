@@ -41,8 +41,8 @@ class Input {
   std::vector<qzBBox> boxes(std::size_t maxCount);
   /// One to maxNbTriangles triangles over shared vertices, some of them at the place of another.
   qz::qzTriMesh mesh(std::uint32_t maxNbTriangles);
-  /// Plane sets of up to 400, most of them small.
-  std::vector<Plane> planes();
+  /// A plane set, most of them small, but up to 400 where maxCount allows it.
+  std::vector<Plane> planes(std::size_t maxCount);
 
  private:
   const std::uint8_t* mData;

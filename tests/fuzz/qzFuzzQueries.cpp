@@ -78,7 +78,7 @@ void BothQBVH::askAll(Input& input) const {
   for (int i = 0; i < 2 || (i < 64 && !input.isUsedUp()); ++i) {
     const std::uint8_t kind = input.byte();
     if (kind >= 192) {
-      askHull(input.planes());
+      askHull(input.planes(40));
       continue;
     }
     // Policies 3 and 0xFFFFFFFF are none of the named ones. A ray goes on to the end unless it says otherwise.

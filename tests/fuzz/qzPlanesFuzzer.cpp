@@ -30,6 +30,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static const Scenes kScenes;
   qzFuzz::Input input(data, size);
   const qzFuzz::BothQBVH& hierarchy = *kScenes.mHierarchies[input.byte() % kScenes.mHierarchies.size()];
-  hierarchy.askHull(input.planes());
+  hierarchy.askHull(input.planes(400));
   return 0;
 }

@@ -1,0 +1,62 @@
+#include "qzRun.h"
+
+#include <qzSystem/qzLog.h>
+#include <toolkit/qzError.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <new>
+#include <string>
+
+#include "qzCommands.h"
+
+namespace qzQuery {
+
+namespace {
+
+/// Shows the library's records with --verbose, and its errors always.
+class tLogSink : public qz::qzLog {
+ public:
+  explicit tLogSink(const tOptions& options) : mOptions(options) { msInstance = this; }
+  ~tLogSink() override { msInstance = nullptr; }
+  tLogSink(const tLogSink&) = delete;
+  tLogSink& operator=(const tLogSink&) = delete;
+
+  bool isLogTypeEnabled(qz::qzLogType type) const override { return mOptions.mVerbose || type == qz::eLogError; }
+  void write(qz::qzLogType, const std::string& category, const std::string& text) override {
+    std::fprintf(stderr, "%s%s%s\n", category.c_str(), category.empty() ? "" : ": ", text.c_str());
+  }
+
+ private:
+  const tOptions& mOptions;
+};
+
+int fail(const std::string& line) {
+  std::fprintf(stderr, "qzquery: %s\n", line.substr(0, line.find('\n')).c_str());
+  return 2;
+}
+
+}  // namespace
+
+int run(int argc, const char* const* argv) {
+  tOptions options;
+  const tLogSink logSink(options);
+  CLI::App app("Asks a triangle mesh in a file what it is, what a ray meets and what it looks like.", "qzquery");
+  app.set_version_flag("--version", "qzquery " QZQUERY_VERSION);
+  app.require_subcommand(1);
+  addInfoCommand(app, options);
+  addRenderCommand(app, options);
+  addCastCommand(app, options);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return error.get_exit_code() == 0 ? app.exit(error) : fail(error.what());  // 0: --help or --version
+  } catch (const std::bad_alloc&) {
+    return fail("not enough memory");
+  } catch (const std::exception& error) {
+    return fail(error.what());
+  }
+  return 0;
+}
+
+}  // namespace qzQuery

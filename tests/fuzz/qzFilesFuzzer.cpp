@@ -1,0 +1,77 @@
+// Mesh and ray files of any bytes: either a mesh within its limits, or one line that says what is wrong.
+
+#include <toolkit/qzError.h>
+#include <toolkit/qzMeshFile.h>
+#include <toolkit/qzRayFile.h>
+
+#include <cmath>
+#include <functional>
+
+#include "fuzz/qzFuzzCheck.h"
+#include "fuzz/qzFuzzInput.h"
+#include "support/qzTemporaryFolder.h"
+#include "toolkit/qzTestFiles.h"
+
+namespace {
+
+using qzFuzz::fail;
+
+constexpr std::size_t kMaxTriangles = 5000;
+
+void expectMesh(const std::string& path) {
+  const qz::qzTriMesh mesh = qzToolkit::loadMesh(path, kMaxTriangles);
+  const qz::qzVertexBuffer& vertices = *mesh.getVertexBuffer();
+  const qz::qzIndexBuffer& indices = *mesh.getIndexBuffer();
+  const int nbIndices = indices.getNbIndices();
+  if (nbIndices < 3 || nbIndices % 3 != 0 || nbIndices > static_cast<int>(3 * kMaxTriangles)) {
+    fail(std::to_string(nbIndices) + " indices");
+  }
+  for (int i = 0; i < nbIndices; ++i) {
+    const int index = indices.getIndices()[i];
+    if (index < 0 || index >= vertices.getNbVertices()) fail("index " + std::to_string(index) + " out of range");
+  }
+  for (int i = 0; i < vertices.getNbVertices(); ++i) {
+    const qzFuzz::Point vertex = vertices.Position3(i);
+    for (int axis = 0; axis < 3; ++axis) {
+      if (!std::isfinite(vertex[axis])) fail("vertex " + std::to_string(i) + " is not finite");
+    }
+  }
+}
+
+/// Runs read, which may end well or with one line about the file.
+void expectOneLineAtMost(const std::string& path, const std::function<void()>& read) {
+  try {
+    read();
+  } catch (const qzToolkit::qzError& error) {
+    const std::string line = error.what();
+    if (line.compare(0, path.size(), path) != 0 || line.size() < path.size() + 3) fail("no good error: " + line);
+    if (line.find('\n') != std::string::npos) fail("more than one line: " + line);
+  } catch (const std::exception& error) {
+    fail(std::string("not an error about the file: ") + error.what());
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  qzFuzz::ignoreChildren();
+  static const qzTest::TemporaryFolder kFolder;
+  // The first byte says what the rest is. "packed" are the bytes of a file that gets packed, ".gz" those of a packed
+  // one.
+  static const char* const kKinds[] = {"obj", "ply", "stl",  "off", "dae", "obj.gz", "obj packed", "ply packed",
+                                       "csv", "npy", "gltf", "glb", "3ds", "x3d",    "fbx",        "stl packed"};
+  qzFuzz::Input input(data, size);
+  const std::string kind = kKinds[input.byte() % 16], extension = kind.substr(0, kind.find(' '));
+  const bool isPacked = extension != kind;
+  const std::string bytes = input.rest();
+  const std::string path =
+      kFolder.write("fuzz." + extension + (isPacked ? ".gz" : ""), isPacked ? qzTest::gzip(bytes) : bytes);
+  expectOneLineAtMost(path, [&] {
+    if (kind == "csv" || kind == "npy") {
+      qzToolkit::readRays(path);
+    } else {
+      expectMesh(path);
+    }
+  });
+  return 0;
+}
