@@ -9,8 +9,7 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   set(name ${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
 
   set(documents ${root}/share/doc/${name})
-  file(COPY ${CPACK_QZ_DEBIAN_DIR}/copyright ${CPACK_QZ_DEBIAN_DIR}/changelog DESTINATION ${documents}
-    FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+  file(COPY ${CPACK_QZ_DEBIAN_DIR}/copyright ${CPACK_QZ_DEBIAN_DIR}/changelog DESTINATION ${documents})
   if(EXISTS ${CPACK_QZ_DEBIAN_DIR}/${name}.lintian-overrides)
     file(MAKE_DIRECTORY ${root}/share/lintian/overrides)
     file(COPY_FILE ${CPACK_QZ_DEBIAN_DIR}/${name}.lintian-overrides ${root}/share/lintian/overrides/${name})
@@ -32,7 +31,8 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   endforeach()
 endforeach()
 
-# The same files make the same packages.
+# The same sources make the same packages, whatever the permissions and dates of their files.
+qz_run(chmod --recursive u=rwX,go=rX ${CPACK_TEMPORARY_DIRECTORY})
 if(DEFINED ENV{SOURCE_DATE_EPOCH})
   qz_run(find ${CPACK_TEMPORARY_DIRECTORY} -exec touch --no-dereference --date=@$ENV{SOURCE_DATE_EPOCH} {} +)
 endif()
