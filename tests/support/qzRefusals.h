@@ -5,6 +5,7 @@
 #include <xmmintrin.h>
 
 #include <cstdint>
+#include <initializer_list>
 #include <new>
 #include <string>
 
