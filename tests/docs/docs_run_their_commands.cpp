@@ -79,8 +79,9 @@ TEST_CASE("scripts that the pages name in commands are there, also where these a
         if (word.compare(0, 7, "script/") != 0) continue;
         CAPTURE(page);
         CAPTURE(word);
-        const auto permissions = std::filesystem::status(QZ_SOURCE_DIR "/" + word).permissions();
-        CHECK((permissions & std::filesystem::perms::owner_exec) != std::filesystem::perms::none);
+        const auto status = std::filesystem::status(QZ_SOURCE_DIR "/" + word);
+        CHECK(std::filesystem::is_regular_file(status));
+        CHECK((status.permissions() & std::filesystem::perms::owner_exec) != std::filesystem::perms::none);
         ++nbScripts;
       }
     }
