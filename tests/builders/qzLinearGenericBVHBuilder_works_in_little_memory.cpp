@@ -93,14 +93,14 @@ TEST_CASE("a rebuild into the same tree holds no more than its old arrays on top
 }
 
 // Needs the system's own count; a sanitizer's bookkeeping would be many times what is looked for.
-#if defined(__SANITIZE_ADDRESS__)
-#define QZ_ADDRESS_SANITIZER 1
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define QZ_HAS_SANITIZER 1
 #elif defined(__has_feature)
-#define QZ_ADDRESS_SANITIZER __has_feature(address_sanitizer)
+#define QZ_HAS_SANITIZER (__has_feature(address_sanitizer) || __has_feature(thread_sanitizer))
 #else
-#define QZ_ADDRESS_SANITIZER 0
+#define QZ_HAS_SANITIZER 0
 #endif
-#if defined(__GLIBC__) && !QZ_ADDRESS_SANITIZER
+#if defined(__GLIBC__) && !QZ_HAS_SANITIZER
 namespace {
 
 // The number after "VmHWM:", the most memory that this process had in use at once, in bytes.
