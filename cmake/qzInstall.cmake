@@ -30,7 +30,7 @@ list(TRANSFORM QZ_PC_LANGUAGE_LIBRARIES PREPEND -l)
 list(JOIN QZ_PC_LANGUAGE_LIBRARIES " " QZ_PC_LANGUAGE_LIBRARIES)
 
 # qz_install(target export description requirement...): installs a library with its headers as a member of that export,
-# and a pkg-config file of its name, which requires those of the other names.
+# and a pkg-config file of its name, which requires those of the other names. The family's own siblings bring theirs.
 function(qz_install target export description)
   install(TARGETS ${target} EXPORT ${export}
     RUNTIME COMPONENT Library
