@@ -8,9 +8,11 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "qzChoice.h"
 #include "qzCommands.h"
+#include "qzJson.h"
 #include "qzScene.h"
 
 namespace qzQuery {
@@ -48,6 +50,14 @@ void cast(const tCastArguments& arguments, const tOptions& options) {
 
   const auto nbHits = static_cast<std::size_t>(
       std::count_if(hits.begin(), hits.end(), [](const qzToolkit::qzHit& hit) { return hit.isHit(); }));
+  if (options.mAsJson) {
+    nlohmann::ordered_json answer = describeWork(arguments.mMeshName, scene, options, threads.getNbThreads());
+    answer["rays"] = rays.size();
+    answer["hits"] = nbHits;
+    answer["castSeconds"] = duration;
+    writeJson(answer, arguments.mHitsName);
+    return;
+  }
   say(options, "rays: " + std::to_string(rays.size()) + ", " + std::to_string(nbHits) + " hit (" +
                    percent(nbHits, rays.size()) + "), cast in " + seconds(duration) + " by " +
                    std::to_string(threads.getNbThreads()) + (threads.getNbThreads() == 1 ? " thread" : " threads"));

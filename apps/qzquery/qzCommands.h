@@ -15,9 +15,10 @@ struct tOptions {
   int mNbThreads = 0;      // as many as the machine has
   bool mQuiet = false;
   bool mVerbose = false;
+  bool mAsJson = false;
 };
 
-/// Adds --builder, --leaf, --threads, --quiet and --verbose to a subcommand.
+/// Adds --builder, --leaf, --threads, --quiet, --verbose and --json to a subcommand.
 void addOptions(CLI::App& command, tOptions& options);
 
 // Each adds a subcommand that runs when it is chosen on the command line. options must outlive app.

@@ -14,16 +14,12 @@
 #include <sstream>
 
 #include "qzCommands.h"
+#include "qzJson.h"
 #include "qzScene.h"
 
 namespace qzQuery {
 
 namespace {
-
-struct tInfoArguments {
-  std::string mMeshName;
-  bool mAsJson = false;
-};
 
 qzBBox boxOf(const qz::qzTriMesh& mesh) {
   qzBBox box;
@@ -80,12 +76,7 @@ nlohmann::ordered_json describe(const std::string& meshName, const tOptions& opt
   info["vertices"] = scene.getMesh().getVertexBuffer()->getNbVertices();
   info["box"]["min"] = {box.xMin(), box.yMin(), box.zMin()};
   info["box"]["max"] = {box.xMax(), box.yMax(), box.zMax()};
-  info["builder"] = options.mBuilder == tBuilder::eLinear ? "linear" : "sah";
-  if (options.mBuilder == tBuilder::eLinear) info["leafSize"] = options.mLeafSize;
-  info["nodes"] = scene.getHierarchy().getNoNodes();
-  info["quadruplets"] = scene.getHierarchy().getNoTriangleQuadruplets();
-  info["bytes"] = scene.getHierarchy().getBytes();
-  info["buildSeconds"] = scene.getBuildSeconds();
+  addHierarchy(info, scene, options);
   info["binary"] = describeBinaryHierarchy(buildBinaryHierarchy(scene.getMesh(), options));
   return info;
 }
@@ -115,16 +106,16 @@ std::string formatForPeople(const nlohmann::ordered_json& info) {
 
 void addInfoCommand(CLI::App& app, tOptions& options) {
   CLI::App& command = *app.add_subcommand("info", "Tell the size of a mesh and of the hierarchy over it");
-  const auto arguments = std::make_shared<tInfoArguments>();
-  command.add_option("MESH", arguments->mMeshName, "Mesh file, perhaps with .gz behind its name")->required();
-  command.add_flag("--json", arguments->mAsJson, "Answer in JSON");
+  const auto meshName = std::make_shared<std::string>();
+  command.add_option("MESH", *meshName, "Mesh file, perhaps with .gz behind its name")->required();
   addOptions(command, options);
-  command.callback([arguments, &options] {
-    const nlohmann::ordered_json info = describe(arguments->mMeshName, options);
-    // A file name need not be valid UTF-8, JSON must be.
-    qzToolkit::writeFile("-", arguments->mAsJson
-                                  ? info.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n'
-                                  : formatForPeople(info));
+  command.callback([meshName, &options] {
+    const nlohmann::ordered_json info = describe(*meshName, options);
+    if (options.mAsJson) {
+      writeJson(info);
+    } else {
+      qzToolkit::writeFile("-", formatForPeople(info));
+    }
   });
 }
 

@@ -6,9 +6,11 @@
 #include <charconv>
 #include <cstdio>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "qzChoice.h"
 #include "qzCommands.h"
+#include "qzJson.h"
 #include "qzRenderer.h"
 #include "qzScene.h"
 
@@ -52,6 +54,20 @@ void render(const tRenderArguments& arguments, const tOptions& options) {
   const double duration = now() - start;
   qzToolkit::writeFile(arguments.mImageName, image.encodePng());
 
+  if (options.mAsJson) {
+    nlohmann::ordered_json answer = describeWork(arguments.mMeshName, scene, options, threads.getNbThreads());
+    answer["width"] = width;
+    answer["height"] = height;
+    answer["cameraRays"] = statistics.mNbRays;
+    answer["cameraHits"] = statistics.mNbHits;
+    answer["renderSeconds"] = duration;
+    if (arguments.mShading == tShading::eCost) {
+      answer["meanVisits"] = statistics.mMeanVisits;
+      answer["maxPixelVisits"] = statistics.mMaxPixelVisits;
+    }
+    writeJson(answer, arguments.mImageName);
+    return;
+  }
   say(options, "camera rays: " + std::to_string(statistics.mNbRays) + ", " + std::to_string(statistics.mNbHits) +
                    " hit (" + percent(statistics.mNbHits, statistics.mNbRays) + "), rendered in " + seconds(duration) +
                    " by " + std::to_string(threads.getNbThreads()) +

@@ -44,6 +44,9 @@ int run(int argc, const char* const* argv) {
   CLI::App app("Asks a triangle mesh in a file what it is, what a ray meets and what it looks like.", "qzquery");
   app.set_version_flag("--version", "qzquery " QZQUERY_VERSION);
   app.require_subcommand(1);
+  app.footer(
+      "Exit codes: 0 when all was done; 2 when the command line or a file is no good, or something cannot be written, "
+      "after one line that says why, and with no file half-written.");
   addInfoCommand(app, options);
   addRenderCommand(app, options);
   addCastCommand(app, options);

@@ -85,10 +85,12 @@ void addOptions(CLI::App& command, tOptions& options) {
       ->check(CLI::Range(1, 1024));
   command.add_flag("--quiet", options.mQuiet, "Say nothing but errors");
   command.add_flag("--verbose", options.mVerbose, "Show the log records of the library");
+  command.add_flag("--json", options.mAsJson,
+                   "Answer as one JSON object on standard output, or on standard error where -o - takes the other");
 }
 
 void say(const tOptions& options, const std::string& line) {
-  if (!options.mQuiet) std::fprintf(stderr, "%s\n", line.c_str());
+  if (!options.mQuiet && !options.mAsJson) std::fprintf(stderr, "%s\n", line.c_str());
 }
 
 std::string percent(std::size_t part, std::size_t whole) {

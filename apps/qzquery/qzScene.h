@@ -13,7 +13,7 @@ namespace qzQuery {
 
 class qzScene {
  public:
-  /// Reads and builds, and says so on standard error unless options ask for quiet.
+  /// Reads and builds, and says so on standard error unless options ask for quiet or JSON.
   qzScene(const std::string& meshName, const tOptions& options);
   qzScene(const qzScene&) = delete;
   qzScene& operator=(const qzScene&) = delete;
@@ -32,7 +32,7 @@ class qzScene {
 /// The binary hierarchy that options ask for, over the triangles of a mesh. A qzScene converts it.
 qzGenericBVH buildBinaryHierarchy(const qz::qzTriMesh& mesh, const tOptions& options);
 
-/// Writes a line to standard error unless options ask for quiet.
+/// Writes a line to standard error unless options ask for quiet or JSON.
 void say(const tOptions& options, const std::string& line);
 
 /// "12.3 %", and "0 %" of nothing.

@@ -1,5 +1,7 @@
 #include <doctest/doctest.h>
 
+#include <nlohmann/json.hpp>
+
 #include "apps/qzProcess.h"
 #include "support/qzTemporaryFolder.h"
 #include "toolkit/qzTestFiles.h"
@@ -14,11 +16,12 @@ TEST_CASE("help and version go to standard output, with exit code 0") {
   const Outcome help = runQuery({"--help"});
   CHECK(help.exitCode == 0);
   CHECK(help.error.empty());
+  CHECK(help.output.find("\nExit codes: 0 when all was done; 2 when ") != std::string::npos);
   for (const char* name : {"info", "render", "cast"}) {
     CHECK(help.output.find(name) != std::string::npos);
     const Outcome detail = runQuery({name, "--help"});
     CHECK(detail.exitCode == 0);
-    for (const char* option : {"MESH", "--leaf", "--threads", "--quiet", "--help"}) {
+    for (const char* option : {"MESH", "--leaf", "--threads", "--quiet", "--json", "--help"}) {
       CAPTURE(option);
       CHECK(detail.output.find(option) != std::string::npos);
     }
@@ -54,4 +57,72 @@ TEST_CASE("progress is shown on a terminal, unless --quiet, and nowhere else") {
   CHECK(runQueryOnTerminal(quiet).empty());
   CHECK(runQuery(render).error.find('\r') == std::string::npos);
   CHECK(runQuery(render).error.find("casting") == std::string::npos);
+}
+
+TEST_CASE("with --json standard output holds one object and nothing else is said, --quiet or not") {
+  const TemporaryFolder folder;
+  const std::string mesh = folder.write("mesh.off", asOff(gridMesh(3)));
+  const std::string rays = folder.write("rays.csv", "0.1,0.3,1,0,0,-1\n0.1,0.3,1,0,0,1\n");
+  const std::vector<std::string> commands[] = {{"info", mesh},
+                                               {"cast", mesh, rays, "-o", folder.path("hits.csv"), "--threads", "2"},
+                                               {"render", mesh, "-o", folder.path("a.png"), "--size", "9x8"}};
+  for (std::vector<std::string> command : commands) {
+    CAPTURE(command[0]);
+    command.push_back("--json");
+    for (int i = 0; i < 2; ++i) {
+      const Outcome outcome = runQuery(command);
+      CHECK(outcome.exitCode == 0);
+      CHECK(outcome.error.empty());
+      const nlohmann::json answer = nlohmann::json::parse(outcome.output);
+      CHECK(answer["file"] == mesh);
+      CHECK(answer["triangles"] == 18);
+      CHECK(answer["vertices"] == 16);
+      CHECK(answer["builder"] == "linear");
+      CHECK(answer["leafSize"] == 4);
+      CHECK(answer["nodes"].is_number_unsigned());
+      CHECK(answer["buildSeconds"].is_number_float());
+      if (command[0] == "cast") {
+        CHECK(answer["rays"] == 2);
+        CHECK(answer["hits"] == 1);
+        CHECK(answer["threads"] == 2);
+        CHECK(answer["castSeconds"].get<double>() >= 0.0);
+      }
+      if (command[0] == "render") {
+        CHECK(answer["width"] == 9);
+        CHECK(answer["height"] == 8);
+        CHECK(answer["cameraRays"] == 9 * 8 * 3 * 3);
+        CHECK(answer["cameraHits"].get<int>() > 0);
+        CHECK(answer["cameraHits"].get<int>() < 9 * 8 * 3 * 3);
+        CHECK(answer.find("meanVisits") == answer.end());
+      }
+      command.push_back("--quiet");
+    }
+  }
+}
+
+TEST_CASE("where data go to standard output the object goes to standard error, and the data stay as they are") {
+  const TemporaryFolder folder;
+  const std::string mesh = folder.write("mesh.off", asOff(gridMesh(3))), ray = "0,0,1,0,0,-1\n";
+  const Outcome hits = runQuery({"cast", mesh, "-", "-o", "-", "--json"}, ray);
+  CHECK(hits.exitCode == 0);
+  CHECK(hits.output == runQuery({"cast", mesh, "-", "-o", "-"}, ray).output);
+  CHECK(nlohmann::json::parse(hits.error)["rays"] == 1);
+  const std::vector<std::string> render = {"render", mesh, "-o", "-", "--size", "9x8", "--shading", "cost"};
+  std::vector<std::string> asJson = render;
+  asJson.push_back("--json");
+  const Outcome picture = runQuery(asJson);
+  CHECK(picture.exitCode == 0);
+  CHECK((picture.output == runQuery(render).output));
+  const nlohmann::json answer = nlohmann::json::parse(picture.error);
+  CHECK(answer["meanVisits"].get<double>() > 0.0);
+  CHECK(answer["maxPixelVisits"].get<double>() >= answer["meanVisits"].get<double>());
+}
+
+TEST_CASE("a failure with --json is a line on standard error and no object") {
+  const TemporaryFolder folder;
+  const std::string mesh = folder.path("missing.off");
+  const Outcome outcome = runQuery({"cast", mesh, "-", "-o", "-", "--json"});
+  CHECK(outcome.exitCode == 2);
+  CHECK(outcome.output.empty());
+  CHECK(outcome.error == "qzquery: " + mesh + ": cannot be opened: No such file or directory\n");
 }
