@@ -44,7 +44,7 @@ struct tStages {
   void makeCodes() {
     const qzDetail::tGrid3 grid(mBBox, kBits);
     mCodes.resize(nbPrimitives());
-    for (std::uint32_t i = 0; i < nbPrimitives(); ++i) mCodes[i] = grid.codeOf(boxOf(i));
+    for (std::uint32_t i = 0; i < nbPrimitives(); ++i) mCodes[i] = grid.codeOf(boxOf(i).center());
   }
 
   std::unique_ptr<qzDetail::tSplits> makeSplits() const {

@@ -20,6 +20,7 @@ struct tContainerSource {
 
   std::uint32_t nbPrimitives() const { return mNbPrimitives; }
   tBoxLanes boxOf(std::uint32_t i) const { return tBoxLanes(*mContainer.getBBox(i)); }
+  __m128 centerOf(std::uint32_t i) const { return boxOf(i).center(); }
 };
 
 // A build that somebody may cancel works stage by stage on the whole tree, with a leaf for every code, and fuses it in

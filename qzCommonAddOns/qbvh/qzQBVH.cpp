@@ -3,9 +3,8 @@
 #include <qzCommonAddOns/qzDetail/qzAlignedMemory.h>
 #include <qzCommonAddOns/qzDetail/qzBoxLanes.h>
 #include <qzCommonAddOns/qzDetail/qzFloatMode.h>
-#include <qzCommonAddOns/qzDetail/qzLinearBuild.h>
+#include <qzCommonAddOns/qzDetail/qzMeshTriangles.h>
 #include <qzCommonAddOns/qzDetail/qzMinMax.h>
-#include <qzCommonAddOns/qzDetail/qzPlatformAdapter.h>
 #include <qzCommonAddOns/qzDetail/qzPrefetch.h>
 #include <qzCommonAddOns/qzDetail/qzScratch.h>
 
@@ -14,7 +13,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
-#include <stdexcept>
 #include <vector>
 
 using qzDetail::allocateAligned;
@@ -22,14 +20,14 @@ using qzDetail::maxOf;
 using qzDetail::minOf;
 using qzDetail::releaseAligned;
 using qzDetail::tBoxLanes;
+using qzDetail::tMeshTriangles;
+using qzDetail::tPoints;
 using qzDetail::tScratch;
 using Point = Wm4::Vector3<float>;
 
 namespace {
 
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
-constexpr unsigned int kBitsPerAxis = 20;        // of the Morton grid under buildFromMesh
-constexpr std::uint32_t kPrefetchDistance = 24;  // primitives
 constexpr std::size_t kLeavesAhead = 16;
 
 // A binary hierarchy to convert.
@@ -91,87 +89,8 @@ struct tPlaces {
   }
 };
 
-// The triangles of a mesh, by their corners.
-struct tTriangles {
-  const qz::qzVertexBuffer& mVertices;
-  const int* mIndices;
-
-  explicit tTriangles(const qz::qzTriMesh& mesh)
-      : mVertices(*qzDetail::vertexBufferOf(mesh)), mIndices(qzDetail::indicesOf(*qzDetail::indexBufferOf(mesh))) {}
-
-  Point corner(std::size_t triangle, std::size_t number) const {
-    return mVertices.Position3(mIndices[3 * triangle + number]);
-  }
-  QZ_ALWAYS_INLINE void prefetch(std::size_t triangle) const { qzDetail::prefetchLine(mIndices + 3 * triangle); }
-};
-
-// Boxes of the triangles, as a source of the linear build.
-class tTriangleBoxes {
- public:
-  tTriangleBoxes(const qz::qzTriMesh& mesh, const tTriangles& triangles)
-      : mNbTriangles(nbTriangles(mesh)), mBoxes(mNbTriangles) {
-    for (std::uint32_t t = 0; t < mNbTriangles; ++t) {
-      tBoxLanes box;
-      for (std::size_t k = 0; k < 3; ++k) box.expand(triangles.corner(t, k));
-      box.store(mBoxes[t]);
-    }
-  }
-
-  std::uint32_t nbPrimitives() const { return mNbTriangles; }
-  tBoxLanes boxOf(std::uint32_t i) const { return tBoxLanes(mBoxes[i]); }
-  QZ_ALWAYS_INLINE void prefetch(std::uint32_t i) const { qzDetail::prefetchLine(&mBoxes[i]); }
-
- private:
-  static std::uint32_t nbTriangles(const qz::qzTriMesh& mesh) {
-    const int count = qzDetail::nbIndices(*qzDetail::indexBufferOf(mesh)) / 3;
-    if (count < 0) throw std::length_error("qzQBVH::buildFromMesh: negative number of indices");
-    return static_cast<std::uint32_t>(count);
-  }
-
-  std::uint32_t mNbTriangles;
-  tScratch<qzBBox> mBoxes;
-};
-
-// A point of each of four triangles.
-struct tPoints {
-  __m128 x, y, z;
-};
-
-tPoints operator-(const tPoints& a, const tPoints& b) {
-  return {_mm_sub_ps(a.x, b.x), _mm_sub_ps(a.y, b.y), _mm_sub_ps(a.z, b.z)};
-}
-tPoints operator*(__m128 s, const tPoints& a) {
-  return {_mm_mul_ps(s, a.x), _mm_mul_ps(s, a.y), _mm_mul_ps(s, a.z)};
-}
-__m128 dot(const tPoints& a, const tPoints& b) {
-  return _mm_add_ps(_mm_add_ps(_mm_mul_ps(a.x, b.x), _mm_mul_ps(a.y, b.y)), _mm_mul_ps(a.z, b.z));
-}
-tPoints cross(const tPoints& a, const tPoints& b) {
-  return {_mm_sub_ps(_mm_mul_ps(a.y, b.z), _mm_mul_ps(a.z, b.y)),
-          _mm_sub_ps(_mm_mul_ps(a.z, b.x), _mm_mul_ps(a.x, b.z)),
-          _mm_sub_ps(_mm_mul_ps(a.x, b.y), _mm_mul_ps(a.y, b.x))};
-}
 __m128 allSet() {
   return _mm_castsi128_ps(_mm_set1_epi32(-1));
-}
-__m128 negate(__m128 a) {
-  return _mm_xor_ps(a, _mm_set1_ps(-0.0f));
-}
-
-// a where the mask is set, b elsewhere.
-__m128 select(__m128 mask, __m128 a, __m128 b) {
-  return _mm_or_ps(_mm_and_ps(mask, a), _mm_andnot_ps(mask, b));
-}
-tPoints select(__m128 mask, const tPoints& a, const tPoints& b) {
-  return {select(mask, a.x, b.x), select(mask, a.y, b.y), select(mask, a.z, b.z)};
-}
-
-// Writes three coefficients and a constant as four rows; lanes outside the mask get zeros and the constant for padding.
-void storeEquation(float (*rows)[4], const tPoints& coefficients, __m128 constant, __m128 isTriangle, float padding) {
-  _mm_store_ps(rows[0], _mm_and_ps(isTriangle, coefficients.x));
-  _mm_store_ps(rows[1], _mm_and_ps(isTriangle, coefficients.y));
-  _mm_store_ps(rows[2], _mm_and_ps(isTriangle, coefficients.z));
-  _mm_store_ps(rows[3], select(isTriangle, constant, _mm_set1_ps(padding)));
 }
 
 }  // namespace
@@ -206,12 +125,12 @@ void qzQBVH::allocate(tQBVHDataFlags flags, unsigned noNodes, unsigned noQuadrup
 struct qzQBVH::tConversion {
   qzQBVH& mQBVH;
   const tBinaryTree& mTree;
-  const tTriangles& mTriangles;
+  const tMeshTriangles& mTriangles;
   const tPlaces mPlaces;
   // Whether every box so far lies within the one around it and is not inverted, by the lanes of tBoxLanes.
   __m128 mIsMinNested = allSet(), mIsMaxNested = allSet();
 
-  tConversion(qzQBVH& qbvh, tQBVHDataFlags flags, const tBinaryTree& tree, const tTriangles& triangles)
+  tConversion(qzQBVH& qbvh, tQBVHDataFlags flags, const tBinaryTree& tree, const tMeshTriangles& triangles)
       : mQBVH(qbvh), mTree(tree), mTriangles(triangles), mPlaces(tree) {
     qbvh.allocate(flags, mPlaces.mNbNodes, mPlaces.mNbQuadruplets);
     fillNodes();
@@ -338,37 +257,11 @@ struct qzQBVH::tConversion {
       const unsigned int quadruplet = batch.mQuadruplets[i];
       if (mQBVH.mFlags & eTrianglesVertices) mQBVH.mTriangleVertices[quadruplet] = batch.mCorners[i];
       if (mQBVH.mFlags & eTrianglesEquations) {
-        fillEquations(mQBVH.mTriangleEquations[quadruplet], batch.mCorners[i], batch.mCounts[i]);
+        const tPoints corners[3] = {load(batch.mCorners[i], 0), load(batch.mCorners[i], 1), load(batch.mCorners[i], 2)};
+        qzDetail::fillEquations(mQBVH.mTriangleEquations[quadruplet], corners, batch.mCounts[i]);
       }
     }
     batch.mNb = 0;
-  }
-
-  // Plane and barycentric equations of four triangles, in this order of operations. A triangle without area keeps what
-  // comes out: no query accepts it.
-  static void fillEquations(tSOATriangleEquations& equations, const tSOATriangleVertices& corners, unsigned int count) {
-    const tPoints v0 = load(corners, 0), e1 = load(corners, 1) - v0, e2 = load(corners, 2) - v0;
-    const __m128 one = _mm_set1_ps(1.0f);
-    const __m128 isTriangle =
-        _mm_castsi128_ps(_mm_cmplt_epi32(_mm_setr_epi32(0, 1, 2, 3), _mm_set1_epi32(static_cast<int>(count))));
-
-    const tPoints normal = cross(e1, e2);
-    const __m128 length = _mm_sqrt_ps(dot(normal, normal));
-    const __m128 hasArea = _mm_cmpgt_ps(length, _mm_setzero_ps());
-    const tPoints unit = _mm_div_ps(one, length) * normal;
-    storeEquation(equations.mPlane, select(hasArea, unit, normal), select(hasArea, negate(dot(unit, v0)), one),
-                  isTriangle, kInfinity);
-
-    // The dual basis of (e1, e2) within the plane.
-    const __m128 a11 = dot(e1, e1), a22 = dot(e2, e2), a12 = dot(e1, e2);
-    const __m128 i1 = _mm_div_ps(one, a11), i2 = _mm_div_ps(one, a22);
-    const __m128 along1 = _mm_mul_ps(a12, i1), along2 = _mm_mul_ps(a12, i2);
-    const __m128 s = _mm_div_ps(one, _mm_sub_ps(one, _mm_mul_ps(along2, along1)));
-    const __m128 s1 = _mm_mul_ps(s, i1), s2 = _mm_mul_ps(s, i2);
-    const tPoints u = s1 * e1 - _mm_mul_ps(along2, s1) * e2;
-    const tPoints w = s2 * e2 - _mm_mul_ps(along1, s2) * e1;
-    storeEquation(equations.mU, u, negate(dot(u, v0)), isTriangle, -1.0f);
-    storeEquation(equations.mW, w, negate(dot(w, v0)), isTriangle, -1.0f);
   }
 
   static tPoints load(const tSOATriangleVertices& corners, int corner) {
@@ -377,37 +270,10 @@ struct qzQBVH::tConversion {
   }
 };
 
-void qzQBVH::buildFromMesh(tQBVHDataFlags flags, const qz::qzTriMesh& mesh, unsigned maxLeafSize) {
-  // What qzLinearGenericBVHBuilder::build makes of a qzBVHTriangleContainer, without the container and the hierarchy.
-  const qzDetail::tFloatMode mode;
-  const tTriangles triangles(mesh);
-  tScratch<unsigned int> primitives;
-  tScratch<qzGNode> nodes;
-  std::uint32_t nbNodes = 0;
-  {
-    const tTriangleBoxes boxes(mesh, triangles);
-    const std::uint32_t nbTriangles = boxes.nbPrimitives();
-    primitives = tScratch<unsigned int>(nbTriangles);
-    qzDetail::logIndexAllocation(nbTriangles);
-    const auto splits = qzDetail::sortAndSplit(boxes, qzDetail::boxOfAll(boxes).toBBox(), kBitsPerAxis,
-                                               primitives.data(), qzDetail::tCancel());
-    qzDetail::logNodeAllocation(splits->nbGroups());
-    const qzDetail::tFusedTree tree(*splits, maxLeafSize == 0 ? 1 : maxLeafSize);
-    nbNodes = tree.nbNodes();
-    nodes = tScratch<qzGNode>(nbNodes);
-    tree.write<tBoxLanes>(nodes.data(), qzDetail::tLink3(), [&](std::uint32_t k) {
-      if (k + kPrefetchDistance < nbTriangles) boxes.prefetch(primitives[k + kPrefetchDistance]);
-      return boxes.boxOf(primitives[k]);
-    });
-    qzDetail::logFusion(2 * splits->nbGroups(), nbNodes);
-  }
-  tConversion(*this, flags, {nodes.data(), nbNodes, primitives.data()}, triangles);
-}
-
 void qzQBVH::buildFromBVH(tQBVHDataFlags flags, const qzGenericBVH& bvh, const qz::qzTriMesh& mesh) {
   const qzDetail::tFloatMode mode;
   tConversion(*this, flags, {bvh.getNodes().data(), bvh.getNodes().size(), bvh.getPrimitives().data()},
-              tTriangles(mesh));
+              tMeshTriangles(mesh));
 }
 
 bool qzQBVH::computeRootNodeBBox() {

@@ -214,6 +214,7 @@ class QZ_COMMONADDONS_API qzQBVH {
 
  private:
   struct tConversion;
+  struct tMeshBuild;
   struct tHullQuery;
 
   void releaseArrays();

@@ -38,6 +38,11 @@ struct tBoxLanes {
     _mm_storeu_ps(floats + 2, _mm_move_ss(mMax, minZ));
   }
 
+  /// The middle, [ x y z . ].
+  __m128 center() const {
+    return _mm_mul_ps(_mm_add_ps(mMin, _mm_shuffle_ps(mMax, mMax, _MM_SHUFFLE(3, 3, 2, 1))), _mm_set1_ps(0.5f));
+  }
+
   /// As the box of a node.
   template <class Node>
   void storeTo(Node& node) const {

@@ -1,6 +1,6 @@
 #pragma once
 // The stages that every linear build goes through: boxes of primitives to sorted primitives and the splits between
-// them. A Source has nbPrimitives() and boxOf(i), the tBoxLanes of primitive i.
+// them. A Source has nbPrimitives(), boxOf(i), the tBoxLanes of primitive i, and centerOf(i), the middle of that box.
 
 #include <qzCommonAddOns/bvh/qzGNode.h>
 #include <qzCommonAddOns/qzDetail/qzBoxLanes.h>
@@ -52,10 +52,8 @@ class tGrid3 {
     mScale = _mm_set1_ps(mAxes[0].mScale);  // the same on all axes
   }
 
-  /// Morton code of the cell that the centre of a box lies in.
-  std::uint64_t codeOf(const tBoxLanes& box) const {
-    const __m128 max = _mm_shuffle_ps(box.mMax, box.mMax, _MM_SHUFFLE(3, 3, 2, 1));
-    const __m128 center = _mm_mul_ps(_mm_add_ps(box.mMin, max), _mm_set1_ps(0.5f));
+  /// Morton code of the cell that a point [ x y z . ] lies in.
+  std::uint64_t codeOf(__m128 center) const {
     const __m128i cells = _mm_cvttps_epi32(_mm_mul_ps(_mm_sub_ps(center, mOrigin), mScale));
     alignas(16) std::int32_t cell[4];
     _mm_store_si128(reinterpret_cast<__m128i*>(cell), cells);
@@ -95,7 +93,7 @@ std::unique_ptr<tSplits> sortAndSplit(const Source& source, const qzBBox& scene,
 
   tScratch<Code> codes(n);
   const tGrid3 grid(scene, bitsPerAxis);
-  for (std::uint32_t i = 0; i < n; ++i) codes[i] = static_cast<Code>(grid.codeOf(source.boxOf(i)));
+  for (std::uint32_t i = 0; i < n; ++i) codes[i] = static_cast<Code>(grid.codeOf(source.centerOf(i)));
   if (cancel.poll()) return abandon(0);
 
   sortByCode(codes.data(), indices, n);

@@ -1,0 +1,108 @@
+#pragma once
+// Where the nodes and leaves of a four-wide hierarchy go, read off the splits of a linear build without the binary
+// hierarchy in between.
+//
+// A kept split is a binary inner node, a run between two kept splits is a leaf. Binary nodes stand by the level of the
+// split above them and then by position (see qzTreeWriter.h), so the nodes under splits of one level, met from left to
+// right, take places one after the other: a counter per level numbers them. The splits around a split are those to its
+// left and to its right that no smaller level hides; of each level there is at most one on either side, so a word with
+// a bit per level holds them, and their number is the depth of the node.
+
+#include <qzCommonAddOns/qzDetail/qzCodeGroups.h>
+#include <qzCommonAddOns/qzDetail/qzMorton.h>
+#include <qzCommonAddOns/qzDetail/qzScratch.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+
+namespace qzDetail {
+
+/// The splits on one side that no smaller level hides, by the bits of their levels. Bit 0 stands for the end.
+class tSplitsAround {
+ public:
+  /// Drops those that are hidden behind a split of this level.
+  void hideBehind(unsigned int level) { mLevels &= (std::uint64_t(1) << level) - 1; }
+  void add(unsigned int level) { mLevels |= std::uint64_t(1) << level; }
+
+  unsigned int deepest() const { return highestBit(mLevels); }
+  unsigned int parity() const {
+    std::uint64_t bits = mLevels ^ mLevels >> 32;
+    bits ^= bits >> 16;
+    bits ^= bits >> 8;
+    bits ^= bits >> 4;
+    return 0x6996u >> (bits & 15) & 1u;
+  }
+
+ private:
+  std::uint64_t mLevels = 1;
+};
+
+/// The leaves from left to right and the split after each, and places for them.
+struct tFourWidePlan {
+  struct tPlaces {
+    std::uint32_t mNextNode = 0;        // four-wide node for the next inner node of even depth
+    std::uint32_t mNextQuadruplet = 0;  // for the next leaf
+  };
+
+  std::uint32_t mNbLeaves;
+  tScratch<std::uint32_t> mLasts;    // last sorted position of every leaf
+  tScratch<std::uint8_t> mLevels;    // of the split after every leaf; 0 after the last one
+  tScratch<std::uint8_t> mIsEven;    // 1 where that split has even depth
+  tPlaces mPlacesBelow[kMaxLevels];  // by the level of the split above; level 0: of the root
+  std::uint32_t mNbNodes = 0, mNbQuadruplets = 0;
+
+  /// The dropped splits have level 0, nbKept are left.
+  tFourWidePlan(const tSplits& splits, std::uint32_t nbKept)
+      : mNbLeaves(nbKept + 1), mLasts(mNbLeaves), mLevels(mNbLeaves), mIsEven(mNbLeaves) {
+    takeKept(splits);
+
+    // From right to left: the splits around every split on its right side.
+    tScratch<std::uint8_t> deepestOnRight(mNbLeaves);
+    tSplitsAround right;
+    for (std::uint32_t leaf = nbKept; leaf-- > 0;) {
+      right.hideBehind(mLevels[leaf]);
+      deepestOnRight[leaf] = static_cast<std::uint8_t>(right.deepest());
+      mIsEven[leaf] = static_cast<std::uint8_t>(right.parity());
+      right.add(mLevels[leaf]);
+    }
+
+    // From left to right: the others, and what there is to place under every level.
+    tSplitsAround left;
+    std::uint32_t first = 0;
+    unsigned int levelBefore = 0;
+    for (std::uint32_t leaf = 0; leaf < mNbLeaves; ++leaf) {
+      const unsigned int level = mLevels[leaf];
+      mPlacesBelow[std::max(levelBefore, level)].mNextQuadruplet += nbQuadruplets(mLasts[leaf] - first + 1);
+      if (leaf < nbKept) {
+        left.hideBehind(level);
+        const unsigned int isEven = 1 ^ left.parity() ^ mIsEven[leaf];  // each side counts the end
+        mPlacesBelow[std::max<unsigned int>(left.deepest(), deepestOnRight[leaf])].mNextNode += isEven;
+        mIsEven[leaf] = static_cast<std::uint8_t>(isEven);
+        left.add(level);
+      }
+      first = mLasts[leaf] + 1;
+      levelBefore = level;
+    }
+    for (tPlaces& places : mPlacesBelow) {
+      mNbNodes += std::exchange(places.mNextNode, mNbNodes);
+      mNbQuadruplets += std::exchange(places.mNextQuadruplet, mNbQuadruplets);
+    }
+  }
+
+  static std::uint32_t nbQuadruplets(std::uint32_t nbPrimitives) { return (nbPrimitives + 3) / 4; }
+
+ private:
+  void takeKept(const tSplits& splits) {
+    std::uint32_t nb = 0;
+    for (std::uint32_t i = 0; i + 1 < splits.mNbPrimitives; ++i) {
+      mLasts[nb] = i;  // written over by the next one when there is no split
+      mLevels[nb] = splits.mLevels[i];
+      nb += splits.mLevels[i] != 0 ? 1 : 0;
+    }
+    mLasts[nb] = splits.mNbPrimitives - 1;
+    mLevels[nb] = 0;
+  }
+};
+
+}  // namespace qzDetail
