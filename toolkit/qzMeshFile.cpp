@@ -215,19 +215,18 @@ qzPolygonMesh readWithAssimpApart(const tFile& file) {
     if (!isConsistent(mesh)) throw qzChildProcess::tFailure("broke down");
     return mesh;
   } catch (const qzChildProcess::tFailure& failure) {
-    throw qzError(file.mName,
-                  "cannot be read: assimp's reader of ." + file.mExtension + " files " + failure.what());
+    throw qzError(file.mName, "cannot be read: assimp's reader of ." + file.mExtension + " files " + failure.what());
   }
 }
 
-qzPolygonMesh readPolygons(const std::string& name) {
+qzPolygonMesh readPolygons(const std::string& name, tNonFinite nonFinite) {
   if (name == "-") throw qzError("standard input", "a mesh must come from a file, whose name tells its format");
   const bool isPacked = fileExtension(name) == "gz";
   const tFile file{name, fileExtension(isPacked ? name.substr(0, name.size() - 3) : name),
                    isPacked ? readGzipFile(name) : readFile(name), isPacked};
   if (file.mBytes.find_first_not_of(" \t\r\n") == std::string::npos) throw qzError(name, "the file is empty");
   if (file.mExtension.empty()) throw qzError(name, "the file name has no extension that tells the format");
-  if (file.mExtension == "obj") return readObj(name, file.mBytes);
+  if (file.mExtension == "obj") return readObj(name, file.mBytes, nonFinite);
   checkMeshFile(name, file.mExtension, file.mBytes);
   return readWithAssimpApart(file);
 }
@@ -242,9 +241,9 @@ void checkVertices(const std::string& name, const qzPolygonMesh& mesh) {
 
 }  // namespace
 
-qz::qzTriMesh loadMesh(const std::string& name, std::size_t maxTriangles) {
-  qzPolygonMesh mesh = readPolygons(name);
-  checkVertices(name, mesh);
+qz::qzTriMesh loadMesh(const std::string& name, std::size_t maxTriangles, tNonFinite nonFinite) {
+  qzPolygonMesh mesh = readPolygons(name, nonFinite);
+  if (nonFinite == tNonFinite::eRefuse) checkVertices(name, mesh);
   const std::size_t nbTriangles = mesh.countTriangles();
   if (nbTriangles == 0) throw qzError(name, "no triangles in the file");
   if (nbTriangles > maxTriangles) {

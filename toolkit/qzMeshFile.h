@@ -3,6 +3,7 @@
 
 #include <qzSceneGraph/qzTriMesh.h>
 #include <toolkit/qzLimits.h>
+#include <toolkit/qzPolygonMesh.h>
 
 #include <string>
 
@@ -13,6 +14,7 @@ namespace qzToolkit {
 /// name          the file; its extension tells the format. With ".gz" behind ("bike.obj.gz") it is unpacked in memory,
 ///               and other files that it refers to are not looked for
 /// maxTriangles  more are an error
+/// nonFinite     eKeep lets coordinates that are NaN or infinite pass
 ///
 /// Polygons are divided into triangles, points and lines left out, all meshes of a scene joined with their transforms
 /// applied. Vertices are not merged and triangles without area are kept. OBJ coordinates are the floats nearest to the
@@ -26,6 +28,7 @@ namespace qzToolkit {
 ///
 /// assimp crashes, leaks or loops for ever over some damaged files, so it works in a copy of this process (fork) with a
 /// limit on processor time and memory, and what happens there is an error like others. OBJ is read right here.
-qz::qzTriMesh loadMesh(const std::string& name, std::size_t maxTriangles = kMaxTriangles);
+qz::qzTriMesh loadMesh(const std::string& name, std::size_t maxTriangles = kMaxTriangles,
+                       tNonFinite nonFinite = tNonFinite::eRefuse);
 
 }  // namespace qzToolkit

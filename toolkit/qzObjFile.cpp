@@ -14,7 +14,8 @@ namespace {
 // A line is a keyword and values. Faces name vertices from 1, or backwards from the last one before the face.
 class tObjReader {
  public:
-  tObjReader(const std::string& name, std::string_view text) : mLines(name, text) {}
+  tObjReader(const std::string& name, std::string_view text, tNonFinite nonFinite)
+      : mLines(name, text), mNonFinite(nonFinite) {}
 
   qzPolygonMesh read() {
     std::string joined;
@@ -56,7 +57,8 @@ class tObjReader {
       if (result == tNumberResult::eNoNumber) {
         mLines.fail(word.empty() ? "a vertex with fewer than three coordinates" : "a vertex coordinate is no number");
       }
-      if (result == tNumberResult::eOutOfRange || !std::isfinite(position[axis])) {
+      if (result == tNumberResult::eOutOfRange ||
+          (mNonFinite == tNonFinite::eRefuse && !std::isfinite(position[axis]))) {
         mLines.fail("a vertex coordinate is not finite");
       }
     }
@@ -85,6 +87,7 @@ class tObjReader {
   }
 
   qzLines mLines;
+  const tNonFinite mNonFinite;
   qzPolygonMesh mMesh;
   std::int64_t mLargestIndex = 0;
   std::size_t mLargestIndexLine = 0;
@@ -92,8 +95,8 @@ class tObjReader {
 
 }  // namespace
 
-qzPolygonMesh readObj(const std::string& name, std::string_view text) {
-  return tObjReader(name, text).read();
+qzPolygonMesh readObj(const std::string& name, std::string_view text, tNonFinite nonFinite) {
+  return tObjReader(name, text, nonFinite).read();
 }
 
 }  // namespace qzToolkit

@@ -9,6 +9,9 @@
 
 namespace qzToolkit {
 
+/// What a reader does about coordinates that are NaN or infinite.
+enum class tNonFinite { eRefuse, eKeep };
+
 class qzPolygonMesh {
  public:
   std::vector<Wm4::Vector3<float>> mVertices;

@@ -23,6 +23,7 @@ void addOptions(CLI::App& command, tOptions& options);
 
 // Each adds a subcommand that runs when it is chosen on the command line. options must outlive app.
 void addInfoCommand(CLI::App& app, tOptions& options);
+void addInspectCommand(CLI::App& app, tOptions& options);
 void addRenderCommand(CLI::App& app, tOptions& options);
 void addCastCommand(CLI::App& app, tOptions& options);
 

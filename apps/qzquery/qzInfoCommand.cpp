@@ -3,10 +3,10 @@
 #include <qzCommonAddOns/geometry/qzBBox.h>
 #include <qzCommonAddOns/qzDetail/qzBVHStatistics.h>
 #include <toolkit/qzFile.h>
+#include <toolkit/qzMeshReport.h>
 #include <toolkit/qzTraversalCost.h>
 
 #include <CLI/CLI.hpp>
-#include <cmath>
 #include <iomanip>
 #include <limits>
 #include <memory>
@@ -30,22 +30,9 @@ qzBBox boxOf(const qz::qzTriMesh& mesh) {
   return box;
 }
 
-/// Triangles without a normal in single precision, which no ray can hit: those without area, and those whose area is
-/// too small or too large for a float.
-std::size_t countDegenerateTriangles(const qz::qzTriMesh& mesh) {
+std::size_t countDegenerateTriangles(const qzScene& scene) {
   std::size_t count = 0;
-  const qz::qzIndexBuffer& indices = *mesh.getIndexBuffer();
-  for (int i = 0; i + 2 < indices.getNbIndices(); i += 3) {
-    Wm4::Vector3<float> corners[3], e1, e2;
-    for (int k = 0; k < 3; ++k) corners[k] = mesh.getVertexBuffer()->Position3(indices.getIndices()[i + k]);
-    for (int axis = 0; axis < 3; ++axis) {
-      e1[axis] = corners[1][axis] - corners[0][axis];
-      e2[axis] = corners[2][axis] - corners[0][axis];
-    }
-    const float x = e1[1] * e2[2] - e1[2] * e2[1], y = e1[2] * e2[0] - e1[0] * e2[2], z = e1[0] * e2[1] - e1[1] * e2[0];
-    const float squaredLength = (x * x + y * y) + z * z;
-    if (!(squaredLength > 0.0f && std::isfinite(squaredLength))) ++count;
-  }
+  for (std::size_t i = 0; i < scene.getNbTriangles(); ++i) count += !qzToolkit::hasNormal(scene.getMesh(), i);
   return count;
 }
 
@@ -72,7 +59,7 @@ nlohmann::ordered_json describe(const std::string& meshName, const tOptions& opt
   nlohmann::ordered_json info;
   info["file"] = meshName;
   info["triangles"] = scene.getNbTriangles();
-  info["degenerateTriangles"] = countDegenerateTriangles(scene.getMesh());
+  info["degenerateTriangles"] = countDegenerateTriangles(scene);
   info["vertices"] = scene.getMesh().getVertexBuffer()->getNbVertices();
   info["box"]["min"] = {box.xMin(), box.yMin(), box.zMin()};
   info["box"]["max"] = {box.xMax(), box.yMax(), box.zMax()};

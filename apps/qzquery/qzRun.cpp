@@ -48,6 +48,7 @@ int run(int argc, const char* const* argv) {
       "Exit codes: 0 when all was done; 2 when the command line or a file is no good, or something cannot be written, "
       "after one line that says why, and with no file half-written.");
   addInfoCommand(app, options);
+  addInspectCommand(app, options);
   addRenderCommand(app, options);
   addCastCommand(app, options);
   try {

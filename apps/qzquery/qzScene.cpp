@@ -36,21 +36,24 @@ std::string format(const char* pattern, double value) {
 
 qzScene::qzScene(const std::string& meshName, const tOptions& options)
     : mMesh(timed(mReadSeconds, [&] { return qzToolkit::loadMesh(meshName); })) {
-  const double start = now();
-  if (options.mBuilder == tBuilder::eLinear) {
-    mHierarchy.buildFromMesh(qzQBVH::eTrianglesEquations, mMesh, options.mLeafSize);
-  } else {
-    mHierarchy.buildFromBVH(qzQBVH::eTrianglesEquations, buildBinaryHierarchy(mMesh, options), mMesh);
-  }
-  mBuildSeconds = now() - start;
+  mBuildSeconds = buildHierarchy(mMesh, options, mHierarchy);
 
   say(options, meshName + ": " + std::to_string(getNbTriangles()) + " triangles, " +
                    std::to_string(mMesh.getVertexBuffer()->getNbVertices()) + " vertices, read in " +
                    seconds(mReadSeconds));
   say(options, "hierarchy: " + std::to_string(mHierarchy.getNoNodes()) + " nodes, " +
                    std::to_string(mHierarchy.getNoTriangleQuadruplets()) + " quadruplets, " +
-                   format("%.1f MB", 1e-6 * static_cast<double>(mHierarchy.getBytes())) + ", built in " +
-                   seconds(mBuildSeconds));
+                   megabytes(static_cast<double>(mHierarchy.getBytes())) + ", built in " + seconds(mBuildSeconds));
+}
+
+double buildHierarchy(const qz::qzTriMesh& mesh, const tOptions& options, qzToolkit::qzVisitCounter& hierarchy) {
+  const double start = now();
+  if (options.mBuilder == tBuilder::eLinear) {
+    hierarchy.buildFromMesh(qzQBVH::eTrianglesEquations, mesh, options.mLeafSize);
+  } else {
+    hierarchy.buildFromBVH(qzQBVH::eTrianglesEquations, buildBinaryHierarchy(mesh, options), mesh);
+  }
+  return now() - start;
 }
 
 qzGenericBVH buildBinaryHierarchy(const qz::qzTriMesh& mesh, const tOptions& options) {
@@ -99,6 +102,10 @@ std::string percent(std::size_t part, std::size_t whole) {
 
 std::string seconds(double duration) {
   return format("%.3f s", duration);
+}
+
+std::string megabytes(double bytes) {
+  return format("%.1f MB", 1e-6 * bytes);
 }
 
 double now() {

@@ -29,6 +29,9 @@ class qzScene {
   qzToolkit::qzVisitCounter mHierarchy;
 };
 
+/// Builds the four-wide hierarchy that options ask for; returns the seconds that it took.
+double buildHierarchy(const qz::qzTriMesh& mesh, const tOptions& options, qzToolkit::qzVisitCounter& hierarchy);
+
 /// The binary hierarchy that options ask for, over the triangles of a mesh. A qzScene converts it.
 qzGenericBVH buildBinaryHierarchy(const qz::qzTriMesh& mesh, const tOptions& options);
 
@@ -39,6 +42,8 @@ void say(const tOptions& options, const std::string& line);
 std::string percent(std::size_t part, std::size_t whole);
 /// "0.123 s"
 std::string seconds(double duration);
+/// "12.3 MB"
+std::string megabytes(double bytes);
 
 /// Seconds since the start of some clock.
 double now();

@@ -17,7 +17,7 @@ TEST_CASE("help and version go to standard output, with exit code 0") {
   CHECK(help.exitCode == 0);
   CHECK(help.error.empty());
   CHECK(help.output.find("\nExit codes: 0 when all was done; 2 when ") != std::string::npos);
-  for (const char* name : {"info", "render", "cast"}) {
+  for (const char* name : {"info", "inspect", "render", "cast"}) {
     CHECK(help.output.find(name) != std::string::npos);
     const Outcome detail = runQuery({name, "--help"});
     CHECK(detail.exitCode == 0);

@@ -1,0 +1,157 @@
+// qzquery inspect: what is wrong with a mesh, and what to expect of building a hierarchy over it.
+
+#include <toolkit/qzFile.h>
+#include <toolkit/qzMeshFile.h>
+#include <toolkit/qzMeshReport.h>
+#include <toolkit/qzThreads.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+#include <iomanip>
+#include <iterator>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <utility>
+#include <vector>
+
+#include "qzCommands.h"
+#include "qzJson.h"
+#include "qzScene.h"
+
+namespace qzQuery {
+
+namespace {
+
+constexpr std::size_t kMaxSampleTriangles = std::size_t(1) << 18;
+constexpr double kLinearPeak = 1.4;  // memory of a linear build over that of what it makes, as docs/speed.md has it
+
+/// What a hierarchy takes, by one over the first triangles that are in range and finite.
+struct tEstimate {
+  std::size_t mNbSampleTriangles = 0;
+  double mBytes = 0.0, mBuildSeconds = 0.0;
+};
+
+tEstimate estimate(const qz::qzTriMesh& mesh, const tOptions& options) {
+  const qz::qzVertexBuffer& vertices = *mesh.getVertexBuffer();
+  const int* const indices = mesh.getIndexBuffer()->getIndices();
+  const std::size_t nbTriangles = static_cast<std::size_t>(mesh.getIndexBuffer()->getNbIndices()) / 3;
+  std::vector<Wm4::Vector3<float>> positions;
+  for (std::size_t i = 0; i < nbTriangles && positions.size() < 3 * kMaxSampleTriangles; ++i) {
+    const Wm4::Vector3<float> corners[3] = {vertices.Position3(indices[3 * i]), vertices.Position3(indices[3 * i + 1]),
+                                            vertices.Position3(indices[3 * i + 2])};
+    const bool isFinite = std::all_of(std::begin(corners), std::end(corners), [](const Wm4::Vector3<float>& corner) {
+      return std::isfinite(corner[0]) && std::isfinite(corner[1]) && std::isfinite(corner[2]);
+    });
+    if (isFinite) positions.insert(positions.end(), std::begin(corners), std::end(corners));
+  }
+  tEstimate result;
+  result.mNbSampleTriangles = positions.size() / 3;
+  if (positions.empty()) return result;
+  std::vector<int> numbers(positions.size());
+  for (std::size_t i = 0; i < numbers.size(); ++i) numbers[i] = static_cast<int>(i);
+  const qz::qzTriMesh sample(qz::qzVertexBuffer(std::move(positions)), qz::qzIndexBuffer(std::move(numbers)));
+  qzToolkit::qzVisitCounter hierarchy;
+  const double seconds = buildHierarchy(sample, options, hierarchy);
+  const double scale = static_cast<double>(nbTriangles) / static_cast<double>(result.mNbSampleTriangles);
+  result.mBytes = scale * static_cast<double>(hierarchy.getBytes());
+  result.mBuildSeconds = scale * seconds;
+  return result;
+}
+
+nlohmann::ordered_json asJson(const std::string& meshName, const qzToolkit::qzMeshReport& report,
+                              const tEstimate& estimate, const tOptions& options) {
+  nlohmann::ordered_json answer;
+  answer["file"] = meshName;
+  answer["triangles"] = report.mNbTriangles;
+  answer["degenerateTriangles"] = report.mNbDegenerateTriangles;
+  answer["repeatedCornerTriangles"] = report.mNbRepeatedCornerTriangles;
+  answer["nonFiniteTriangles"] = report.mNbNonFiniteTriangles;
+  answer["duplicateTriangles"] = report.mNbDuplicateTriangles;
+  answer["turnedDuplicateTriangles"] = report.mNbTurnedDuplicateTriangles;
+  answer["edges"] = report.mNbEdges;
+  answer["borderEdges"] = report.mNbBorderEdges;
+  answer["crowdedEdges"] = report.mNbCrowdedEdges;
+  answer["turnedEdges"] = report.mNbTurnedEdges;
+  answer["vertices"] = report.mNbVertices;
+  answer["unusedVertices"] = report.mNbUnusedVertices;
+  answer["repeatedVertices"] = report.mNbRepeatedVertices;
+  answer["nonFiniteVertices"] = report.mNbNonFiniteVertices;
+  if (estimate.mNbSampleTriangles == 0) return answer;  // no triangle has a place
+  const qzBBox& box = report.mBox;
+  answer["box"]["min"] = {box.xMin(), box.yMin(), box.zMin()};
+  answer["box"]["max"] = {box.xMax(), box.yMax(), box.zMax()};
+  answer["largestCoordinate"] = report.mLargestCoordinate;
+  answer["coordinateStep"] = report.mCoordinateStep;
+  answer["stepsAcross"] = report.mStepsAcross;
+  nlohmann::ordered_json& expected = answer["estimate"];
+  expected["builder"] = options.mBuilder == tBuilder::eLinear ? "linear" : "sah";
+  expected["sampleTriangles"] = estimate.mNbSampleTriangles;
+  expected["bytes"] = std::llround(estimate.mBytes);
+  if (options.mBuilder == tBuilder::eLinear) expected["peakBytes"] = std::llround(kLinearPeak * estimate.mBytes);
+  expected["buildSeconds"] = estimate.mBuildSeconds;
+  return answer;
+}
+
+std::string asText(const std::string& meshName, const qzToolkit::qzMeshReport& report, const tEstimate& estimate,
+                   const tOptions& options) {
+  std::ostringstream text;
+  text << "file        " << meshName << '\n'
+       << "triangles   " << report.mNbTriangles << ": " << report.mNbDegenerateTriangles << " degenerate ("
+       << report.mNbRepeatedCornerTriangles << " with two corners at one place), " << report.mNbNonFiniteTriangles
+       << " not finite\n"
+       << "duplicates  " << report.mNbDuplicateTriangles << ", " << report.mNbTurnedDuplicateTriangles
+       << " of them facing the other way\n"
+       << "edges       " << report.mNbEdges << ": " << report.mNbBorderEdges << " of one triangle, "
+       << report.mNbCrowdedEdges << " of more than two, " << report.mNbTurnedEdges
+       << " of two that face different ways\n"
+       << "vertices    " << report.mNbVertices << ": " << report.mNbUnusedVertices << " unused, "
+       << report.mNbRepeatedVertices << " at the place of another one, " << report.mNbNonFiniteVertices
+       << " not finite\n";
+  if (estimate.mNbSampleTriangles == 0) return text.str();
+  const qzBBox& box = report.mBox;
+  text << "box         x " << box.xMin() << " to " << box.xMax() << ", y " << box.yMin() << " to " << box.yMax()
+       << ", z " << box.zMin() << " to " << box.zMax() << '\n'
+       << std::setprecision(3) << "precision   at the largest coordinate floats are " << report.mCoordinateStep
+       << " apart, so the longest side has " << report.mStepsAcross << " steps\n"
+       << "memory      about " << megabytes(estimate.mBytes);
+  if (options.mBuilder == tBuilder::eLinear) {
+    text << ", about " << megabytes(kLinearPeak * estimate.mBytes) << " at the most while it is built";
+  }
+  text << ", besides the mesh\n"
+       << "build time  about " << seconds(estimate.mBuildSeconds) << " on one thread";
+  if (estimate.mNbSampleTriangles < report.mNbTriangles) {
+    text << ", going by the first " << estimate.mNbSampleTriangles << " triangles; large builds may take twice that";
+  }
+  text << '\n';
+  return text.str();
+}
+
+void inspect(const std::string& meshName, const tOptions& options) {
+  const qz::qzTriMesh mesh = qzToolkit::loadMesh(meshName, qzToolkit::kMaxTriangles, qzToolkit::tNonFinite::eKeep);
+  const qzToolkit::qzThreads threads(options.mNbThreads);
+  const qzToolkit::qzMeshReport report = qzToolkit::inspectMesh(mesh);
+  const tEstimate expected = estimate(mesh, options);
+  if (options.mAsJson) {
+    writeJson(asJson(meshName, report, expected, options));
+  } else {
+    qzToolkit::writeFile("-", asText(meshName, report, expected, options));
+  }
+}
+
+}  // namespace
+
+void addInspectCommand(CLI::App& app, tOptions& options) {
+  CLI::App& command = *app.add_subcommand("inspect", "Tell what is wrong with a mesh and what a hierarchy will take");
+  const auto meshName = std::make_shared<std::string>();
+  command.add_option("MESH", *meshName, "Mesh file, perhaps with .gz behind its name")->required();
+  command.footer(
+      "The exit code is 0 whatever is found; 2 when the file cannot be read, which is so when a face names a vertex "
+      "that "
+      "the file does not have.");
+  addOptions(command, options);
+  command.callback([meshName, &options] { inspect(*meshName, options); });
+}
+
+}  // namespace qzQuery

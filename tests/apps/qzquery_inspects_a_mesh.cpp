@@ -1,0 +1,104 @@
+#include <doctest/doctest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "apps/qzProcess.h"
+#include "support/qzTemporaryFolder.h"
+#include "support/qzTestMeshes.h"
+#include "toolkit/qzTestFiles.h"
+
+using namespace qzTest;
+
+namespace {
+
+// A corner named twice, a triangle that comes again turned over, one with a vertex that is not finite, and a vertex
+// that nobody uses.
+const std::string kBadMesh =
+    "v 0 0 0\nv 1 0 0\nv 0 1 0\nv nan 0 0\nv 9 9 inf\nv 0 0 0\nf 1 2 3\nf 1 3 2\nf 6 1 2\nf 1 2 4\n";
+
+}  // namespace
+
+TEST_CASE("whatever is wrong with a mesh is counted, with exit code 0") {
+  const TemporaryFolder folder;
+  const std::string name = folder.write("mesh.obj", kBadMesh);
+  const Outcome outcome = runQuery({"inspect", name, "--json"});
+  CHECK(outcome.exitCode == 0);
+  CHECK(outcome.error.empty());
+  const nlohmann::json answer = nlohmann::json::parse(outcome.output);
+  CHECK(answer["file"] == name);
+  CHECK(answer["triangles"] == 4);
+  CHECK(answer["degenerateTriangles"] == 1);
+  CHECK(answer["repeatedCornerTriangles"] == 1);
+  CHECK(answer["nonFiniteTriangles"] == 1);
+  CHECK(answer["duplicateTriangles"] == 1);
+  CHECK(answer["turnedDuplicateTriangles"] == 1);
+  CHECK(answer["edges"] == 3);
+  CHECK(answer["borderEdges"] == 0);
+  CHECK(answer["crowdedEdges"] == 0);
+  CHECK(answer["turnedEdges"] == 0);
+  CHECK(answer["vertices"] == 6);
+  CHECK(answer["unusedVertices"] == 1);
+  CHECK(answer["repeatedVertices"] == 1);
+  CHECK(answer["nonFiniteVertices"] == 2);
+  CHECK(answer["box"]["max"] == nlohmann::json({1.0, 1.0, 0.0}));
+  CHECK(answer["stepsAcross"] == 8388608.0);
+  CHECK(answer["estimate"]["sampleTriangles"] == 3);
+}
+
+TEST_CASE("people read the same numbers") {
+  const TemporaryFolder folder;
+  const std::string name = folder.write("mesh.obj", kBadMesh);
+  const Outcome outcome = runQuery({"inspect", name});
+  CHECK(outcome.exitCode == 0);
+  CHECK(outcome.error.empty());
+  const std::string expected =
+      "file        " + name +
+      "\n"
+      "triangles   4: 1 degenerate (1 with two corners at one place), 1 not finite\n"
+      "duplicates  1, 1 of them facing the other way\n"
+      "edges       3: 0 of one triangle, 0 of more than two, 0 of two that face different ways\n"
+      "vertices    6: 1 unused, 1 at the place of another one, 2 not finite\n"
+      "box         x 0 to 1, y 0 to 1, z 0 to 0\n"
+      "precision   at the largest coordinate floats are 1.19e-07 apart, so the longest side has 8.39e+06 steps\n"
+      "memory      about ";
+  CHECK(outcome.output.substr(0, expected.size()) == expected);
+  CHECK(outcome.output.find(" at the most while it is built, besides the mesh\nbuild time  about ") !=
+        std::string::npos);
+}
+
+TEST_CASE("the estimate of memory is what a small mesh takes") {
+  const TemporaryFolder folder;
+  const std::string name = folder.write("mesh.stl", asStlBytes(terrainMesh(40, 3)));
+  for (const char* builder : {"linear", "sah"}) {
+    CAPTURE(builder);
+    const auto info = nlohmann::json::parse(runQuery({"info", name, "--json", "--builder", builder}).output);
+    const auto answer = nlohmann::json::parse(runQuery({"inspect", name, "--json", "--builder", builder}).output);
+    CHECK(answer["estimate"]["bytes"] == info["bytes"]);
+    CHECK(answer["estimate"]["builder"] == builder);
+    CHECK(answer["estimate"]["buildSeconds"].get<double>() > 0.0);
+    CHECK((answer["estimate"].find("peakBytes") == answer["estimate"].end()) == (std::string(builder) == "sah"));
+    CHECK(answer["degenerateTriangles"] == info["degenerateTriangles"]);
+    CHECK(answer["repeatedVertices"].get<int>() == 3 * 3200 - 41 * 41);
+    CHECK(answer["borderEdges"] == 160);
+  }
+}
+
+TEST_CASE("of a mesh without a finite triangle there is nothing to estimate") {
+  const TemporaryFolder folder;
+  const std::string name = folder.write("mesh.obj", "v nan 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+  const Outcome outcome = runQuery({"inspect", name, "--json"});
+  CHECK(outcome.exitCode == 0);
+  const nlohmann::json answer = nlohmann::json::parse(outcome.output);
+  CHECK(answer["nonFiniteTriangles"] == 1);
+  CHECK(answer.find("box") == answer.end());
+  CHECK(answer.find("estimate") == answer.end());
+}
+
+TEST_CASE("a file that cannot be read is exit code 2") {
+  const TemporaryFolder folder;
+  const std::string name = folder.write("mesh.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 4\n");
+  const Outcome outcome = runQuery({"inspect", name, "--json"});
+  CHECK(outcome.exitCode == 2);
+  CHECK(outcome.output.empty());
+  CHECK(outcome.error == "qzquery: " + name + ":4: the face names vertex 4, the file has 3\n");
+}
