@@ -1,5 +1,5 @@
-# cmake -DPACKAGE=<where the package is> -DWORK=... [-DOPTIONS=...] [-DKIND=shared|static] -P: an outside project finds the
-# package, builds and runs. KIND says which kind of library it must have got.
+# cmake -DPACKAGE=<where the package is> -DWORK=... [-DOPTIONS=...] [-DKIND=shared|static] -P: an outside project finds
+# the package, builds and runs. KIND says which kind of library it must have got.
 include(${CMAKE_CURRENT_LIST_DIR}/qzNested.cmake)
 qz_configure(${CMAKE_CURRENT_LIST_DIR}/consumer ${WORK} -DQZ_REQUESTED_VERSION=3.0
   -DCMAKE_PREFIX_PATH=${PACKAGE} ${OPTIONS})

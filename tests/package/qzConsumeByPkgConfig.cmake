@@ -1,5 +1,5 @@
-# cmake -DLIBDIR=<where the libraries are> -DINCLUDEDIR=... -DKIND=shared|static -DWORK=... -DPKG_CONFIG=... -P: a program is
-# built with what pkg-config says about an installation, and runs. With -DSYSROOT=<folder> the installation is below that.
+# cmake -DLIBDIR=<where the libraries are> -DINCLUDEDIR=... -DKIND=shared|static -DWORK=... -DPKG_CONFIG=... -P: a program
+# is built with what pkg-config says about an installation, and runs. With -DSYSROOT=<folder> the installation is below that.
 include(${CMAKE_CURRENT_LIST_DIR}/qzNested.cmake)
 set(ENV{PKG_CONFIG_LIBDIR} ${LIBDIR}/pkgconfig)
 set(ENV{PKG_CONFIG_SYSROOT_DIR} ${SYSROOT})
