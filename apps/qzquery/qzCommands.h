@@ -27,4 +27,7 @@ void addInspectCommand(CLI::App& app, tOptions& options);
 void addRenderCommand(CLI::App& app, tOptions& options);
 void addCastCommand(CLI::App& app, tOptions& options);
 
+/// Makes app the whole of qzquery: its description, its own options and all subcommands.
+void addCommands(CLI::App& app, tOptions& options);
+
 }  // namespace qzQuery

@@ -38,10 +38,9 @@ int fail(const std::string& line) {
 
 }  // namespace
 
-int run(int argc, const char* const* argv) {
-  tOptions options;
-  const tLogSink logSink(options);
-  CLI::App app("Asks a triangle mesh in a file what it is, what a ray meets and what it looks like.", "qzquery");
+void addCommands(CLI::App& app, tOptions& options) {
+  app.name("qzquery");
+  app.description("Asks a triangle mesh in a file what it is, what a ray meets and what it looks like.");
   app.set_version_flag("--version", "qzquery " QZQUERY_VERSION);
   app.require_subcommand(1);
   app.footer(
@@ -51,6 +50,13 @@ int run(int argc, const char* const* argv) {
   addInspectCommand(app, options);
   addRenderCommand(app, options);
   addCastCommand(app, options);
+}
+
+int run(int argc, const char* const* argv) {
+  tOptions options;
+  const tLogSink logSink(options);
+  CLI::App app;
+  addCommands(app, options);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
