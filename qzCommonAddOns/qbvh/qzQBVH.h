@@ -1,8 +1,8 @@
 #pragma once
 // qzQBVH: a four-wide hierarchy over the triangles of one mesh, in rows of four lanes, for ray and hull queries.
 // It is a binary hierarchy with every second level left out: buildFromBVH converts any one over the mesh's triangles,
-// buildFromMesh builds one first. The object owns its arrays and keeps no reference to the mesh; every query is const
-// and keeps its state to itself, so any number may run at once.
+// buildFromMesh writes what becomes of the linear builder's. The object owns its arrays and keeps no reference to the
+// mesh; every query is const and keeps its state to itself, so any number may run at once.
 // A copy shares its source's arrays, and each destructor releases them: destroy only one of the two.
 // Source: Dammertz, Hanika and Keller 2008.
 
@@ -57,7 +57,7 @@ class QZ_COMMONADDONS_API qzQBVH {
   ///
   /// A NaN coordinate of a vertex is passed over by the boxes; rays never hit its triangle. Logs the linear builder's
   /// records.
-  /// Failure: a failed allocation of the binary hierarchy throws; one of the four-lane arrays goes unnoticed. -3
+  /// Failure: a failed allocation of working memory throws; one of the four-lane arrays goes unnoticed. -3
   /// indices or fewer throw std::length_error.
   /// Cost: linear in the number of triangles.
   /// Source: Lauterbach et al. 2009 and Dammertz, Hanika and Keller 2008.
