@@ -118,6 +118,7 @@ void qzQBVH::allocate(tQBVHDataFlags flags, unsigned noNodes, unsigned noQuadrup
   mNoQuadruplets = noQuadruplets;
   mNoNodes = noNodes;
   mIsNested = false;
+  mIsSnug = false;
 }
 
 // Fills the arrays. Every node and quadruplet has its place, so the order of the writes is free. Neighbours in the
@@ -129,6 +130,7 @@ struct qzQBVH::tConversion {
   const tPlaces mPlaces;
   // Whether every box so far lies within the one around it and is not inverted, by the lanes of tBoxLanes.
   __m128 mIsMinNested = allSet(), mIsMaxNested = allSet();
+  bool mIsSnug = true;  // whether every triangle so far lies within the box of its leaf
 
   tConversion(qzQBVH& qbvh, tQBVHDataFlags flags, const tBinaryTree& tree, const tMeshTriangles& triangles)
       : mQBVH(qbvh), mTree(tree), mTriangles(triangles), mPlaces(tree) {
@@ -208,6 +210,7 @@ struct qzQBVH::tConversion {
     static constexpr unsigned int kSize = 16;
     unsigned int mQuadruplets[kSize];
     unsigned int mCounts[kSize];  // triangles in a quadruplet
+    unsigned int mLeaves[kSize];  // binary leaves
     tSOATriangleVertices mCorners[kSize];
     unsigned int mNb = 0;
   };
@@ -220,11 +223,12 @@ struct qzQBVH::tConversion {
       const tPlaces::tLeaf& leaf = leaves[i];
       unsigned int quadruplet = mPlaces.mQuadStart[leaf.mNumber];
       for (unsigned int p = 0; p < leaf.mCount; p += 4) {
-        fetchQuadruplet(batch, quadruplet++, leaf.mStart + p, leaf.mCount - p < 4 ? leaf.mCount - p : 4);
+        fetchQuadruplet(batch, quadruplet++, leaf.mNumber, leaf.mStart + p, leaf.mCount - p < 4 ? leaf.mCount - p : 4);
         if (batch.mNb == tBatch::kSize) fillBatch(batch);
       }
     }
     fillBatch(batch);
+    mQBVH.mIsSnug = mIsSnug && (mQBVH.mFlags & eTrianglesVertices) != 0;
   }
 
   // Sends for the indices of the first triangles of a leaf.
@@ -234,10 +238,12 @@ struct qzQBVH::tConversion {
   }
 
   // Up to four triangles into the lanes, padding into the rest.
-  void fetchQuadruplet(tBatch& batch, unsigned int quadruplet, unsigned int start, unsigned int count) {
+  void fetchQuadruplet(tBatch& batch, unsigned int quadruplet, unsigned int leaf, unsigned int start,
+                       unsigned int count) {
     tSOATriangleIndices& numbers = mQBVH.mTriangleIndices[quadruplet];
     tSOATriangleVertices& corners = batch.mCorners[batch.mNb];
     batch.mQuadruplets[batch.mNb] = quadruplet;
+    batch.mLeaves[batch.mNb] = leaf;
     batch.mCounts[batch.mNb++] = count;
     if (count < 4) corners = {};
     for (unsigned int lane = 0; lane < 4; ++lane) {
@@ -255,13 +261,30 @@ struct qzQBVH::tConversion {
   void fillBatch(tBatch& batch) {
     for (unsigned int i = 0; i < batch.mNb; ++i) {
       const unsigned int quadruplet = batch.mQuadruplets[i];
-      if (mQBVH.mFlags & eTrianglesVertices) mQBVH.mTriangleVertices[quadruplet] = batch.mCorners[i];
+      if (mQBVH.mFlags & eTrianglesVertices) {
+        mQBVH.mTriangleVertices[quadruplet] = batch.mCorners[i];
+        checkSnugness(batch.mCorners[i], batch.mCounts[i], mTree.mNodes[batch.mLeaves[i]].getBBox());
+      }
       if (mQBVH.mFlags & eTrianglesEquations) {
         const tPoints corners[3] = {load(batch.mCorners[i], 0), load(batch.mCorners[i], 1), load(batch.mCorners[i], 2)};
         qzDetail::fillEquations(mQBVH.mTriangleEquations[quadruplet], corners, batch.mCounts[i]);
       }
     }
     batch.mNb = 0;
+  }
+
+  // Of the first count lanes; a NaN lies nowhere.
+  void checkSnugness(const tSOATriangleVertices& corners, unsigned int count, const qzBBox& box) {
+    __m128 isWithin = allSet();
+    for (int axis = 0; axis < 3; ++axis) {
+      const __m128 min = _mm_set1_ps(box.getMinPoint()[axis]), max = _mm_set1_ps(box.getMaxPoint()[axis]);
+      for (const auto& corner : corners.mVertex) {
+        const __m128 row = _mm_load_ps(corner[axis]);
+        isWithin = _mm_and_ps(isWithin, _mm_and_ps(_mm_cmpge_ps(row, min), _mm_cmple_ps(row, max)));
+      }
+    }
+    const int lanes = (1 << count) - 1;
+    mIsSnug &= (_mm_movemask_ps(isWithin) & lanes) == lanes;
   }
 
   static tPoints load(const tSOATriangleVertices& corners, int corner) {

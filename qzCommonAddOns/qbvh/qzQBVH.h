@@ -211,6 +211,9 @@ class QZ_COMMONADDONS_API qzQBVH {
   /// Set by a build when no box is inverted or holds a NaN and all lie within their parents: queries may then leave
   /// out more. allocate takes it back; a derived class that changes boxes after a build has to do so, too.
   bool mIsNested = false;
+  /// Set by a build with eTrianglesVertices when every triangle lies within the box of its leaf. allocate takes it
+  /// back; a derived class that changes boxes or triangles after a build has to do so, too.
+  bool mIsSnug = false;
 
  private:
   struct tConversion;

@@ -134,6 +134,7 @@ struct qzQBVH::tMeshBuild {
   tSortedCorners mCorners;
   tFourWidePlan& mPlan;
   __m128 mIsUpright = _mm_castsi128_ps(_mm_set1_epi32(-1));  // whether no leaf's box is inverted, by axis
+  __m128 mIsNumber = mIsUpright;                             // whether no coordinate is NaN, by lane
 
   // A binary node that waits for the other half of its split: as the lane that it takes itself, and as the two lanes
   // that stand for it in the node above, which are its children's if it is an inner node of odd depth.
@@ -166,6 +167,8 @@ struct qzQBVH::tMeshBuild {
     }
     // Inner boxes are unions, so nothing but an inverted leaf can lie outside of what is around it.
     mQBVH.mIsNested = mQBVH.mNoNodes == 0 || (_mm_movemask_ps(mIsUpright) & 7) == 7;
+    // A box goes around all of its triangles but for what is NaN.
+    mQBVH.mIsSnug = (mQBVH.mFlags & eTrianglesVertices) != 0 && _mm_movemask_ps(mIsNumber) == 0xF;
     if (!mQBVH.computeRootNodeBBox()) mQBVH.mRootBBox = halves[0].mBox.toBBox();
   }
 
@@ -239,7 +242,11 @@ struct qzQBVH::tMeshBuild {
     }
     if (mQBVH.mFlags & eTrianglesVertices) {
       float(*vertices)[3][4] = mQBVH.mTriangleVertices[quadruplet].mVertex;
-      for (int c = 0; c < 3; ++c) storeRows(vertices[c], points[c].x, points[c].y, points[c].z);
+      for (int c = 0; c < 3; ++c) {
+        storeRows(vertices[c], points[c].x, points[c].y, points[c].z);
+        mIsNumber = _mm_and_ps(mIsNumber, _mm_cmpord_ps(points[c].x, points[c].y));
+        mIsNumber = _mm_and_ps(mIsNumber, _mm_cmpord_ps(points[c].z, points[c].z));
+      }
     }
     if (mQBVH.mFlags & eTrianglesEquations) {
       qzDetail::fillEquations(mQBVH.mTriangleEquations[quadruplet], points, count);

@@ -3,6 +3,7 @@
 #include <qzCommonAddOns/qzDetail/qzFloatMode.h>
 #include <qzCommonAddOns/qzDetail/qzLogRecord.h>
 #include <qzCommonAddOns/qzDetail/qzPrefetch.h>
+#include <qzCommonAddOns/qzDetail/qzRegionBox.h>
 
 #include <emmintrin.h>
 
@@ -122,9 +123,10 @@ struct qzQBVH::tHullQuery {
   };
 
   // For one plane and three axes, the rows of a node with the box's corner farthest outside and that farthest inside,
-  // counted in floats.
+  // counted in floats. The fourth entries are for nothing.
   struct tCorners {
-    unsigned int mOuter[3], mInner[3];
+    alignas(16) int mOuter[4];
+    alignas(16) int mInner[4];
   };
 
   static constexpr int kStackSize = 128;  // a tree of our own builders needs 3 entries a level, up to 32 levels
@@ -134,45 +136,58 @@ struct qzQBVH::tHullQuery {
   const qzQBVH& mQBVH;
   const tPlane* mPlanes;
   const unsigned int mNbPlanes;
-  const bool mHasModeratePlanes;
-  const bool mIsOrderly;  // boxes and planes are such that judgeOrderly holds
+  bool mHasModeratePlanes, mIsOriginInside;
+  bool mIsOrderly;     // boxes and planes are such that judgeOrderly holds
+  bool mHasRegionBox;  // and judgeNear
+  qzDetail::tRegionBox mRegionBox;
   tCorners mCorners[kMaxCorners];
   tPolygon mPolygon;
 
   tHullQuery(const qzQBVH& qbvh, const tPlane* planes, unsigned int nbPlanes)
-      : mQBVH(qbvh),
-        mPlanes(planes),
-        mNbPlanes(nbPlanes),
-        mHasModeratePlanes(arePlanesModerate()),
-        mIsOrderly(mHasModeratePlanes && nbPlanes <= kMaxCorners && qbvh.mIsNested && isModerate(qbvh.mRootBBox)) {
-    if (mIsOrderly) findCorners();
-  }
-
-  bool arePlanesModerate() const {
-    bool result = true;
-    for (unsigned int i = 0; i < mNbPlanes; ++i) {
-      for (const float* coefficient : mPlanes[i].mCoefficient) result &= std::fabs(*coefficient) <= kModerate;
-    }
-    return result;
-  }
-
-  static bool isModerate(const qzBBox& box) {
-    bool result = true;
+      : mQBVH(qbvh), mPlanes(planes), mNbPlanes(nbPlanes) {
+    readPlanes();
+    const Wm4::Vector3<float> min = qbvh.mRootBBox.getMinPoint(), max = qbvh.mRootBBox.getMaxPoint();
+    float reach = 0.0f, extent = 0.0f;
+    bool isModerate = mHasModeratePlanes;
     for (int axis = 0; axis < 3; ++axis) {
-      result &= box.getMinPoint()[axis] >= -kModerate;
-      result &= box.getMaxPoint()[axis] <= kModerate;
+      isModerate &= min[axis] >= -kModerate && max[axis] <= kModerate;
+      reach = std::max(reach, std::max(-min[axis], max[axis]));
+      extent = std::max(extent, max[axis] - min[axis]);
     }
-    return result;
+    mIsOrderly = isModerate && nbPlanes <= kMaxCorners && qbvh.mIsNested;
+    // Padding triangles are at the origin, not within the box of their leaf.
+    mHasRegionBox = mIsOrderly && qbvh.mIsSnug && !mIsOriginInside && nbPlanes == 6 && isSmall(0.125f * extent);
+    if (mHasRegionBox) mRegionBox.setAround(planes, reach);
   }
 
-  void findCorners() {
+  void readPlanes() {
+    __m128 isModerate = _mm_castsi128_ps(_mm_set1_epi32(-1)), isPositive = isModerate;
     for (unsigned int i = 0; i < mNbPlanes; ++i) {
-      for (unsigned int axis = 0; axis < 3; ++axis) {
-        const bool isNegative = mPlanes[i].mCoefficient[axis][0] < 0.0f;
-        mCorners[i].mOuter[axis] = 4 * (isNegative ? 3 + axis : axis);
-        mCorners[i].mInner[axis] = 4 * (isNegative ? axis : 3 + axis);
-      }
+      const float(*p)[4] = mPlanes[i].mCoefficient;
+      const __m128 plane = _mm_movelh_ps(_mm_unpacklo_ps(_mm_load_ps(p[0]), _mm_load_ps(p[1])),
+                                         _mm_unpacklo_ps(_mm_load_ps(p[2]), _mm_load_ps(p[3])));  // a b c d
+      const __m128 magnitude = _mm_andnot_ps(_mm_set1_ps(-0.0f), plane);
+      isModerate = _mm_and_ps(isModerate, _mm_cmple_ps(magnitude, _mm_set1_ps(kModerate)));
+      isPositive = _mm_and_ps(isPositive, _mm_cmpgt_ps(plane, _mm_setzero_ps()));
+      if (i >= kMaxCorners) continue;
+      const __m128i toOther = _mm_and_si128(_mm_srai_epi32(_mm_castps_si128(plane), 31), _mm_set1_epi32(3 * 4));
+      const __m128i min = _mm_setr_epi32(0, 4, 8, 0), max = _mm_add_epi32(min, _mm_set1_epi32(3 * 4));
+      _mm_store_si128(reinterpret_cast<__m128i*>(mCorners[i].mOuter), _mm_add_epi32(min, toOther));
+      _mm_store_si128(reinterpret_cast<__m128i*>(mCorners[i].mInner), _mm_sub_epi32(max, toOther));
     }
+    mHasModeratePlanes = _mm_movemask_ps(isModerate) == 0xF;
+    mIsOriginInside = (_mm_movemask_ps(isPositive) & 8) != 0;
+  }
+
+  // Whether the planes of each pair, if they are opposite and parallel, are no farther apart than that.
+  bool isSmall(float distance) const {
+    bool result = true;
+    for (unsigned int i = 0; i < 6; i += 2) {
+      const float(*p)[4] = mPlanes[i].mCoefficient;
+      const float size = std::max(std::max(std::fabs(p[0][0]), std::fabs(p[1][0])), std::fabs(p[2][0]));
+      result &= p[3][0] + mPlanes[i + 1].mCoefficient[3][0] <= distance * size;
+    }
+    return result;
   }
 
   bool run() { return mQBVH.mNoNodes != 0 ? walk({0, kInnerChild}) : testLeaf({0, mQBVH.mNoQuadruplets}); }
@@ -189,7 +204,7 @@ struct qzQBVH::tHullQuery {
         continue;
       }
       const tSOANode& node = mQBVH.mNodes[child.mIndex];
-      const tVerdict verdict = mIsOrderly ? judgeOrderly(node) : judge(node);
+      const tVerdict verdict = mHasRegionBox ? judgeNear(node) : mIsOrderly ? judgeOrderly(node) : judge(node);
       if (verdict.mInside != 0) return true;
       if (size + 4 <= kStackSize) {
         size += listChildren(node, verdict, stack + size);
@@ -251,8 +266,31 @@ struct qzQBVH::tHullQuery {
     return verdict;
   }
 
+  // The same verdict where there is a region box.
+  tVerdict judgeNear(const tSOANode& node) const {
+    const float* rows = reinterpret_cast<const float*>(&node);
+    tVerdict verdict;
+    verdict.mInside = 0;
+    verdict.mOpen = filledLanes(node) & ~_mm_movemask_ps(mRegionBox.isApart(rows));
+    if (verdict.mOpen == 0) return verdict;
+    __m128 leastInner = _mm_set1_ps(std::numeric_limits<float>::infinity());
+    for (unsigned int i = 0; i < 6; ++i) {
+      leastInner = _mm_min_ps(leastInner, cornerDistance(rows, mCorners[i].mInner, mPlanes[i]));
+    }
+    verdict.mOpen &= ~_mm_movemask_ps(_mm_cmplt_ps(leastInner, _mm_setzero_ps()));
+    if ((verdict.mOpen & ~_mm_movemask_ps(mRegionBox.reachesOut(rows))) != 0) {
+      __m128 leastOuter = _mm_set1_ps(std::numeric_limits<float>::infinity());
+      for (unsigned int i = 0; i < 6; ++i) {
+        leastOuter = _mm_min_ps(leastOuter, cornerDistance(rows, mCorners[i].mOuter, mPlanes[i]));
+      }
+      verdict.mInside = verdict.mOpen & _mm_movemask_ps(_mm_cmpgt_ps(leastOuter, _mm_setzero_ps()));
+    }
+    _mm_store_ps(verdict.mDepth, leastInner);
+    return verdict;
+  }
+
   // In the order of judge.
-  static __m128 cornerDistance(const float* rows, const unsigned int* corner, const tPlane& plane) {
+  static __m128 cornerDistance(const float* rows, const int* corner, const tPlane& plane) {
     const float(*p)[4] = plane.mCoefficient;
     const __m128 x = _mm_mul_ps(_mm_load_ps(p[0]), _mm_load_ps(rows + corner[0]));
     const __m128 y = _mm_mul_ps(_mm_load_ps(p[1]), _mm_load_ps(rows + corner[1]));

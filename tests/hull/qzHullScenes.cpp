@@ -103,11 +103,12 @@ void HullQBVH::setLane(unsigned int node, int lane, const qzBBox& box, unsigned 
   }
   mNodes[node].mChildIndex[lane] = index;
   mNodes[node].mChildQuadruplets[lane] = quadruplets;
-  mIsNested = false;  // whatever was known of the boxes
+  mIsNested = mIsSnug = false;  // whatever was known of the boxes
 }
 
 void HullQBVH::setTriangle(unsigned int quadruplet, int lane, const Point& v0, const Point& v1, const Point& v2) {
   const Point* vertices[3] = {&v0, &v1, &v2};
+  mIsSnug = false;  // whatever was known of the triangles
   for (int v = 0; v < 3; ++v) {
     for (int axis = 0; axis < 3; ++axis) mTriangleVertices[quadruplet].mVertex[v][axis][lane] = (*vertices[v])[axis];
   }
