@@ -132,6 +132,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const qz::qzTriMesh mesh = input.mesh(64);
   const qzGenericBVH bvh = HierarchyMaker(input, mesh).make();
   const qzFuzz::BothQBVH hierarchy(flags, bvh, mesh);
-  hierarchy.askAll(input);
+  hierarchy.askAll(input, mesh);
   return 0;
 }

@@ -119,7 +119,8 @@ std::optional<std::vector<std::string>> commandLineOf(Input& input) {
     arguments.push_back(argumentOf(input));
     const std::string& argument = arguments.back();
     if (argument.find('/') != std::string::npos || pixelsOf(argument) > 256.0) return std::nullopt;
-    hasSize |= argument.compare(0, 6, "--size") == 0;
+    const std::string& previous = arguments[arguments.size() - 2];  // an option may take the next one for its value
+    hasSize |= argument.compare(0, 6, "--size") == 0 && previous.compare(0, 1, "-") != 0;
   }
   if (arguments.size() > 1 && arguments[1] == "render" && !hasSize)
     arguments.insert(arguments.begin() + 2, "--size=8x6");

@@ -70,7 +70,14 @@ qz::qzTriMesh Input::mesh(std::uint32_t maxNbTriangles) {
   std::vector<Point> vertices(1 + below(64));
   for (Point& vertex : vertices) vertex = point();
   std::vector<int> indices(3 * (1 + below(maxNbTriangles)));
-  for (int& index : indices) index = static_cast<int>(byte() % vertices.size());
+  for (std::size_t t = 0; t < indices.size(); t += 3) {
+    const std::uint8_t first = byte();
+    const std::size_t same = first >= 224 && t > 0 ? 3 * (byte() % (t / 3)) : t;
+    if (same == t) indices[t] = static_cast<int>(first % vertices.size());
+    for (std::size_t k = same == t ? 1 : 0; k < 3; ++k) {
+      indices[t + k] = same == t ? static_cast<int>(byte() % vertices.size()) : indices[same + k];
+    }
+  }
   return qz::qzTriMesh(qz::qzVertexBuffer(std::move(vertices)), qz::qzIndexBuffer(std::move(indices)));
 }
 

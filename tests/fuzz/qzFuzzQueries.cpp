@@ -29,6 +29,15 @@ qzGenericBVH plainLinearBVH(const qz::qzTriMesh& mesh, unsigned int maxLeafSize)
   return bvh;
 }
 
+/// To a corner, an edge or any point of a triangle, or one a little beside it.
+Point towardsTriangle(Input& input, const qz::qzTriMesh& mesh, const Point& origin) {
+  const unsigned int triangle = input.byte() % qzTest::nbTrianglesOf(mesh);
+  const float u = static_cast<float>(input.byte() % 18) * 0.0625f, v = static_cast<float>(input.byte() % 18) * 0.0625f;
+  Point direction = qzTest::pointOn(mesh, triangle, u, v);
+  for (int axis = 0; axis < 3; ++axis) direction[axis] -= origin[axis];
+  return direction;
+}
+
 void expectSame(const char* query, const Ray& ray, const Answer& library, const Answer& plain) {
   if (sameAnswer(library, plain)) return;
   std::ostringstream text;
@@ -74,7 +83,7 @@ void BothQBVH::askHull(const std::vector<Plane>& planes) const {
        (answer ? "library's" : "plain one"));
 }
 
-void BothQBVH::askAll(Input& input) const {
+void BothQBVH::askAll(Input& input, const qz::qzTriMesh& mesh) const {
   for (int i = 0; i < 2 || (i < 64 && !input.isUsedUp()); ++i) {
     const std::uint8_t kind = input.byte();
     if (kind >= 192) {
@@ -86,7 +95,7 @@ void BothQBVH::askAll(Input& input) const {
     Ray ray;
     ray.policy = kPolicies[kind % 5];
     ray.origin = input.point();
-    ray.direction = input.point();
+    ray.direction = (kind >> 3) % 2 == 0 ? input.point() : towardsTriangle(input, mesh, ray.origin);
     if (kind % 2 != 0) ray.tMin = input.number();
     if (kind % 4 >= 2) ray.t = input.number();
     cast(ray);

@@ -20,8 +20,8 @@ class BothQBVH {
   /// Casts a ray both ways, by the library's queries and every one of its walks. Findings: any bit that differs.
   void cast(const qzTest::Ray& ray) const;
   void askHull(const std::vector<Plane>& planes) const;
-  /// Rays and plane sets until the input is used up, a few at least.
-  void askAll(Input& input) const;
+  /// Rays, every other one aimed at a triangle of mesh, and plane sets until the input is used up, a few at least.
+  void askAll(Input& input, const qz::qzTriMesh& mesh) const;
 
  private:
   qzTest::OpenQBVH mLibrary;

@@ -23,6 +23,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const qzFuzz::BothQBVH converted(flags, builders.tree(), mesh);
 
   const qzFuzz::BothQBVH hierarchy(flags, mesh, leafSize);
-  hierarchy.askAll(input);
+  hierarchy.askAll(input, mesh);
   return 0;
 }
