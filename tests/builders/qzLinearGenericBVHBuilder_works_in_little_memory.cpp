@@ -10,6 +10,7 @@
 #include <doctest/doctest.h>
 #if defined(__GLIBC__)
 #include <malloc.h>
+#include <sys/prctl.h>
 #endif
 
 #include <algorithm>
@@ -126,6 +127,7 @@ TEST_CASE("what a build holds comes from operator new, so the figures leave noth
   const LogCapture quiet(false);
   const CancelAtPoll never(CancelAtPoll::kNever);
   mallopt(M_MMAP_THRESHOLD, 1 << 17);  // large blocks go back to the system as soon as they are released
+  REQUIRE(prctl(PR_SET_THP_DISABLE, 1, 0, 0, 0) == 0);  // large pages, 2 MB each, would count as a whole
   const BoxContainer container(randomPoints(1000000));
   for (const auto* cancel : {static_cast<const CancelAtPoll*>(nullptr), &never}) {
     qzLinearGenericBVHBuilder builder;
@@ -140,5 +142,6 @@ TEST_CASE("what a build holds comes from operator new, so the figures leave noth
     CHECK(grown <= heap.peak() + 3000000);
     MESSAGE("asked for ", heap.peak(), " bytes, in use ", grown);
   }
+  prctl(PR_SET_THP_DISABLE, 0, 0, 0, 0);
 }
 #endif
