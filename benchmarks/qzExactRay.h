@@ -10,9 +10,9 @@ namespace qzBench {
 
 /// A point that a ray and a triangle have in common.
 struct qzCrossing {
-  double mDistance;   ///< in lengths of the direction, right to 1e-9 of it, and to 1e-15 on an edge
+  double mDistance;  ///< in lengths of the direction, right to 1e-9 of it, and to 1e-15 on an edge
   double mCosine;    ///< of the angle between ray and normal, its sign exact
-  bool mIsOnEdge;     ///< exactly
+  bool mIsOnEdge;    ///< exactly
   int mTriangle;
 };
 

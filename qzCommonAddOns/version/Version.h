@@ -1,6 +1,6 @@
 #pragma once
-// qzCommonAddOns::Version: which build of the library is loaded. Constants of the build; every text lives as long as the
-// library is loaded and is not the caller's to free. Any thread may ask.
+// qzCommonAddOns::Version: which build of the library is loaded. Constants of the build; every text lives as long as
+// the library is loaded and is not the caller's to free. Any thread may ask.
 
 #include <qzCommonAddOns/qzApi.h>
 

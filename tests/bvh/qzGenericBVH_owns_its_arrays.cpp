@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "bvh/qzOpenGenericBVH.h"
-#include "support/qzHeapWatch.h"
 #include "support/qzBits.h"
+#include "support/qzHeapWatch.h"
 
 using namespace qzTest;
 

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "plain/qzPlainBBox.h"
-#include "support/qzHeapWatch.h"
 #include "support/qzBits.h"
+#include "support/qzHeapWatch.h"
 #include "support/qzPrivateAccess.h"
 #include "support/qzTestMeshes.h"
 

@@ -3,8 +3,8 @@
 #include <doctest/doctest.h>
 
 #include "qbvh/qzOpenQBVH.h"
-#include "support/qzHeapWatch.h"
 #include "support/qzBits.h"
+#include "support/qzHeapWatch.h"
 #include "support/qzObservers.h"
 #include "support/qzTestMeshes.h"
 

@@ -3,8 +3,8 @@
 #include "builders/qzScenes.h"
 #include "qbvh/qzCallersFloatMode.h"
 #include "sah/qzBothSAHBuilders.h"
-#include "support/qzHeapWatch.h"
 #include "support/qzBits.h"
+#include "support/qzHeapWatch.h"
 
 using namespace qzTest;
 
