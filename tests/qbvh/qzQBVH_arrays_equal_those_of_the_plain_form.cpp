@@ -5,6 +5,7 @@
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
 
+#include <cmath>
 #include <memory>
 
 #include "qbvh/qzCallersFloatMode.h"
@@ -140,6 +141,30 @@ TEST_CASE("vertices that are infinite, huge, tiny or NaN go through the arithmet
     }
     const qz::qzTriMesh mesh = meshOfCorners(corners);
     CHECK(differenceOfConversions(3, randomBVH(mesh, 5, eOddBoxes, random), mesh, withNaN ? eAnyNaN : eSameNaN) == "");
+  }
+}
+
+TEST_CASE("builds from meshes with zeros of either sign and NaN among their vertices are those of the plain form") {
+  // Which zero a box keeps, and that it keeps no NaN, is decided by the operands of minimum and maximum.
+  for (std::uint32_t seed = 1; seed <= 200; ++seed) {
+    CAPTURE(seed);
+    Random random(seed);
+    const bool withNaN = seed % 2 == 0;
+    std::vector<Point> corners;
+    for (int i = 0; i < 90; ++i) {
+      Point p;
+      for (int axis = 0; axis < 3; ++axis) {
+        const std::uint32_t kind = random.below(8);
+        p[axis] = kind < 2 ? 0.0f : kind < 4 ? -0.0f : kind == 4 && withNaN ? std::nanf("") : random.unit();
+      }
+      corners.push_back(p);
+    }
+    const qz::qzTriMesh mesh = meshOfCorners(corners);
+    const unsigned int leafSize = 1 + random.below(9);
+    OpenQBVH library;
+    buildFromMesh(library, kBothArrays, mesh, leafSize);
+    const qzPlain::tQBVH plain = qzPlain::convert(kBothArrays, linearBVH(mesh, leafSize), mesh);
+    CHECK(difference(library, plain, withNaN ? eAnyNaN : eSameNaN) == "");
   }
 }
 
