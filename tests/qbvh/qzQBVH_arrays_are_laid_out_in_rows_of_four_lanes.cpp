@@ -506,3 +506,17 @@ TEST_CASE("without a node the root box stays as it is and computeRootNodeBBox sa
   CHECK(!hierarchy.computeRootNodeBBox());
   CHECK(sameBits(hierarchy.mRootBBox, boxNumber(3)));
 }
+
+TEST_CASE("a build from a mesh notes nested boxes, unless a leaf holds nothing but NaN") {
+  std::vector<Point> corners;
+  for (int i = 0; i < 8; ++i) {
+    const float x = static_cast<float>(i);
+    corners.insert(corners.end(), {Point(x, 0.0f, 0.0f), Point(x + 1.0f, 0.0f, 0.0f), Point(x, 1.0f, 0.0f)});
+  }
+  OpenQBVH library;
+  buildFromMesh(library, qzQBVH::eTrianglesEquations, meshOfCorners(corners), 1);
+  CHECK(library.rows().mIsNested);
+  for (int corner = 0; corner < 3; ++corner) corners[corner] = Point(kNaN, 0.0f, 0.0f);
+  buildFromMesh(library, qzQBVH::eTrianglesEquations, meshOfCorners(corners), 1);
+  CHECK(!library.rows().mIsNested);
+}
