@@ -2,6 +2,7 @@
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <toolkit/qzChildProcess.h>
+#include <toolkit/qzInterruption.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -32,7 +33,8 @@ std::size_t memoryInUse() {
 
 /// In the new process: whatever happens ends it, quietly.
 void prepare(const qzChildProcess::tLimits& limits) {
-  for (int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGXCPU, SIGPIPE}) std::signal(signal, SIG_DFL);
+  for (int signal : {SIGINT, SIGTERM, SIGHUP, SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGXCPU, SIGPIPE})
+    std::signal(signal, SIG_DFL);
   sigset_t none;
   sigemptyset(&none);
   sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -93,6 +95,7 @@ void qzChildProcess::read(void* bytes, std::size_t size) {
   char* next = static_cast<char*>(bytes);
   while (size > 0) {
     const ssize_t count = ::read(mInput, next, size);
+    checkInterruption();
     if (count < 0 && errno == EINTR) continue;
     if (count <= 0) fail();
     next += count;

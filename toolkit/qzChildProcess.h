@@ -42,7 +42,8 @@ class qzChildProcess {
   qzChildProcess(const qzChildProcess&) = delete;
   qzChildProcess& operator=(const qzChildProcess&) = delete;
 
-  /// Waits for the next size bytes that the work writes. Throws a tFailure when the process has ended without them.
+  /// Waits for the next size bytes that the work writes. Throws a tFailure when the process has ended without them;
+  /// asks checkInterruption() on the way.
   void read(void* bytes, std::size_t size);
 
  private:

@@ -1,4 +1,5 @@
 #include <toolkit/qzError.h>
+#include <toolkit/qzInterruption.h>
 #include <toolkit/qzLines.h>
 #include <toolkit/qzNumber.h>
 
@@ -8,6 +9,7 @@ namespace qzToolkit {
 
 bool qzLines::next() {
   while (!mText.empty()) {
+    checkInterruption();
     const std::size_t end = mText.find('\n');
     mLine = mText.substr(0, end);
     mText.remove_prefix(end == std::string_view::npos ? mText.size() : end + 1);

@@ -15,7 +15,7 @@ class qzLines {
   /// name  of the file, for messages; it and text must outlive the object
   qzLines(const std::string& name, std::string_view text) : mName(name), mText(text) {}
 
-  /// Moves on to the next line that has something on it; false at the end.
+  /// Moves on to the next line that has something on it; false at the end. Asks checkInterruption() for every line.
   bool next();
 
   std::string_view line() const { return mLine; }

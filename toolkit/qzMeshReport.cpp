@@ -1,4 +1,5 @@
 #include <tbb/parallel_sort.h>
+#include <toolkit/qzInterruption.h>
 #include <toolkit/qzMeshReport.h>
 
 #include <algorithm>
@@ -26,6 +27,7 @@ bool isFinite(const Wm4::Vector3<float>& v) {
 template <class tElement, class tAlike, class tFunction>
 void forEachRun(const std::vector<tElement>& elements, const tAlike& alike, const tFunction& function) {
   for (auto begin = elements.begin(); begin != elements.end();) {
+    checkInterruption();
     const auto end = std::find_if(begin, elements.end(), [&](const tElement& e) { return !alike(*begin, e); });
     function(begin, end);
     begin = end;
@@ -158,6 +160,7 @@ qzMeshReport inspectMesh(const qz::qzTriMesh& mesh) {
   std::vector<tFace> faces;
   faces.reserve(report.mNbTriangles);
   for (std::size_t triangle = 0; triangle < report.mNbTriangles; ++triangle) {
+    checkInterruption();
     const int* const corners = cornersOf(mesh, triangle);
     bool isInRange = true, isWhole = true;
     int places[3] = {};

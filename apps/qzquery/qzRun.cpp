@@ -2,6 +2,7 @@
 
 #include <qzSystem/qzLog.h>
 #include <toolkit/qzError.h>
+#include <toolkit/qzInterruption.h>
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -45,7 +46,9 @@ void addCommands(CLI::App& app, tOptions& options) {
   app.require_subcommand(1);
   app.footer(
       "Exit codes: 0 when all was done; 2 when the command line or a file is no good, or something cannot be written, "
-      "after one line that says why, and with no file half-written.");
+      "after one line that says why; 130 after Ctrl-C (and as much for SIGTERM and SIGHUP: 128 and the signal's "
+      "number). "
+      "No file is left half-written.");
   addInfoCommand(app, options);
   addInspectCommand(app, options);
   addRenderCommand(app, options);
@@ -61,6 +64,9 @@ int run(int argc, const char* const* argv) {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return error.get_exit_code() == 0 ? app.exit(error) : fail(error.what());  // 0: --help or --version
+  } catch (const qzToolkit::qzInterrupted& interruption) {
+    fail(interruption.what());
+    return 128 + qzToolkit::qzInterruption::Signal();
   } catch (const std::bad_alloc&) {
     return fail("not enough memory");
   } catch (const std::exception& error) {

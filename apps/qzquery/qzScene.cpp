@@ -2,6 +2,7 @@
 
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
+#include <toolkit/qzInterruption.h>
 #include <toolkit/qzMeshFile.h>
 #include <toolkit/qzSAHFeeder.h>
 
@@ -48,11 +49,8 @@ qzScene::qzScene(const std::string& meshName, const tOptions& options)
 
 double buildHierarchy(const qz::qzTriMesh& mesh, const tOptions& options, qzToolkit::qzVisitCounter& hierarchy) {
   const double start = now();
-  if (options.mBuilder == tBuilder::eLinear) {
-    hierarchy.buildFromMesh(qzQBVH::eTrianglesEquations, mesh, options.mLeafSize);
-  } else {
-    hierarchy.buildFromBVH(qzQBVH::eTrianglesEquations, buildBinaryHierarchy(mesh, options), mesh);
-  }
+  // qzQBVH::buildFromMesh makes the same in one go and sooner, but cannot be stopped.
+  hierarchy.buildFromBVH(qzQBVH::eTrianglesEquations, buildBinaryHierarchy(mesh, options), mesh);
   return now() - start;
 }
 
@@ -61,8 +59,11 @@ qzGenericBVH buildBinaryHierarchy(const qz::qzTriMesh& mesh, const tOptions& opt
   if (options.mBuilder == tBuilder::eLinear) {
     qzLinearGenericBVHBuilder builder;
     builder.setMaxPrimitivesPerLeaf(options.mLeafSize);
-    builder.build(qzBVHTriangleContainer(mesh), bvh, nullptr, kBitsPerAxis);
+    const qzToolkit::qzInterruption interruption;
+    if (!builder.build(qzBVHTriangleContainer(mesh), bvh, &interruption, kBitsPerAxis))
+      throw qzToolkit::qzInterrupted();
   } else {
+    const qzToolkit::qzSuddenInterruption sudden;  // nothing is being written here
     qzToolkit::qzSAHFeeder feeder;
     feeder.setMesh(mesh);
     feeder.build(bvh);

@@ -29,7 +29,8 @@ class qzScene {
   qzToolkit::qzVisitCounter mHierarchy;
 };
 
-/// Builds the four-wide hierarchy that options ask for; returns the seconds that it took.
+/// Builds the four-wide hierarchy that options ask for; returns the seconds that it took. Throws a qzInterrupted when a
+/// signal asks to stop, as the function below does.
 double buildHierarchy(const qz::qzTriMesh& mesh, const tOptions& options, qzToolkit::qzVisitCounter& hierarchy);
 
 /// The binary hierarchy that options ask for, over the triangles of a mesh. A qzScene converts it.

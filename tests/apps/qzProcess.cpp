@@ -1,6 +1,7 @@
 #include "apps/qzProcess.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -57,6 +58,31 @@ Outcome runQuery(const std::vector<std::string>& arguments, const std::string& i
   const int errorFile = openOrThrow(folder.path("error"), O_WRONLY | O_CREAT | O_CLOEXEC);
   const int exitCode = waitFor(start(arguments, inputFile, outputFile, errorFile));
   return {exitCode, outputName.empty() ? folder.read("output") : "", folder.read("error")};
+}
+
+Outcome runQueryUntil(const std::string& line, int signal, const std::vector<std::string>& arguments,
+                      const std::string& input) {
+  int inputEnds[2], errorEnds[2];
+  if (::pipe2(inputEnds, O_CLOEXEC) != 0 || ::pipe2(errorEnds, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+  const pid_t child = start(arguments, inputEnds[0], openOrThrow("/dev/null", O_WRONLY | O_CLOEXEC), errorEnds[1]);
+  if (::write(inputEnds[1], input.data(), input.size()) != static_cast<ssize_t>(input.size())) {
+    throw std::runtime_error("cannot write into a pipe");
+  }
+  std::string error;
+  char bytes[4096];
+  for (;;) {
+    // Again and again, as a signal just before the program begins to wait for input does not wake it.
+    if (error.find(line) != std::string::npos) ::kill(child, signal);
+    pollfd end = {errorEnds[0], POLLIN, 0};
+    if (::poll(&end, 1, 50) == 0) continue;
+    const ssize_t count = ::read(errorEnds[0], bytes, sizeof bytes);
+    if (count <= 0) break;
+    error.append(bytes, static_cast<std::size_t>(count));
+  }
+  const int exitCode = waitFor(child);
+  ::close(inputEnds[1]);
+  ::close(errorEnds[0]);
+  return {exitCode, "", error};
 }
 
 std::string runQueryOnTerminal(const std::vector<std::string>& arguments) {
