@@ -25,7 +25,7 @@ namespace qzQuery {
 namespace {
 
 constexpr std::size_t kMaxSampleTriangles = std::size_t(1) << 18;
-constexpr double kLinearPeak = 1.1;  // memory of a linear build over that of what it makes, as docs/speed.md has it
+constexpr double kLinearPeak = 1.3;  // both trees of a linear build that can be stopped, over the one that is kept
 
 /// What a hierarchy takes, by one over the first triangles that are in range and finite.
 struct tEstimate {

@@ -46,9 +46,8 @@ void addCommands(CLI::App& app, tOptions& options) {
   app.require_subcommand(1);
   app.footer(
       "Exit codes: 0 when all was done; 2 when the command line or a file is no good, or something cannot be written, "
-      "after one line that says why; 130 after Ctrl-C (and as much for SIGTERM and SIGHUP: 128 and the signal's "
-      "number). "
-      "No file is left half-written.");
+      "after one line that says why; 128 and the number of the signal when SIGINT (by Ctrl-C: 130), SIGTERM or SIGHUP "
+      "stopped it. No file is left half-written.");
   addInfoCommand(app, options);
   addInspectCommand(app, options);
   addRenderCommand(app, options);
