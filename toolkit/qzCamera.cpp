@@ -1,3 +1,4 @@
+#include <qzCommonAddOns/geometry/qzBBox.h>
 #include <qzSceneGraph/qzTriMesh.h>
 #include <toolkit/qzCamera.h>
 #include <toolkit/qzError.h>
@@ -13,6 +14,8 @@ namespace {
 
 using tVector = qzCamera::tVector;
 
+constexpr double kPi = 3.14159265358979323846;
+constexpr double kLowest = std::numeric_limits<double>::lowest();
 constexpr double kTanHalfView = 0.26;  // of the larger half angle of view: 29 degrees in all, little distortion
 constexpr double kMargin = 1.06;       // free space around the mesh
 
@@ -24,9 +27,21 @@ tVector cross(const tVector& a, const tVector& b) {
   return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
 }
 
+tVector difference(const tVector& a, const tVector& b) {
+  return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
+}
+
+double length(const tVector& v) {
+  return std::hypot(v[0], v[1], v[2]);
+}
+
 tVector normalized(const tVector& v) {
-  const double length = std::hypot(v[0], v[1], v[2]);
-  return {v[0] / length, v[1] / length, v[2] / length};
+  const double size = length(v);
+  return {v[0] / size, v[1] / size, v[2] / size};
+}
+
+tVector toDouble(const Wm4::Vector3<float>& v) {
+  return {v[0], v[1], v[2]};
 }
 
 Wm4::Vector3<float> toFloat(const tVector& v) {
@@ -36,6 +51,22 @@ Wm4::Vector3<float> toFloat(const tVector& v) {
 /// The mesh's vector with the given parts to the right, to the back and up.
 tVector fromSides(double right, double back, double up, qzCamera::tUp upAxis) {
   return upAxis == qzCamera::eUpZ ? tVector{right, back, up} : tVector{right, up, -back};
+}
+
+/// v turned about the axis that points up, from front to right.
+tVector turned(const tVector& v, double cosine, double sine, qzCamera::tUp upAxis) {
+  const bool isZ = upAxis == qzCamera::eUpZ;
+  const double right = v[0], back = isZ ? v[1] : -v[2], up = isZ ? v[2] : v[1];
+  return fromSides(right * cosine - back * sine, right * sine + back * cosine, up, upAxis);
+}
+
+/// Calls function for the place of every corner of every triangle.
+template <class tFunction>
+void forEachVertex(const qz::qzTriMesh& mesh, const tFunction& function) {
+  const qz::qzIndexBuffer& indices = *mesh.getIndexBuffer();
+  for (int i = 0; i < indices.getNbIndices(); ++i) {
+    function(toDouble(mesh.getVertexBuffer()->Position3(indices.getIndices()[i])));
+  }
 }
 
 }  // namespace
@@ -69,51 +100,121 @@ tVector qzCamera::Direction(const std::string& text, tUp up) {
   return direction;
 }
 
-qzCamera qzCamera::Frame(const qz::qzTriMesh& mesh, const tVector& direction, tUp up, double aspect) {
-  qzCamera camera;
-  camera.mBackward = normalized(direction);
-  const tVector above = fromSides(0, 0, 1, up);
-  tVector right = cross(above, camera.mBackward);
-  if (dot(right, right) < 1e-12) {  // straight from above or below: the back of the mesh is at the top of the picture
-    right = cross(fromSides(0, dot(camera.mBackward, above) > 0 ? 1 : -1, 0, up), camera.mBackward);
-  }
-  camera.mRight = normalized(right);
-  camera.mUp = cross(camera.mBackward, camera.mRight);
-  camera.mTanX = kTanHalfView * std::min(1.0, aspect);
-  camera.mTanY = kTanHalfView / std::max(1.0, aspect);
-  if (aspect >= 1.0) {
-    camera.mTanX = kTanHalfView;
-    camera.mTanY = kTanHalfView / aspect;
-  }
+/// How far points reach as seen by a camera that stands at the origin.
+///
+/// A point at (x, y, z) along right, up and backward is in the picture when |x - X| <= tanX * (Z - z), and y alike, the
+/// camera standing at (X, Y, Z). Every point gives X and Z a half plane on either side; where the outermost two cross,
+/// the points touch both edges.
+struct qzCamera::tReach {
+  double mTangents[2];                                                    // with the margin
+  double mAbove[2] = {kLowest, kLowest}, mBelow[2] = {kLowest, kLowest};  // of x and y: the largest +-x + tan * z
+  double mNearest = kLowest, mFarthest = -kLowest;                        // z
 
-  // A vertex at (x, y, z) along right, up and backward is in the picture when |x - X| <= tanX * (Z - z), and y alike,
-  // the camera standing at (X, Y, Z). Every vertex gives X and Z a half plane on either side; where the outermost two
-  // cross, the mesh touches both edges.
-  constexpr double kLowest = std::numeric_limits<double>::lowest();
-  const double tangents[2] = {camera.mTanX / kMargin, camera.mTanY / kMargin};
-  double above0[2] = {kLowest, kLowest}, below0[2] = {kLowest, kLowest}, nearest = kLowest, farthest = -kLowest;
-  const qz::qzVertexBuffer& vertices = *mesh.getVertexBuffer();
-  const qz::qzIndexBuffer& indices = *mesh.getIndexBuffer();
-  for (int i = 0; i < indices.getNbIndices(); ++i) {
-    const Wm4::Vector3<float> vertex = vertices.Position3(indices.getIndices()[i]);
-    const tVector p = {vertex[0], vertex[1], vertex[2]};
-    const double side[2] = {dot(p, camera.mRight), dot(p, camera.mUp)}, depth = dot(p, camera.mBackward);
-    for (int k = 0; k < 2; ++k) {
-      above0[k] = std::max(above0[k], side[k] + tangents[k] * depth);
-      below0[k] = std::max(below0[k], -side[k] + tangents[k] * depth);
-    }
-    nearest = std::max(nearest, depth);
-    farthest = std::min(farthest, depth);
+  explicit tReach(const qzCamera& camera) : mTangents{camera.mTanX / kMargin, camera.mTanY / kMargin} {}
+};
+
+qzCamera::qzCamera(const tVector& direction, tUp up, double aspect)
+    : mBackward(normalized(direction)),
+      mTanX(kTanHalfView * std::min(1.0, aspect)),
+      mTanY(kTanHalfView / std::max(1.0, aspect)) {
+  const tVector above = fromSides(0, 0, 1, up);
+  tVector right = cross(above, mBackward);
+  if (dot(right, right) < 1e-12) {  // straight from above or below: the back of the mesh is at the top of the picture
+    right = cross(fromSides(0, dot(mBackward, above) > 0 ? 1 : -1, 0, up), mBackward);
   }
-  const double x = (above0[0] - below0[0]) / 2, y = (above0[1] - below0[1]) / 2;
-  double z = std::max((above0[0] + below0[0]) / (2 * tangents[0]), (above0[1] + below0[1]) / (2 * tangents[1]));
+  mRight = normalized(right);
+  mUp = cross(mBackward, mRight);
+}
+
+/// Goes where all of reach is in the picture; returns the place along backward.
+double qzCamera::place(const tReach& reach) {
+  const auto& [tangents, above, below, nearest, farthest] = reach;
+  const double x = (above[0] - below[0]) / 2, y = (above[1] - below[1]) / 2;
+  double z = std::max((above[0] + below[0]) / (2 * tangents[0]), (above[1] + below[1]) / (2 * tangents[1]));
   const double step = std::max({1e-3 * (z - farthest), 1e-3 * std::abs(nearest), 1e-30});
   z = std::max(z, nearest + step);  // a single point, or a line of sight along a flat mesh
-
   for (std::size_t axis = 0; axis < 3; ++axis) {
-    camera.mOrigin[axis] = x * camera.mRight[axis] + y * camera.mUp[axis] + z * camera.mBackward[axis];
+    mOrigin[axis] = x * mRight[axis] + y * mUp[axis] + z * mBackward[axis];
   }
+  return z;
+}
+
+qzCamera qzCamera::Frame(const qz::qzTriMesh& mesh, const tVector& direction, tUp up, double aspect) {
+  qzCamera camera(direction, up, aspect);
+  tReach reach(camera);
+  forEachVertex(mesh, [&](const tVector& p) {
+    const double side[2] = {dot(p, camera.mRight), dot(p, camera.mUp)}, depth = dot(p, camera.mBackward);
+    for (int k = 0; k < 2; ++k) {
+      reach.mAbove[k] = std::max(reach.mAbove[k], side[k] + reach.mTangents[k] * depth);
+      reach.mBelow[k] = std::max(reach.mBelow[k], -side[k] + reach.mTangents[k] * depth);
+    }
+    reach.mNearest = std::max(reach.mNearest, depth);
+    reach.mFarthest = std::min(reach.mFarthest, depth);
+  });
+  camera.place(reach);
+
+  const tVector origin = toDouble(camera.getOrigin());
+  camera.mNearest = -kLowest;
+  camera.mFarthest = kLowest;
+  forEachVertex(mesh, [&](const tVector& p) {
+    const double distance = -dot(difference(p, origin), camera.mBackward);
+    camera.mNearest = std::min(camera.mNearest, distance);
+    camera.mFarthest = std::max(camera.mFarthest, distance);
+  });
   return camera;
+}
+
+std::vector<qzCamera> qzCamera::FrameTurning(const qz::qzTriMesh& mesh, const tVector& direction, tUp up, double aspect,
+                                             int nbViews) {
+  qzBBox box;
+  forEachVertex(mesh, [&](const tVector& p) { box.selfExpand(toFloat(p)); });
+  const tVector low = toDouble(box.getMinPoint()), high = toDouble(box.getMaxPoint());
+  const tVector middle = {(low[0] + high[0]) / 2, (low[1] + high[1]) / 2, (low[2] + high[2]) / 2};
+
+  // A vertex that turns stays on a circle at some height. The largest part of its points along a vector is the height
+  // by the vector's part along the axis and the radius by its part across.
+  qzCamera first(direction, up, aspect);
+  tReach reach(first);
+  const tVector axis = fromSides(0, 0, 1, up), sides[2] = {first.mRight, first.mUp};
+  struct tParts {
+    double mAlong, mAcross;
+    tParts(const tVector& v, const tVector& axis) : mAlong(dot(v, axis)), mAcross(length(cross(axis, v))) {}
+  };
+  const tParts backward(first.mBackward, axis);
+  std::vector<tParts> above, below;
+  for (std::size_t k = 0; k < 2; ++k) {
+    tVector v, w;
+    for (std::size_t i = 0; i < 3; ++i) {
+      v[i] = sides[k][i] + reach.mTangents[k] * first.mBackward[i];
+      w[i] = -sides[k][i] + reach.mTangents[k] * first.mBackward[i];
+    }
+    above.emplace_back(v, axis);
+    below.emplace_back(w, axis);
+  }
+  forEachVertex(mesh, [&](const tVector& p) {
+    const tParts vertex(difference(p, middle), axis);
+    const auto largest = [&](const tParts& v) { return vertex.mAlong * v.mAlong + vertex.mAcross * v.mAcross; };
+    for (std::size_t k = 0; k < 2; ++k) {
+      reach.mAbove[k] = std::max(reach.mAbove[k], largest(above[k]));
+      reach.mBelow[k] = std::max(reach.mBelow[k], largest(below[k]));
+    }
+    reach.mNearest = std::max(reach.mNearest, largest(backward));
+    reach.mFarthest = std::min(reach.mFarthest, vertex.mAlong * backward.mAlong - vertex.mAcross * backward.mAcross);
+  });
+  const double distance = first.place(reach);
+  first.mNearest = distance - reach.mNearest;
+  first.mFarthest = distance - reach.mFarthest;
+
+  std::vector<qzCamera> cameras(static_cast<std::size_t>(nbViews), first);
+  for (int view = 0; view < nbViews; ++view) {
+    qzCamera& camera = cameras[static_cast<std::size_t>(view)];
+    const double turn = 2.0 * kPi * (double(view) / nbViews);
+    for (tVector* vector : {&camera.mOrigin, &camera.mRight, &camera.mUp, &camera.mBackward}) {
+      *vector = turned(*vector, std::cos(turn), std::sin(turn), up);
+    }
+    for (std::size_t i = 0; i < 3; ++i) camera.mOrigin[i] += middle[i];
+  }
+  return cameras;
 }
 
 Wm4::Vector3<float> qzCamera::getOrigin() const {

@@ -17,8 +17,11 @@ std::uint8_t encodeChannel(double linear) {
 
 }  // namespace
 
-qzImage::qzImage(int width, int height)
-    : mWidth(width), mHeight(height), mBytes(3 * static_cast<std::size_t>(width) * static_cast<std::size_t>(height)) {}
+qzImage::qzImage(int width, int height, const std::array<double, 3>& color)
+    : mWidth(width), mHeight(height), mBytes(3 * static_cast<std::size_t>(width) * static_cast<std::size_t>(height)) {
+  const std::uint8_t channels[3] = {encodeChannel(color[0]), encodeChannel(color[1]), encodeChannel(color[2])};
+  for (std::size_t i = 0; i < mBytes.size(); ++i) mBytes[i] = channels[i % 3];
+}
 
 void qzImage::setPixel(int x, int y, const std::array<double, 3>& color) {
   std::uint8_t* const pixel =

@@ -10,8 +10,8 @@ namespace qzToolkit {
 
 class qzImage {
  public:
-  /// A black picture; both sizes at least 1.
-  qzImage(int width, int height);
+  /// A picture of one colour, see setPixel; both sizes at least 1.
+  qzImage(int width, int height, const std::array<double, 3>& color = {0.0, 0.0, 0.0});
 
   int getWidth() const { return mWidth; }
   int getHeight() const { return mHeight; }
