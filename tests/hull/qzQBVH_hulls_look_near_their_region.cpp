@@ -98,26 +98,53 @@ TEST_CASE("small regions near the surface get the answer of the plain form, wher
   CHECK(tally.nbNo > 5000);
 }
 
+TEST_CASE("planes of any length get the answer of the plain form, also where a product of three is out of range") {
+  const qz::qzTriMesh mesh = soupMesh(500, 36);
+  HullQBVH hierarchy;
+  hierarchy.build(mesh, 4);
+  const qzPlain::tQBVH plain = hierarchy.plain();
+  Random random(37);
+  const int exponents[][3] = {{43, 43, 43},   {40, 43, 46},   {-80, -62, 14},
+                              {14, -84, -58}, {-60, 13, -81}, {-17, -16, 16}};
+  for (const auto& ofPairs : exponents) {
+    CAPTURE(ofPairs[0]);
+    Tally tally;
+    for (int i = 0; i < 5000; ++i) {
+      Planes planes = smallRegion(mesh, std::ldexp(0.1f, -static_cast<int>(random.below(14))), random);
+      for (std::size_t k = 0; k < planes.size(); ++k) {
+        for (int row = 0; row < 4; ++row) planes[k][row] = std::ldexp(planes[k][row], ofPairs[k / 2]);
+      }
+      compare(hierarchy, plain, planes, tally);
+    }
+    CHECK(tally.nbYes > 500);
+    CHECK(tally.nbNo > 500);
+  }
+}
+
 TEST_CASE("a triangle outside of its leaf's box is found where the planes let the box pass") {
   const LogCapture quiet(false);
   const qz::qzTriMesh mesh = soupMesh(500, 31);
-  qzGenericBVH bvh;
-  qzLinearGenericBVHBuilder builder;
-  builder.setMaxPrimitivesPerLeaf(4);
-  builder.build(qzBVHTriangleContainer(mesh), bvh, nullptr, 20);
-  Random random(32);
-  for (qzGNode& node : bvh.editNodes()) {
-    if (!node.isLeaf() || random.below(4) != 0) continue;
-    const Point min = node.getBBox().getMinPoint(), max = node.getBBox().getMaxPoint();
-    node.setBBox(qzBBox::Make(min, Point(0.5f * (min[0] + max[0]), max[1], max[2])));
+  for (const bool isUpperSide : {true, false}) {
+    CAPTURE(isUpperSide);
+    qzGenericBVH bvh;
+    qzLinearGenericBVHBuilder builder;
+    builder.setMaxPrimitivesPerLeaf(4);
+    builder.build(qzBVHTriangleContainer(mesh), bvh, nullptr, 20);
+    Random random(32);
+    for (qzGNode& node : bvh.editNodes()) {
+      if (!node.isLeaf() || random.below(4) != 0) continue;
+      Point min = node.getBBox().getMinPoint(), max = node.getBBox().getMaxPoint();
+      (isUpperSide ? max : min)[0] = 0.5f * (min[0] + max[0]);
+      node.setBBox(qzBBox::Make(min, max));
+    }
+    HullQBVH hierarchy;
+    hierarchy.buildFromBVH(qzQBVH::eTrianglesVertices, bvh, mesh);
+    const qzPlain::tQBVH plain = hierarchy.plain();
+    Tally tally;
+    for (int i = 0; i < 10000; ++i) compare(hierarchy, plain, smallRegion(mesh, 0.05f, random), tally);
+    CHECK(tally.nbYes > 250);
+    CHECK(tally.nbNo > 250);
   }
-  HullQBVH hierarchy;
-  hierarchy.buildFromBVH(qzQBVH::eTrianglesVertices, bvh, mesh);
-  const qzPlain::tQBVH plain = hierarchy.plain();
-  Tally tally;
-  for (int i = 0; i < 20000; ++i) compare(hierarchy, plain, smallRegion(mesh, 0.05f, random), tally);
-  CHECK(tally.nbYes > 500);
-  CHECK(tally.nbNo > 500);
 }
 
 TEST_CASE("a small region around the origin finds the points that fill up a quadruplet, far from all triangles") {

@@ -96,6 +96,27 @@ TEST_CASE("an inverted box is around everything between, and hides nothing") {
   CHECK(meets(OneLeaf(inverted, kOrigin), cubeAround(kOrigin, 0.5f)));
 }
 
+TEST_CASE("what a build found out about its boxes is forgotten when a derived class writes others") {
+  class Rewritten : public HullQBVH {
+   public:
+    Rewritten() {
+      build(terrainMesh(4, 5), 1);
+      // Inverted boxes around the origin, over triangles far from it.
+      allocate(eTrianglesVertices, 1, 1);
+      mNodes[0] = {};
+      mTriangleVertices[0] = {};
+      for (int lane = 0; lane < 4; ++lane) {
+        for (int axis = 0; axis < 3; ++axis) mNodes[0].mMin[axis][lane] = 1.0f;
+        mNodes[0].mChildQuadruplets[lane] = 1;
+        for (auto& vertex : mTriangleVertices[0].mVertex) vertex[0][lane] = 9.0f;
+      }
+    }
+  };
+  const Rewritten inverted;
+  CHECK(meets(inverted, cubeAround(kOrigin, 1.5f)));
+  CHECK_FALSE(meets(inverted, cubeAround(kOrigin, 0.5f)));
+}
+
 TEST_CASE("empty lanes lie inside of no region and cost nothing") {
   HullQBVH empty;
   empty.allocateEmpty(1, 0);
