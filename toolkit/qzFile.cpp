@@ -1,17 +1,20 @@
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <toolkit/qzError.h>
 #include <toolkit/qzFile.h>
+#include <toolkit/qzInterruption.h>
 #include <unistd.h>
 #include <zlib.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <new>
-#include <utility>
 
 namespace qzToolkit {
 
@@ -23,68 +26,153 @@ constexpr std::size_t kBlock = std::size_t(1) << 20;
   throw qzError(name, std::string(action) + ": " + std::strerror(number));
 }
 
-/// A file descriptor, closed at the end unless release took it away.
-class tDescriptor {
- public:
-  explicit tDescriptor(int number) : mNumber(number) {}
-  ~tDescriptor() {
-    if (mNumber > STDERR_FILENO) ::close(mNumber);
+/// open() of the system, which may have to wait for the other end of a pipe.
+qzDescriptor open(const std::string& path, int flags, const std::string& name, const char* action) {
+  for (;;) {
+    qzDescriptor file(::open(path.c_str(), flags | O_CLOEXEC, 0666));
+    checkInterruption();
+    if (file.isOpen()) return file;
+    if (errno != EINTR) throwErrno(name, action, errno);
   }
-  tDescriptor(const tDescriptor&) = delete;
-  tDescriptor& operator=(const tDescriptor&) = delete;
-  int get() const { return mNumber; }
-  int release() { return std::exchange(mNumber, -1); }
-
- private:
-  int mNumber;
-};
-
-tDescriptor openForReading(const std::string& name) {
-  const int number = name == "-" ? STDIN_FILENO : ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
-  if (number < 0) throwErrno(name, "cannot be opened", errno);
-  return tDescriptor(number);
 }
 
-void writeAll(int descriptor, const std::string& name, std::string_view bytes) {
+qzDescriptor openForReading(const std::string& name) {
+  return name == "-" ? qzDescriptor(STDIN_FILENO) : open(name, O_RDONLY, name, "cannot be opened");
+}
+
+bool isRegular(const qzDescriptor& file) {
+  struct stat status;
+  return ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+/// Waits until there is something to read, or until it can be written. A signal that asks to stop may come to another
+/// thread than the one that waits, or just before it does, so the wait is looked up from now and then.
+void waitFor(const qzDescriptor& file, short events) {
+  constexpr int kMilliseconds = 100;
+  pollfd request = {file.get(), events, 0};
+  do {
+    checkInterruption();
+  } while (::poll(&request, 1, kMilliseconds) == 0);
+}
+
+/// A call of the system for some bytes: how many it took care of.
+template <class tCall>
+std::size_t transfer(const qzDescriptor& file, short events, const std::string& name, const char* action,
+                     const tCall& call) {
+  for (;;) {
+    waitFor(file, events);
+    const ssize_t count = call();
+    if (count >= 0) return static_cast<std::size_t>(count);
+    if (errno != EINTR) throwErrno(name, action, errno);
+  }
+}
+
+std::size_t readSome(const qzDescriptor& file, const std::string& name, char* bytes, std::size_t size) {
+  return transfer(file, POLLIN, name, "cannot be read", [&] { return ::read(file.get(), bytes, size); });
+}
+
+void writeAll(const qzDescriptor& file, const std::string& name, std::string_view bytes) {
+  const std::size_t most = isRegular(file) ? kBlock : PIPE_BUF;  // so many do not wait in a pipe that has room
   while (!bytes.empty()) {
-    const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) throwErrno(name, "cannot be written", errno);
-    bytes.remove_prefix(static_cast<std::size_t>(count));
+    bytes.remove_prefix(transfer(file, POLLOUT, name, "cannot be written",
+                                 [&] { return ::write(file.get(), bytes.data(), std::min(bytes.size(), most)); }));
   }
 }
 
 /// Opens a new file beside target, whose name nobody else has, with the permissions that target has or would get.
-tDescriptor createBeside(const std::string& target, std::string& temporary) {
+qzDescriptor createBeside(const std::string& target, std::string& temporary) {
   struct stat status;
   const bool exists = ::stat(target.c_str(), &status) == 0;
   for (int attempt = 0;; ++attempt) {
     temporary = target + "." + std::to_string(::getpid()) + "-" + std::to_string(attempt) + ".part";
-    const int number = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (number >= 0) {
-      tDescriptor file(number);
-      if (exists) static_cast<void>(::fchmod(number, status.st_mode & 07777));  // as far as the system allows
-      return tDescriptor(file.release());
+    qzDescriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    if (file.isOpen()) {
+      if (exists) static_cast<void>(::fchmod(file.get(), status.st_mode & 07777));  // as far as the system allows
+      return file;
     }
     if (errno != EEXIST || attempt == 1000) throwErrno(target, "cannot be written", errno);
   }
 }
 
+/// A new file for the bytes of name that goes away when it is closed.
+qzDescriptor createWithoutName(const std::string& name) {
+  std::error_code failure;
+  const std::filesystem::path folder = std::filesystem::temp_directory_path(failure);
+  std::string path = ((failure ? "/tmp" : folder) / "qzFile-XXXXXX").string();
+  qzDescriptor file(::mkostemp(path.data(), O_CLOEXEC));
+  if (!file.isOpen() || ::unlink(path.c_str()) != 0) throwErrno(name, "cannot be written", errno);
+  return file;
+}
+
 }  // namespace
 
-std::string readFile(const std::string& name) {
-  const tDescriptor file = openForReading(name);
-  std::string bytes;
+qzFileReader::qzFileReader(const std::string& name) : mName(name), mFile(openForReading(name)), mSize(0) {
   struct stat status;
-  if (::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode)) {
-    bytes.reserve(static_cast<std::size_t>(status.st_size) + 1);
+  if (::fstat(mFile.get(), &status) == 0 && S_ISREG(status.st_mode)) mSize = static_cast<std::size_t>(status.st_size);
+}
+
+std::size_t qzFileReader::read(char* bytes, std::size_t size) {
+  return readSome(mFile, mName, bytes, size);
+}
+
+qzFileWriter::qzFileWriter(const std::string& name, bool isRewritten) : mName(name) {
+  struct stat status;
+  if (name == "-") {
+    mName = "standard output";
+    mFile = qzDescriptor(STDOUT_FILENO);
+  } else if (::stat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+    mFile = open(name, O_WRONLY, name, "cannot be written");
+  } else {
+    std::error_code failure;
+    const std::filesystem::path followed = std::filesystem::canonical(name, failure);
+    mTarget = failure ? name : followed.string();  // no such file yet: its own name
+    if (!failure && ::access(mTarget.c_str(), W_OK) != 0) throwErrno(name, "cannot be written", errno);
+    mFile = createBeside(mTarget, mTemporary);
+    return;
   }
+  if (isRewritten) {
+    mDevice = std::move(mFile);
+    mFile = createWithoutName(mName);
+  }
+}
+
+qzFileWriter::~qzFileWriter() {
+  if (!mTemporary.empty()) ::unlink(mTemporary.c_str());
+}
+
+void qzFileWriter::append(std::string_view bytes) {
+  writeAll(mFile, mName, bytes);
+}
+
+void qzFileWriter::rewriteStart(std::string_view bytes) {
+  if (::lseek(mFile.get(), 0, SEEK_SET) < 0) throwErrno(mName, "cannot be written", errno);
+  writeAll(mFile, mName, bytes);
+  if (::lseek(mFile.get(), 0, SEEK_END) < 0) throwErrno(mName, "cannot be written", errno);
+}
+
+void qzFileWriter::commit() {
+  if (mDevice.isOpen()) {
+    if (::lseek(mFile.get(), 0, SEEK_SET) < 0) throwErrno(mName, "cannot be written", errno);
+    std::string bytes(kBlock, '\0');
+    while (const std::size_t count = readSome(mFile, mName, bytes.data(), bytes.size())) {
+      writeAll(mDevice, mName, std::string_view(bytes).substr(0, count));
+    }
+  }
+  if (mTemporary.empty()) return;
+  if (::close(mFile.release()) != 0 || ::rename(mTemporary.c_str(), mTarget.c_str()) != 0) {
+    throwErrno(mName, "cannot be written", errno);
+  }
+  mTemporary.clear();
+}
+
+std::string readFile(const std::string& name) {
+  qzFileReader file(name);
+  std::string bytes;
+  bytes.reserve(file.getSize() + 1);
   for (std::size_t size = 0;;) {
     bytes.resize(std::max(bytes.capacity(), size + 1));
-    const ssize_t count = ::read(file.get(), bytes.data() + size, bytes.size() - size);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) throwErrno(name, "cannot be read", errno);
-    size += static_cast<std::size_t>(count);
+    const std::size_t count = file.read(bytes.data() + size, bytes.size() - size);
+    size += count;
     if (count == 0) {
       bytes.resize(size);
       return bytes;
@@ -94,7 +182,7 @@ std::string readFile(const std::string& name) {
 }
 
 std::string readGzipFile(const std::string& name) {
-  tDescriptor descriptor = openForReading(name);
+  qzDescriptor descriptor = openForReading(name);
   struct stat status;
   if (::fstat(descriptor.get(), &status) == 0 && S_ISDIR(status.st_mode)) throwErrno(name, "cannot be read", EISDIR);
   const gzFile file = gzdopen(descriptor.get(), "rb");
@@ -111,6 +199,7 @@ std::string readGzipFile(const std::string& name) {
     const std::size_t size = bytes.size();
     bytes.resize(size + kBlock);
     const int count = gzread(file, bytes.data() + size, kBlock);
+    checkInterruption();
     bytes.resize(size + static_cast<std::size_t>(std::max(count, 0)));
     if (count > 0) continue;
     // zlib passes through what is not compressed at all, and tells of a cut file at its end only.
@@ -130,30 +219,9 @@ std::string readGzipFile(const std::string& name) {
 }
 
 void writeFile(const std::string& name, std::string_view bytes) {
-  if (name == "-") return writeAll(STDOUT_FILENO, "standard output", bytes);
-
-  struct stat status;
-  if (::stat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
-    const tDescriptor file(::open(name.c_str(), O_WRONLY | O_CLOEXEC));
-    if (file.get() < 0) throwErrno(name, "cannot be written", errno);
-    return writeAll(file.get(), name, bytes);
-  }
-
-  std::error_code failure;
-  const std::filesystem::path followed = std::filesystem::canonical(name, failure);
-  const std::string target = failure ? name : followed.string();  // no such file yet: its own name
-  if (!failure && ::access(target.c_str(), W_OK) != 0) throwErrno(name, "cannot be written", errno);
-  std::string temporary;
-  tDescriptor file = createBeside(target, temporary);
-  try {
-    writeAll(file.get(), name, bytes);
-    if (::close(file.release()) != 0 || ::rename(temporary.c_str(), target.c_str()) != 0) {
-      throwErrno(name, "cannot be written", errno);
-    }
-  } catch (...) {
-    ::unlink(temporary.c_str());
-    throw;
-  }
+  qzFileWriter file(name);
+  file.append(bytes);
+  file.commit();
 }
 
 std::string fileExtension(const std::string& name) {

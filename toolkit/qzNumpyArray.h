@@ -1,7 +1,7 @@
 #pragma once
-// qzNumpyArray: the .npy format of NumPy for two-dimensional arrays of floating-point numbers.
-// Reads versions 1 to 3 of the format, elements float32 or float64 in little-endian order, rows one after another (C
-// order). Writes version 1, float64.
+// qzNumpyArray: rows of a .npy file of NumPy in memory. See qzNumpyHeader for what such a file may hold.
+
+#include <toolkit/qzNumpyHeader.h>
 
 #include <cstddef>
 #include <string>
@@ -12,24 +12,25 @@ namespace qzToolkit {
 
 class qzNumpyArray {
  public:
-  /// Whether bytes begin as a .npy file does.
-  static bool Recognizes(std::string_view bytes);
+  /// The bytes of a .npy file with the given elements, double or float, row by row, a multiple of nbColumns.
+  template <class tElement = double>
+  static std::string Encode(const std::vector<tElement>& elements, std::size_t nbColumns);
 
-  /// The bytes of a .npy file with the given elements, row by row, a multiple of nbColumns.
-  static std::string Encode(const std::vector<double>& elements, std::size_t nbColumns);
-
-  /// A view of the array in bytes, which must outlive it. Anything but a complete array as above throws a qzError that
-  /// begins with name.
+  /// A view of the array in the bytes of a whole file, which must outlive it. Anything but a complete array throws a
+  /// qzError that begins with name.
   qzNumpyArray(const std::string& name, std::string_view bytes);
 
-  std::size_t getNbRows() const { return mNbRows; }
-  std::size_t getNbColumns() const { return mNbColumns; }
+  /// A view of some rows of the array with this header.
+  qzNumpyArray(const qzNumpyHeader& header, std::string_view rows) : mHeader(header), mElements(rows) {}
+
+  std::size_t getNbRows() const { return mHeader.getNbRows(); }
+  std::size_t getNbColumns() const { return mHeader.getNbColumns(); }
   /// Unchecked.
   double getElement(std::size_t row, std::size_t column) const;
 
  private:
+  qzNumpyHeader mHeader;
   std::string_view mElements;
-  std::size_t mNbRows = 0, mNbColumns = 0, mElementSize = 0;
 };
 
 }  // namespace qzToolkit

@@ -1,21 +1,21 @@
+#include <toolkit/qzError.h>
 #include <toolkit/qzProgress.h>
 #include <toolkit/qzRayCast.h>
+#include <toolkit/qzRayFile.h>
 #include <toolkit/qzThreads.h>
+
+#include <string>
+#include <vector>
 
 namespace qzToolkit {
 
 namespace {
 
-template <class tCast>
-std::vector<qzHit> castEach(const std::vector<qzRay>& rays, const qzThreads& threads, qzProgress& progress,
-                            const tCast& cast) {
-  std::vector<qzHit> hits(rays.size());
-  threads.forEachBlock(rays.size(), 4096, [&](std::size_t begin, std::size_t end) {
-    for (std::size_t i = begin; i < end; ++i) hits[i] = cast(rays[i]);
-    progress.advance(end - begin);
-  });
-  return hits;
-}
+/// A ray that cast would not take.
+struct tRefusal {
+  std::size_t mNo;  // in its block
+  std::string mReason;
+};
 
 }  // namespace
 
@@ -41,14 +41,46 @@ qzHit castRaySymmetric(const qzQBVH& hierarchy, const qzRay& ray) {
   return isHit ? qzHit(distance, triangle, weights) : qzHit();
 }
 
-std::vector<qzHit> castRays(const qzQBVH& hierarchy, const std::vector<qzRay>& rays, qzQBVH::tIntersectionPolicy policy,
-                            const qzThreads& threads, qzProgress& progress) {
-  return castEach(rays, threads, progress, [&](const qzRay& ray) { return castRay(hierarchy, ray, policy); });
-}
+qzCastCounts castRays(qzRayReader& rays, qzHitWriter& hits, const std::function<qzHit(const qzRay&)>& cast,
+                      const qzThreads& threads, qzProgress& progress) {
+  struct tBlock {
+    qzRayBlock mRays;
+    std::string mHits;
+    qzCastCounts mCounts;
+  };
+  std::vector<tBlock> blocks(static_cast<std::size_t>(kCastBlocksPerThread * threads.getNbThreads()));
+  qzCastCounts counts;
 
-std::vector<qzHit> castRaysSymmetric(const qzQBVH& hierarchy, const std::vector<qzRay>& rays, const qzThreads& threads,
-                                     qzProgress& progress) {
-  return castEach(rays, threads, progress, [&](const qzRay& ray) { return castRaySymmetric(hierarchy, ray); });
+  const auto read = [&](std::size_t slot) { return rays.read(blocks[slot].mRays); };
+  const auto work = [&](std::size_t slot) {
+    tBlock& block = blocks[slot];
+    block.mHits.clear();
+    block.mCounts = {};
+    rays.decode(block.mRays, [&](const qzRay& ray) {
+      qzHit hit;
+      try {
+        hit = cast(ray);
+      } catch (const qzError& refused) {
+        throw tRefusal{block.mCounts.mNbRays, refused.what()};
+      }
+      hits.encode(hit, block.mHits);
+      ++block.mCounts.mNbRays;
+      block.mCounts.mNbHits += hit.isHit();
+    });
+  };
+  const auto write = [&](std::size_t slot) {
+    const tBlock& block = blocks[slot];
+    hits.write(block.mHits, block.mCounts.mNbRays);
+    counts.mNbRays += block.mCounts.mNbRays;
+    counts.mNbHits += block.mCounts.mNbHits;
+    progress.advance(block.mRays.mBytes.size());
+  };
+  try {
+    threads.streamBlocks(blocks.size(), read, work, write);
+  } catch (const tRefusal& refusal) {  // all blocks before it are written
+    throw qzError(rays.getName() + ": ray " + std::to_string(counts.mNbRays + refusal.mNo), refusal.mReason);
+  }
+  return counts;
 }
 
 }  // namespace qzToolkit

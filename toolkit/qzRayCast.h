@@ -5,12 +5,15 @@
 #include <Wm4/Vector3.h>
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
 
+#include <cstddef>
+#include <functional>
 #include <limits>
-#include <vector>
 
 namespace qzToolkit {
 
+class qzHitWriter;
 class qzProgress;
+class qzRayReader;
 class qzThreads;
 
 struct qzRay {
@@ -42,10 +45,19 @@ qzHit castRay(const qzQBVH& hierarchy, const qzRay& ray, qzQBVH::tIntersectionPo
 /// The same with qzQBVH::intersectRaySymmetric; mTMin is not looked at.
 qzHit castRaySymmetric(const qzQBVH& hierarchy, const qzRay& ray);
 
-/// castRay or castRaySymmetric for every ray, in order; the answers do not depend on the number of threads.
-std::vector<qzHit> castRays(const qzQBVH& hierarchy, const std::vector<qzRay>& rays, qzQBVH::tIntersectionPolicy policy,
-                            const qzThreads& threads, qzProgress& progress);
-std::vector<qzHit> castRaysSymmetric(const qzQBVH& hierarchy, const std::vector<qzRay>& rays, const qzThreads& threads,
-                                     qzProgress& progress);
+/// So many blocks of rays for each thread are in memory at once.
+constexpr int kCastBlocksPerThread = 4;
+
+struct qzCastCounts {
+  std::size_t mNbRays = 0, mNbHits = 0;
+};
+
+/// Casts every ray of a file and writes the hits in the same order, block by block: a few blocks for each thread are in
+/// memory at once, however many there are. The answers do not depend on the number of threads, nor does what was
+/// written before a failure, which is that of the first ray or row that is no good. A qzError of cast gets the name of
+/// the file and the number of the ray, from 0, put before it. progress counts bytes of the file with the rays. hits are
+/// complete when the caller commits them.
+qzCastCounts castRays(qzRayReader& rays, qzHitWriter& hits, const std::function<qzHit(const qzRay&)>& cast,
+                      const qzThreads& threads, qzProgress& progress);
 
 }  // namespace qzToolkit

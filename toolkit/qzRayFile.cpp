@@ -1,26 +1,29 @@
 #include <toolkit/qzError.h>
-#include <toolkit/qzFile.h>
 #include <toolkit/qzNumber.h>
 #include <toolkit/qzNumpyArray.h>
 #include <toolkit/qzRayFile.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
-#include <string_view>
+#include <utility>
 
 namespace qzToolkit {
 
 namespace {
 
-constexpr std::size_t kMinColumns = 6, kMaxColumns = 8;
+constexpr std::size_t kMinColumns = 6, kMaxColumns = 8, kNbHitColumns = 5;
 
 /// A row of the table, with the values of columns that are not there.
 using tRow = std::array<float, kMaxColumns>;
 constexpr tRow kDefaults = {0, 0, 0, 0, 0, 0, 0, std::numeric_limits<float>::infinity()};
 
-void checkNbColumns(const std::string& place, std::size_t nbColumns) {
-  if (nbColumns >= kMinColumns && nbColumns <= kMaxColumns) return;
+bool isNbColumns(std::size_t nbColumns) {
+  return nbColumns >= kMinColumns && nbColumns <= kMaxColumns;
+}
+
+[[noreturn]] void failForColumns(const std::string& place, std::size_t nbColumns) {
   throw qzError(place, std::to_string(nbColumns) + (nbColumns == 1 ? " column" : " columns") +
                            " instead of 6 (origin, direction), 7 (tMin too) or 8 (tMin and tMax)");
 }
@@ -29,41 +32,60 @@ qzRay makeRay(const tRow& v) {
   return {{v[0], v[1], v[2]}, {v[3], v[4], v[5]}, v[6], v[7]};
 }
 
-std::vector<qzRay> raysOfArray(const std::string& name, std::string_view bytes) {
-  const qzNumpyArray array(name, bytes);
-  checkNbColumns(name, array.getNbColumns());
-  std::vector<qzRay> rays(array.getNbRows());
-  for (std::size_t row = 0; row < rays.size(); ++row) {
-    tRow values = kDefaults;
-    for (std::size_t column = 0; column < array.getNbColumns(); ++column) {
-      const double element = array.getElement(row, column);
-      if (std::isfinite(element) && std::abs(element) > double(std::numeric_limits<float>::max())) {
-        throw qzError(name + ": row " + std::to_string(row),
-                      "column " + std::to_string(column) + " is beyond the range of single precision");
-      }
-      values[column] = static_cast<float>(element);
+/// The lines of a block that have something on them, cut at their commas.
+class tLines {
+ public:
+  explicit tLines(const qzRayBlock& block) : mText(block.mBytes), mNext(block.mFirst) {}
+
+  bool next() {
+    while (!mText.empty()) {
+      const std::size_t end = mText.find('\n');
+      const std::string_view line = trimmed(mText.substr(0, end));
+      mText.remove_prefix(end == std::string_view::npos ? mText.size() : end + 1);
+      ++mNext;
+      if (line.empty()) continue;
+      split(line);
+      return true;
     }
-    rays[row] = makeRay(values);
+    return false;
   }
-  return rays;
-}
 
-std::vector<std::string_view> splitAtCommas(std::string_view line) {
-  std::vector<std::string_view> fields;
-  for (;;) {
-    const std::size_t comma = line.find(',');
-    fields.push_back(trimmed(line.substr(0, comma)));
-    if (comma == std::string_view::npos) return fields;
-    line.remove_prefix(comma + 1);
-  }
-}
+  std::size_t number() const { return mNext - 1; }
+  std::size_t nbFields() const { return mNbFields; }
+  /// One of the first kMaxColumns.
+  std::string_view field(std::size_t column) const { return mFields[column]; }
 
-bool isHeader(const std::vector<std::string_view>& fields) {
-  float value;
-  for (std::string_view field : fields) {
-    if (readNumber(field, value) != tNumberResult::eNoNumber) return false;
+  /// Whether this is the first line of the file and has no number; not asked of a line with too many fields.
+  bool isHeader() const {
+    float value;
+    return number() == 1 && std::all_of(mFields.begin(), mFields.begin() + mNbFields, [&](std::string_view field) {
+             return readNumber(field, value) == tNumberResult::eNoNumber;
+           });
   }
-  return true;
+
+ private:
+  void split(std::string_view line) {
+    for (mNbFields = 0;;) {
+      const std::size_t comma = line.find(',');
+      if (mNbFields < kMaxColumns) mFields[mNbFields] = trimmed(line.substr(0, comma));
+      ++mNbFields;
+      if (comma == std::string_view::npos) return;
+      line.remove_prefix(comma + 1);
+    }
+  }
+
+  std::string_view mText;
+  std::size_t mNext, mNbFields = 0;
+  std::array<std::string_view, kMaxColumns> mFields;
+};
+
+/// The columns of the first row in a block, or of a line that decoding will stumble over; 0 when there is no row.
+std::size_t countColumns(const qzRayBlock& block) {
+  tLines lines(block);
+  while (lines.next()) {
+    if (!isNbColumns(lines.nbFields()) || !lines.isHeader()) return lines.nbFields();
+  }
+  return 0;
 }
 
 /// Text from a file as part of a message.
@@ -72,76 +94,169 @@ std::string quoted(std::string_view text) {
   return "'" + std::string(text.substr(0, kMaxLength)) + (text.size() > kMaxLength ? "...'" : "'");
 }
 
-std::vector<qzRay> raysOfText(const std::string& name, std::string_view text) {
-  std::vector<qzRay> rays;
-  std::size_t nbColumns = 0;
-  for (std::size_t lineNumber = 1; !text.empty(); ++lineNumber) {
-    const std::size_t end = text.find('\n');
-    const std::string_view line = trimmed(text.substr(0, end));
-    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-    if (line.empty()) continue;
-
-    const std::string place = name + ":" + std::to_string(lineNumber);
-    const std::vector<std::string_view> fields = splitAtCommas(line);
-    checkNbColumns(place, fields.size());
-    if (lineNumber == 1 && isHeader(fields)) continue;
-    if (nbColumns == 0) nbColumns = fields.size();
-    if (fields.size() != nbColumns) {
-      throw qzError(place, std::to_string(fields.size()) + " columns after lines of " + std::to_string(nbColumns));
-    }
-    tRow values = kDefaults;
-    for (std::size_t column = 0; column < nbColumns; ++column) {
-      switch (readNumber(fields[column], values[column])) {
-        case tNumberResult::eNumber:
-          break;
-        case tNumberResult::eNoNumber:
-          throw qzError(place, quoted(fields[column]) + " is not a number");
-        case tNumberResult::eOutOfRange:
-          throw qzError(place, quoted(fields[column]) + " is beyond the range of single precision");
-      }
-    }
-    rays.push_back(makeRay(values));
-  }
-  return rays;
+bool isNumpyName(const std::string& name) {
+  return fileExtension(name) == "npy";
 }
 
 }  // namespace
 
-std::vector<qzRay> readRays(const std::string& name) {
-  const std::string bytes = readFile(name);
-  const std::string shownName = name == "-" ? "standard input" : name;
-  if (qzNumpyArray::Recognizes(bytes) || fileExtension(name) == "npy") return raysOfArray(shownName, bytes);
-  return raysOfText(shownName, bytes);
+qzRayReader::qzRayReader(const std::string& name, std::size_t blockSize)
+    : mName(name == "-" ? "standard input" : name), mFile(name), mBlockSize(blockSize) {
+  constexpr std::size_t kMagicSize = 6;
+  while (mRest.size() < kMagicSize && readMore(mRest, mBlockSize)) {
+  }
+  if (!qzNumpyHeader::Recognizes(mRest) && !isNumpyName(name)) {
+    mNext = 1;
+    return;
+  }
+  while (mRest.size() < qzNumpyHeader::kMaxBytes && readMore(mRest, qzNumpyHeader::kMaxBytes)) {
+  }
+  mHeader.emplace(mName, mRest);
+  if (!isNbColumns(mHeader->getNbColumns())) failForColumns(mName, mHeader->getNbColumns());
+  mRest.erase(0, mHeader->getNbBytes());
 }
 
-std::string encodeHitsAsText(const std::vector<qzHit>& hits) {
-  std::string text = "distance,triangle,weight0,weight1,weight2\n";
-  for (const qzHit& hit : hits) {
-    appendNumber(text, hit.mDistance);
-    text += ',' + std::to_string(hit.mTriangle);
-    for (float weight : hit.mWeights) {
-      text += ',';
-      appendNumber(text, weight);
+std::optional<std::size_t> qzRayReader::getNbRays() const {
+  return mHeader ? std::optional(mHeader->getNbRows()) : std::nullopt;
+}
+
+bool qzRayReader::read(qzRayBlock& block) {
+  block.mFirst = mNext;
+  return mHeader ? readRows(block) : readLines(block);
+}
+
+bool qzRayReader::readLines(qzRayBlock& block) {
+  std::string& bytes = block.mBytes;
+  bytes = mRest;
+  mRest.clear();
+  for (std::size_t searched = 0;;) {  // until a line ends
+    const std::size_t lineBreak = std::string_view(bytes).substr(searched).rfind('\n');
+    if (lineBreak != std::string::npos) {
+      mRest.assign(bytes, searched + lineBreak + 1);
+      bytes.resize(searched + lineBreak + 1);
+      break;
     }
-    text += '\n';
+    searched = bytes.size();
+    if (!readMore(bytes, mBlockSize)) break;
   }
-  return text;
+  mNext += static_cast<std::size_t>(std::count(bytes.begin(), bytes.end(), '\n'));
+  if (mNbColumns == 0) mNbColumns = countColumns(block);
+  block.mNbColumns = mNbColumns;
+  return !bytes.empty();
 }
 
-std::string encodeHitsAsNumpy(const std::vector<qzHit>& hits) {
-  constexpr std::size_t kNbColumns = 5;
-  std::vector<double> elements;
-  elements.reserve(kNbColumns * hits.size());
-  for (const qzHit& hit : hits) {
-    elements.push_back(hit.mDistance);
-    elements.push_back(hit.mTriangle);
-    elements.insert(elements.end(), std::begin(hit.mWeights), std::end(hit.mWeights));
+bool qzRayReader::readRows(qzRayBlock& block) {
+  const std::size_t rowSize = mHeader->getRowSize(), rowsLeft = mHeader->getNbRows() - mNext;
+  std::string& bytes = block.mBytes;
+  if (rowsLeft == 0) {
+    bytes.clear();
+    while (readMore(bytes, mBlockSize)) bytes.clear();  // so that whoever writes into a pipe can do so to the end
+    return false;
   }
-  return qzNumpyArray::Encode(elements, kNbColumns);
+  const std::size_t size = std::min(std::max<std::size_t>(mBlockSize / rowSize, 1), rowsLeft) * rowSize;
+  bytes.assign(mRest, 0, size);
+  mRest.erase(0, bytes.size());
+  while (bytes.size() < size && readMore(bytes, size - bytes.size())) {
+  }
+  const std::size_t nbRows = bytes.size() / rowSize;
+  if (nbRows == 0) mHeader->failCutOff(mName, mNext * rowSize + bytes.size());
+  mRest.insert(0, bytes, nbRows * rowSize);  // of a file that is cut off, for the next call
+  bytes.resize(nbRows * rowSize);
+  mNext += nbRows;
+  return true;
 }
 
-void writeHits(const std::string& name, const std::vector<qzHit>& hits) {
-  writeFile(name, fileExtension(name) == "npy" ? encodeHitsAsNumpy(hits) : encodeHitsAsText(hits));
+/// Appends at most size bytes of the file; false at its end.
+bool qzRayReader::readMore(std::string& bytes, std::size_t size) {
+  const std::size_t before = bytes.size();
+  bytes.resize(before + size);
+  bytes.resize(before + mFile.read(bytes.data() + before, size));
+  return bytes.size() > before;
+}
+
+void qzRayReader::decode(const qzRayBlock& block, const std::function<void(const qzRay&)>& take) const {
+  mHeader ? decodeRows(block, take) : decodeLines(block, take);
+}
+
+void qzRayReader::decodeLines(const qzRayBlock& block, const std::function<void(const qzRay&)>& take) const {
+  tLines lines(block);
+  const auto place = [&] { return mName + ":" + std::to_string(lines.number()); };
+  while (lines.next()) {
+    const std::size_t nbColumns = lines.nbFields();
+    if (!isNbColumns(nbColumns)) failForColumns(place(), nbColumns);
+    if (lines.isHeader()) continue;
+    if (nbColumns != block.mNbColumns) {
+      throw qzError(place(), std::to_string(nbColumns) + " columns after lines of " + std::to_string(block.mNbColumns));
+    }
+    tRow values = kDefaults;
+    for (std::size_t column = 0; column < nbColumns; ++column) {
+      switch (readNumber(lines.field(column), values[column])) {
+        case tNumberResult::eNumber:
+          break;
+        case tNumberResult::eNoNumber:
+          throw qzError(place(), quoted(lines.field(column)) + " is not a number");
+        case tNumberResult::eOutOfRange:
+          throw qzError(place(), quoted(lines.field(column)) + " is beyond the range of single precision");
+      }
+    }
+    take(makeRay(values));
+  }
+}
+
+void qzRayReader::decodeRows(const qzRayBlock& block, const std::function<void(const qzRay&)>& take) const {
+  const qzNumpyArray array(*mHeader, block.mBytes);
+  const std::size_t nbRows = block.mBytes.size() / mHeader->getRowSize();
+  for (std::size_t row = 0; row < nbRows; ++row) {
+    tRow values = kDefaults;
+    for (std::size_t column = 0; column < array.getNbColumns(); ++column) {
+      const double element = array.getElement(row, column);
+      if (std::isfinite(element) && std::abs(element) > double(std::numeric_limits<float>::max())) {
+        throw qzError(mName + ": row " + std::to_string(block.mFirst + row),
+                      "column " + std::to_string(column) + " is beyond the range of single precision");
+      }
+      values[column] = static_cast<float>(element);
+    }
+    take(makeRay(values));
+  }
+}
+
+qzHitWriter::qzHitWriter(const std::string& name, std::optional<std::size_t> nbHits)
+    : mIsNumpy(isNumpyName(name)), mFile(name, mIsNumpy && !nbHits), mNbHitsInHeader(nbHits.value_or(0)) {}
+
+void qzHitWriter::encode(const qzHit& hit, std::string& rows) const {
+  if (mIsNumpy) {
+    const double values[kNbHitColumns] = {hit.mDistance, double(hit.mTriangle), hit.mWeights[0], hit.mWeights[1],
+                                          hit.mWeights[2]};
+    rows.append(reinterpret_cast<const char*>(values), sizeof values);
+    return;
+  }
+  appendNumber(rows, hit.mDistance);
+  rows += ',';
+  rows += std::to_string(hit.mTriangle);
+  for (float weight : hit.mWeights) {
+    rows += ',';
+    appendNumber(rows, weight);
+  }
+  rows += '\n';
+}
+
+void qzHitWriter::write(std::string_view rows, std::size_t nbRows) {
+  writeStart();
+  mFile.append(rows);
+  mNbHits += nbRows;
+}
+
+void qzHitWriter::commit() {
+  writeStart();
+  if (mIsNumpy && mNbHits != mNbHitsInHeader) mFile.rewriteStart(qzNumpyHeader::Encode(mNbHits, kNbHitColumns));
+  mFile.commit();
+}
+
+/// Only now, so that standard output stays empty when no hit can be written.
+void qzHitWriter::writeStart() {
+  if (std::exchange(mHasStart, true)) return;
+  mFile.append(mIsNumpy ? qzNumpyHeader::Encode(mNbHitsInHeader, kNbHitColumns)
+                        : "distance,triangle,weight0,weight1,weight2\n");
 }
 
 }  // namespace qzToolkit

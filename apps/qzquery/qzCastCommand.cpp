@@ -6,7 +6,7 @@
 #include <toolkit/qzThreads.h>
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
+#include <functional>
 #include <memory>
 #include <nlohmann/json.hpp>
 
@@ -25,41 +25,44 @@ struct tCastArguments {
   bool mSymmetric = false;
 };
 
+/// What a ray is asked.
+std::function<qzToolkit::qzHit(const qzToolkit::qzRay&)> queryOf(const tCastArguments& arguments,
+                                                                 const qzQBVH& hierarchy) {
+  if (!arguments.mSymmetric) {
+    return [&](const qzToolkit::qzRay& ray) { return qzToolkit::castRay(hierarchy, ray, arguments.mPolicy); };
+  }
+  return [&](const qzToolkit::qzRay& ray) {
+    if (ray.mTMin != 0.0f) {
+      throw qzToolkit::qzError("tMin must be 0 with --symmetric, which looks both ways from the origin");
+    }
+    return qzToolkit::castRaySymmetric(hierarchy, ray);
+  };
+}
+
 void cast(const tCastArguments& arguments, const tOptions& options) {
   const qzScene scene(arguments.mMeshName, options);
-  const std::vector<qzToolkit::qzRay> rays = qzToolkit::readRays(arguments.mRaysName);
-  if (arguments.mSymmetric) {
-    const auto bounded = std::find_if(rays.begin(), rays.end(), [](const auto& ray) { return ray.mTMin != 0.0f; });
-    if (bounded != rays.end()) {
-      const std::string name = arguments.mRaysName == "-" ? "standard input" : arguments.mRaysName;
-      throw qzToolkit::qzError(name + ": ray " + std::to_string(bounded - rays.begin()),
-                               "tMin must be 0 with --symmetric, which looks both ways from the origin");
-    }
-  }
-
   const qzToolkit::qzThreads threads(options.mNbThreads);
-  std::vector<qzToolkit::qzHit> hits;
   const double start = now();
+  qzToolkit::qzRayReader rays(arguments.mRaysName);
+  qzToolkit::qzHitWriter hits(arguments.mHitsName, rays.getNbRays());
+  qzToolkit::qzCastCounts counts;
   {
-    qzToolkit::qzProgress progress("casting rays", rays.size(), !options.mQuiet);
-    hits = arguments.mSymmetric ? qzToolkit::castRaysSymmetric(scene.getHierarchy(), rays, threads, progress)
-                                : qzToolkit::castRays(scene.getHierarchy(), rays, arguments.mPolicy, threads, progress);
+    qzToolkit::qzProgress progress("casting rays", rays.getSize(), !options.mQuiet);
+    counts = castRays(rays, hits, queryOf(arguments, scene.getHierarchy()), threads, progress);
   }
+  hits.commit();
   const double duration = now() - start;
-  qzToolkit::writeHits(arguments.mHitsName, hits);
 
-  const auto nbHits = static_cast<std::size_t>(
-      std::count_if(hits.begin(), hits.end(), [](const qzToolkit::qzHit& hit) { return hit.isHit(); }));
   if (options.mAsJson) {
     nlohmann::ordered_json answer = describeWork(arguments.mMeshName, scene, options, threads.getNbThreads());
-    answer["rays"] = rays.size();
-    answer["hits"] = nbHits;
+    answer["rays"] = counts.mNbRays;
+    answer["hits"] = counts.mNbHits;
     answer["castSeconds"] = duration;
     writeJson(answer, arguments.mHitsName);
     return;
   }
-  say(options, "rays: " + std::to_string(rays.size()) + ", " + std::to_string(nbHits) + " hit (" +
-                   percent(nbHits, rays.size()) + "), cast in " + seconds(duration) + " by " +
+  say(options, "rays: " + std::to_string(counts.mNbRays) + ", " + std::to_string(counts.mNbHits) + " hit (" +
+                   percent(counts.mNbHits, counts.mNbRays) + "), cast in " + seconds(duration) + " by " +
                    std::to_string(threads.getNbThreads()) + (threads.getNbThreads() == 1 ? " thread" : " threads"));
 }
 

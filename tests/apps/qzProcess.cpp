@@ -6,7 +6,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <limits>
 #include <stdexcept>
 
 #include "support/qzTemporaryFolder.h"
@@ -83,6 +85,49 @@ Outcome runQueryUntil(const std::string& line, int signal, const std::vector<std
   ::close(inputEnds[1]);
   ::close(errorEnds[0]);
   return {exitCode, "", error};
+}
+
+Outcome converse(const std::vector<std::string>& arguments,
+                 const std::vector<std::pair<std::string, std::ptrdiff_t>>& input) {
+  const TemporaryFolder folder;
+  int inputEnds[2], outputEnds[2];
+  if (::pipe2(inputEnds, O_CLOEXEC) != 0 || ::pipe2(outputEnds, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+  const int errorFile = openOrThrow(folder.path("error"), O_WRONLY | O_CREAT | O_CLOEXEC);
+  const pid_t child = start(arguments, inputEnds[0], outputEnds[1], errorFile);
+  std::string output;
+  // Takes what comes out until there are so many lines, or all of it.
+  const auto listen = [&](std::ptrdiff_t nbLines) {
+    char bytes[4096];
+    while (std::count(output.begin(), output.end(), '\n') < nbLines) {
+      pollfd end = {outputEnds[0], POLLIN, 0};
+      if (::poll(&end, 1, 10000) == 0) return;
+      const ssize_t count = ::read(outputEnds[0], bytes, sizeof bytes);
+      if (count <= 0) return;
+      output.append(bytes, static_cast<std::size_t>(count));
+    }
+  };
+  for (const auto& [part, nbLines] : input) {
+    if (::write(inputEnds[1], part.data(), part.size()) != static_cast<ssize_t>(part.size())) {
+      throw std::runtime_error("cannot write into a pipe");
+    }
+    listen(nbLines);
+    output += '|';  // here the next part began
+  }
+  ::close(inputEnds[1]);
+  listen(std::numeric_limits<std::ptrdiff_t>::max());
+  ::close(outputEnds[0]);
+  const int exitCode = waitFor(child);
+  return {exitCode, output, folder.read("error")};
+}
+
+Outcome runQueryWithoutReader(const std::vector<std::string>& arguments) {
+  const TemporaryFolder folder;
+  int ends[2];
+  if (::pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+  ::close(ends[0]);
+  const int errorFile = openOrThrow(folder.path("error"), O_WRONLY | O_CREAT | O_CLOEXEC);
+  const int exitCode = waitFor(start(arguments, openOrThrow("/dev/null", O_RDONLY | O_CLOEXEC), ends[1], errorFile));
+  return {exitCode, "", folder.read("error")};
 }
 
 std::string runQueryOnTerminal(const std::vector<std::string>& arguments) {

@@ -1,7 +1,9 @@
 #pragma once
 // Running the built programs.
 
+#include <cstddef>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace qzTest {
@@ -20,6 +22,14 @@ Outcome runQuery(const std::vector<std::string>& arguments, const std::string& i
 /// of input and never ends.
 Outcome runQueryUntil(const std::string& line, int signal, const std::vector<std::string>& arguments,
                       const std::string& input);
+
+/// Runs qzquery with its standard input and output in pipes. Writes input bit by bit: the next part as soon as so many
+/// lines as the part before it stands with have come out, or after ten seconds without a line.
+Outcome converse(const std::vector<std::string>& arguments,
+                 const std::vector<std::pair<std::string, std::ptrdiff_t>>& input);
+
+/// Runs qzquery with its standard output in a pipe that nobody reads any more.
+Outcome runQueryWithoutReader(const std::vector<std::string>& arguments);
 
 /// Runs qzquery with standard error on a terminal, and returns what appears there.
 std::string runQueryOnTerminal(const std::vector<std::string>& arguments);

@@ -1,6 +1,5 @@
 #include "everywhere/qzRayCaster.h"
 
-#include <toolkit/qzProgress.h>
 #include <toolkit/qzRayCast.h>
 #include <toolkit/qzThreads.h>
 
@@ -17,12 +16,15 @@ std::vector<RayAnswer> castAll(const qzQBVH& hierarchy, const RayBatch& batch, s
   for (std::size_t i = 0; i < std::min(count, batch.rays.size()); ++i) {
     rays.push_back({batch.rays[i].origin, batch.rays[i].direction, batch.rays[i].tMin, batch.rays[i].t});
   }
+  std::vector<qzToolkit::qzHit> hits(rays.size());
   const qzToolkit::qzThreads threads(nbThreads);
-  qzToolkit::qzProgress silent("", rays.size(), false);
-  const std::vector<qzToolkit::qzHit> hits =
-      batch.policy == RayBatch::eSymmetric
-          ? qzToolkit::castRaysSymmetric(hierarchy, rays, threads, silent)
-          : qzToolkit::castRays(hierarchy, rays, qzQBVH::tIntersectionPolicy(batch.policy), threads, silent);
+  threads.forEachBlock(rays.size(), 4096, [&](std::size_t begin, std::size_t end) {
+    for (std::size_t i = begin; i < end; ++i) {
+      hits[i] = batch.policy == RayBatch::eSymmetric
+                    ? qzToolkit::castRaySymmetric(hierarchy, rays[i])
+                    : qzToolkit::castRay(hierarchy, rays[i], qzQBVH::tIntersectionPolicy(batch.policy));
+    }
+  });
 
   float mark;
   std::memcpy(&mark, &kWeightMark, sizeof mark);

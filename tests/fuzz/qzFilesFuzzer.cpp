@@ -6,6 +6,8 @@
 
 #include <cmath>
 #include <functional>
+#include <string>
+#include <vector>
 
 #include "fuzz/qzFuzzCheck.h"
 #include "fuzz/qzFuzzInput.h"
@@ -38,6 +40,31 @@ void expectMesh(const std::string& path) {
   }
 }
 
+/// What reading rays in blocks of this size ends with: how many there are and all their bits, or what is wrong.
+std::string outcomeOfRays(const std::string& path, std::size_t blockSize) {
+  try {
+    const std::vector<qzToolkit::qzRay> rays = qzTest::readRays(path, blockSize);
+    std::string bits = std::to_string(rays.size());
+    for (const qzToolkit::qzRay& ray : rays) {
+      const float values[] = {ray.mOrigin[0],    ray.mOrigin[1],    ray.mOrigin[2], ray.mDirection[0],
+                              ray.mDirection[1], ray.mDirection[2], ray.mTMin,      ray.mTMax};
+      bits.append(reinterpret_cast<const char*>(values), sizeof values);
+    }
+    return bits;
+  } catch (const qzToolkit::qzError& error) {
+    return error.what();
+  }
+}
+
+/// One block or many, the rays and what is wrong with them are the same.
+void expectRays(const std::string& path) {
+  const std::string whole = outcomeOfRays(path, qzToolkit::qzRayReader::kBlockSize);
+  for (const std::size_t blockSize : {1, 7, 64}) {
+    if (outcomeOfRays(path, blockSize) != whole) fail("other rays in blocks of " + std::to_string(blockSize));
+  }
+  qzTest::readRays(path);
+}
+
 /// Runs read, which may end well or with one line about the file.
 void expectOneLineAtMost(const std::string& path, const std::function<void()>& read) {
   try {
@@ -68,7 +95,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       kFolder.write("fuzz." + extension + (isPacked ? ".gz" : ""), isPacked ? qzTest::gzip(bytes) : bytes);
   expectOneLineAtMost(path, [&] {
     if (kind == "csv" || kind == "npy") {
-      qzToolkit::readRays(path);
+      expectRays(path);
     } else {
       expectMesh(path);
     }

@@ -1,12 +1,12 @@
 #include <doctest/doctest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <toolkit/qzFile.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <filesystem>
+#include <future>
 
+#include "support/qzFileSizeLimit.h"
 #include "support/qzTemporaryFolder.h"
 #include "toolkit/qzTestFiles.h"
 
@@ -15,23 +15,11 @@ using namespace qzToolkit;
 
 namespace {
 
-/// While it lives, a file that grows beyond size cannot be written, as on a full disk.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t size) : mPreviousHandler(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &mPrevious);
-    const rlimit limit = {size, mPrevious.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &mPrevious);
-    std::signal(SIGXFSZ, mPreviousHandler);
-  }
-
- private:
-  rlimit mPrevious;
-  void (*mPreviousHandler)(int);
-};
+/// A reader of everything that comes out of a pipe with a name.
+std::future<std::string> readPipe(const std::string& name) {
+  REQUIRE(::mkfifo(name.c_str(), 0600) == 0);
+  return std::async(std::launch::async, [name] { return readFile(name); });
+}
 
 }  // namespace
 
@@ -72,6 +60,60 @@ TEST_CASE("when the disk is full, the old file stays and nothing is left beside 
   }
   CHECK(folder.read("old") == "old");
   CHECK(folder.names() == std::set<std::string>{"old"});
+}
+
+TEST_CASE("a file written bit by bit appears with the commit, or not at all") {
+  const TemporaryFolder folder;
+  folder.write("old", "old");
+  for (const char* name : {"old", "new"}) {
+    {
+      qzFileWriter file(folder.path(name));
+      file.append("never");
+      file.append(" seen");
+    }
+    CHECK(folder.names() == std::set<std::string>{"old"});
+    const std::string path = folder.path(name);
+    {
+      const FileSizeLimit limit(1000);
+      qzFileWriter file(path);
+      for (int i = 0; i < 9; ++i) file.append(std::string(100, 'x'));
+      CHECK(errorOf([&] { file.append(std::string(200, 'x')); }) == path + ": cannot be written: File too large");
+    }
+    CHECK(folder.read("old") == "old");
+    CHECK(folder.names() == std::set<std::string>{"old"});
+  }
+  for (const char* name : {"old", "new"}) {
+    qzFileWriter file(folder.path(name), true);
+    file.append("one, ");
+    file.append("two");
+    file.rewriteStart("ONE");
+    file.append(", three");
+    CHECK(folder.names().size() == 2);  // the old one and a temporary one
+    file.commit();
+    CHECK(folder.read(name) == "ONE, two, three");
+  }
+  CHECK(folder.names() == std::set<std::string>{"new", "old"});
+}
+
+TEST_CASE("a pipe gets bytes as they are written, and rewritten ones with the commit") {
+  const TemporaryFolder folder;
+  const std::string many(300000, 'x');
+  for (const bool isRewritten : {false, true}) {
+    const std::string pipe = folder.path(isRewritten ? "rewritten" : "plain");
+    std::future<std::string> bytes = readPipe(pipe);
+    qzFileWriter(pipe, isRewritten).append("of a writer without commit");
+    CHECK(bytes.get() == (isRewritten ? "" : "of a writer without commit"));
+    std::filesystem::remove(pipe);
+    bytes = readPipe(pipe);
+    {
+      qzFileWriter file(pipe, isRewritten);
+      file.append("one" + many);
+      if (isRewritten) file.rewriteStart("ONE");
+      file.append("two");
+      file.commit();
+    }
+    CHECK((bytes.get() == (isRewritten ? "ONE" : "one") + many + "two"));
+  }
 }
 
 TEST_CASE("a device is written to as it stands and stays what it is") {

@@ -8,6 +8,7 @@
 
 using namespace qzTest;
 using qzToolkit::qzNumpyArray;
+using qzToolkit::qzNumpyHeader;
 
 namespace {
 
@@ -37,16 +38,31 @@ TEST_CASE("an encoded array reads back, NaN, infinities and signed zeros too") {
   for (std::size_t i = 0; i < elements.size(); ++i) CHECK(sameBits(array.getElement(i / 2, i % 2), elements[i]));
 }
 
+TEST_CASE("floats are written as float32 and read back to the same bits") {
+  const std::vector<float> elements = {0.1f, -0.0f, kInf, -kInf, kMaxFloat, 0x1p-149f};
+  const std::string bytes = qzNumpyArray::Encode(elements, 3);
+  CHECK(bytes.size() == 128 + 4 * elements.size());
+  const std::string dictionary = "{'descr': '<f4', 'fortran_order': False, 'shape': (2, 3), }";
+  CHECK(bytes.substr(10, dictionary.size()) == dictionary);
+  const qzNumpyArray array("a.npy", bytes);
+  REQUIRE(array.getNbRows() == 2);
+  REQUIRE(array.getNbColumns() == 3);
+  for (std::size_t i = 0; i < elements.size(); ++i) {
+    CHECK(sameBits(static_cast<float>(array.getElement(i / 3, i % 3)), elements[i]));
+  }
+}
+
 TEST_CASE("an encoded array is version 1 with its elements at a multiple of 64") {
   for (std::size_t nbRows : {std::size_t(0), std::size_t(1), std::size_t(99), std::size_t(100000)}) {
     const std::string bytes = qzNumpyArray::Encode(std::vector<double>(5 * nbRows), 5);
-    CHECK(qzNumpyArray::Recognizes(bytes));
+    CHECK(qzNumpyHeader::Recognizes(bytes));
     const std::string start("\x93NUMPY\x01\x00", 8);
     CHECK(bytes.substr(0, 8) == start);
     const std::size_t headerLength = static_cast<unsigned char>(bytes[8]) + 256u * static_cast<unsigned char>(bytes[9]);
     CHECK((10 + headerLength) % 64 == 0);
     CHECK(bytes.size() == 10 + headerLength + 40 * nbRows);
     CHECK(bytes[10 + headerLength - 1] == '\n');
+    CHECK(bytes.substr(0, bytes.size() - 40 * nbRows) == qzNumpyHeader::Encode(nbRows, 5));
     const std::string dictionary =
         "{'descr': '<f8', 'fortran_order': False, 'shape': (" + std::to_string(nbRows) + ", 5), }";
     CHECK(bytes.substr(10, dictionary.size()) == dictionary);

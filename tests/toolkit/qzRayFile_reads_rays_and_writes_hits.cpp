@@ -22,6 +22,18 @@ std::string errorOfRays(const TemporaryFolder& folder, const std::string& bytes,
   return error.substr(0, path.size()) == path ? name + error.substr(path.size()) : error;
 }
 
+std::string bytesOf(const TemporaryFolder& folder, const std::string& name, const std::vector<qzHit>& hits,
+                    std::optional<std::size_t> nbHits = std::nullopt) {
+  qzHitWriter writer(folder.path(name), nbHits);
+  for (const qzHit& hit : hits) {
+    std::string row;
+    writer.encode(hit, row);
+    writer.write(row, 1);
+  }
+  writer.commit();
+  return folder.read(name);
+}
+
 qzHit hitOf(float distance, int triangle, float first, float second) {
   return qzHit(distance, static_cast<unsigned>(triangle), Wm4::Vector2<float>(first, second));
 }
@@ -97,14 +109,16 @@ TEST_CASE(".npy: what is wrong is named with its row") {
 }
 
 TEST_CASE("hits as text: one line each, no hit among them") {
-  CHECK(encodeHitsAsText({hitOf(2.5f, 7, 0.25f, 0.5f), qzHit()}) ==
+  const TemporaryFolder folder;
+  CHECK(bytesOf(folder, "hits.csv", {hitOf(2.5f, 7, 0.25f, 0.5f), qzHit()}) ==
         "distance,triangle,weight0,weight1,weight2\n2.5,7,0.25,0.5,0.25\ninf,-1,nan,nan,nan\n");
-  CHECK(encodeHitsAsText({}) == "distance,triangle,weight0,weight1,weight2\n");
+  CHECK(bytesOf(folder, "hits.csv", {}) == "distance,triangle,weight0,weight1,weight2\n");
 }
 
 TEST_CASE("hits as .npy: the same columns, exactly") {
+  const TemporaryFolder folder;
   const float third = 1.0f / 3.0f;
-  const std::string bytes = encodeHitsAsNumpy({qzHit(), hitOf(third, 100000001, third, 0.1f)});
+  const std::string bytes = bytesOf(folder, "hits.npy", {qzHit(), hitOf(third, 100000001, third, 0.1f)});
   const qzNumpyArray array("hits", bytes);
   REQUIRE(array.getNbRows() == 2);
   REQUIRE(array.getNbColumns() == 5);
@@ -121,12 +135,21 @@ TEST_CASE("hits as .npy: the same columns, exactly") {
 TEST_CASE("the end of the name says how hits are written") {
   const TemporaryFolder folder;
   const std::vector<qzHit> hits = {hitOf(1.0f, 0, 0.5f, 0.5f)};
-  writeHits(folder.path("hits.npy"), hits);
-  writeHits(folder.path("HITS.NPY"), hits);
-  writeHits(folder.path("hits.csv"), hits);
-  writeHits(folder.path("hits"), hits);
-  CHECK(folder.read("hits.npy") == encodeHitsAsNumpy(hits));
-  CHECK(folder.read("HITS.NPY") == encodeHitsAsNumpy(hits));
-  CHECK(folder.read("hits.csv") == encodeHitsAsText(hits));
-  CHECK(folder.read("hits") == encodeHitsAsText(hits));
+  const std::string text = bytesOf(folder, "hits.csv", hits), numpy = bytesOf(folder, "hits.npy", hits);
+  CHECK(text == "distance,triangle,weight0,weight1,weight2\n1,0,0.5,0.5,0\n");
+  CHECK(qzNumpyHeader::Recognizes(numpy));
+  CHECK(bytesOf(folder, "HITS.NPY", hits) == numpy);
+  CHECK(bytesOf(folder, "hits", hits) == text);
+}
+
+TEST_CASE("a .npy file is the same whether its number of rows was known before or not") {
+  const TemporaryFolder folder;
+  for (const std::size_t nbHits : {std::size_t(0), std::size_t(1), std::size_t(12345)}) {
+    const std::vector<qzHit> hits(nbHits, hitOf(1.0f, 0, 0.5f, 0.5f));
+    std::vector<double> elements;
+    for (std::size_t i = 0; i < nbHits; ++i) elements.insert(elements.end(), {1.0, 0.0, 0.5, 0.5, 0.0});
+    const std::string expected = qzNumpyArray::Encode(elements, 5);
+    CHECK((bytesOf(folder, "hits.npy", hits) == expected));
+    CHECK((bytesOf(folder, "hits.npy", hits, nbHits) == expected));
+  }
 }

@@ -200,6 +200,15 @@ std::string gzip(const std::string& bytes) {
   return packed;
 }
 
+std::vector<qzToolkit::qzRay> readRays(const std::string& name, std::size_t blockSize) {
+  std::vector<qzToolkit::qzRay> rays;
+  qzToolkit::qzRayReader reader(name, blockSize);
+  for (qzToolkit::qzRayBlock block; reader.read(block);) {
+    reader.decode(block, [&](const qzToolkit::qzRay& ray) { rays.push_back(ray); });
+  }
+  return rays;
+}
+
 std::string errorOf(const std::function<void()>& function) {
   try {
     function();

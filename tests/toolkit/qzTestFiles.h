@@ -1,7 +1,9 @@
 #pragma once
-// Meshes as the bytes of files, written without the toolkit, and what it takes to look at the outcome.
+// Meshes as the bytes of files, written without the toolkit, and what it takes to look at the outcome of reading and
+// writing.
 
 #include <qzSceneGraph/qzTriMesh.h>
+#include <toolkit/qzRayFile.h>
 
 #include <array>
 #include <functional>
@@ -31,6 +33,10 @@ std::string asGltf(const qz::qzTriMesh& mesh, const std::string& binName, std::s
 
 /// The bytes of a gzip file.
 std::string gzip(const std::string& bytes);
+
+/// All rays of a file, read in blocks of this size.
+std::vector<qzToolkit::qzRay> readRays(const std::string& name,
+                                       std::size_t blockSize = qzToolkit::qzRayReader::kBlockSize);
 
 /// What the qzError that function throws says; "nothing thrown" when it returns.
 std::string errorOf(const std::function<void()>& function);

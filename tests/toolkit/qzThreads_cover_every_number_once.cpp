@@ -1,10 +1,13 @@
 #include <doctest/doctest.h>
 #include <toolkit/qzThreads.h>
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <mutex>
 #include <set>
 #include <stdexcept>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -51,4 +54,88 @@ TEST_CASE("an exception in a block comes out") {
                                               if (begin == 50) throw std::runtime_error("fifty");
                                             }),
                        "fifty", std::runtime_error);
+}
+
+TEST_CASE("a stream reads and writes in order, one block at a time, and works on every block once in between") {
+  for (const int nbThreads : {1, 2, 5, 8}) {
+    for (const std::size_t nbSlots : {1u, 2u, 7u, 32u}) {
+      CAPTURE(nbThreads);
+      CAPTURE(nbSlots);
+      constexpr int kNbBlocks = 300;
+      const qzThreads threads(nbThreads);
+      std::vector<int> blocks(nbSlots, -1), written;
+      std::atomic<int> nbReading{0}, nbWriting{0}, nbInside{0}, most{0}, nbWrong{0};
+      int nbRead = 0;
+      threads.streamBlocks(
+          nbSlots,
+          [&](std::size_t slot) {
+            nbWrong += ++nbReading != 1;
+            nbWrong += slot >= nbSlots || blocks[slot] != -1;  // taken away before it is used again
+            if (nbRead < kNbBlocks) {
+              blocks[slot] = nbRead;
+              most = std::max<int>(most, ++nbInside);
+            }
+            --nbReading;
+            return nbRead++ < kNbBlocks;
+          },
+          [&](std::size_t slot) { blocks[slot] += 1000; },
+          [&](std::size_t slot) {
+            nbWrong += ++nbWriting != 1;
+            written.push_back(blocks[slot]);
+            blocks[slot] = -1;
+            --nbInside;
+            --nbWriting;
+          });
+      CHECK(nbWrong == 0);
+      CHECK(nbRead == kNbBlocks + 1);
+      CHECK(most <= static_cast<int>(nbSlots));
+      REQUIRE(written.size() == kNbBlocks);
+      for (int i = 0; i < kNbBlocks; ++i) CHECK(written[static_cast<std::size_t>(i)] == 1000 + i);
+    }
+  }
+}
+
+TEST_CASE("several blocks of a stream are worked on at once") {
+  const qzThreads threads(2);
+  std::atomic<int> nbStarted{0};
+  int nbRead = 0;
+  threads.streamBlocks(
+      2, [&](std::size_t) { return nbRead++ < 2; },
+      [&](std::size_t) {
+        for (++nbStarted; nbStarted < 2;) std::this_thread::yield();  // each waits for the other
+      },
+      [](std::size_t) {});
+  CHECK(nbStarted == 2);
+}
+
+TEST_CASE("of a stream the first exception in the order of reading comes out, after all blocks before it") {
+  for (const int nbThreads : {1, 2, 8}) {
+    for (const char* stage : {"read", "work", "write"}) {
+      CAPTURE(nbThreads);
+      CAPTURE(stage);
+      const qzThreads threads(nbThreads);
+      constexpr std::size_t kNbSlots = 7;
+      int blocks[kNbSlots], nbRead = 0, nbWritten = 0;
+      const auto failIn = [&](const std::string& where, int block) {
+        if (stage == where && block >= 50) throw std::runtime_error(std::to_string(block));
+      };
+      CHECK_THROWS_WITH_AS(threads.streamBlocks(
+                               kNbSlots,
+                               [&](std::size_t slot) {
+                                 failIn("read", nbRead);
+                                 blocks[slot] = nbRead;
+                                 return nbRead++ < 100;
+                               },
+                               [&](std::size_t slot) {
+                                 if (blocks[slot] == 50) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+                                 failIn("work", blocks[slot]);
+                               },
+                               [&](std::size_t slot) {
+                                 failIn("write", blocks[slot]);
+                                 ++nbWritten;
+                               }),
+                           "50", std::runtime_error);
+      CHECK(nbWritten == 50);
+    }
+  }
 }
