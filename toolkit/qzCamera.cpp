@@ -31,6 +31,10 @@ tVector difference(const tVector& a, const tVector& b) {
   return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
 }
 
+tVector scaled(double s, const tVector& v) {
+  return {s * v[0], s * v[1], s * v[2]};
+}
+
 double length(const tVector& v) {
   return std::hypot(v[0], v[1], v[2]);
 }
@@ -109,6 +113,7 @@ struct qzCamera::tReach {
   double mTangents[2];                                                    // with the margin
   double mAbove[2] = {kLowest, kLowest}, mBelow[2] = {kLowest, kLowest};  // of x and y: the largest +-x + tan * z
   double mNearest = kLowest, mFarthest = -kLowest;                        // z
+  double mShift = 0.0;  // how far from the mesh's own origin these coordinates begin, which costs precision
 
   explicit tReach(const qzCamera& camera) : mTangents{camera.mTanX / kMargin, camera.mTanY / kMargin} {}
 };
@@ -128,10 +133,10 @@ qzCamera::qzCamera(const tVector& direction, tUp up, double aspect)
 
 /// Goes where all of reach is in the picture; returns the place along backward.
 double qzCamera::place(const tReach& reach) {
-  const auto& [tangents, above, below, nearest, farthest] = reach;
+  const auto& [tangents, above, below, nearest, farthest, shift] = reach;
   const double x = (above[0] - below[0]) / 2, y = (above[1] - below[1]) / 2;
   double z = std::max((above[0] + below[0]) / (2 * tangents[0]), (above[1] + below[1]) / (2 * tangents[1]));
-  const double step = std::max({1e-3 * (z - farthest), 1e-3 * std::abs(nearest), 1e-30});
+  const double step = std::max({1e-3 * (z - farthest), 1e-3 * std::abs(nearest), 1e-5 * shift, 1e-30});
   z = std::max(z, nearest + step);  // a single point, or a line of sight along a flat mesh
   for (std::size_t axis = 0; axis < 3; ++axis) {
     mOrigin[axis] = x * mRight[axis] + y * mUp[axis] + z * mBackward[axis];
@@ -180,16 +185,13 @@ std::vector<qzCamera> qzCamera::FrameTurning(const qz::qzTriMesh& mesh, const tV
     double mAlong, mAcross;
     tParts(const tVector& v, const tVector& axis) : mAlong(dot(v, axis)), mAcross(length(cross(axis, v))) {}
   };
+  reach.mShift = length(middle);
   const tParts backward(first.mBackward, axis);
   std::vector<tParts> above, below;
   for (std::size_t k = 0; k < 2; ++k) {
-    tVector v, w;
-    for (std::size_t i = 0; i < 3; ++i) {
-      v[i] = sides[k][i] + reach.mTangents[k] * first.mBackward[i];
-      w[i] = -sides[k][i] + reach.mTangents[k] * first.mBackward[i];
-    }
-    above.emplace_back(v, axis);
-    below.emplace_back(w, axis);
+    const tVector tilted = scaled(reach.mTangents[k], first.mBackward);
+    above.emplace_back(difference(tilted, scaled(-1.0, sides[k])), axis);
+    below.emplace_back(difference(tilted, sides[k]), axis);
   }
   forEachVertex(mesh, [&](const tVector& p) {
     const tParts vertex(difference(p, middle), axis);

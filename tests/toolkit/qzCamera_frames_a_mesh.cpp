@@ -3,6 +3,7 @@
 
 #include <cmath>
 
+#include "support/qzBits.h"
 #include "support/qzTestMeshes.h"
 #include "toolkit/qzTestFiles.h"
 
@@ -16,13 +17,22 @@ double dot(const tVector& a, const Wm4::Vector3<float>& b) {
   return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
 }
 
+Wm4::Vector3<float> fromCamera(const qzCamera& camera, const Wm4::Vector3<float>& point) {
+  const Wm4::Vector3<float> origin = camera.getOrigin();
+  return {point[0] - origin[0], point[1] - origin[1], point[2] - origin[2]};
+}
+
+/// Along the line of sight.
+double depthOf(const qzCamera& camera, const Wm4::Vector3<float>& point) {
+  return -dot(camera.getBackward(), fromCamera(camera, point));
+}
+
 /// Where a point is in the picture, x and y as for getDirection.
 std::array<double, 2> project(const qzCamera& camera, const Wm4::Vector3<float>& point) {
-  const Wm4::Vector3<float> origin = camera.getOrigin(), corner = camera.getDirection(1.0, 0.0);
-  const Wm4::Vector3<float> offset(point[0] - origin[0], point[1] - origin[1], point[2] - origin[2]);
+  const Wm4::Vector3<float> corner = camera.getDirection(1.0, 0.0), offset = fromCamera(camera, point);
   const double halfWidth = dot(camera.getRight(), corner) / -dot(camera.getBackward(), corner);
   const double halfHeight = dot(camera.getUp(), corner) / -dot(camera.getBackward(), corner);
-  const double depth = -dot(camera.getBackward(), offset);
+  const double depth = depthOf(camera, point);
   REQUIRE(depth > 0.0);
   return {0.5 + 0.5 * dot(camera.getRight(), offset) / depth / halfWidth,
           0.5 - 0.5 * dot(camera.getUp(), offset) / depth / halfHeight};
@@ -63,6 +73,88 @@ TEST_CASE("from every view all of a mesh is in the picture, and reaches near two
         }
       }
     }
+  }
+}
+
+TEST_CASE("around a turning mesh every vertex stays in the picture at any turn, and one reaches near an edge") {
+  const qz::qzTriMesh meshes[] = {soupMesh(200, 5), terrainMesh(6, 4), gridMesh(1),
+                                  meshOfCorners({{5, 5, 5}, {5, 5, 905}, {6, 5, 5}})};
+  for (const qz::qzTriMesh& mesh : meshes) {
+    for (qzCamera::tUp up : {qzCamera::eUpY, qzCamera::eUpZ}) {
+      for (const char* view : {"", "front", "left", "top", "bottom", "iso", "1,2,-3", "0,1e-3,1"}) {
+        for (double aspect : {0.5, 1.0, 3.0}) {
+          CAPTURE(view);
+          CAPTURE(aspect);
+          double largest = 0.0, nearest = 1.0, farthest = -1.0;
+          for (const qzCamera& camera : qzCamera::FrameTurning(mesh, qzCamera::Direction(view, up), up, aspect, 90)) {
+            for (int v = 0; v < mesh.getVertexBuffer()->getNbVertices(); ++v) {
+              const Wm4::Vector3<float> vertex = mesh.getVertexBuffer()->Position3(v);
+              const std::array<double, 2> place = project(camera, vertex);
+              for (double part : place) largest = std::max(largest, std::abs(2.0 * part - 1.0));
+              const double depth = depthOf(camera, vertex);
+              nearest = std::min(nearest, depth - camera.getNearest());
+              farthest = std::max(farthest, depth - camera.getFarthest());
+            }
+          }
+          CHECK(largest < 1.0);
+          CHECK(largest > 0.92);
+          CHECK(nearest > -1e-3);
+          CHECK(farthest < 1e-3);
+        }
+      }
+    }
+  }
+}
+
+TEST_CASE("cameras turn from front to right in equal steps, about the middle of the box") {
+  const qz::qzTriMesh mesh = meshOfCorners({{10, 20, 30}, {14, 20, 30}, {10, 26, 38}});
+  for (qzCamera::tUp up : {qzCamera::eUpY, qzCamera::eUpZ}) {
+    const auto cameras = qzCamera::FrameTurning(mesh, qzCamera::Direction("front", up), up, 1.5, 4);
+    REQUIRE(cameras.size() == 4);
+    const char* const views[] = {"front", "right", "back", "left"};
+    for (std::size_t i = 0; i < 4; ++i) {
+      CAPTURE(views[i]);
+      const qzCamera framed = qzCamera::Frame(mesh, qzCamera::Direction(views[i], up), up, 1.5);
+      CHECK(isNear(cameras[i].getBackward(), framed.getBackward()));
+      CHECK(isNear(cameras[i].getRight(), framed.getRight()));
+      CHECK(isNear(cameras[i].getUp(), framed.getUp()));
+      CHECK(project(cameras[i], {12, 23, 34})[0] == doctest::Approx(0.5));
+      CHECK(project(cameras[i], {12, 23, 34})[1] == doctest::Approx(project(cameras[0], {12, 23, 34})[1]));
+      CHECK(cameras[i].getNearest() == cameras[0].getNearest());
+    }
+  }
+  // Seen from above the picture turns.
+  const auto cameras = qzCamera::FrameTurning(mesh, {0, 0, 1}, qzCamera::eUpZ, 1.5, 8);
+  for (std::size_t i = 0; i < 8; ++i) {
+    const double turn = 0.25 * 3.14159265358979323846 * static_cast<double>(i);
+    CHECK(isNear(cameras[i].getBackward(), {0, 0, 1}));
+    CHECK(isNear(cameras[i].getRight(), {std::cos(turn), std::sin(turn), 0}));
+  }
+}
+
+TEST_CASE("every other camera of a turn in eight is one of a turn in four, to the bit") {
+  const qz::qzTriMesh mesh = soupMesh(30, 8);
+  const auto four = qzCamera::FrameTurning(mesh, {1, -2, 0.5}, qzCamera::eUpZ, 0.8, 4),
+             eight = qzCamera::FrameTurning(mesh, {1, -2, 0.5}, qzCamera::eUpZ, 0.8, 8);
+  for (std::size_t i = 0; i < 4; ++i) {
+    CHECK(sameBits(four[i].getOrigin(), eight[2 * i].getOrigin()));
+    CHECK(sameBits(four[i].getDirection(0.3, 0.9), eight[2 * i].getDirection(0.3, 0.9)));
+    CHECK(sameBits(four[i].getBackward(), eight[2 * i].getBackward()));
+  }
+}
+
+TEST_CASE("a framed mesh is between the nearest and the farthest distance, and reaches both") {
+  const qz::qzTriMesh mesh = soupMesh(50, 4);
+  for (const char* view : {"", "top", "1,2,3"}) {
+    const qzCamera camera = qzCamera::Frame(mesh, qzCamera::Direction(view, qzCamera::eUpZ), qzCamera::eUpZ, 1.0);
+    double nearest = 1e9, farthest = -1e9;
+    for (int v = 0; v < mesh.getVertexBuffer()->getNbVertices(); ++v) {
+      const double depth = depthOf(camera, mesh.getVertexBuffer()->Position3(v));
+      nearest = std::min(nearest, depth);
+      farthest = std::max(farthest, depth);
+    }
+    CHECK(camera.getNearest() == doctest::Approx(nearest));
+    CHECK(camera.getFarthest() == doctest::Approx(farthest));
   }
 }
 
@@ -116,6 +208,12 @@ TEST_CASE("a mesh of one point is looked at from a distance") {
   CHECK(camera.getOrigin()[2] > 5.0f);
   CHECK(std::isfinite(camera.getOrigin()[2]));
   CHECK(camera.getOrigin()[0] == doctest::Approx(3.0));
+  const qz::qzTriMesh far = meshOfCorners({{3, 4000, 5}, {3, 4000, 5}, {3, 4000, 5}});
+  for (const qzCamera& turned : qzCamera::FrameTurning(far, {0, 0, 1}, qzCamera::eUpZ, 1.0, 3)) {
+    CHECK(turned.getOrigin()[2] > 5.0f);
+    CHECK(turned.getOrigin()[2] < 6.0f);
+    CHECK(turned.getOrigin()[1] == 4000.0f);
+  }
 }
 
 TEST_CASE("a view is x,y,z or a name") {

@@ -37,6 +37,13 @@ TEST_CASE("pixels come back from the PNG file, first row first") {
   CHECK(pixels == std::vector<unsigned>{255, 0, 0, 0, 0, 0, 0, 255, 0, 0, 0, 0, 0, 0, 255, 0, 0, 0});
 }
 
+TEST_CASE("a picture begins black, or with a colour") {
+  unsigned width, height;
+  CHECK(decode(qzImage(2, 1).encodePng(), width, height) == std::vector<unsigned>(6, 0));
+  CHECK(decode(qzImage(1, 2, {1.0, 0.0, 0.2158605}).encodePng(), width, height) ==
+        std::vector<unsigned>{255, 0, 128, 255, 0, 128});
+}
+
 TEST_CASE("linear light is encoded as sRGB and cut off at 0 and 1") {
   qzImage image(2, 1);
   image.setPixel(0, 0, {0.2158605, 0.0015, 2.0});  // 128 / 255 in sRGB; the straight part of the curve; too bright
