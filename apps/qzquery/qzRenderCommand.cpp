@@ -1,12 +1,18 @@
 // qzquery render: a picture of a mesh.
 
+#include <toolkit/qzError.h>
 #include <toolkit/qzFile.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
+#include <filesystem>
+#include <limits>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "qzChoice.h"
 #include "qzCommands.h"
@@ -20,13 +26,29 @@ namespace {
 
 constexpr int kMaxSide = 16384;
 constexpr int kMaxPixels = 1 << 26;
+constexpr int kMaxViews = 360;
 
 struct tRenderArguments {
-  std::string mMeshName, mImageName, mSize = "1280x960", mView;
+  std::string mMeshName, mImageName, mDepthName, mSize = "1280x960", mView;
   tShading mShading = tShading::eFacing;
   qzToolkit::qzCamera::tUp mUp = qzToolkit::qzCamera::eUpZ;
   int mNbSamples = 3;
+  int mNbViews = 0;  // of the turntable; 0 is none
 };
+
+/// What of a depth map people want to know.
+struct tDepthRange {
+  std::size_t mNbHits = 0;
+  double mNearest = std::numeric_limits<double>::infinity(), mFarthest = -mNearest;
+};
+
+bool isSize(int width, int height) {
+  return width <= kMaxSide && height <= kMaxSide && width * height <= kMaxPixels;
+}
+
+std::string limits() {
+  return std::to_string(kMaxSide) + " a side and " + std::to_string(kMaxPixels) + " pixels";
+}
 
 /// Reads "1280x960"; false for anything else.
 bool readSize(const std::string& text, int& width, int& height) {
@@ -34,36 +56,111 @@ bool readSize(const std::string& text, int& width, int& height) {
   const auto [cross, widthError] = std::from_chars(text.data(), end, width);
   if (widthError != std::errc() || cross == end || *cross != 'x') return false;
   const auto [stop, heightError] = std::from_chars(cross + 1, end, height);
-  return heightError == std::errc() && stop == end && width >= 1 && height >= 1 && width <= kMaxSide &&
-         height <= kMaxSide && width * height <= kMaxPixels;
+  return heightError == std::errc() && stop == end && width >= 1 && height >= 1 && isSize(width, height);
+}
+
+qzSheet makeSheet(const tRenderArguments& arguments) {
+  int width, height;
+  readSize(arguments.mSize, width, height);
+  const qzSheet sheet(width, height, std::max(1, arguments.mNbViews));
+  if (!isSize(sheet.getWidth(), sheet.getHeight())) {
+    throw qzToolkit::qzError("--turntable", std::to_string(arguments.mNbViews) + " views of " + arguments.mSize +
+                                                " make a sheet of " + std::to_string(sheet.getWidth()) + "x" +
+                                                std::to_string(sheet.getHeight()) + "; a picture has up to " +
+                                                limits());
+  }
+  return sheet;
+}
+
+/// Whether two names stand for one file, which need not be there yet.
+bool isSameFile(const std::string& a, const std::string& b) {
+  std::error_code failure;
+  const auto path = std::filesystem::weakly_canonical(std::filesystem::absolute(a), failure);
+  return a == b || (!failure && path == std::filesystem::weakly_canonical(std::filesystem::absolute(b), failure));
+}
+
+tDepthRange rangeOf(const qzToolkit::qzFloatMap& depths) {
+  tDepthRange range;
+  for (int y = 0; y < depths.getHeight(); ++y) {
+    for (int x = 0; x < depths.getWidth(); ++x) {
+      const double depth = depths.getPixel(x, y);
+      if (std::isinf(depth)) continue;
+      ++range.mNbHits;
+      range.mNearest = std::min(range.mNearest, depth);
+      range.mFarthest = std::max(range.mFarthest, depth);
+    }
+  }
+  return range;
+}
+
+nlohmann::ordered_json describe(const qzToolkit::qzCamera& camera) {
+  nlohmann::ordered_json answer;
+  const Wm4::Vector3<float> origin = camera.getOrigin();
+  answer["origin"] = {origin[0], origin[1], origin[2]};
+  answer["right"] = camera.getRight();
+  answer["up"] = camera.getUp();
+  answer["backward"] = camera.getBackward();
+  return answer;
 }
 
 void render(const tRenderArguments& arguments, const tOptions& options) {
-  int width, height;
-  readSize(arguments.mSize, width, height);
+  const qzSheet sheet = makeSheet(arguments);
+  const bool wantsDepth = !arguments.mDepthName.empty();
+  if (wantsDepth && isSameFile(arguments.mDepthName, arguments.mImageName)) {
+    throw qzToolkit::qzError("--depth", "names the same file as --output");
+  }
   const qzToolkit::qzCamera::tVector direction = qzToolkit::qzCamera::Direction(arguments.mView, arguments.mUp);
   const qzScene scene(arguments.mMeshName, options);
-  const auto camera = qzToolkit::qzCamera::Frame(scene.getMesh(), direction, arguments.mUp, double(width) / height);
-  const qzRenderer renderer(scene.getMesh(), scene.getHierarchy(), camera, arguments.mUp, arguments.mShading);
+  const double aspect = double(sheet.getViewWidth()) / sheet.getViewHeight();
+  const std::vector<qzToolkit::qzCamera> cameras =
+      arguments.mNbViews > 0
+          ? qzToolkit::qzCamera::FrameTurning(scene.getMesh(), direction, arguments.mUp, aspect, arguments.mNbViews)
+          : std::vector{qzToolkit::qzCamera::Frame(scene.getMesh(), direction, arguments.mUp, aspect)};
+  const qzRenderer renderer(scene.getMesh(), scene.getHierarchy(), cameras, arguments.mUp, arguments.mShading);
 
   const qzToolkit::qzThreads threads(options.mNbThreads);
   const double start = now();
   qzRenderer::tStatistics statistics;
-  const qzToolkit::qzImage image =
-      renderer.render(width, height, arguments.mNbSamples, threads, !options.mQuiet, statistics);
+  const qzToolkit::qzImage image = renderer.render(sheet, arguments.mNbSamples, threads, !options.mQuiet, statistics);
   const double duration = now() - start;
-  qzToolkit::writeFile(arguments.mImageName, image.encodePng());
+  tDepthRange depthRange;
+  {
+    // Both files take their places when both could be written.
+    std::optional<qzToolkit::qzFileWriter> depthFile;
+    if (wantsDepth) {
+      const qzToolkit::qzFloatMap depths = renderer.measureDepth(sheet, threads, !options.mQuiet);
+      depthRange = rangeOf(depths);
+      depthFile.emplace(arguments.mDepthName);
+      depthFile->append(depths.encode(arguments.mDepthName));
+    }
+    qzToolkit::qzFileWriter imageFile(arguments.mImageName);
+    imageFile.append(image.encodePng());
+    if (depthFile) depthFile->commit();
+    imageFile.commit();
+  }
 
   if (options.mAsJson) {
     nlohmann::ordered_json answer = describeWork(arguments.mMeshName, scene, options, threads.getNbThreads());
-    answer["width"] = width;
-    answer["height"] = height;
+    answer["width"] = sheet.getWidth();
+    answer["height"] = sheet.getHeight();
+    answer["views"] = sheet.getNbViews();
+    answer["columns"] = sheet.getNbColumns();
+    answer["halfWidth"] = cameras[0].getHalfWidth();
+    answer["halfHeight"] = cameras[0].getHalfHeight();
+    for (const qzToolkit::qzCamera& camera : cameras) answer["cameras"].push_back(describe(camera));
     answer["cameraRays"] = statistics.mNbRays;
     answer["cameraHits"] = statistics.mNbHits;
     answer["renderSeconds"] = duration;
     if (arguments.mShading == tShading::eCost) {
       answer["meanVisits"] = statistics.mMeanVisits;
       answer["maxPixelVisits"] = statistics.mMaxPixelVisits;
+    }
+    if (wantsDepth) {
+      answer["depth"] = {{"file", arguments.mDepthName}, {"hits", depthRange.mNbHits}};
+      if (depthRange.mNbHits > 0) {
+        answer["depth"]["nearest"] = depthRange.mNearest;
+        answer["depth"]["farthest"] = depthRange.mFarthest;
+      }
     }
     writeJson(answer, arguments.mImageName);
     return;
@@ -78,6 +175,17 @@ void render(const tRenderArguments& arguments, const tOptions& options) {
                   statistics.mMaxPixelVisits);
     say(options, text);
   }
+  if (arguments.mNbViews > 0) {
+    say(options, "sheet: " + std::to_string(sheet.getNbViews()) + " views in " + std::to_string(sheet.getNbColumns()) +
+                     " columns, " + std::to_string(sheet.getWidth()) + "x" + std::to_string(sheet.getHeight()) +
+                     " pixels");
+  }
+  if (wantsDepth) {
+    char text[128];
+    std::snprintf(text, sizeof text, "depth: %zu pixels hit, from %g to %g", depthRange.mNbHits, depthRange.mNearest,
+                  depthRange.mFarthest);
+    say(options, depthRange.mNbHits > 0 ? text : "depth: no pixel hit");
+  }
 }
 
 }  // namespace
@@ -87,16 +195,29 @@ void addRenderCommand(CLI::App& app, tOptions& options) {
   const auto arguments = std::make_shared<tRenderArguments>();
   command.add_option("MESH", arguments->mMeshName, "Mesh file, perhaps with .gz behind its name")->required();
   command.add_option("-o,--output", arguments->mImageName, "Picture, a PNG file; - is standard output")->required();
-  command.add_option("--size", arguments->mSize, "Width and height in pixels")
+  command.add_option("--size", arguments->mSize, "Width and height in pixels, of a view with --turntable")
       ->capture_default_str()
       ->type_name("WxH")
       ->check([](const std::string& text) {
         int width, height;
-        return readSize(text, width, height)
-                   ? std::string()
-                   : "'" + text + "' is not a size like 1280x960, up to " + std::to_string(kMaxSide) + " a side and " +
-                         std::to_string(kMaxPixels) + " pixels";
+        return readSize(text, width, height) ? std::string()
+                                             : "'" + text + "' is not a size like 1280x960, up to " + limits();
       });
+  command
+      .add_option(
+          "--depth", arguments->mDepthName,
+          "Depth at the centre of every pixel, a .npy or .pfm file: the distance from the camera along its line "
+          "of sight, in units of the mesh, and infinity where there is nothing")
+      ->type_name("FILE")
+      ->check([](const std::string& name) {
+        return qzToolkit::qzFloatMap::IsFormat(name) ? std::string()
+                                                     : "'" + name + "' ends neither in .npy nor in .pfm";
+      });
+  command
+      .add_option("--turntable", arguments->mNbViews,
+                  "Sheet of so many views at one scale, from --view on, in equal steps of a turn about the axis that "
+                  "points up")
+      ->check(CLI::Range(1, kMaxViews));
   command
       .add_option("--view", arguments->mView,
                   "Where to look from: x,y,z or front, back, left, right, top, bottom, iso; without it from the front, "

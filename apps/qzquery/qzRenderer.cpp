@@ -1,9 +1,12 @@
 #include "qzRenderer.h"
 
+#include <toolkit/qzProgress.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <limits>
+#include <utility>
 #include <vector>
 
 namespace qzQuery {
@@ -63,6 +66,18 @@ tVector heat(double part) {
   return mixed(kHeat[index], kHeat[index + 1], position - index);
 }
 
+qzRay rayThrough(const qzToolkit::qzCamera& camera, double x, double y) {
+  qzRay ray;
+  ray.mOrigin = camera.getOrigin();
+  ray.mDirection = camera.getDirection(x, y);
+  return ray;
+}
+
+/// Along the camera's line of sight.
+double depthOf(const qzHit& hit, const qzRay& ray, const qzToolkit::qzCamera& camera) {
+  return -hit.mDistance * dot(toDouble(ray.mDirection), camera.getBackward());
+}
+
 }  // namespace
 
 /// Numbers from 0 inclusive to 1 exclusive that depend on the pixel's number alone.
@@ -89,23 +104,16 @@ class qzRenderer::tRandom {
 };
 
 qzRenderer::qzRenderer(const qz::qzTriMesh& mesh, const qzToolkit::qzVisitCounter& hierarchy,
-                       const qzToolkit::qzCamera& camera, qzToolkit::qzCamera::tUp up, tShading shading)
+                       std::vector<qzToolkit::qzCamera> cameras, qzToolkit::qzCamera::tUp up, tShading shading)
     : mMesh(mesh),
       mHierarchy(hierarchy),
-      mCamera(camera),
+      mCameras(std::move(cameras)),
       mShading(shading),
       mUpAxis(up == qzToolkit::qzCamera::eUpY ? 1 : 2) {
   qzBBox box;
-  const tVector origin = toDouble(camera.getOrigin());
-  mNearest = std::numeric_limits<double>::infinity();
-  mFarthest = -mNearest;
   const qz::qzIndexBuffer& indices = *mesh.getIndexBuffer();
   for (int i = 0; i < indices.getNbIndices(); ++i) {
-    const Wm4::Vector3<float> vertex = mesh.getVertexBuffer()->Position3(indices.getIndices()[i]);
-    box.selfExpand(vertex);
-    const double distance = -dot(along(toDouble(vertex), -1.0, origin), camera.getBackward());
-    mNearest = std::min(mNearest, distance);
-    mFarthest = std::max(mFarthest, distance);
+    box.selfExpand(mesh.getVertexBuffer()->Position3(indices.getIndices()[i]));
   }
   const tVector low = toDouble(box.getMinPoint()), high = toDouble(box.getMaxPoint());
   mCenter = mixed(low, high, 0.5);
@@ -113,39 +121,57 @@ qzRenderer::qzRenderer(const qz::qzTriMesh& mesh, const qzToolkit::qzVisitCounte
   mFloor = low[mUpAxis];
 }
 
-qzToolkit::qzImage qzRenderer::render(int width, int height, int nbSamples, const qzToolkit::qzThreads& threads,
-                                      bool showProgress, tStatistics& statistics) const {
-  qzToolkit::qzImage image(width, height);
-  const auto nbPixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
-  std::vector<float> visits(mShading == tShading::eCost ? nbPixels : 0);
-  std::atomic<std::size_t> nbHits{0};
-  qzToolkit::qzProgress progress("casting rays", static_cast<std::size_t>(height), showProgress);
-
-  threads.forEachBlock(static_cast<std::size_t>(height), kRowsInBlock, [&](std::size_t begin, std::size_t end) {
-    std::size_t nbHitsHere = 0;
-    for (int y = static_cast<int>(begin); y < static_cast<int>(end); ++y) {
-      for (int x = 0; x < width; ++x) {
-        const std::size_t pixel =
-            static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x);
-        tRandom random(pixel);
-        tColor color{};
-        double nbVisits = 0.0;
-        for (int i = 0; i < nbSamples * nbSamples; ++i) {  // one sample somewhere in each small square of the pixel
-          const double dx = (i % nbSamples + random.next()) / nbSamples,
-                       dy = (i / nbSamples + random.next()) / nbSamples;
-          const tSample sample = shoot((x + dx) / width, (y + dy) / height, random);
-          color = along(color, 1.0 / (nbSamples * nbSamples), sample.mColor);
-          nbVisits += sample.mNbVisits;
-          nbHitsHere += sample.mIsHit;
-        }
-        image.setPixel(x, y, color);
-        if (!visits.empty()) visits[pixel] = static_cast<float>(nbVisits / (nbSamples * nbSamples));
+/// Calls function for every pixel that shows something, from several threads: with its column and row in the sheet, the
+/// camera, and its place in the view.
+template <class tFunction>
+void qzRenderer::forEachPixel(const qzSheet& sheet, const qzToolkit::qzThreads& threads, const std::string& label,
+                              bool showProgress, const tFunction& function) const {
+  const auto nbRows = static_cast<std::size_t>(sheet.getHeight());
+  qzToolkit::qzProgress progress(label, nbRows, showProgress);
+  threads.forEachBlock(nbRows, kRowsInBlock, [&](std::size_t begin, std::size_t end) {
+    for (int row = static_cast<int>(begin); row < static_cast<int>(end); ++row) {
+      for (int column = 0; column < sheet.getWidth(); ++column) {
+        const int view = sheet.getView(column, row);
+        if (view >= sheet.getNbViews()) break;  // empty, as is what follows in this row
+        function(column, row, mCameras[static_cast<std::size_t>(view)], column % sheet.getViewWidth(),
+                 row % sheet.getViewHeight());
       }
     }
-    nbHits += nbHitsHere;
     progress.advance(end - begin);
   });
+}
 
+qzToolkit::qzImage qzRenderer::render(const qzSheet& sheet, int nbSamples, const qzToolkit::qzThreads& threads,
+                                      bool showProgress, tStatistics& statistics) const {
+  const int width = sheet.getWidth(), height = sheet.getHeight();
+  qzToolkit::qzImage image(width, height, kBackground);
+  const auto indexOf = [width](int x, int y) {
+    return static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x);
+  };
+  std::vector<float> visits(mShading == tShading::eCost ? indexOf(0, height) : 0);
+  std::atomic<std::size_t> nbHits{0};
+  const auto shootPixel = [&](int column, int row, const qzToolkit::qzCamera& camera, int x, int y) {
+    tRandom random(static_cast<std::size_t>(y) * static_cast<std::size_t>(sheet.getViewWidth()) +
+                   static_cast<std::size_t>(x));
+    tColor color{};
+    double nbVisits = 0.0;
+    std::size_t nbHitsHere = 0;
+    for (int i = 0; i < nbSamples * nbSamples; ++i) {  // one sample somewhere in each small square of the pixel
+      const double dx = (i % nbSamples + random.next()) / nbSamples, dy = (i / nbSamples + random.next()) / nbSamples;
+      const tSample sample = shoot(camera, (x + dx) / sheet.getViewWidth(), (y + dy) / sheet.getViewHeight(), random);
+      color = along(color, 1.0 / (nbSamples * nbSamples), sample.mColor);
+      nbVisits += sample.mNbVisits;
+      nbHitsHere += sample.mIsHit;
+    }
+    image.setPixel(column, row, color);
+    if (!visits.empty()) visits[indexOf(column, row)] = static_cast<float>(nbVisits / (nbSamples * nbSamples));
+    nbHits += nbHitsHere;
+  };
+  forEachPixel(sheet, threads, "casting rays", showProgress, shootPixel);
+
+  const std::size_t nbPixels = static_cast<std::size_t>(sheet.getNbViews()) *
+                               static_cast<std::size_t>(sheet.getViewWidth()) *
+                               static_cast<std::size_t>(sheet.getViewHeight());
   statistics = {};
   statistics.mNbRays = nbPixels * static_cast<std::size_t>(nbSamples * nbSamples);
   statistics.mNbHits = nbHits;
@@ -155,34 +181,44 @@ qzToolkit::qzImage qzRenderer::render(int width, int height, int nbSamples, cons
     statistics.mMeanVisits = sum / static_cast<double>(nbPixels);
     statistics.mMaxPixelVisits = *std::max_element(visits.begin(), visits.end());
     const double scale = 1.0 / std::max(1.0, statistics.mMaxPixelVisits);
-    for (std::size_t pixel = 0; pixel < nbPixels; ++pixel) {
-      image.setPixel(static_cast<int>(pixel % static_cast<std::size_t>(width)),
-                     static_cast<int>(pixel / static_cast<std::size_t>(width)), heat(visits[pixel] * scale));
+    for (int y = 0; y < height; ++y) {
+      for (int x = 0; x < width; ++x) image.setPixel(x, y, heat(visits[indexOf(x, y)] * scale));
     }
   }
   return image;
 }
 
-qzRenderer::tSample qzRenderer::shoot(double x, double y, tRandom& random) const {
-  qzRay ray;
-  ray.mOrigin = mCamera.getOrigin();
-  ray.mDirection = mCamera.getDirection(x, y);
+qzToolkit::qzFloatMap qzRenderer::measureDepth(const qzSheet& sheet, const qzToolkit::qzThreads& threads,
+                                               bool showProgress) const {
+  qzToolkit::qzFloatMap depths(sheet.getWidth(), sheet.getHeight(), std::numeric_limits<float>::infinity());
+  const auto measurePixel = [&](int column, int row, const qzToolkit::qzCamera& camera, int x, int y) {
+    const qzRay ray = rayThrough(camera, (x + 0.5) / sheet.getViewWidth(), (y + 0.5) / sheet.getViewHeight());
+    const qzHit hit = castRay(mHierarchy, ray, qzQBVH::eIntersectBothFaces);
+    if (hit.isHit()) depths.setPixel(column, row, static_cast<float>(depthOf(hit, ray, camera)));
+  };
+  forEachPixel(sheet, threads, "measuring depth", showProgress, measurePixel);
+  return depths;
+}
+
+qzRenderer::tSample qzRenderer::shoot(const qzToolkit::qzCamera& camera, double x, double y, tRandom& random) const {
+  const qzRay ray = rayThrough(camera, x, y);
   tSample sample;
   const qzHit hit = mShading == tShading::eCost
                         ? mHierarchy.castRayCounting(ray, qzQBVH::eIntersectBothFaces, sample.mNbVisits)
                         : castRay(mHierarchy, ray, qzQBVH::eIntersectBothFaces);
   sample.mIsHit = hit.isHit();
-  sample.mColor = hit.isHit() ? shadeHit(ray, hit, random) : shadeBackground(ray, random);
+  sample.mColor = hit.isHit() ? shadeHit(camera, ray, hit, random) : shadeBackground(ray, random);
   return sample;
 }
 
-qzRenderer::tColor qzRenderer::shadeHit(const qzRay& ray, const qzHit& hit, tRandom& random) const {
+qzRenderer::tColor qzRenderer::shadeHit(const qzToolkit::qzCamera& camera, const qzRay& ray, const qzHit& hit,
+                                        tRandom& random) const {
   const tVector direction = toDouble(ray.mDirection), normal = normalTowards(ray, hit.mTriangle);
   switch (mShading) {
     case tShading::eFacing: {
       // A light beside the camera, one from above and the open sky.
       const double facing = -dot(normal, direction);
-      const double fromAbove = std::max(0.0, dot(normal, mCamera.getUp()));
+      const double fromAbove = std::max(0.0, dot(normal, camera.getUp()));
       const tVector point = along(toDouble(ray.mOrigin), hit.mDistance, direction);
       const double open = openness(point, normal, kNookReach * mSize, kNookRays, random);
       const double light = open * (0.06 + 0.85 * facing * facing + 0.55 * fromAbove * fromAbove) + 0.015;
@@ -194,9 +230,10 @@ qzRenderer::tColor qzRenderer::shadeHit(const qzRay& ray, const qzHit& hit, tRan
       return color;
     }
     case tShading::eDepth: {
-      const double depth = -hit.mDistance * dot(direction, mCamera.getBackward());
-      const double range = mFarthest > mNearest ? mFarthest - mNearest : 1.0;  // flat across the line of sight: 1
-      return mixed(kNear, kBackground, 0.9 * std::clamp((depth - mNearest) / range, 0.0, 1.0));
+      const double nearest = camera.getNearest(), farthest = camera.getFarthest();
+      const double range = farthest > nearest ? farthest - nearest : 1.0;  // flat across the line of sight: 1
+      const double part = (depthOf(hit, ray, camera) - nearest) / range;
+      return mixed(kNear, kBackground, 0.9 * std::clamp(part, 0.0, 1.0));
     }
     case tShading::eCost:
       break;

@@ -1,17 +1,21 @@
 #pragma once
-// qzRenderer: pictures of a mesh by camera rays, several for every pixel.
-// A picture depends on what it shows alone, not on the number of threads.
+// qzRenderer: pictures of a mesh by camera rays, several for every pixel, and how deep it is there.
+// Both depend on what they show alone, not on the number of threads.
 
 #include <qzSceneGraph/qzTriMesh.h>
 #include <toolkit/qzCamera.h>
+#include <toolkit/qzFloatMap.h>
 #include <toolkit/qzImage.h>
-#include <toolkit/qzProgress.h>
 #include <toolkit/qzThreads.h>
 #include <toolkit/qzVisitCounter.h>
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string>
+#include <vector>
+
+#include "qzSheet.h"
 
 namespace qzQuery {
 
@@ -29,13 +33,21 @@ class qzRenderer {
     double mMeanVisits = 0.0, mMaxPixelVisits = 0.0;  // nodes a ray; only for eCost
   };
 
-  /// Keeps references to mesh and hierarchy.
-  qzRenderer(const qz::qzTriMesh& mesh, const qzToolkit::qzVisitCounter& hierarchy, const qzToolkit::qzCamera& camera,
-             qzToolkit::qzCamera::tUp up, tShading shading);
+  /// Keeps references to mesh and hierarchy. Every camera makes a view.
+  qzRenderer(const qz::qzTriMesh& mesh, const qzToolkit::qzVisitCounter& hierarchy,
+             std::vector<qzToolkit::qzCamera> cameras, qzToolkit::qzCamera::tUp up, tShading shading);
 
+  /// sheet  has as many views as there are cameras; a view does not depend on its place, but colours of eDepth and
+  ///        eCost have one scale in all
   /// nbSamples  rays across a pixel, so nbSamples^2 in it
-  qzToolkit::qzImage render(int width, int height, int nbSamples, const qzToolkit::qzThreads& threads,
-                            bool showProgress, tStatistics& statistics) const;
+  qzToolkit::qzImage render(const qzSheet& sheet, int nbSamples, const qzToolkit::qzThreads& threads, bool showProgress,
+                            tStatistics& statistics) const;
+
+  /// How far the first triangle on the ray through the centre of a pixel is from the camera along its line of sight, in
+  /// units of the mesh: the distance that the hierarchy finds, times the cosine of the angle between the ray and that
+  /// line. +inf where the ray meets nothing and at empty places.
+  qzToolkit::qzFloatMap measureDepth(const qzSheet& sheet, const qzToolkit::qzThreads& threads,
+                                     bool showProgress) const;
 
  private:
   using tColor = std::array<double, 3>;  // linear light
@@ -47,19 +59,22 @@ class qzRenderer {
     unsigned mNbVisits = 0;
     bool mIsHit = false;
   };
-  tSample shoot(double x, double y, tRandom& random) const;
-  tColor shadeHit(const qzToolkit::qzRay& ray, const qzToolkit::qzHit& hit, tRandom& random) const;
+  template <class tFunction>
+  void forEachPixel(const qzSheet& sheet, const qzToolkit::qzThreads& threads, const std::string& label,
+                    bool showProgress, const tFunction& function) const;
+  tSample shoot(const qzToolkit::qzCamera& camera, double x, double y, tRandom& random) const;
+  tColor shadeHit(const qzToolkit::qzCamera& camera, const qzToolkit::qzRay& ray, const qzToolkit::qzHit& hit,
+                  tRandom& random) const;
   tColor shadeBackground(const qzToolkit::qzRay& ray, tRandom& random) const;
   tVector normalTowards(const qzToolkit::qzRay& ray, int triangle) const;
   double openness(const tVector& point, const tVector& normal, double reach, int nbRays, tRandom& random) const;
 
   const qz::qzTriMesh& mMesh;
   const qzToolkit::qzVisitCounter& mHierarchy;
-  const qzToolkit::qzCamera mCamera;
+  const std::vector<qzToolkit::qzCamera> mCameras;
   const tShading mShading;
   std::size_t mUpAxis;
-  double mFloor = 0.0, mSize = 0.0;        // lowest point and diagonal of the mesh
-  double mNearest = 0.0, mFarthest = 0.0;  // from the camera, backwards out of the picture being negative
+  double mFloor = 0.0, mSize = 0.0;  // lowest point and diagonal of the mesh
   tVector mCenter{};
 };
 

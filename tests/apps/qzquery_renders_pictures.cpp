@@ -1,52 +1,16 @@
 #include <doctest/doctest.h>
-#include <png.h>
 
 #include <array>
 #include <cmath>
 #include <set>
 
+#include "apps/qzPicture.h"
 #include "apps/qzProcess.h"
 #include "support/qzTemporaryFolder.h"
 #include "support/qzTestMeshes.h"
 #include "toolkit/qzTestFiles.h"
 
 using namespace qzTest;
-
-namespace {
-
-struct Picture {
-  int width, height;
-  std::vector<unsigned char> bytes;
-
-  std::array<int, 3> at(int x, int y) const {
-    const unsigned char* pixel = &bytes[3 * static_cast<std::size_t>(y * width + x)];
-    return {pixel[0], pixel[1], pixel[2]};
-  }
-  int brightness(int x, int y) const { return at(x, y)[0] + at(x, y)[1] + at(x, y)[2]; }
-};
-
-Picture decode(const std::string& file) {
-  png_image image = {};
-  image.version = PNG_IMAGE_VERSION;
-  REQUIRE(png_image_begin_read_from_memory(&image, file.data(), file.size()) != 0);
-  image.format = PNG_FORMAT_RGB;
-  Picture picture = {static_cast<int>(image.width), static_cast<int>(image.height), {}};
-  picture.bytes.resize(PNG_IMAGE_SIZE(image));
-  REQUIRE(png_image_finish_read(&image, nullptr, picture.bytes.data(), 0, nullptr) != 0);
-  return picture;
-}
-
-/// Renders a mesh to standard output, which has to work.
-Picture render(std::vector<std::string> arguments) {
-  arguments.insert(arguments.begin(), "render");
-  arguments.insert(arguments.end(), {"-o", "-", "--quiet"});
-  const Outcome outcome = runQuery(arguments);
-  CHECK(outcome.exitCode == 0);
-  CHECK(outcome.error.empty());
-  return decode(outcome.output);
-}
-
-}  // namespace
 
 TEST_CASE("a sphere in front of a light background: a round shape in the middle that fills the picture") {
   const TemporaryFolder folder;
