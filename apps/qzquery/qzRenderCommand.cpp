@@ -74,9 +74,13 @@ qzSheet makeSheet(const tRenderArguments& arguments) {
 
 /// Whether two names stand for one file, which need not be there yet.
 bool isSameFile(const std::string& a, const std::string& b) {
-  std::error_code failure;
-  const auto path = std::filesystem::weakly_canonical(std::filesystem::absolute(a), failure);
-  return a == b || (!failure && path == std::filesystem::weakly_canonical(std::filesystem::absolute(b), failure));
+  const auto resolved = [](const std::string& name) {
+    std::error_code failure;
+    const std::filesystem::path path = std::filesystem::absolute(name, failure);
+    const std::filesystem::path canonical = failure ? path : std::filesystem::weakly_canonical(path, failure);
+    return failure ? std::filesystem::path(name) : canonical;
+  };
+  return resolved(a) == resolved(b);
 }
 
 tDepthRange rangeOf(const qzToolkit::qzFloatMap& depths) {
@@ -135,8 +139,8 @@ void render(const tRenderArguments& arguments, const tOptions& options) {
     }
     qzToolkit::qzFileWriter imageFile(arguments.mImageName);
     imageFile.append(image.encodePng());
-    if (depthFile) depthFile->commit();
     imageFile.commit();
+    if (depthFile) depthFile->commit();
   }
 
   if (options.mAsJson) {

@@ -252,6 +252,7 @@ TEST_CASE("when one of the two files cannot be written, the other one is as it w
           "qzquery: " + folder.path("missing/a.png") + noFolder);
     CHECK(run("/dev/full", folder.path("a.npy")) == "qzquery: /dev/full" + noSpace);
     CHECK(run("-", folder.path("a.npy"), "/dev/full") == "qzquery: standard output" + noSpace);
+    CHECK(run("", folder.path("a.npy")) == "qzquery: " + noFolder);
     CHECK(run(folder.path(""), folder.path("a.npy")) ==
           "qzquery: " + folder.path("") + ": cannot be written: Is a directory\n");
     CHECK(folder.names() == before);
