@@ -81,7 +81,8 @@ void addCastCommand(CLI::App& app, tOptions& options) {
   command
       .add_option(
           "-o,--output", arguments->mHitsName,
-          "Hits as .npy when the name ends so, else as CSV: distance, triangle, three weights; - is standard output")
+          "Hits as .npy when the name ends so, else as CSV: distance, triangle, three weights; - is standard output, "
+          "which gets hits as rays come, also those before a line that is no good")
       ->required();
   CLI::Option* policy = addChoice<qzQBVH::tIntersectionPolicy>(command, "--policy", arguments->mPolicy,
                                                                {{"both", qzQBVH::eIntersectBothFaces},
