@@ -50,9 +50,11 @@ bool isRegular(const qzDescriptor& file) {
 void waitFor(const qzDescriptor& file, short events) {
   constexpr int kMilliseconds = 100;
   pollfd request = {file.get(), events, 0};
+  int nbReady;
   do {
     checkInterruption();
-  } while (::poll(&request, 1, kMilliseconds) == 0);
+    nbReady = ::poll(&request, 1, kMilliseconds);
+  } while (nbReady == 0 || (nbReady < 0 && errno == EINTR));
 }
 
 /// A call of the system for some bytes: how many it took care of.
