@@ -96,7 +96,13 @@ std::string argumentOf(Input& input) {
                                        "-1",
                                        "99999999999999999999",
                                        "0x10",
-                                       "--size=20000x1"};
+                                       "--size=20000x1",
+                                       "--depth",
+                                       "new.npy",
+                                       "--depth=new.pfm",
+                                       "--turntable",
+                                       "--turntable=5",
+                                       "--depth=old.npy"};
   constexpr std::uint8_t kNbWords = sizeof kWords / sizeof kWords[0];
   const std::uint8_t choice = input.byte();
   if (choice < 3 * kNbWords) return kWords[choice % kNbWords];
