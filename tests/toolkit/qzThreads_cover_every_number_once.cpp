@@ -34,15 +34,15 @@ TEST_CASE("as many threads as asked for may run, and no more") {
     const qzThreads threads(nbThreads);
     CHECK(threads.getNbThreads() == nbThreads);
     std::atomic<int> running{0}, most{0};
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);  // a busy machine may take its time
     threads.forEachBlock(64, 1, [&](std::size_t, std::size_t) {
       const int now = ++running;
       for (int before = most; now > before && !most.compare_exchange_weak(before, now);) {
       }
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+      while (most < nbThreads && std::chrono::steady_clock::now() < end) std::this_thread::yield();
       --running;
     });
-    CHECK(most <= nbThreads);
-    CHECK(most >= (nbThreads == 1 ? 1 : 2));
+    CHECK(most == nbThreads);
   }
   CHECK(qzThreads(0).getNbThreads() >= 1);
 }
