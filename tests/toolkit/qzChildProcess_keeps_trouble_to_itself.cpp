@@ -54,7 +54,7 @@ TEST_CASE("work that breaks down is a failure that says how") {
 
 TEST_CASE("work that comes to no end is a failure when its time is over") {
   const auto loop = [](const auto&) {
-    for (volatile int i = 0;; i = i + 1) {
+    for (volatile unsigned i = 0;; i = i + 1) {  // may wrap around
     }
   };
   CHECK(failureOf(loop, {1, kLimits.mMemory}) == "came to no end");
