@@ -8,8 +8,8 @@
 #include <vector>
 
 // oneTBB is not built with the thread sanitizer, which therefore does not see how a loop or a stream hands work over
-// and waits for it. So this file is compiled without it as well, and tells it, if the program has one. Null if it has
-// none.
+// and waits for it. So what is compiled from its headers, here and in qzMeshReport.cpp, does without it as well, and
+// this file tells it, if the program has one. Null if it has none.
 extern "C" {
 __attribute__((weak)) void __tsan_acquire(void* address);
 __attribute__((weak)) void __tsan_release(void* address);
