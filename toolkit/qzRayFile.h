@@ -69,9 +69,8 @@ class qzRayReader {
 /// when the file appears.
 class qzHitWriter {
  public:
-  /// nbHits  how many there will be, if that is known. When it is not, a .npy file that is no regular file waits for
-  /// its
-  ///         bytes, in a temporary file, until commit.
+  /// nbHits  how many there will be, if that is known. When it is not, a .npy file that is no regular file gets its
+  ///         bytes at commit only, out of a temporary file.
   explicit qzHitWriter(const std::string& name, std::optional<std::size_t> nbHits = std::nullopt);
 
   /// Appends the row of a hit to rows. From any thread.
