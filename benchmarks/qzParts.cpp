@@ -6,7 +6,7 @@
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
-#include <qzCommonAddOns/qzDetail/qzLinearBuild.h>
+#include <qzCommonAddOns/qzDetail/build/qzLinearBuild.h>
 #include <qzSystem/qzLog.h>
 
 #include "qzScene.h"

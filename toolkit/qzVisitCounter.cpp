@@ -1,5 +1,5 @@
-#include <qzCommonAddOns/qzDetail/qzFloatMode.h>
-#include <qzCommonAddOns/qzDetail/qzRayTraversal.h>
+#include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
+#include <qzCommonAddOns/qzDetail/query/ray/qzRayTraversal.h>
 #include <toolkit/qzVisitCounter.h>
 
 namespace qzToolkit {

@@ -1,7 +1,7 @@
 // qzquery info: numbers about a mesh and its hierarchy, for people or as JSON.
 
 #include <qzCommonAddOns/geometry/qzBBox.h>
-#include <qzCommonAddOns/qzDetail/qzBVHStatistics.h>
+#include <qzCommonAddOns/qzDetail/base/qzBVHStatistics.h>
 #include <toolkit/qzFile.h>
 #include <toolkit/qzMeshReport.h>
 #include <toolkit/qzTraversalCost.h>

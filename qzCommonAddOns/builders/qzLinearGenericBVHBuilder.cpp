@@ -1,7 +1,7 @@
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
-#include <qzCommonAddOns/qzDetail/qzFloatMode.h>
-#include <qzCommonAddOns/qzDetail/qzLinearBuild.h>
+#include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
+#include <qzCommonAddOns/qzDetail/build/qzLinearBuild.h>
 
 #include <algorithm>
 #include <memory>

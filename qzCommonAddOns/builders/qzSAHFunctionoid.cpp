@@ -1,6 +1,6 @@
 #include <qzCommonAddOns/builders/qzSAHFunctionoid.h>
-#include <qzCommonAddOns/qzDetail/qzFloatMode.h>
-#include <qzCommonAddOns/qzDetail/qzSurfaceAreaCost.h>
+#include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
+#include <qzCommonAddOns/qzDetail/build/qzSurfaceAreaCost.h>
 
 qzSAHFunctionoid::~qzSAHFunctionoid() = default;
 

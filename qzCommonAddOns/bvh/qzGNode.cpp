@@ -1,6 +1,6 @@
 #include <qzCommonAddOns/bvh/qzGNode.h>
-#include <qzCommonAddOns/qzDetail/qzAxis.h>
-#include <qzCommonAddOns/qzDetail/qzFloatMode.h>
+#include <qzCommonAddOns/qzDetail/base/qzAxis.h>
+#include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 
 float qzGNode::getSplitPlane() const {
   const qzDetail::tFloatMode mode;

@@ -1,6 +1,6 @@
 #include <qzCommonAddOns/bvh/qzGenericBVH2D.h>
-#include <qzCommonAddOns/qzDetail/qzBVHStatistics.h>
-#include <qzCommonAddOns/qzDetail/qzFloatMode.h>
+#include <qzCommonAddOns/qzDetail/base/qzBVHStatistics.h>
+#include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 
 void qzGenericBVH2D::getBVHInfo(int& nbNodes, int& nbLeaves, int& minPrimitives, int& maxPrimitives,
                                 float& avgPrimitives) const {

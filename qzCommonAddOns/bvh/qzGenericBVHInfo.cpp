@@ -2,8 +2,8 @@
 // number is an insertion of its own.
 
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
-#include <qzCommonAddOns/qzDetail/qzBVHStatistics.h>
-#include <qzCommonAddOns/qzDetail/qzFloatMode.h>
+#include <qzCommonAddOns/qzDetail/base/qzBVHStatistics.h>
+#include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 
 #include <iostream>
 

@@ -1,9 +1,10 @@
 #include <qzCommonAddOns/geometry/qzBBox.h>
-#include <qzCommonAddOns/qzDetail/qzAxis.h>
-#include <qzCommonAddOns/qzDetail/qzFloatMode.h>
-#include <qzCommonAddOns/qzDetail/qzMinMax.h>
+#include <qzCommonAddOns/qzDetail/base/qzAxis.h>
+#include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
+#include <qzCommonAddOns/qzDetail/base/qzMinMax.h>
 
 using qzDetail::componentOf;
+static_assert(qzDetail::kAxisWordX == qzBBox::eAxisX && qzDetail::kAxisWordY == qzBBox::eAxisY);
 using qzDetail::maxOf;
 using qzDetail::minOf;
 using qzDetail::tFloatMode;

@@ -1,6 +1,6 @@
 #include <qzCommonAddOns/geometry/qzBBox2D.h>
-#include <qzCommonAddOns/qzDetail/qzFloatMode.h>
-#include <qzCommonAddOns/qzDetail/qzMinMax.h>
+#include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
+#include <qzCommonAddOns/qzDetail/base/qzMinMax.h>
 
 using qzDetail::maxOf;
 using qzDetail::minOf;

@@ -1,8 +1,8 @@
 // The box and triangle test, by separating axes: Akenine-Möller 2001.
 
 #include <qzCommonAddOns/geometry/qzBBox.h>
-#include <qzCommonAddOns/qzDetail/qzFloatMode.h>
-#include <qzCommonAddOns/qzDetail/qzMinMax.h>
+#include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
+#include <qzCommonAddOns/qzDetail/base/qzMinMax.h>
 
 #include <cmath>
 

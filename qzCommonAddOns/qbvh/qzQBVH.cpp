@@ -1,12 +1,12 @@
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
-#include <qzCommonAddOns/qzDetail/qzAlignedMemory.h>
-#include <qzCommonAddOns/qzDetail/qzBoxLanes.h>
-#include <qzCommonAddOns/qzDetail/qzFloatMode.h>
-#include <qzCommonAddOns/qzDetail/qzMeshTriangles.h>
-#include <qzCommonAddOns/qzDetail/qzMinMax.h>
-#include <qzCommonAddOns/qzDetail/qzPrefetch.h>
-#include <qzCommonAddOns/qzDetail/qzScratch.h>
+#include <qzCommonAddOns/qzDetail/base/qzAlignedMemory.h>
+#include <qzCommonAddOns/qzDetail/build/qzBoxLanes.h>
+#include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
+#include <qzCommonAddOns/qzDetail/build/qzMeshTriangles.h>
+#include <qzCommonAddOns/qzDetail/base/qzMinMax.h>
+#include <qzCommonAddOns/qzDetail/base/qzPrefetch.h>
+#include <qzCommonAddOns/qzDetail/base/qzScratch.h>
 
 #include <emmintrin.h>
 

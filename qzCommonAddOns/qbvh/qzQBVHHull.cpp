@@ -1,9 +1,9 @@
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
-#include <qzCommonAddOns/qzDetail/qzAlignedMemory.h>
-#include <qzCommonAddOns/qzDetail/qzFloatMode.h>
-#include <qzCommonAddOns/qzDetail/qzLogRecord.h>
-#include <qzCommonAddOns/qzDetail/qzPrefetch.h>
-#include <qzCommonAddOns/qzDetail/qzRegionBox.h>
+#include <qzCommonAddOns/qzDetail/base/qzAlignedMemory.h>
+#include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
+#include <qzCommonAddOns/qzDetail/base/qzLogRecord.h>
+#include <qzCommonAddOns/qzDetail/base/qzPrefetch.h>
+#include <qzCommonAddOns/qzDetail/query/hull/qzRegionBox.h>
 
 #include <emmintrin.h>
 

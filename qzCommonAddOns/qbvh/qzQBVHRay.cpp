@@ -1,7 +1,7 @@
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
-#include <qzCommonAddOns/qzDetail/qzFloatMode.h>
-#include <qzCommonAddOns/qzDetail/qzLogRecord.h>
-#include <qzCommonAddOns/qzDetail/qzRayQuery.h>
+#include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
+#include <qzCommonAddOns/qzDetail/base/qzLogRecord.h>
+#include <qzCommonAddOns/qzDetail/query/ray/qzRayQuery.h>
 
 namespace {
 

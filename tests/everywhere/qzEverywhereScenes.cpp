@@ -3,7 +3,7 @@
 #include "support/qzBits.h"
 #include "support/qzTestMeshes.h"
 
-#include <qzCommonAddOns/qzDetail/qzFloatMode.h>
+#include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 
 #include <algorithm>
 #include <functional>

@@ -3,7 +3,7 @@
 
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
-#include <qzCommonAddOns/qzDetail/qzRayQuery.h>
+#include <qzCommonAddOns/qzDetail/query/ray/qzRayQuery.h>
 #include <qzSceneGraph/qzTriMesh.h>
 
 #include <array>

@@ -8,7 +8,7 @@
 #include "two_dimensions/qzBothBuilders2D.h"
 #include "two_dimensions/qzTestBoxes2D.h"
 
-#include <qzCommonAddOns/qzDetail/qzMorton.h>
+#include <qzCommonAddOns/qzDetail/morton/qzMorton.h>
 
 using namespace qzTest;
 

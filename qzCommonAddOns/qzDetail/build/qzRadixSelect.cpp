@@ -1,4 +1,4 @@
-#include <qzCommonAddOns/qzDetail/qzRadixSelect.h>
+#include <qzCommonAddOns/qzDetail/build/qzRadixSelect.h>
 
 namespace qzDetail {
 

@@ -1,4 +1,4 @@
-#include <qzCommonAddOns/qzDetail/qzByteSize.h>
+#include <qzCommonAddOns/qzDetail/base/qzByteSize.h>
 #include <qzSystem/qzStringUtils.h>
 
 #include <cmath>

@@ -3,8 +3,8 @@
 // keeps of them.
 
 #include <emmintrin.h>
-#include <qzCommonAddOns/qzDetail/qzPlatformAdapter.h>
-#include <qzCommonAddOns/qzDetail/qzPrefetch.h>
+#include <qzCommonAddOns/qzDetail/base/qzPlatformAdapter.h>
+#include <qzCommonAddOns/qzDetail/base/qzPrefetch.h>
 
 #include <cstddef>
 #include <limits>

@@ -3,7 +3,7 @@
 // Fresh memory is the dearest thing in a build, so nothing is filled that will be written anyway, and large arrays ask
 // for large pages.
 
-#include <qzCommonAddOns/qzDetail/qzAlignedMemory.h>
+#include <qzCommonAddOns/qzDetail/base/qzAlignedMemory.h>
 
 #include <cstddef>
 #include <memory>

@@ -9,8 +9,8 @@
 #if defined(__SSE4_1__)
 #include <smmintrin.h>
 #endif
-#include <qzCommonAddOns/qzDetail/qzPrefetch.h>
-#include <qzCommonAddOns/qzDetail/qzRayQuery.h>
+#include <qzCommonAddOns/qzDetail/base/qzPrefetch.h>
+#include <qzCommonAddOns/qzDetail/query/ray/qzRayQuery.h>
 
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,5 @@
 #define QZ_RAY_VARIANT qzRayBaseline
-#include <qzCommonAddOns/qzDetail/qzRayTraversal.h>
+#include <qzCommonAddOns/qzDetail/query/ray/qzRayTraversal.h>
 
 void qzDetail::castRayBaseline(const tRayHierarchy& hierarchy, const tRayQuery& query, tRayHit& hit) {
   qzRayBaseline::castRay(hierarchy, query, hit);

@@ -1,6 +1,6 @@
-#include <qzCommonAddOns/qzDetail/qzByteSize.h>
-#include <qzCommonAddOns/qzDetail/qzLinearBuild.h>
-#include <qzCommonAddOns/qzDetail/qzLogRecord.h>
+#include <qzCommonAddOns/qzDetail/base/qzByteSize.h>
+#include <qzCommonAddOns/qzDetail/build/qzLinearBuild.h>
+#include <qzCommonAddOns/qzDetail/base/qzLogRecord.h>
 
 #include <string>
 

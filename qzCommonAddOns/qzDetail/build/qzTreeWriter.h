@@ -5,7 +5,7 @@
 // nodes 1 + 2r and 2 + 2r as its children. Splits that are not to be inner nodes are dropped first; what is below them
 // is one leaf then.
 
-#include <qzCommonAddOns/qzDetail/qzCodeGroups.h>
+#include <qzCommonAddOns/qzDetail/morton/qzCodeGroups.h>
 
 #include <cstdint>
 #include <vector>
