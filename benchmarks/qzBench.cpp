@@ -1,7 +1,7 @@
 // qzBench: the library beside its peers, on the same triangles and rays, in turn, in one process.
 
 #include <qzSystem/qzLog.h>
-#include <toolkit/qzFile.h>
+#include <toolkit/io/file/qzFile.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

@@ -4,7 +4,7 @@
 
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
 #include <qzSystem/qzLog.h>
-#include <toolkit/qzFile.h>
+#include <toolkit/io/file/qzFile.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

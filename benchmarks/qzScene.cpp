@@ -1,6 +1,6 @@
 #include "qzScene.h"
 
-#include <toolkit/qzMeshFile.h>
+#include <toolkit/io/mesh/qzMeshFile.h>
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 // qzquery: asks a triangle mesh in a file what it is, what a ray meets and what it looks like.
 
-#include <toolkit/qzInterruption.h>
+#include <toolkit/run/qzInterruption.h>
 
 #include <csignal>
 

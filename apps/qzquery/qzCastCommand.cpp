@@ -1,9 +1,9 @@
 // qzquery cast: the nearest hit of every ray in a file.
 
-#include <toolkit/qzError.h>
-#include <toolkit/qzProgress.h>
-#include <toolkit/qzRayFile.h>
-#include <toolkit/qzThreads.h>
+#include <toolkit/base/qzError.h>
+#include <toolkit/run/qzProgress.h>
+#include <toolkit/io/table/qzRayFile.h>
+#include <toolkit/run/qzThreads.h>
 
 #include <CLI/CLI.hpp>
 #include <functional>

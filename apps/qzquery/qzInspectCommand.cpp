@@ -1,9 +1,9 @@
 // qzquery inspect: what is wrong with a mesh, and what to expect of building a hierarchy over it.
 
-#include <toolkit/qzFile.h>
-#include <toolkit/qzMeshFile.h>
-#include <toolkit/qzMeshReport.h>
-#include <toolkit/qzThreads.h>
+#include <toolkit/io/file/qzFile.h>
+#include <toolkit/io/mesh/qzMeshFile.h>
+#include <toolkit/inspect/qzMeshReport.h>
+#include <toolkit/run/qzThreads.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "qzJson.h"
 
-#include <toolkit/qzFile.h>
+#include <toolkit/io/file/qzFile.h>
 
 #include <cstdio>
 #include <nlohmann/json.hpp>

@@ -1,6 +1,6 @@
 // Writes the manual page and the bash completion of qzquery from its own options.
 
-#include <toolkit/qzFile.h>
+#include <toolkit/io/file/qzFile.h>
 
 #include <CLI/CLI.hpp>
 #include <cstdio>

@@ -1,7 +1,7 @@
 // qzquery render: a picture of a mesh.
 
-#include <toolkit/qzError.h>
-#include <toolkit/qzFile.h>
+#include <toolkit/base/qzError.h>
+#include <toolkit/io/file/qzFile.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

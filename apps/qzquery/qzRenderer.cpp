@@ -1,6 +1,6 @@
 #include "qzRenderer.h"
 
-#include <toolkit/qzProgress.h>
+#include <toolkit/run/qzProgress.h>
 
 #include <algorithm>
 #include <atomic>

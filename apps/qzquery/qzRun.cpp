@@ -1,8 +1,8 @@
 #include "qzRun.h"
 
 #include <qzSystem/qzLog.h>
-#include <toolkit/qzError.h>
-#include <toolkit/qzInterruption.h>
+#include <toolkit/base/qzError.h>
+#include <toolkit/run/qzInterruption.h>
 
 #include <CLI/CLI.hpp>
 #include <cstdio>

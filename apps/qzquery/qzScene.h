@@ -3,7 +3,7 @@
 
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <qzSceneGraph/qzTriMesh.h>
-#include <toolkit/qzVisitCounter.h>
+#include <toolkit/inspect/qzVisitCounter.h>
 
 #include <string>
 

@@ -1,7 +1,7 @@
 #include "apps/qzDepthMap.h"
 
 #include <doctest/doctest.h>
-#include <toolkit/qzNumpyArray.h>
+#include <toolkit/io/table/qzNumpyArray.h>
 
 #include "apps/qzProcess.h"
 #include "support/qzTemporaryFolder.h"

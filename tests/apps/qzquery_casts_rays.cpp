@@ -1,7 +1,7 @@
 #include <doctest/doctest.h>
-#include <toolkit/qzNumber.h>
-#include <toolkit/qzNumpyArray.h>
-#include <toolkit/qzRayFile.h>
+#include <toolkit/base/qzNumber.h>
+#include <toolkit/io/table/qzNumpyArray.h>
+#include <toolkit/io/table/qzRayFile.h>
 
 #include <sstream>
 

@@ -1,6 +1,6 @@
 #include <doctest/doctest.h>
 #include <stdio.h>
-#include <toolkit/qzFile.h>
+#include <toolkit/io/file/qzFile.h>
 
 #include <sstream>
 #include <stdexcept>

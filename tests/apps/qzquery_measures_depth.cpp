@@ -1,6 +1,6 @@
 #include <doctest/doctest.h>
-#include <toolkit/qzCamera.h>
-#include <toolkit/qzMeshFile.h>
+#include <toolkit/view/qzCamera.h>
+#include <toolkit/io/mesh/qzMeshFile.h>
 
 #include <algorithm>
 #include <cmath>

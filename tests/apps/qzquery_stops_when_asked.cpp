@@ -1,7 +1,7 @@
 #include <apps/qzquery/qzScene.h>
 #include <doctest/doctest.h>
-#include <toolkit/qzChildProcess.h>
-#include <toolkit/qzInterruption.h>
+#include <toolkit/run/qzChildProcess.h>
+#include <toolkit/run/qzInterruption.h>
 
 #include <csignal>
 

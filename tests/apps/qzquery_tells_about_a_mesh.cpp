@@ -1,9 +1,9 @@
 #include <doctest/doctest.h>
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
-#include <toolkit/qzSAHFeeder.h>
-#include <toolkit/qzTraversalCost.h>
-#include <toolkit/qzVisitCounter.h>
+#include <toolkit/build/qzSAHFeeder.h>
+#include <toolkit/inspect/qzTraversalCost.h>
+#include <toolkit/inspect/qzVisitCounter.h>
 
 #include <nlohmann/json.hpp>
 

@@ -7,9 +7,9 @@
 #include "everywhere/qzRayCaster.h"
 #include "everywhere/qzVariantInUse.h"
 
-#include <toolkit/qzError.h>
-#include <toolkit/qzObjFile.h>
-#include <toolkit/qzPolygonMesh.h>
+#include <toolkit/base/qzError.h>
+#include <toolkit/io/mesh/qzObjFile.h>
+#include <toolkit/io/mesh/qzPolygonMesh.h>
 
 #include <algorithm>
 #include <cstdio>

@@ -1,7 +1,7 @@
 #include "everywhere/qzRayCaster.h"
 
-#include <toolkit/qzRayCast.h>
-#include <toolkit/qzThreads.h>
+#include <toolkit/query/qzRayCast.h>
+#include <toolkit/run/qzThreads.h>
 
 #include <algorithm>
 #include <cstring>

@@ -1,8 +1,8 @@
 // Mesh and ray files of any bytes: either a mesh within its limits, or one line that says what is wrong.
 
-#include <toolkit/qzError.h>
-#include <toolkit/qzMeshFile.h>
-#include <toolkit/qzRayFile.h>
+#include <toolkit/base/qzError.h>
+#include <toolkit/io/mesh/qzMeshFile.h>
+#include <toolkit/io/table/qzRayFile.h>
 
 #include <cmath>
 #include <functional>

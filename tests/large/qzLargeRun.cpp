@@ -3,8 +3,8 @@
 
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
-#include <toolkit/qzFeeder2D.h>
-#include <toolkit/qzSAHFeeder.h>
+#include <toolkit/build/qzFeeder2D.h>
+#include <toolkit/build/qzSAHFeeder.h>
 
 #include <chrono>
 #include <cmath>

@@ -1,5 +1,5 @@
 #include <doctest/doctest.h>
-#include <toolkit/qzCamera.h>
+#include <toolkit/view/qzCamera.h>
 
 #include <cmath>
 

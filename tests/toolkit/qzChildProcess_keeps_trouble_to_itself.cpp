@@ -1,5 +1,5 @@
 #include <doctest/doctest.h>
-#include <toolkit/qzChildProcess.h>
+#include <toolkit/run/qzChildProcess.h>
 #include <unistd.h>
 
 #include <csignal>

@@ -1,7 +1,7 @@
 #include <doctest/doctest.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH2D.h>
-#include <toolkit/qzError.h>
-#include <toolkit/qzFeeder2D.h>
+#include <toolkit/base/qzError.h>
+#include <toolkit/build/qzFeeder2D.h>
 
 #include <string>
 

@@ -1,6 +1,6 @@
 #include <doctest/doctest.h>
 #include <sys/stat.h>
-#include <toolkit/qzFile.h>
+#include <toolkit/io/file/qzFile.h>
 #include <unistd.h>
 
 #include <filesystem>

@@ -1,6 +1,6 @@
 #include <doctest/doctest.h>
-#include <toolkit/qzFloatMap.h>
-#include <toolkit/qzNumpyArray.h>
+#include <toolkit/io/picture/qzFloatMap.h>
+#include <toolkit/io/table/qzNumpyArray.h>
 
 #include <cstring>
 

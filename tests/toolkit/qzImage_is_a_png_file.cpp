@@ -1,6 +1,6 @@
 #include <doctest/doctest.h>
 #include <png.h>
-#include <toolkit/qzImage.h>
+#include <toolkit/io/picture/qzImage.h>
 
 #include <limits>
 

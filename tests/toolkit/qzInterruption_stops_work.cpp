@@ -1,12 +1,12 @@
 // A signal is for a whole process and stays, so each of these runs in one of its own.
 
 #include <doctest/doctest.h>
-#include <toolkit/qzChildProcess.h>
-#include <toolkit/qzFile.h>
-#include <toolkit/qzInterruption.h>
-#include <toolkit/qzMeshFile.h>
-#include <toolkit/qzMeshReport.h>
-#include <toolkit/qzThreads.h>
+#include <toolkit/run/qzChildProcess.h>
+#include <toolkit/io/file/qzFile.h>
+#include <toolkit/run/qzInterruption.h>
+#include <toolkit/io/mesh/qzMeshFile.h>
+#include <toolkit/inspect/qzMeshReport.h>
+#include <toolkit/run/qzThreads.h>
 
 #include <atomic>
 #include <csignal>

@@ -1,6 +1,6 @@
 #include <doctest/doctest.h>
-#include <toolkit/qzError.h>
-#include <toolkit/qzMeshFile.h>
+#include <toolkit/base/qzError.h>
+#include <toolkit/io/mesh/qzMeshFile.h>
 
 #include <cmath>
 #include <cstring>

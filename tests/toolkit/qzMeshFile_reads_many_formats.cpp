@@ -1,5 +1,5 @@
 #include <doctest/doctest.h>
-#include <toolkit/qzMeshFile.h>
+#include <toolkit/io/mesh/qzMeshFile.h>
 
 #include "support/qzBits.h"
 #include "support/qzTemporaryFolder.h"

@@ -1,5 +1,5 @@
 #include <doctest/doctest.h>
-#include <toolkit/qzMeshReport.h>
+#include <toolkit/inspect/qzMeshReport.h>
 
 #include <algorithm>
 #include <limits>

@@ -1,5 +1,5 @@
 #include <doctest/doctest.h>
-#include <toolkit/qzNumber.h>
+#include <toolkit/base/qzNumber.h>
 
 #include "support/qzBits.h"
 

@@ -1,5 +1,5 @@
 #include <doctest/doctest.h>
-#include <toolkit/qzNumpyArray.h>
+#include <toolkit/io/table/qzNumpyArray.h>
 
 #include <cstring>
 

@@ -1,5 +1,5 @@
 #include <doctest/doctest.h>
-#include <toolkit/qzPolygonMesh.h>
+#include <toolkit/io/mesh/qzPolygonMesh.h>
 
 #include <cmath>
 

@@ -1,7 +1,7 @@
 #include <doctest/doctest.h>
 #include <fcntl.h>
 #include <stdlib.h>
-#include <toolkit/qzProgress.h>
+#include <toolkit/run/qzProgress.h>
 #include <unistd.h>
 
 #include <cstdio>

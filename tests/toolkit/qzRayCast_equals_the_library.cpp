@@ -1,5 +1,5 @@
 #include <doctest/doctest.h>
-#include <toolkit/qzRayCast.h>
+#include <toolkit/query/qzRayCast.h>
 
 #include "support/qzBits.h"
 #include "support/qzTestMeshes.h"

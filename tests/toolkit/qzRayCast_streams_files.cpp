@@ -2,12 +2,12 @@
 
 #include <doctest/doctest.h>
 #include <sys/stat.h>
-#include <toolkit/qzError.h>
-#include <toolkit/qzNumber.h>
-#include <toolkit/qzNumpyArray.h>
-#include <toolkit/qzProgress.h>
-#include <toolkit/qzRayFile.h>
-#include <toolkit/qzThreads.h>
+#include <toolkit/base/qzError.h>
+#include <toolkit/base/qzNumber.h>
+#include <toolkit/io/table/qzNumpyArray.h>
+#include <toolkit/run/qzProgress.h>
+#include <toolkit/io/table/qzRayFile.h>
+#include <toolkit/run/qzThreads.h>
 
 #include <atomic>
 #include <filesystem>

@@ -1,6 +1,6 @@
 #include <doctest/doctest.h>
-#include <toolkit/qzNumpyArray.h>
-#include <toolkit/qzRayFile.h>
+#include <toolkit/io/table/qzNumpyArray.h>
+#include <toolkit/io/table/qzRayFile.h>
 
 #include "support/qzBits.h"
 #include "support/qzTemporaryFolder.h"

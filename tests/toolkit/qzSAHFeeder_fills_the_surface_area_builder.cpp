@@ -2,7 +2,7 @@
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
-#include <toolkit/qzSAHFeeder.h>
+#include <toolkit/build/qzSAHFeeder.h>
 
 #include <limits>
 

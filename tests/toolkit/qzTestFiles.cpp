@@ -1,6 +1,6 @@
 #include "toolkit/qzTestFiles.h"
 
-#include <toolkit/qzError.h>
+#include <toolkit/base/qzError.h>
 #include <zlib.h>
 
 #include <algorithm>

@@ -3,7 +3,7 @@
 // writing.
 
 #include <qzSceneGraph/qzTriMesh.h>
-#include <toolkit/qzRayFile.h>
+#include <toolkit/io/table/qzRayFile.h>
 
 #include <array>
 #include <functional>

@@ -1,5 +1,5 @@
 #include <doctest/doctest.h>
-#include <toolkit/qzThreads.h>
+#include <toolkit/run/qzThreads.h>
 
 #include <algorithm>
 #include <atomic>

@@ -2,8 +2,8 @@
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
-#include <toolkit/qzSAHFeeder.h>
-#include <toolkit/qzTraversalCost.h>
+#include <toolkit/build/qzSAHFeeder.h>
+#include <toolkit/inspect/qzTraversalCost.h>
 
 #include "support/qzTestMeshes.h"
 

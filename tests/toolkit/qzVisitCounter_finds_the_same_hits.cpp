@@ -1,5 +1,5 @@
 #include <doctest/doctest.h>
-#include <toolkit/qzVisitCounter.h>
+#include <toolkit/inspect/qzVisitCounter.h>
 
 #include "support/qzBits.h"
 #include "support/qzTestMeshes.h"

@@ -1,0 +1,201 @@
+#include <tbb/parallel_sort.h>
+#include <toolkit/run/qzInterruption.h>
+#include <toolkit/inspect/qzMeshReport.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+namespace qzToolkit {
+
+namespace {
+
+const int* cornersOf(const qz::qzTriMesh& mesh, std::size_t triangle) {
+  return mesh.getIndexBuffer()->getIndices() + 3 * triangle;
+}
+
+bool isFinite(const Wm4::Vector3<float>& v) {
+  return std::isfinite(v[0]) && std::isfinite(v[1]) && std::isfinite(v[2]);
+}
+
+/// Calls function(begin, end) for every run of elements of a sorted array that are alike.
+template <class tElement, class tAlike, class tFunction>
+void forEachRun(const std::vector<tElement>& elements, const tAlike& alike, const tFunction& function) {
+  for (auto begin = elements.begin(); begin != elements.end();) {
+    checkInterruption();
+    const auto end = std::find_if(begin, elements.end(), [&](const tElement& e) { return !alike(*begin, e); });
+    function(begin, end);
+    begin = end;
+  }
+}
+
+/// For every vertex the smallest number of a vertex at the same place.
+std::vector<int> mergePlaces(const qz::qzTriMesh& mesh) {
+  struct tPlace {
+    std::uint32_t mBits[3];
+    int mVertex;
+    auto place() const { return std::tie(mBits[0], mBits[1], mBits[2]); }
+  };
+  std::vector<tPlace> places(static_cast<std::size_t>(std::max(mesh.getVertexBuffer()->getNbVertices(), 0)));
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    places[i].mVertex = static_cast<int>(i);
+    const Wm4::Vector3<float> position = mesh.getVertexBuffer()->Position3(places[i].mVertex);
+    for (int axis = 0; axis < 3; ++axis) {
+      const float coordinate = position[axis] + 0.0f;  // -0 is the same place as 0
+      std::memcpy(&places[i].mBits[axis], &coordinate, sizeof coordinate);
+    }
+  }
+  tbb::parallel_sort(places.begin(), places.end(), [](const tPlace& a, const tPlace& b) {
+    return a.place() != b.place() ? a.place() < b.place() : a.mVertex < b.mVertex;
+  });
+  std::vector<int> firstAtPlace(places.size());
+  forEachRun(
+      places, [](const tPlace& a, const tPlace& b) { return a.place() == b.place(); },
+      [&](auto begin, auto end) {
+        for (auto place = begin; place != end; ++place) {
+          firstAtPlace[static_cast<std::size_t>(place->mVertex)] = begin->mVertex;
+        }
+      });
+  return firstAtPlace;
+}
+
+/// Three different places in ascending order, and whether an odd permutation brought them there.
+struct tFace {
+  int mPlaces[3];
+  bool mIsOdd;
+
+  auto places() const { return std::tie(mPlaces[0], mPlaces[1], mPlaces[2]); }
+
+  explicit tFace(const int (&places)[3]) : mPlaces{places[0], places[1], places[2]}, mIsOdd(false) {
+    for (const auto& [low, high] : {std::pair(0, 1), std::pair(1, 2), std::pair(0, 1)}) {
+      if (mPlaces[low] < mPlaces[high]) continue;
+      std::swap(mPlaces[low], mPlaces[high]);
+      mIsOdd = !mIsOdd;
+    }
+  }
+};
+
+void countDuplicates(std::vector<tFace> faces, qzMeshReport& report) {
+  tbb::parallel_sort(faces.begin(), faces.end(),
+                     [](const tFace& a, const tFace& b) { return a.places() < b.places(); });
+  forEachRun(
+      faces, [](const tFace& a, const tFace& b) { return a.places() == b.places(); },
+      [&](auto begin, auto end) {
+        const auto nbOdd = std::count_if(begin, end, [](const tFace& face) { return face.mIsOdd; });
+        report.mNbDuplicateTriangles += static_cast<std::size_t>(end - begin - 1);
+        if (nbOdd > 0 && nbOdd < end - begin) ++report.mNbTurnedDuplicateTriangles;
+      });
+}
+
+void countEdges(const std::vector<tFace>& faces, qzMeshReport& report) {
+  // An edge is its two places and, in the lowest bit, whether its triangle runs along it downwards.
+  std::vector<std::uint64_t> edges;
+  edges.reserve(3 * faces.size());
+  const auto add = [&](int low, int high, bool isDown) {
+    edges.push_back(std::uint64_t(low) << 32 | std::uint64_t(high) << 1 | std::uint64_t(isDown));
+  };
+  for (const tFace& face : faces) {
+    add(face.mPlaces[0], face.mPlaces[1], face.mIsOdd);
+    add(face.mPlaces[1], face.mPlaces[2], face.mIsOdd);
+    add(face.mPlaces[0], face.mPlaces[2], !face.mIsOdd);
+  }
+  tbb::parallel_sort(edges.begin(), edges.end());
+  forEachRun(
+      edges, [](std::uint64_t a, std::uint64_t b) { return a >> 1 == b >> 1; },
+      [&](auto begin, auto end) {
+        ++report.mNbEdges;
+        if (end - begin == 1) ++report.mNbBorderEdges;
+        if (end - begin > 2) ++report.mNbCrowdedEdges;
+        if (end - begin == 2 && begin[0] == begin[1]) ++report.mNbTurnedEdges;
+      });
+}
+
+void measurePrecision(qzMeshReport& report) {
+  double longest = 0.0;
+  for (int axis = 0; axis < 3; ++axis) {
+    const float low = report.mBox.getMinPoint()[axis], high = report.mBox.getMaxPoint()[axis];
+    report.mLargestCoordinate = std::max({report.mLargestCoordinate, std::abs(low), std::abs(high)});
+    longest = std::max(longest, double(high) - low);
+  }
+  report.mCoordinateStep =
+      std::nextafter(report.mLargestCoordinate, std::numeric_limits<float>::infinity()) - report.mLargestCoordinate;
+  report.mStepsAcross = longest / report.mCoordinateStep;
+}
+
+}  // namespace
+
+bool hasNormal(const qz::qzTriMesh& mesh, std::size_t triangle) {
+  Wm4::Vector3<float> corners[3], e1, e2;
+  for (int k = 0; k < 3; ++k) corners[k] = mesh.getVertexBuffer()->Position3(cornersOf(mesh, triangle)[k]);
+  for (int axis = 0; axis < 3; ++axis) {
+    e1[axis] = corners[1][axis] - corners[0][axis];
+    e2[axis] = corners[2][axis] - corners[0][axis];
+  }
+  const float x = e1[1] * e2[2] - e1[2] * e2[1], y = e1[2] * e2[0] - e1[0] * e2[2], z = e1[0] * e2[1] - e1[1] * e2[0];
+  const float squaredLength = (x * x + y * y) + z * z;
+  return squaredLength > 0.0f && std::isfinite(squaredLength);
+}
+
+qzMeshReport inspectMesh(const qz::qzTriMesh& mesh) {
+  qzMeshReport report;
+  const std::vector<int> firstAtPlace = mergePlaces(mesh);
+  report.mNbVertices = firstAtPlace.size();
+  report.mNbTriangles = static_cast<std::size_t>(std::max(mesh.getIndexBuffer()->getNbIndices(), 0)) / 3;
+
+  std::vector<char> isFiniteVertex(report.mNbVertices), isUsed(report.mNbVertices);
+  for (std::size_t v = 0; v < report.mNbVertices; ++v) {
+    isFiniteVertex[v] = isFinite(mesh.getVertexBuffer()->Position3(static_cast<int>(v)));
+    if (!isFiniteVertex[v]) {
+      ++report.mNbNonFiniteVertices;
+    } else if (firstAtPlace[v] != static_cast<int>(v)) {
+      ++report.mNbRepeatedVertices;
+    }
+  }
+
+  std::vector<tFace> faces;
+  faces.reserve(report.mNbTriangles);
+  for (std::size_t triangle = 0; triangle < report.mNbTriangles; ++triangle) {
+    checkInterruption();
+    const int* const corners = cornersOf(mesh, triangle);
+    bool isInRange = true, isWhole = true;
+    int places[3] = {};
+    for (int k = 0; k < 3; ++k) {
+      if (corners[k] < 0 || static_cast<std::size_t>(corners[k]) >= report.mNbVertices) {
+        isInRange = false;
+        continue;
+      }
+      const auto vertex = static_cast<std::size_t>(corners[k]);
+      isUsed[vertex] = true;
+      isWhole &= isFiniteVertex[vertex] != 0;
+      places[k] = firstAtPlace[vertex];
+    }
+    if (!isInRange) {
+      ++report.mNbOutOfRangeTriangles;
+      continue;
+    }
+    if (!isWhole) {
+      ++report.mNbNonFiniteTriangles;
+      continue;
+    }
+    for (int k = 0; k < 3; ++k) report.mBox.selfExpand(mesh.getVertexBuffer()->Position3(corners[k]));
+    if (!hasNormal(mesh, triangle)) ++report.mNbDegenerateTriangles;
+    if (places[0] == places[1] || places[1] == places[2] || places[2] == places[0]) {
+      ++report.mNbRepeatedCornerTriangles;
+    } else {
+      faces.emplace_back(places);
+    }
+  }
+  report.mNbUnusedVertices = static_cast<std::size_t>(std::count(isUsed.begin(), isUsed.end(), 0));
+
+  countEdges(faces, report);
+  countDuplicates(std::move(faces), report);
+  if (report.mNbTriangles > report.mNbOutOfRangeTriangles + report.mNbNonFiniteTriangles) measurePrecision(report);
+  return report;
+}
+
+}  // namespace qzToolkit

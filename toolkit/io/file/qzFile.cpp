@@ -1,0 +1,237 @@
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <toolkit/base/qzError.h>
+#include <toolkit/io/file/qzFile.h>
+#include <toolkit/run/qzInterruption.h>
+#include <unistd.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <new>
+
+namespace qzToolkit {
+
+namespace {
+
+constexpr std::size_t kBlock = std::size_t(1) << 20;
+
+[[noreturn]] void throwErrno(const std::string& name, const char* action, int number) {
+  throw qzError(name, std::string(action) + ": " + std::strerror(number));
+}
+
+/// open() of the system, which may have to wait for the other end of a pipe.
+qzDescriptor open(const std::string& path, int flags, const std::string& name, const char* action) {
+  for (;;) {
+    qzDescriptor file(::open(path.c_str(), flags | O_CLOEXEC, 0666));
+    checkInterruption();
+    if (file.isOpen()) return file;
+    if (errno != EINTR) throwErrno(name, action, errno);
+  }
+}
+
+qzDescriptor openForReading(const std::string& name) {
+  return name == "-" ? qzDescriptor(STDIN_FILENO) : open(name, O_RDONLY, name, "cannot be opened");
+}
+
+bool isRegular(const qzDescriptor& file) {
+  struct stat status;
+  return ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+/// Waits until there is something to read, or until it can be written. A signal that asks to stop may come to another
+/// thread than the one that waits, or just before it does, so the wait is looked up from now and then.
+void waitFor(const qzDescriptor& file, short events) {
+  constexpr int kMilliseconds = 100;
+  pollfd request = {file.get(), events, 0};
+  int nbReady;
+  do {
+    checkInterruption();
+    nbReady = ::poll(&request, 1, kMilliseconds);
+  } while (nbReady == 0 || (nbReady < 0 && errno == EINTR));
+}
+
+/// A call of the system for some bytes: how many it took care of.
+template <class tCall>
+std::size_t transfer(const qzDescriptor& file, short events, const std::string& name, const char* action,
+                     const tCall& call) {
+  for (;;) {
+    waitFor(file, events);
+    const ssize_t count = call();
+    if (count >= 0) return static_cast<std::size_t>(count);
+    if (errno != EINTR) throwErrno(name, action, errno);
+  }
+}
+
+std::size_t readSome(const qzDescriptor& file, const std::string& name, char* bytes, std::size_t size) {
+  return transfer(file, POLLIN, name, "cannot be read", [&] { return ::read(file.get(), bytes, size); });
+}
+
+void writeAll(const qzDescriptor& file, const std::string& name, std::string_view bytes) {
+  const std::size_t most = isRegular(file) ? kBlock : PIPE_BUF;  // so many do not wait in a pipe that has room
+  while (!bytes.empty()) {
+    bytes.remove_prefix(transfer(file, POLLOUT, name, "cannot be written",
+                                 [&] { return ::write(file.get(), bytes.data(), std::min(bytes.size(), most)); }));
+  }
+}
+
+/// Opens a new file beside target, whose name nobody else has, with the permissions that target has or would get.
+qzDescriptor createBeside(const std::string& target, std::string& temporary) {
+  struct stat status;
+  const bool exists = ::stat(target.c_str(), &status) == 0;
+  for (int attempt = 0;; ++attempt) {
+    temporary = target + "." + std::to_string(::getpid()) + "-" + std::to_string(attempt) + ".part";
+    qzDescriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    if (file.isOpen()) {
+      if (exists) static_cast<void>(::fchmod(file.get(), status.st_mode & 07777));  // as far as the system allows
+      return file;
+    }
+    if (errno != EEXIST || attempt == 1000) throwErrno(target, "cannot be written", errno);
+  }
+}
+
+/// A new file for the bytes of name that goes away when it is closed.
+qzDescriptor createWithoutName(const std::string& name) {
+  std::error_code failure;
+  const std::filesystem::path folder = std::filesystem::temp_directory_path(failure);
+  std::string path = ((failure ? "/tmp" : folder) / "qzFile-XXXXXX").string();
+  qzDescriptor file(::mkostemp(path.data(), O_CLOEXEC));
+  if (!file.isOpen() || ::unlink(path.c_str()) != 0) throwErrno(name, "cannot be written", errno);
+  return file;
+}
+
+}  // namespace
+
+qzFileReader::qzFileReader(const std::string& name) : mName(name), mFile(openForReading(name)), mSize(0) {
+  struct stat status;
+  if (::fstat(mFile.get(), &status) == 0 && S_ISREG(status.st_mode)) mSize = static_cast<std::size_t>(status.st_size);
+}
+
+std::size_t qzFileReader::read(char* bytes, std::size_t size) {
+  return readSome(mFile, mName, bytes, size);
+}
+
+qzFileWriter::qzFileWriter(const std::string& name, bool isRewritten) : mName(name) {
+  struct stat status;
+  if (name == "-") {
+    mName = "standard output";
+    mFile = qzDescriptor(STDOUT_FILENO);
+  } else if (::stat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+    mFile = open(name, O_WRONLY, name, "cannot be written");
+  } else {
+    std::error_code failure;
+    const std::filesystem::path followed = std::filesystem::canonical(name, failure);
+    mTarget = failure ? name : followed.string();  // no such file yet: its own name
+    if (!failure && ::access(mTarget.c_str(), W_OK) != 0) throwErrno(name, "cannot be written", errno);
+    mFile = createBeside(mTarget, mTemporary);
+    return;
+  }
+  if (isRewritten) {
+    mDevice = std::move(mFile);
+    mFile = createWithoutName(mName);
+  }
+}
+
+qzFileWriter::~qzFileWriter() {
+  if (!mTemporary.empty()) ::unlink(mTemporary.c_str());
+}
+
+void qzFileWriter::append(std::string_view bytes) {
+  writeAll(mFile, mName, bytes);
+}
+
+void qzFileWriter::rewriteStart(std::string_view bytes) {
+  if (::lseek(mFile.get(), 0, SEEK_SET) < 0) throwErrno(mName, "cannot be written", errno);
+  writeAll(mFile, mName, bytes);
+  if (::lseek(mFile.get(), 0, SEEK_END) < 0) throwErrno(mName, "cannot be written", errno);
+}
+
+void qzFileWriter::commit() {
+  if (mDevice.isOpen()) {
+    if (::lseek(mFile.get(), 0, SEEK_SET) < 0) throwErrno(mName, "cannot be written", errno);
+    std::string bytes(kBlock, '\0');
+    while (const std::size_t count = readSome(mFile, mName, bytes.data(), bytes.size())) {
+      writeAll(mDevice, mName, std::string_view(bytes).substr(0, count));
+    }
+  }
+  if (mTemporary.empty()) return;
+  if (::close(mFile.release()) != 0 || ::rename(mTemporary.c_str(), mTarget.c_str()) != 0) {
+    throwErrno(mName, "cannot be written", errno);
+  }
+  mTemporary.clear();
+}
+
+std::string readFile(const std::string& name) {
+  qzFileReader file(name);
+  std::string bytes;
+  bytes.reserve(file.getSize() + 1);
+  for (std::size_t size = 0;;) {
+    bytes.resize(std::max(bytes.capacity(), size + 1));
+    const std::size_t count = file.read(bytes.data() + size, bytes.size() - size);
+    size += count;
+    if (count == 0) {
+      bytes.resize(size);
+      return bytes;
+    }
+    if (size == bytes.size()) bytes.reserve(size + std::max(size, kBlock));
+  }
+}
+
+std::string readGzipFile(const std::string& name) {
+  qzDescriptor descriptor = openForReading(name);
+  struct stat status;
+  if (::fstat(descriptor.get(), &status) == 0 && S_ISDIR(status.st_mode)) throwErrno(name, "cannot be read", EISDIR);
+  const gzFile file = gzdopen(descriptor.get(), "rb");
+  if (file == nullptr) throw std::bad_alloc();
+  descriptor.release();
+  const struct tClose {
+    gzFile file;
+    ~tClose() { gzclose(file); }
+  } close{file};
+  gzbuffer(file, kBlock);
+
+  std::string bytes;
+  for (;;) {
+    const std::size_t size = bytes.size();
+    bytes.resize(size + kBlock);
+    const int count = gzread(file, bytes.data() + size, kBlock);
+    checkInterruption();
+    bytes.resize(size + static_cast<std::size_t>(std::max(count, 0)));
+    if (count > 0) continue;
+    // zlib passes through what is not compressed at all, and tells of a cut file at its end only.
+    if (gzdirect(file) != 0) throw qzError(name, bytes.empty() ? "the file is empty" : "not a gzip file");
+    int code = Z_OK;
+    const char* text = gzerror(file, &code);
+    if (code == Z_ERRNO) throwErrno(name, "cannot be read", errno);
+    if (code == Z_BUF_ERROR) throw qzError(name, "the file is cut off: the gzip data end too early");
+    if (code != Z_OK) {
+      const std::string_view reason(text);  // "<fd:3>: invalid distance code"
+      const std::size_t colon = reason.find(": ");
+      throw qzError(name, "damaged gzip data: " +
+                              std::string(colon == std::string_view::npos ? reason : reason.substr(colon + 2)));
+    }
+    return bytes;
+  }
+}
+
+void writeFile(const std::string& name, std::string_view bytes) {
+  qzFileWriter file(name);
+  file.append(bytes);
+  file.commit();
+}
+
+std::string fileExtension(const std::string& name) {
+  std::string extension = std::filesystem::path(name).extension().string();
+  if (!extension.empty()) extension.erase(0, 1);
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return extension;
+}
+
+}  // namespace qzToolkit

@@ -1,0 +1,94 @@
+#pragma once
+// Rays and hits as tables in files, text with commas (CSV) or .npy arrays, read and written block by block.
+
+#include <toolkit/io/file/qzFile.h>
+#include <toolkit/io/table/qzNumpyHeader.h>
+#include <toolkit/query/qzRayCast.h>
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace qzToolkit {
+
+/// Some rows of a table of rays, as they stand in the file.
+struct qzRayBlock {
+  std::string mBytes;
+  std::size_t mFirst = 0;      ///< number of the first line, from 1; of the first row, from 0, in a .npy file
+  std::size_t mNbColumns = 0;  ///< of text: those of the first row of the file; 0 while there was none
+};
+
+/// Reads rays, one per row: origin x, y, z, direction x, y, z and, where the table has them, tMin (else 0) and tMax
+/// (else +inf). "-" is standard input. What begins like a .npy file is read as one, see qzNumpyHeader, and bytes behind
+/// its last row are passed over; anything else is text: numbers between commas, one row per line, blank lines passed
+/// over, and a first line without a single number taken for names of columns. NaN and infinities are numbers. No rays
+/// at all are not a failure. Failure: a wrong number of columns, a bad number, one beyond the range of float or an
+/// array with too few elements throws a qzError that names the file and the line (.npy: the row from 0).
+class qzRayReader {
+ public:
+  static constexpr std::size_t kBlockSize = std::size_t(1) << 18;
+
+  /// Blocks have about blockSize bytes at most, but a whole row at least.
+  explicit qzRayReader(const std::string& name, std::size_t blockSize = kBlockSize);
+
+  /// For messages.
+  const std::string& getName() const { return mName; }
+  /// Bytes of the file, 0 when they cannot be told.
+  std::size_t getSize() const { return mFile.getSize(); }
+  /// Of a .npy file; that of a text is not known before its end.
+  std::optional<std::size_t> getNbRays() const;
+
+  /// Replaces block by the next rows of the file, as soon as there are any; false at the end.
+  bool read(qzRayBlock& block);
+
+  /// Calls take for every ray of a block, in order. Any number of blocks may be decoded at once, also while read reads
+  /// others.
+  void decode(const qzRayBlock& block, const std::function<void(const qzRay&)>& take) const;
+
+ private:
+  bool readLines(qzRayBlock& block);
+  bool readRows(qzRayBlock& block);
+  bool readMore(std::string& bytes, std::size_t size);
+  void decodeLines(const qzRayBlock& block, const std::function<void(const qzRay&)>& take) const;
+  void decodeRows(const qzRayBlock& block, const std::function<void(const qzRay&)>& take) const;
+
+  std::string mName;
+  qzFileReader mFile;
+  std::size_t mBlockSize;
+  std::optional<qzNumpyHeader> mHeader;  // of a .npy file
+  std::string mRest;                     // what was read from the file, but is in no block yet
+  std::size_t mNext = 0;                 // number of the next line or row
+  std::size_t mNbColumns = 0;            // as in a block
+};
+
+/// Writes hits, one per row: distance, triangle, weight0, weight1, weight2; as a .npy array of float64, which holds all
+/// values exactly, when the name of the file ends so, else as text with a line of column names. "-" is standard output,
+/// as text. No hit is "inf,-1,nan,nan,nan". Every number of the text reads back to the same bits. See qzFileWriter for
+/// when the file appears.
+class qzHitWriter {
+ public:
+  /// nbHits  how many there will be, if that is known. When it is not, a .npy file that is no regular file gets its
+  ///         bytes at commit only, out of a temporary file.
+  explicit qzHitWriter(const std::string& name, std::optional<std::size_t> nbHits = std::nullopt);
+
+  /// Appends the row of a hit to rows. From any thread.
+  void encode(const qzHit& hit, std::string& rows) const;
+
+  /// Writes rows that encode made.
+  void write(std::string_view rows, std::size_t nbRows);
+
+  /// The file is complete.
+  void commit();
+
+ private:
+  void writeStart();
+
+  bool mIsNumpy;
+  qzFileWriter mFile;
+  std::size_t mNbHitsInHeader, mNbHits = 0;
+  bool mHasStart = false;
+};
+
+}  // namespace qzToolkit

@@ -1,0 +1,86 @@
+#include <toolkit/base/qzError.h>
+#include <toolkit/run/qzProgress.h>
+#include <toolkit/query/qzRayCast.h>
+#include <toolkit/io/table/qzRayFile.h>
+#include <toolkit/run/qzThreads.h>
+
+#include <string>
+#include <vector>
+
+namespace qzToolkit {
+
+namespace {
+
+/// A ray that cast would not take.
+struct tRefusal {
+  std::size_t mNo;  // in its block
+  std::string mReason;
+};
+
+}  // namespace
+
+qzHit::qzHit(float distance, unsigned triangle, const Wm4::Vector2<float>& weights)
+    : mDistance(distance),
+      mTriangle(static_cast<int>(triangle)),
+      mWeights{weights[0], weights[1], (1.0f - weights[0]) - weights[1]} {}
+
+qzHit castRay(const qzQBVH& hierarchy, const qzRay& ray, qzQBVH::tIntersectionPolicy policy) {
+  float distance = ray.mTMax;
+  Wm4::Vector2<float> weights;
+  unsigned triangle;
+  const bool isHit =
+      hierarchy.intersectRay(ray.mOrigin, ray.mDirection, ray.mTMin, distance, weights, triangle, policy);
+  return isHit ? qzHit(distance, triangle, weights) : qzHit();
+}
+
+qzHit castRaySymmetric(const qzQBVH& hierarchy, const qzRay& ray) {
+  float distance = ray.mTMax;
+  Wm4::Vector2<float> weights;
+  unsigned triangle;
+  const bool isHit = hierarchy.intersectRaySymmetric(ray.mOrigin, ray.mDirection, distance, weights, triangle);
+  return isHit ? qzHit(distance, triangle, weights) : qzHit();
+}
+
+qzCastCounts castRays(qzRayReader& rays, qzHitWriter& hits, const std::function<qzHit(const qzRay&)>& cast,
+                      const qzThreads& threads, qzProgress& progress) {
+  struct tBlock {
+    qzRayBlock mRays;
+    std::string mHits;
+    qzCastCounts mCounts;
+  };
+  std::vector<tBlock> blocks(static_cast<std::size_t>(kCastBlocksPerThread * threads.getNbThreads()));
+  qzCastCounts counts;
+
+  const auto read = [&](std::size_t slot) { return rays.read(blocks[slot].mRays); };
+  const auto work = [&](std::size_t slot) {
+    tBlock& block = blocks[slot];
+    block.mHits.clear();
+    block.mCounts = {};
+    rays.decode(block.mRays, [&](const qzRay& ray) {
+      qzHit hit;
+      try {
+        hit = cast(ray);
+      } catch (const qzError& refused) {
+        throw tRefusal{block.mCounts.mNbRays, refused.what()};
+      }
+      hits.encode(hit, block.mHits);
+      ++block.mCounts.mNbRays;
+      block.mCounts.mNbHits += hit.isHit();
+    });
+  };
+  const auto write = [&](std::size_t slot) {
+    const tBlock& block = blocks[slot];
+    hits.write(block.mHits, block.mCounts.mNbRays);
+    counts.mNbRays += block.mCounts.mNbRays;
+    counts.mNbHits += block.mCounts.mNbHits;
+    progress.advance(block.mRays.mBytes.size());
+  };
+  try {
+    threads.streamBlocks(blocks.size(), read, work, write);
+  } catch (const tRefusal& refusal) {  // all blocks before it are written
+    throw qzError(rays.getName() + ": ray " + std::to_string(counts.mNbRays + refusal.mNo), refusal.mReason);
+  }
+  return counts;
+}
+
+}  // namespace qzToolkit

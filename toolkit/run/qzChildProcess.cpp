@@ -1,0 +1,117 @@
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <toolkit/run/qzChildProcess.h>
+#include <toolkit/run/qzInterruption.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fstream>
+#include <string>
+
+namespace qzToolkit {
+
+namespace {
+
+void limitTo(decltype(RLIMIT_CORE) resource, rlim_t most) {
+  rlimit limit;
+  if (::getrlimit(resource, &limit) != 0) return;
+  if (limit.rlim_max != RLIM_INFINITY && limit.rlim_max < most) most = limit.rlim_max;
+  limit.rlim_cur = most;
+  ::setrlimit(resource, &limit);
+}
+
+/// Bytes that this process has asked for: the sixth number of the file, in pages.
+std::size_t memoryInUse() {
+  std::ifstream file("/proc/self/statm");
+  std::size_t pages = 0;
+  for (int i = 0; i < 6; ++i) file >> pages;
+  return pages * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+}
+
+/// In the new process: whatever happens ends it, quietly.
+void prepare(const qzChildProcess::tLimits& limits) {
+  for (int signal : {SIGINT, SIGTERM, SIGHUP, SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGXCPU, SIGPIPE})
+    std::signal(signal, SIG_DFL);
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+  const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+  ::dup2(nowhere, STDOUT_FILENO);
+  ::dup2(nowhere, STDERR_FILENO);
+  limitTo(RLIMIT_CORE, 0);
+  limitTo(RLIMIT_CPU, limits.mSeconds);
+  limitTo(RLIMIT_DATA, memoryInUse() + limits.mMemory);
+}
+
+}  // namespace
+
+void qzChildProcess::tOutput::write(const void* bytes, std::size_t size) const {
+  const char* next = static_cast<const char*>(bytes);
+  while (size > 0) {
+    const ssize_t count = ::write(mDescriptor, next, size);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) ::_exit(1);  // nobody listens
+    next += count;
+    size -= static_cast<std::size_t>(count);
+  }
+}
+
+qzChildProcess::qzChildProcess(const tLimits& limits, const std::function<void(const tOutput&)>& work) {
+  int ends[2];
+  if (::pipe2(ends, O_CLOEXEC) != 0) throw tFailure(std::string("cannot be started: ") + std::strerror(errno));
+  mProcess = ::fork();
+  if (mProcess < 0) {
+    const int error = errno;
+    ::close(ends[0]);
+    ::close(ends[1]);
+    throw tFailure(std::string("cannot be started: ") + std::strerror(error));
+  }
+  if (mProcess == 0) {
+    int code = 1;
+    try {
+      prepare(limits);
+      work(tOutput(ends[1]));
+      code = 0;
+    } catch (...) {
+    }
+    ::_exit(code);  // nothing of this process is tidied up twice
+  }
+  ::close(ends[1]);
+  mInput = ends[0];
+}
+
+qzChildProcess::~qzChildProcess() {
+  ::close(mInput);
+  if (mProcess < 0) return;
+  ::kill(mProcess, SIGKILL);
+  while (::waitpid(mProcess, nullptr, 0) < 0 && errno == EINTR) {
+  }
+}
+
+void qzChildProcess::read(void* bytes, std::size_t size) {
+  char* next = static_cast<char*>(bytes);
+  while (size > 0) {
+    const ssize_t count = ::read(mInput, next, size);
+    checkInterruption();
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) fail();
+    next += count;
+    size -= static_cast<std::size_t>(count);
+  }
+}
+
+void qzChildProcess::fail() {
+  int status = 0;
+  pid_t waited;
+  while ((waited = ::waitpid(mProcess, &status, 0)) < 0 && errno == EINTR) {
+  }
+  mProcess = -1;
+  if (waited < 0 || !WIFSIGNALED(status)) throw tFailure("broke down");
+  if (WTERMSIG(status) == SIGXCPU) throw tFailure("came to no end");
+  throw tFailure(std::string("broke down (") + ::strsignal(WTERMSIG(status)) + ")");
+}
+
+}  // namespace qzToolkit

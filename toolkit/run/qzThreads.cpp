@@ -1,0 +1,135 @@
+#include <tbb/parallel_for.h>
+#include <tbb/parallel_pipeline.h>
+#include <toolkit/run/qzInterruption.h>
+#include <toolkit/run/qzThreads.h>
+
+#include <algorithm>
+#include <exception>
+#include <vector>
+
+// oneTBB is not built with the thread sanitizer, which therefore does not see how a loop or a stream hands work over
+// and waits for it. So what is compiled from its headers, here and in qzMeshReport.cpp, does without it as well, and
+// this file tells it, if the program has one. Null if it has none.
+extern "C" {
+__attribute__((weak)) void __tsan_acquire(void* address);
+__attribute__((weak)) void __tsan_release(void* address);
+}
+
+namespace qzToolkit {
+
+namespace {
+
+/// What happened before a release happened before the acquires that follow.
+class tHandOver {
+ public:
+  void release() {
+    if (__tsan_release != nullptr) __tsan_release(this);
+  }
+  void acquire() {
+    if (__tsan_acquire != nullptr) __tsan_acquire(this);
+  }
+};
+
+/// Calls a function when a scope is left, by an exception, too.
+template <class Function>
+class tAtExit {
+ public:
+  explicit tAtExit(Function function) : mFunction(function) {}
+  ~tAtExit() { mFunction(); }
+  tAtExit(const tAtExit&) = delete;
+  tAtExit& operator=(const tAtExit&) = delete;
+
+ private:
+  Function mFunction;
+};
+
+}  // namespace
+
+qzThreads::qzThreads(int nbThreads)
+    : mNbThreads(nbThreads > 0 ? nbThreads : tbb::this_task_arena::max_concurrency()),
+      mLimit(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(mNbThreads)),
+      mArena(mNbThreads) {}
+
+void qzThreads::forEachBlock(std::size_t count, std::size_t blockSize,
+                             const std::function<void(std::size_t, std::size_t)>& body) const {
+  const std::size_t nbBlocks = count / blockSize + (count % blockSize != 0);
+  tHandOver start, end;
+  start.release();
+  const auto work = [&](std::size_t block) {
+    start.acquire();
+    const tAtExit releaseEnd([&] { end.release(); });
+    checkInterruption();
+    body(block * blockSize, std::min(count, (block + 1) * blockSize));
+  };
+  const tAtExit acquireEnd([&] { end.acquire(); });
+  mArena.execute([&] { tbb::parallel_for(std::size_t(0), nbBlocks, work); });
+}
+
+void qzThreads::streamBlocks(std::size_t nbSlots, const std::function<bool(std::size_t)>& read,
+                             const std::function<void(std::size_t)>& work,
+                             const std::function<void(std::size_t)>& write) const {
+  struct tSlot {
+    tHandOver mHandOver;
+    std::exception_ptr mFailure;  // it waits for its turn to be thrown
+  };
+  std::vector<tSlot> slots(nbSlots);
+  tHandOver reading, writing;  // from one call to the next
+  const auto guarded = [](tSlot& slot, const auto& stage) {
+    slot.mHandOver.acquire();
+    const tAtExit releaseSlot([&] { slot.mHandOver.release(); });
+    try {
+      stage();
+    } catch (...) {
+      slot.mFailure = std::current_exception();
+    }
+  };
+
+  // No more than nbSlots blocks are under way, and they leave in their order: the place that comes round is free.
+  std::size_t nbRead = 0;
+  bool isEnd = false;
+  const auto readNext = [&](tbb::flow_control& control) {
+    const std::size_t number = nbRead++ % nbSlots;
+    if (!isEnd) {
+      reading.acquire();
+      const tAtExit releaseReading([&] { reading.release(); });
+      guarded(slots[number], [&] { isEnd = !read(number); });
+      if (slots[number].mFailure != nullptr) {
+        isEnd = true;
+        return number;
+      }
+    }
+    if (isEnd) control.stop();
+    return number;
+  };
+  const auto workOn = [&](std::size_t number) {
+    if (slots[number].mFailure != nullptr) return number;
+    guarded(slots[number], [&] {
+      checkInterruption();
+      work(number);
+    });
+    return number;
+  };
+  const auto writeOut = [&](std::size_t number) {
+    tSlot& slot = slots[number];
+    slot.mHandOver.acquire();
+    const tAtExit releaseSlot([&] { slot.mHandOver.release(); });
+    if (slot.mFailure != nullptr) std::rethrow_exception(slot.mFailure);
+    writing.acquire();
+    const tAtExit releaseWriting([&] { writing.release(); });
+    write(number);
+  };
+
+  for (tHandOver* handOver : {&reading, &writing}) handOver->release();
+  const tAtExit acquireEnd([&] {
+    for (tHandOver* handOver : {&reading, &writing}) handOver->acquire();
+    for (tSlot& slot : slots) slot.mHandOver.acquire();
+  });
+  mArena.execute([&] {
+    using tbb::filter_mode;
+    tbb::parallel_pipeline(nbSlots, tbb::make_filter<void, std::size_t>(filter_mode::serial_in_order, readNext) &
+                                        tbb::make_filter<std::size_t, std::size_t>(filter_mode::parallel, workOn) &
+                                        tbb::make_filter<std::size_t, void>(filter_mode::serial_in_order, writeOut));
+  });
+}
+
+}  // namespace qzToolkit

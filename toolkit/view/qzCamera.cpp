@@ -1,0 +1,235 @@
+#include <qzCommonAddOns/geometry/qzBBox.h>
+#include <qzSceneGraph/qzTriMesh.h>
+#include <toolkit/view/qzCamera.h>
+#include <toolkit/base/qzError.h>
+#include <toolkit/base/qzNumber.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace qzToolkit {
+
+namespace {
+
+using tVector = qzCamera::tVector;
+
+constexpr double kPi = 3.14159265358979323846;
+constexpr double kLowest = std::numeric_limits<double>::lowest();
+constexpr double kTanHalfView = 0.26;  // of the larger half angle of view: 29 degrees in all, little distortion
+constexpr double kMargin = 1.06;       // free space around the mesh
+
+double dot(const tVector& a, const tVector& b) {
+  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+
+tVector cross(const tVector& a, const tVector& b) {
+  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
+
+tVector difference(const tVector& a, const tVector& b) {
+  return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
+}
+
+tVector scaled(double s, const tVector& v) {
+  return {s * v[0], s * v[1], s * v[2]};
+}
+
+double length(const tVector& v) {
+  return std::hypot(v[0], v[1], v[2]);
+}
+
+tVector normalized(const tVector& v) {
+  const double size = length(v);
+  return {v[0] / size, v[1] / size, v[2] / size};
+}
+
+tVector toDouble(const Wm4::Vector3<float>& v) {
+  return {v[0], v[1], v[2]};
+}
+
+Wm4::Vector3<float> toFloat(const tVector& v) {
+  return {static_cast<float>(v[0]), static_cast<float>(v[1]), static_cast<float>(v[2])};
+}
+
+/// The mesh's vector with the given parts to the right, to the back and up.
+tVector fromSides(double right, double back, double up, qzCamera::tUp upAxis) {
+  return upAxis == qzCamera::eUpZ ? tVector{right, back, up} : tVector{right, up, -back};
+}
+
+/// v turned about the axis that points up, from front to right.
+tVector turned(const tVector& v, double cosine, double sine, qzCamera::tUp upAxis) {
+  const bool isZ = upAxis == qzCamera::eUpZ;
+  const double right = v[0], back = isZ ? v[1] : -v[2], up = isZ ? v[2] : v[1];
+  return fromSides(right * cosine - back * sine, right * sine + back * cosine, up, upAxis);
+}
+
+/// Calls function for the place of every corner of every triangle.
+template <class tFunction>
+void forEachVertex(const qz::qzTriMesh& mesh, const tFunction& function) {
+  const qz::qzIndexBuffer& indices = *mesh.getIndexBuffer();
+  for (int i = 0; i < indices.getNbIndices(); ++i) {
+    function(toDouble(mesh.getVertexBuffer()->Position3(indices.getIndices()[i])));
+  }
+}
+
+}  // namespace
+
+tVector qzCamera::Direction(const std::string& text, tUp up) {
+  static const struct {
+    const char* mName;
+    double mRight, mBack, mUp;
+  } kViews[] = {{"", -0.55, -1.0, 0.4}, {"front", 0, -1, 0}, {"back", 0, 1, 0},    {"left", -1, 0, 0},
+                {"right", 1, 0, 0},     {"top", 0, 0, 1},    {"bottom", 0, 0, -1}, {"iso", 1, -1, 1}};
+  for (const auto& view : kViews) {
+    if (text == view.mName) return fromSides(view.mRight, view.mBack, view.mUp, up);
+  }
+
+  std::string_view rest = text;
+  tVector direction;
+  for (int axis = 0; axis < 3; ++axis) {
+    const std::size_t comma = rest.find(',');
+    float number;
+    const bool isLast = comma == std::string_view::npos;
+    if (readNumber(rest.substr(0, comma), number) != tNumberResult::eNumber || !std::isfinite(number) ||
+        isLast != (axis == 2)) {
+      throw qzError("view '" + text + "'", "neither x,y,z nor one of front, back, left, right, top, bottom, iso");
+    }
+    direction[static_cast<std::size_t>(axis)] = number;
+    if (!isLast) rest.remove_prefix(comma + 1);
+  }
+  if (std::hypot(direction[0], direction[1], direction[2]) == 0.0) {
+    throw qzError("view '" + text + "'", "the direction has no length");
+  }
+  return direction;
+}
+
+/// How far points reach as seen by a camera that stands at the origin.
+///
+/// A point at (x, y, z) along right, up and backward is in the picture when |x - X| <= tanX * (Z - z), and y alike, the
+/// camera standing at (X, Y, Z). Every point gives X and Z a half plane on either side; where the outermost two cross,
+/// the points touch both edges.
+struct qzCamera::tReach {
+  double mTangents[2];                                                    // with the margin
+  double mAbove[2] = {kLowest, kLowest}, mBelow[2] = {kLowest, kLowest};  // of x and y: the largest +-x + tan * z
+  double mNearest = kLowest, mFarthest = -kLowest;                        // z
+  double mShift = 0.0;  // how far from the mesh's own origin these coordinates begin, which costs precision
+
+  explicit tReach(const qzCamera& camera) : mTangents{camera.mTanX / kMargin, camera.mTanY / kMargin} {}
+};
+
+qzCamera::qzCamera(const tVector& direction, tUp up, double aspect)
+    : mBackward(normalized(direction)),
+      mTanX(kTanHalfView * std::min(1.0, aspect)),
+      mTanY(kTanHalfView / std::max(1.0, aspect)) {
+  const tVector above = fromSides(0, 0, 1, up);
+  tVector right = cross(above, mBackward);
+  if (dot(right, right) < 1e-12) {  // straight from above or below: the back of the mesh is at the top of the picture
+    right = cross(fromSides(0, dot(mBackward, above) > 0 ? 1 : -1, 0, up), mBackward);
+  }
+  mRight = normalized(right);
+  mUp = cross(mBackward, mRight);
+}
+
+/// Goes where all of reach is in the picture; returns the place along backward.
+double qzCamera::place(const tReach& reach) {
+  const auto& [tangents, above, below, nearest, farthest, shift] = reach;
+  const double x = (above[0] - below[0]) / 2, y = (above[1] - below[1]) / 2;
+  double z = std::max((above[0] + below[0]) / (2 * tangents[0]), (above[1] + below[1]) / (2 * tangents[1]));
+  const double step = std::max({1e-3 * (z - farthest), 1e-3 * std::abs(nearest), 1e-5 * shift, 1e-30});
+  z = std::max(z, nearest + step);  // a single point, or a line of sight along a flat mesh
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    mOrigin[axis] = x * mRight[axis] + y * mUp[axis] + z * mBackward[axis];
+  }
+  return z;
+}
+
+qzCamera qzCamera::Frame(const qz::qzTriMesh& mesh, const tVector& direction, tUp up, double aspect) {
+  qzCamera camera(direction, up, aspect);
+  tReach reach(camera);
+  forEachVertex(mesh, [&](const tVector& p) {
+    const double side[2] = {dot(p, camera.mRight), dot(p, camera.mUp)}, depth = dot(p, camera.mBackward);
+    for (int k = 0; k < 2; ++k) {
+      reach.mAbove[k] = std::max(reach.mAbove[k], side[k] + reach.mTangents[k] * depth);
+      reach.mBelow[k] = std::max(reach.mBelow[k], -side[k] + reach.mTangents[k] * depth);
+    }
+    reach.mNearest = std::max(reach.mNearest, depth);
+    reach.mFarthest = std::min(reach.mFarthest, depth);
+  });
+  camera.place(reach);
+
+  const tVector origin = toDouble(camera.getOrigin());
+  camera.mNearest = -kLowest;
+  camera.mFarthest = kLowest;
+  forEachVertex(mesh, [&](const tVector& p) {
+    const double distance = -dot(difference(p, origin), camera.mBackward);
+    camera.mNearest = std::min(camera.mNearest, distance);
+    camera.mFarthest = std::max(camera.mFarthest, distance);
+  });
+  return camera;
+}
+
+std::vector<qzCamera> qzCamera::FrameTurning(const qz::qzTriMesh& mesh, const tVector& direction, tUp up, double aspect,
+                                             int nbViews) {
+  qzBBox box;
+  forEachVertex(mesh, [&](const tVector& p) { box.selfExpand(toFloat(p)); });
+  const tVector low = toDouble(box.getMinPoint()), high = toDouble(box.getMaxPoint());
+  const tVector middle = {(low[0] + high[0]) / 2, (low[1] + high[1]) / 2, (low[2] + high[2]) / 2};
+
+  // A vertex that turns stays on a circle at some height. The largest part of its points along a vector is the height
+  // by the vector's part along the axis and the radius by its part across.
+  qzCamera first(direction, up, aspect);
+  tReach reach(first);
+  const tVector axis = fromSides(0, 0, 1, up), sides[2] = {first.mRight, first.mUp};
+  struct tParts {
+    double mAlong, mAcross;
+    tParts(const tVector& v, const tVector& axis) : mAlong(dot(v, axis)), mAcross(length(cross(axis, v))) {}
+  };
+  reach.mShift = length(middle);
+  const tParts backward(first.mBackward, axis);
+  std::vector<tParts> above, below;
+  for (std::size_t k = 0; k < 2; ++k) {
+    const tVector tilted = scaled(reach.mTangents[k], first.mBackward);
+    above.emplace_back(difference(tilted, scaled(-1.0, sides[k])), axis);
+    below.emplace_back(difference(tilted, sides[k]), axis);
+  }
+  forEachVertex(mesh, [&](const tVector& p) {
+    const tParts vertex(difference(p, middle), axis);
+    const auto largest = [&](const tParts& v) { return vertex.mAlong * v.mAlong + vertex.mAcross * v.mAcross; };
+    for (std::size_t k = 0; k < 2; ++k) {
+      reach.mAbove[k] = std::max(reach.mAbove[k], largest(above[k]));
+      reach.mBelow[k] = std::max(reach.mBelow[k], largest(below[k]));
+    }
+    reach.mNearest = std::max(reach.mNearest, largest(backward));
+    reach.mFarthest = std::min(reach.mFarthest, vertex.mAlong * backward.mAlong - vertex.mAcross * backward.mAcross);
+  });
+  const double distance = first.place(reach);
+  first.mNearest = distance - reach.mNearest;
+  first.mFarthest = distance - reach.mFarthest;
+
+  std::vector<qzCamera> cameras(static_cast<std::size_t>(nbViews), first);
+  for (int view = 0; view < nbViews; ++view) {
+    qzCamera& camera = cameras[static_cast<std::size_t>(view)];
+    const double turn = 2.0 * kPi * (double(view) / nbViews);
+    for (tVector* vector : {&camera.mOrigin, &camera.mRight, &camera.mUp, &camera.mBackward}) {
+      *vector = turned(*vector, std::cos(turn), std::sin(turn), up);
+    }
+    for (std::size_t i = 0; i < 3; ++i) camera.mOrigin[i] += middle[i];
+  }
+  return cameras;
+}
+
+Wm4::Vector3<float> qzCamera::getOrigin() const {
+  return toFloat(mOrigin);
+}
+
+Wm4::Vector3<float> qzCamera::getDirection(double x, double y) const {
+  const double right = (2.0 * x - 1.0) * mTanX, up = (1.0 - 2.0 * y) * mTanY;
+  tVector direction;
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    direction[axis] = right * mRight[axis] + up * mUp[axis] - mBackward[axis];
+  }
+  return toFloat(normalized(direction));
+}
+
+}  // namespace qzToolkit
