@@ -1,0 +1,95 @@
+#include <benchmarks/core/qzMeasure.h>
+
+#include <sched.h>
+#include <time.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+namespace qzBench {
+
+namespace {
+
+double readClock(int clock) {
+  timespec now;
+  clock_gettime(clock, &now);
+  return double(now.tv_sec) + double(now.tv_nsec) * 1e-9;
+}
+
+}  // namespace
+
+qzStopwatch::qzStopwatch(tClock clock)
+    : mClock(clock == eProcessorTime ? CLOCK_PROCESS_CPUTIME_ID
+             : clock == eThreadTime  ? CLOCK_THREAD_CPUTIME_ID
+                                     : CLOCK_MONOTONIC),
+      mStart(readClock(mClock)) {}
+
+double qzStopwatch::getSeconds() const {
+  return readClock(mClock) - mStart;
+}
+
+double median(std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  const std::size_t middle = values.size() / 2;
+  return values.size() % 2 != 0 ? values[middle] : (values[middle - 1] + values[middle]) * 0.5;
+}
+
+double qzTiming::getMedian() const {
+  return median(mSecondsPerItem);
+}
+
+double qzTiming::getSpread() const {
+  const double middle = getMedian();
+  std::vector<double> deviations;
+  for (double seconds : mSecondsPerItem) deviations.push_back(std::fabs(seconds - middle));
+  return median(deviations) / middle;
+}
+
+std::vector<qzTiming> runInTurn(const std::vector<qzContestant>& contestants, int rounds) {
+  std::vector<qzTiming> timings(contestants.size());
+  for (int round = 0; round < rounds; ++round)
+    for (std::size_t i = 0; i < contestants.size(); ++i)
+      timings[i].mSecondsPerItem.push_back(contestants[i].mRun() / contestants[i].mItems);
+  return timings;
+}
+
+double timesAsFast(const qzTiming& own, const qzTiming& other) {
+  std::vector<double> ratios;
+  for (std::size_t round = 0; round < own.mSecondsPerItem.size(); ++round)
+    ratios.push_back(other.mSecondsPerItem[round] / own.mSecondsPerItem[round]);
+  return median(ratios);
+}
+
+bool pinToOneProcessor() {
+  cpu_set_t set;
+  CPU_ZERO(&set);
+  CPU_SET(static_cast<std::size_t>(std::max(sched_getcpu(), 0)), &set);
+  return sched_setaffinity(0, sizeof set, &set) == 0;
+}
+
+void allowAllProcessors() {
+  cpu_set_t set;
+  CPU_ZERO(&set);
+  for (std::size_t processor = 0; processor < CPU_SETSIZE; ++processor) CPU_SET(processor, &set);
+  sched_setaffinity(0, sizeof set, &set);  // the system leaves out those that there are not
+}
+
+void qzFingerprint::add(const void* bytes, std::size_t size) {
+  const char* const begin = static_cast<const char*>(bytes);
+  for (std::size_t offset = 0; offset + 4 <= size; offset += 4) {
+    std::uint32_t word;
+    std::memcpy(&word, begin + offset, 4);
+    mState = (mState ^ word) * 1099511628211ull;
+  }
+}
+
+std::string qzFingerprint::getText() const {
+  char text[9];
+  std::snprintf(text, sizeof text, "%08x", static_cast<unsigned>(mState ^ (mState >> 32)));
+  return text;
+}
+
+}  // namespace qzBench

@@ -1,0 +1,128 @@
+#include <benchmarks/peers/qzEmbree.h>
+
+#include <pmmintrin.h>
+#include <xmmintrin.h>
+
+#include <algorithm>
+#include <limits>
+#include <stdexcept>
+
+#include <benchmarks/core/qzMeasure.h>
+
+namespace qzBench {
+
+namespace {
+
+/// The mode that Embree's manual asks its callers for; the library's own code never runs under it here.
+class tFlushDenormals {
+ public:
+  tFlushDenormals() : mBefore(_mm_getcsr()) {
+    _MM_SET_FLUSH_ZERO_MODE(_MM_FLUSH_ZERO_ON);
+    _MM_SET_DENORMALS_ZERO_MODE(_MM_DENORMALS_ZERO_ON);
+  }
+  ~tFlushDenormals() { _mm_setcsr(mBefore); }
+  tFlushDenormals(const tFlushDenormals&) = delete;
+  tFlushDenormals& operator=(const tFlushDenormals&) = delete;
+
+ private:
+  unsigned mBefore;
+};
+
+RTCRayHit queryOf(const qzRay& ray, float tNear) {
+  RTCRayHit query;
+  query.ray.org_x = ray.mOrigin[0];
+  query.ray.org_y = ray.mOrigin[1];
+  query.ray.org_z = ray.mOrigin[2];
+  query.ray.tnear = tNear;
+  query.ray.dir_x = ray.mDirection[0];
+  query.ray.dir_y = ray.mDirection[1];
+  query.ray.dir_z = ray.mDirection[2];
+  query.ray.time = 0.0f;
+  query.ray.tfar = std::numeric_limits<float>::infinity();
+  query.ray.mask = 0xFFFFFFFFu;
+  query.ray.id = 0;
+  query.ray.flags = 0;
+  query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
+  query.hit.primID = RTC_INVALID_GEOMETRY_ID;
+  return query;
+}
+
+}  // namespace
+
+qzEmbree::qzEmbree(const qzScene& scene, RTCBuildQuality quality, const std::string& isa, RTCSceneFlags flags)
+    : mMeshes(scene), mQuality(quality), mIsa(isa), mFlags(flags) {
+  mDevice = rtcNewDevice(("threads=1" + (isa.empty() ? "" : ",isa=" + isa)).c_str());
+  if (mDevice == nullptr) throw std::runtime_error("Embree gives no device for '" + isa + "'");
+  rtcSetDeviceMemoryMonitorFunction(mDevice, &countMemory, this);
+}
+
+qzEmbree::~qzEmbree() {
+  release();
+  rtcReleaseDevice(mDevice);
+}
+
+void qzEmbree::release() {
+  if (mScene != nullptr) rtcReleaseScene(mScene);
+  mScene = nullptr;
+}
+
+std::string qzEmbree::getName() const {
+  return std::string("Embree ") + (mQuality == RTC_BUILD_QUALITY_LOW ? "LOW" : "MEDIUM") + (mIsa.empty() ? "" : " ") +
+         mIsa;
+}
+
+bool qzEmbree::countMemory(void* self, ssize_t bytes, bool) {
+  qzEmbree& embree = *static_cast<qzEmbree*>(self);
+  embree.mBytes += bytes;
+  embree.mPeakBytes = std::max(embree.mPeakBytes, embree.mBytes);
+  return true;
+}
+
+double qzEmbree::build() {
+  const tFlushDenormals mode;
+  release();
+  mScene = rtcNewScene(mDevice);
+  rtcSetSceneBuildQuality(mScene, mQuality);
+  rtcSetSceneFlags(mScene, mFlags);
+  RTCGeometry geometry = rtcNewGeometry(mDevice, RTC_GEOMETRY_TYPE_TRIANGLE);
+  rtcSetGeometryBuildQuality(geometry, mQuality);
+  rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, mMeshes.mPositions.data(), 0, 12,
+                             static_cast<std::size_t>(mMeshes.getNbVertices()));
+  rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3, mMeshes.getIndices(), 0, 12,
+                             static_cast<std::size_t>(mMeshes.getNbTriangles()));
+  rtcCommitGeometry(geometry);
+  rtcAttachGeometry(mScene, geometry);
+  rtcReleaseGeometry(geometry);
+
+  mBytes = mPeakBytes = 0;
+  const qzStopwatch watch;
+  rtcCommitScene(mScene);
+  const double seconds = watch.getSeconds();
+  if (const RTCError error = rtcGetDeviceError(mDevice); error != RTC_ERROR_NONE)
+    throw std::runtime_error(getName() + " reports error " + std::to_string(error));
+  return seconds;
+}
+
+double qzEmbree::trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answers) const {
+  const tFlushDenormals mode;
+  const qzStopwatch watch;
+  RTCIntersectContext context;
+  rtcInitIntersectContext(&context);  // rays without coherence
+  for (std::size_t i = 0; i < answers.size(); ++i) {
+    RTCRayHit query = queryOf(rays[i], 0.0f);
+    rtcIntersect1(mScene, &context, &query);
+    answers[i] = {query.ray.tfar, query.hit.primID};
+  }
+  return watch.getSeconds();
+}
+
+qzAnswer qzEmbree::castBeyond(float tNear, const qzRay& ray) const {
+  const tFlushDenormals mode;
+  RTCIntersectContext context;
+  rtcInitIntersectContext(&context);
+  RTCRayHit query = queryOf(ray, tNear);
+  rtcIntersect1(mScene, &context, &query);
+  return {query.ray.tfar, query.hit.primID};
+}
+
+}  // namespace qzBench

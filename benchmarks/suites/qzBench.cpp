@@ -1,0 +1,154 @@
+// qzBench: the library beside its peers, on the same triangles and rays, in turn, in one process.
+
+#include <qzSystem/qzLog.h>
+#include <toolkit/io/file/qzFile.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+#include <exception>
+#include <filesystem>
+#include <map>
+#include <stdexcept>
+
+#include <benchmarks/suites/qzBenchmarks.h>
+
+namespace {
+
+/// Keeps the builder's records out of the table, and their writing out of the times.
+class tSilence : public qz::qzLog {
+ public:
+  bool isLogTypeEnabled(qz::qzLogType) const override { return false; }
+  void write(qz::qzLogType, const std::string&, const std::string&) override {}
+};
+
+/// Tells of a file that cannot be written before the time is spent.
+void expectFolderOf(const std::string& file) {
+  const std::filesystem::path folder = std::filesystem::absolute(file).parent_path();
+  if (!std::filesystem::is_directory(folder)) throw std::runtime_error("there is no folder " + folder.string());
+}
+
+std::string today() {
+  const std::time_t now = std::time(nullptr);
+  char text[16];
+  std::strftime(text, sizeof text, "%Y-%m-%d", std::gmtime(&now));
+  return text;
+}
+
+using tNames = std::vector<std::string>;
+
+/// What there is to measure of a scene.
+const std::map<std::string, void (*)(const qzBench::qzScene&, const qzBench::qzSettings&, qzBench::qzReport&)> kKinds =
+    {{"build", qzBench::measureBuild},    {"memory", qzBench::measureMemory},   {"cancel", qzBench::measureCancel},
+     {"rays", qzBench::measureRays},      {"sah", qzBench::measureSurfaceArea}, {"hulls", qzBench::measureHulls},
+     {"threads", qzBench::measureThreads}};
+
+/// And what needs no scene: the builder in two dimensions.
+const std::string kPlane = "plane";
+
+/// The scenes of a run, and what is measured of each.
+using tPlan = std::vector<std::pair<std::string, tNames>>;
+
+const tPlan kQuickPlan = {{"motorbike", {"build", "memory", "rays", "cancel"}},
+                          {"dragon3", {"hulls"}},
+                          {"dragon", {"build", "rays"}},
+                          {"terrain10k", {"build"}},
+                          {"terrain1M", {"build", "rays", "sah", "threads"}}};
+
+const tPlan kFullPlan = {{"motorbike", {"build", "memory", "cancel", "rays", "sah", "hulls", "threads"}},
+                         {"dragon4", {"build", "rays"}},
+                         {"dragon3", {"build", "rays", "hulls"}},
+                         {"dragon2", {"build", "rays"}},
+                         {"dragon", {"build", "memory", "cancel", "rays", "sah", "hulls"}},
+                         {"terrain10k", {"build", "memory", "rays"}},
+                         {"terrain100k", {"build", "memory", "rays"}},
+                         {"terrain1M", {"build", "memory", "cancel", "rays", "sah", "threads"}},
+                         {"terrain10M", {"build", "memory", "rays"}},
+                         {"soup10k", {"build", "rays"}},
+                         {"soup100k", {"build", "rays"}},
+                         {"soup1M", {"build", "memory", "rays"}},
+                         {"soup10M", {"build"}}};
+
+/// Runs are short in small scenes and long in large ones; the number of rounds makes up for it.
+int roundsFor(const qzBench::qzScene& scene, int rounds) {
+  if (scene.getNbTriangles() < 200000) return 3 * rounds;
+  if (scene.getNbTriangles() > 5000000) return std::max(3, rounds / 3);
+  return rounds;
+}
+
+void run(const tPlan& plan, const tNames& kinds, const std::string& folder, const qzBench::qzSettings& settings,
+         qzBench::qzReport& report) {
+  const auto isAskedFor = [&kinds](const std::string& kind) {
+    return std::find(kinds.begin(), kinds.end(), kind) != kinds.end();
+  };
+  for (const auto& [sceneName, ownKinds] : plan) {
+    if (std::none_of(ownKinds.begin(), ownKinds.end(), isAskedFor)) continue;
+    const qzBench::qzScene scene = qzBench::makeScene(sceneName, folder);
+    qzBench::qzSettings own = settings;
+    own.mRounds = roundsFor(scene, settings.mRounds);
+    for (const std::string& kind : ownKinds)
+      if (isAskedFor(kind)) kKinds.at(kind)(scene, own, report);
+  }
+  if (isAskedFor(kPlane)) qzBench::measurePlane(settings, report);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  tNames allKinds = {kPlane};
+  for (const auto& [kind, measure] : kKinds) allKinds.push_back(kind);
+  tNames kinds = allKinds, scenes;
+  std::string folder = QZ_BENCH_SCENES, jsonFile, commit = "unknown";
+  bool isQuick = false, isProcessorAsked = false;
+  int rounds = 0;
+
+  CLI::App app("Times the library and its peers on the same scenes, in turn, on one thread.");
+  app.add_flag("--quick", isQuick, "fewer scenes, rays and rounds: a few minutes");
+  app.add_option("--only", kinds, "measure only these")->delimiter(',')->check(CLI::IsMember(allKinds));
+  app.add_option("--scenes", scenes, "on these scenes, all that is measured")
+      ->delimiter(',')
+      ->check(CLI::IsMember(qzBench::sceneNames()));
+  app.add_option("--folder", folder, "where the scene files are")->capture_default_str();
+  app.add_option("--rounds", rounds, "runs of every contestant, 9 unless given or quick")->check(CLI::Range(1, 1000));
+  app.add_option("--json", jsonFile, "write the results to this file");
+  app.add_option("--commit", commit, "what was built, for the header");
+  app.add_flag("--processor", isProcessorAsked, "print the processor's name and do nothing else");
+  CLI11_PARSE(app, argc, argv);
+
+  if (isProcessorAsked) {
+    std::printf("%s\n", qzBench::processorName().c_str());
+    return 0;
+  }
+  try {
+    qzBench::qzSettings settings;
+    if (isQuick) {
+      settings.mRounds = 3;
+      settings.mRaySide = 256;
+      settings.mSecondsPerRun = 0.02;
+      settings.mLargestPlane = 1000000;
+    }
+    if (rounds > 0) settings.mRounds = rounds;
+    tPlan plan = isQuick ? kQuickPlan : kFullPlan;
+    if (!scenes.empty()) {
+      plan.clear();
+      for (const std::string& scene : scenes) plan.emplace_back(scene, allKinds);
+      for (auto& [scene, ownKinds] : plan) ownKinds.erase(ownKinds.begin());  // the one without a scene
+    }
+
+    if (!jsonFile.empty()) expectFolderOf(jsonFile);
+    if (!qzBench::pinToOneProcessor()) std::fprintf(stderr, "qzBench: the thread could not be pinned to a processor\n");
+    tSilence silence;
+    qz::qzLog::msInstance = &silence;
+    qzBench::qzReport report({qzBench::processorName(), QZ_BENCH_COMPILER, QZ_BENCH_FLAGS, commit, today()});
+    run(plan, kinds, folder, settings, report);
+    qz::qzLog::msInstance = nullptr;
+
+    if (!jsonFile.empty()) qzToolkit::writeFile(jsonFile, report.getJson());
+    if (report.getNbDisagreements() == 0) return 0;
+    std::fprintf(stderr, "qzBench: %d comparisons agree less than they should\n", report.getNbDisagreements());
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "qzBench: %s\n", error.what());
+  }
+  return 1;
+}

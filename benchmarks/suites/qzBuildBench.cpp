@@ -1,0 +1,68 @@
+// Building a hierarchy over a mesh.
+
+#include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
+#include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
+#include <qzCommonAddOns/bvh/qzGenericBVH.h>
+#include <qzSceneGraph/qzCancelInterfaceReadOnly.h>
+
+#include <deque>
+
+#include <benchmarks/suites/qzBenchmarks.h>
+#include <benchmarks/suites/qzContests.h>
+
+namespace qzBench {
+
+namespace {
+
+struct tNeverCancelled : qz::qzCancelInterfaceReadOnly {
+  bool isCanceled() const override { return false; }
+};
+
+}  // namespace
+
+void measureBuild(const qzScene& scene, const qzSettings& settings, qzReport& report) {
+  qzOurs ours(scene);
+  std::vector<qzContestant> contestants = {buildContest(ours, scene)};
+  std::deque<qzEmbree> embrees;
+  for (RTCBuildQuality quality : {RTC_BUILD_QUALITY_LOW, RTC_BUILD_QUALITY_MEDIUM})
+    for (const char* isa : {"sse4.2", ""})
+      contestants.push_back(buildContest(embrees.emplace_back(scene, quality, isa), scene));
+  std::deque<qzCgal> cgals;
+  if (scene.getNbTriangles() <= kMostTrianglesOfCgal)
+    contestants.push_back(buildContest(cgals.emplace_back(scene), scene));
+
+  report.compare({"build", scene.mName, scene.getNbTriangles(), "triangle", settings.mRounds}, contestants, [&ours] {
+    ours.build();
+    return ours.getBuildCheck();
+  });
+}
+
+void measureCancel(const qzScene& scene, const qzSettings& settings, qzReport& report) {
+  const qzBVHTriangleContainer triangles(scene.mMesh);
+  const tNeverCancelled never;
+  qzFingerprint fingerprints[2];
+  const auto build = [&](const qz::qzCancelInterfaceReadOnly* cancel) {
+    expectDefaultFloatMode();
+    qzLinearGenericBVHBuilder builder;
+    qzGenericBVH bvh;
+    const qzStopwatch watch;
+    builder.build(triangles, bvh, cancel, 20);
+    const double seconds = watch.getSeconds();
+    qzFingerprint& fingerprint = fingerprints[cancel != nullptr];
+    fingerprint = {};
+    fingerprint.add(bvh.getNodes().data(), bvh.getNodes().size() * sizeof bvh.getNodes()[0]);
+    for (unsigned i = 0; i < triangles.getQuantity(); ++i) {
+      const unsigned primitive = bvh.getPrimitive(i);
+      fingerprint.add(&primitive, sizeof primitive);
+    }
+    return seconds;
+  };
+  const double nbTriangles = scene.getNbTriangles();
+  report.compare({"cancel", scene.mName, scene.getNbTriangles(), "triangle", settings.mRounds, 1.0},
+                 {{"nobody could cancel", nbTriangles, [&] { return build(nullptr); }},
+                  {"somebody could cancel", nbTriangles, [&] { return build(&never); },
+                   [&] { return fingerprints[0].getText() == fingerprints[1].getText() ? 1.0 : 0.0; }}},
+                 [&] { return fingerprints[0].getText(); });
+}
+
+}  // namespace qzBench

@@ -1,0 +1,92 @@
+// Whether a mesh reaches into a convex region of six planes.
+
+#include <algorithm>
+
+#include <benchmarks/suites/qzBenchmarks.h>
+#include <benchmarks/peers/qzBullet.h>
+#include <benchmarks/peers/qzFcl.h>
+#include <benchmarks/peers/qzOurs.h>
+
+namespace qzBench {
+
+namespace {
+
+/// Share of regions about which the peers must say the same. They know a region by its corners and decide by iteration
+/// up to a tolerance, so regions that the mesh just touches may come out either way.
+constexpr double kAgreement = 0.99;
+
+constexpr int kRegions = 4000;
+
+/// Asks about as many regions as fit the time of a run, at least 4 of them.
+class tAsker {
+ public:
+  tAsker(std::string name, std::function<double(std::vector<char>&)> ask, double secondsPerRun)
+      : mName(std::move(name)), mAsk(std::move(ask)) {
+    std::size_t count = 4;
+    for (;;) {
+      mAnswers.resize(count);
+      const double seconds = mAsk(mAnswers);
+      if (count >= kRegions || seconds > 0.5 * secondsPerRun) break;
+      const double fitting = double(count) * secondsPerRun / std::max(seconds, 1e-6);
+      count = static_cast<std::size_t>(std::min({fitting, 8.0 * double(count), double(kRegions)}));
+    }
+  }
+
+  qzContestant contest(const std::vector<char>* expected) {
+    qzContestant contestant{mName, double(mAnswers.size()), [this] { return mAsk(mAnswers); }};
+    if (expected != nullptr)
+      contestant.mAgreement = [this, expected] {
+        const std::size_t count = std::min(mAnswers.size(), expected->size());
+        std::size_t same = 0;
+        for (std::size_t i = 0; i < count; ++i) same += mAnswers[i] == (*expected)[i];
+        return double(same) / double(count);
+      };
+    return contestant;
+  }
+
+  const std::vector<char>& getAnswers() const { return mAnswers; }
+
+ private:
+  std::string mName;
+  std::function<double(std::vector<char>&)> mAsk;
+  std::vector<char> mAnswers;
+};
+
+}  // namespace
+
+void measureHulls(const qzScene& scene, const qzSettings& settings, qzReport& report) {
+  qzOurs ours(scene);
+  ours.build(qzQBVH::eTrianglesVertices);
+  const std::pair<const char*, std::vector<qzRegion>> sets[] = {
+      {"hull/0.2% surface", makeBoxes(scene, 0.002f, true, kRegions)},
+      {"hull/1% anywhere", makeBoxes(scene, 0.01f, false, kRegions)},
+      {"hull/10% anywhere", makeBoxes(scene, 0.1f, false, kRegions)},
+      {"hull/frusta", makeFrusta(scene, kRegions)}};
+  for (const auto& [name, regions] : sets) {
+    const qzPlaneSets planes(regions);
+    const qzBullet bullet(scene, regions);
+    const qzFcl fcl(scene, regions);
+    const double time = settings.mSecondsPerRun;
+    tAsker oursAsker(
+        ours.getName(), [&](std::vector<char>& answers) { return ours.ask(planes, answers); }, time);
+    tAsker peers[] = {
+        {"Bullet by contacts", [&](std::vector<char>& answers) { return bullet.askByContacts(answers); }, time},
+        {"Bullet by triangles", [&](std::vector<char>& answers) { return bullet.askByTriangles(answers); }, time},
+        {fcl.getName(), [&](std::vector<char>& answers) { return fcl.ask(answers); }, time}};
+
+    std::vector<qzContestant> contestants = {oursAsker.contest(nullptr)};
+    for (tAsker& peer : peers) contestants.push_back(peer.contest(&oursAsker.getAnswers()));
+    const std::vector<qzTiming> timings =
+        report.compare({name, scene.mName, scene.getNbTriangles(), "region", settings.mRounds, kAgreement}, contestants,
+                       [&] { return getCheck(oursAsker.getAnswers()); });
+
+    double least = timesAsFast(timings[0], timings[1]);
+    for (std::size_t i = 2; i < timings.size(); ++i) least = std::min(least, timesAsFast(timings[0], timings[i]));
+    const std::vector<char>& answers = oursAsker.getAnswers();
+    report.addFigure(name, scene.mName, scene.getNbTriangles(), "regions not empty",
+                     100.0 * double(std::count(answers.begin(), answers.end(), char(1))) / double(answers.size()), "%");
+    report.addFigure(name, scene.mName, scene.getNbTriangles(), "against best peer", least, "times as fast");
+  }
+}
+
+}  // namespace qzBench
