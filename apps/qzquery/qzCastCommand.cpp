@@ -1,8 +1,8 @@
 // qzquery cast: the nearest hit of every ray in a file.
 
 #include <toolkit/base/qzError.h>
-#include <toolkit/run/qzProgress.h>
 #include <toolkit/io/table/qzRayFile.h>
+#include <toolkit/run/qzProgress.h>
 #include <toolkit/run/qzThreads.h>
 
 #include <CLI/CLI.hpp>

@@ -2,9 +2,9 @@
 
 #include <qzCommonAddOns/geometry/qzBBox.h>
 #include <qzCommonAddOns/qzDetail/base/qzBVHStatistics.h>
-#include <toolkit/io/file/qzFile.h>
 #include <toolkit/inspect/qzMeshReport.h>
 #include <toolkit/inspect/qzTraversalCost.h>
+#include <toolkit/io/file/qzFile.h>
 
 #include <CLI/CLI.hpp>
 #include <iomanip>

@@ -1,8 +1,8 @@
 // qzquery inspect: what is wrong with a mesh, and what to expect of building a hierarchy over it.
 
+#include <toolkit/inspect/qzMeshReport.h>
 #include <toolkit/io/file/qzFile.h>
 #include <toolkit/io/mesh/qzMeshFile.h>
-#include <toolkit/inspect/qzMeshReport.h>
 #include <toolkit/run/qzThreads.h>
 
 #include <CLI/CLI.hpp>

@@ -3,11 +3,11 @@
 // Both depend on what they show alone, not on the number of threads.
 
 #include <qzSceneGraph/qzTriMesh.h>
-#include <toolkit/view/qzCamera.h>
+#include <toolkit/inspect/qzVisitCounter.h>
 #include <toolkit/io/picture/qzFloatMap.h>
 #include <toolkit/io/picture/qzImage.h>
 #include <toolkit/run/qzThreads.h>
-#include <toolkit/inspect/qzVisitCounter.h>
+#include <toolkit/view/qzCamera.h>
 
 #include <array>
 #include <cstddef>

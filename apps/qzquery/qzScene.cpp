@@ -2,9 +2,9 @@
 
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
-#include <toolkit/run/qzInterruption.h>
-#include <toolkit/io/mesh/qzMeshFile.h>
 #include <toolkit/build/qzSAHFeeder.h>
+#include <toolkit/io/mesh/qzMeshFile.h>
+#include <toolkit/run/qzInterruption.h>
 
 #include <CLI/CLI.hpp>
 #include <chrono>

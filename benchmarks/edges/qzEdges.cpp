@@ -17,11 +17,11 @@
 #include <memory>
 #include <stdexcept>
 
-#include <benchmarks/scenes/qzAims.h>
-#include <benchmarks/peers/qzEmbree.h>
 #include <benchmarks/core/qzReport.h>
-#include <benchmarks/scenes/qzSolids.h>
 #include <benchmarks/edges/qzVerdict.h>
+#include <benchmarks/peers/qzEmbree.h>
+#include <benchmarks/scenes/qzAims.h>
+#include <benchmarks/scenes/qzSolids.h>
 
 namespace {
 

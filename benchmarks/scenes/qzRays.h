@@ -3,8 +3,8 @@
 
 #include <vector>
 
-#include <benchmarks/scenes/qzScene.h>
 #include <benchmarks/core/qzVectors.h>
+#include <benchmarks/scenes/qzScene.h>
 
 namespace qzBench {
 

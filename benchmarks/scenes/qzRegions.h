@@ -5,8 +5,8 @@
 
 #include <vector>
 
-#include <benchmarks/scenes/qzScene.h>
 #include <benchmarks/core/qzVectors.h>
+#include <benchmarks/scenes/qzScene.h>
 
 namespace qzBench {
 

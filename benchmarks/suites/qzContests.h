@@ -1,9 +1,9 @@
 #pragma once
 // Contestants that several measurements share.
 
+#include <benchmarks/core/qzMeasure.h>
 #include <benchmarks/peers/qzCgal.h>
 #include <benchmarks/peers/qzEmbree.h>
-#include <benchmarks/core/qzMeasure.h>
 #include <benchmarks/peers/qzOurs.h>
 #include <benchmarks/scenes/qzRays.h>
 

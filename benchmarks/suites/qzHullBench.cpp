@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include <benchmarks/suites/qzBenchmarks.h>
 #include <benchmarks/peers/qzBullet.h>
 #include <benchmarks/peers/qzFcl.h>
 #include <benchmarks/peers/qzOurs.h>
+#include <benchmarks/suites/qzBenchmarks.h>
 
 namespace qzBench {
 

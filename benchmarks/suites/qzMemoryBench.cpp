@@ -1,9 +1,9 @@
 // Memory of a build.
 
-#include <benchmarks/suites/qzBenchmarks.h>
-#include <benchmarks/peers/qzEmbree.h>
 #include <benchmarks/core/qzMemory.h>
+#include <benchmarks/peers/qzEmbree.h>
 #include <benchmarks/peers/qzOurs.h>
+#include <benchmarks/suites/qzBenchmarks.h>
 
 namespace qzBench {
 

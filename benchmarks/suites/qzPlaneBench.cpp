@@ -3,9 +3,9 @@
 #include <qzCommonAddOns/builders/qzLinearGenericBVH2DBuilder.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH2D.h>
 
-#include <benchmarks/suites/qzBenchmarks.h>
-#include <benchmarks/peers/qzOurs.h>
 #include <benchmarks/core/qzRandom.h>
+#include <benchmarks/peers/qzOurs.h>
+#include <benchmarks/suites/qzBenchmarks.h>
 
 namespace qzBench {
 

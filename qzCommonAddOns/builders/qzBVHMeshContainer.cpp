@@ -1,7 +1,7 @@
 #include <qzCommonAddOns/builders/qzBVHMeshContainer.h>
-#include <qzCommonAddOns/qzDetail/build/qzBoxLanes.h>
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 #include <qzCommonAddOns/qzDetail/base/qzPlatformAdapter.h>
+#include <qzCommonAddOns/qzDetail/build/qzBoxLanes.h>
 
 qzBVHMeshContainer::qzBVHMeshContainer(const std::vector<qz::qzTriMesh*>& meshes) : mBBoxes(meshes.size()) {
   const qzDetail::tFloatMode mode;

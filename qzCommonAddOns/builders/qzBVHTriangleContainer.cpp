@@ -1,7 +1,7 @@
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
-#include <qzCommonAddOns/qzDetail/build/qzBoxLanes.h>
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 #include <qzCommonAddOns/qzDetail/base/qzPlatformAdapter.h>
+#include <qzCommonAddOns/qzDetail/build/qzBoxLanes.h>
 
 qzBVHTriangleContainer::qzBVHTriangleContainer(const qz::qzVertexBuffer* vertices, const qz::qzIndexBuffer* indices)
     : mVertexBuffer(vertices), mIndexBuffer(indices) {

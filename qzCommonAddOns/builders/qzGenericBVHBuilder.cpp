@@ -1,12 +1,12 @@
 #include <qzCommonAddOns/builders/qzGenericBVHBuilder.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <qzCommonAddOns/qzDetail/base/qzAxis.h>
-#include <qzCommonAddOns/qzDetail/build/qzBoxLanes.h>
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
-#include <qzCommonAddOns/qzDetail/morton/qzMorton.h>
+#include <qzCommonAddOns/qzDetail/build/qzBoxLanes.h>
 #include <qzCommonAddOns/qzDetail/build/qzRadixSelect.h>
 #include <qzCommonAddOns/qzDetail/build/qzSurfaceAreaCost.h>
 #include <qzCommonAddOns/qzDetail/build/qzSurfaceAreaSplit.h>
+#include <qzCommonAddOns/qzDetail/morton/qzMorton.h>
 
 #include <algorithm>
 #include <cstdint>

@@ -1,13 +1,13 @@
 #include <qzCommonAddOns/builders/qzLinearGenericBVH2DBuilder.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH2D.h>
-#include <qzCommonAddOns/qzDetail/build/qzBoxLanes2D.h>
-#include <qzCommonAddOns/qzDetail/morton/qzCodeGroups.h>
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
-#include <qzCommonAddOns/qzDetail/morton/qzMorton.h>
 #include <qzCommonAddOns/qzDetail/base/qzPrefetch.h>
-#include <qzCommonAddOns/qzDetail/morton/qzRadixSort.h>
 #include <qzCommonAddOns/qzDetail/base/qzScratch.h>
+#include <qzCommonAddOns/qzDetail/build/qzBoxLanes2D.h>
 #include <qzCommonAddOns/qzDetail/build/qzTreeWriter.h>
+#include <qzCommonAddOns/qzDetail/morton/qzCodeGroups.h>
+#include <qzCommonAddOns/qzDetail/morton/qzMorton.h>
+#include <qzCommonAddOns/qzDetail/morton/qzRadixSort.h>
 
 #include <cstdint>
 

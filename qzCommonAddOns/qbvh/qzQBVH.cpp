@@ -1,12 +1,12 @@
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
 #include <qzCommonAddOns/qzDetail/base/qzAlignedMemory.h>
-#include <qzCommonAddOns/qzDetail/build/qzBoxLanes.h>
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
-#include <qzCommonAddOns/qzDetail/build/qzMeshTriangles.h>
 #include <qzCommonAddOns/qzDetail/base/qzMinMax.h>
 #include <qzCommonAddOns/qzDetail/base/qzPrefetch.h>
 #include <qzCommonAddOns/qzDetail/base/qzScratch.h>
+#include <qzCommonAddOns/qzDetail/build/qzBoxLanes.h>
+#include <qzCommonAddOns/qzDetail/build/qzMeshTriangles.h>
 
 #include <emmintrin.h>
 

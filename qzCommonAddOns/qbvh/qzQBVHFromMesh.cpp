@@ -2,12 +2,12 @@
 // never there: what it would hold follows from the sorted triangles and the splits between them.
 
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
-#include <qzCommonAddOns/qzDetail/build/qzBoxLanes.h>
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
+#include <qzCommonAddOns/qzDetail/base/qzScratch.h>
+#include <qzCommonAddOns/qzDetail/build/qzBoxLanes.h>
 #include <qzCommonAddOns/qzDetail/build/qzFourWidePlan.h>
 #include <qzCommonAddOns/qzDetail/build/qzLinearBuild.h>
 #include <qzCommonAddOns/qzDetail/build/qzMeshTriangles.h>
-#include <qzCommonAddOns/qzDetail/base/qzScratch.h>
 
 #include <emmintrin.h>
 

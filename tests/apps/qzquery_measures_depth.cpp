@@ -1,6 +1,6 @@
 #include <doctest/doctest.h>
-#include <toolkit/view/qzCamera.h>
 #include <toolkit/io/mesh/qzMeshFile.h>
+#include <toolkit/view/qzCamera.h>
 
 #include <algorithm>
 #include <cmath>

@@ -3,7 +3,7 @@
 
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 
-#include "builders/qzBothBuilders.h"
+#include "builders/linear/qzBothBuilders.h"
 #include "fuzz/qzFuzzCheck.h"
 #include "fuzz/qzFuzzInput.h"
 #include "fuzz/qzFuzzQueries.h"

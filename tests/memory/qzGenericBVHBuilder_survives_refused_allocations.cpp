@@ -2,9 +2,9 @@
 
 #include <doctest/doctest.h>
 
-#include "builders/qzScenes.h"
+#include "builders/linear/qzScenes.h"
+#include "builders/surface_area/qzOpenSAHBuilder.h"
 #include "memory/qzSameTrees.h"
-#include "sah/qzOpenSAHBuilder.h"
 #include "support/qzRefusals.h"
 
 using namespace qzTest;

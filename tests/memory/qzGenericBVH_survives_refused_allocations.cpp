@@ -4,11 +4,11 @@
 
 #include <iostream>
 
+#include "bvh/qzOpenBVH2D.h"
 #include "bvh/qzOpenGenericBVH.h"
 #include "bvh/qzStandardStream.h"
 #include "memory/qzSameTrees.h"
 #include "support/qzRefusals.h"
-#include "two_dimensions/qzOpenBVH2D.h"
 
 using namespace qzTest;
 

@@ -2,7 +2,7 @@
 
 #include <doctest/doctest.h>
 
-#include "builders/qzScenes.h"
+#include "builders/linear/qzScenes.h"
 #include "memory/qzSameTrees.h"
 #include "support/qzObservers.h"
 #include "support/qzRefusals.h"

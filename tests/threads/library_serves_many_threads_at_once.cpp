@@ -12,13 +12,13 @@
 #include <memory>
 #include <thread>
 
-#include "builders/qzScenes.h"
-#include "hull/qzHullScenes.h"
+#include "builders/linear/qzScenes.h"
+#include "builders/surface_area/qzOpenSAHBuilder.h"
+#include "bvh/qzOpenBVH2D.h"
 #include "memory/qzSameTrees.h"
-#include "sah/qzOpenSAHBuilder.h"
+#include "qbvh/hulls/qzHullScenes.h"
 #include "support/qzObservers.h"
 #include "support/qzTestMeshes.h"
-#include "two_dimensions/qzOpenBVH2D.h"
 
 using namespace qzTest;
 

@@ -1,6 +1,6 @@
 #include <tbb/parallel_sort.h>
-#include <toolkit/run/qzInterruption.h>
 #include <toolkit/inspect/qzMeshReport.h>
+#include <toolkit/run/qzInterruption.h>
 
 #include <algorithm>
 #include <cmath>

@@ -8,9 +8,9 @@
 // left and to its right that no smaller level hides; of each level there is at most one on either side, so a word with
 // a bit per level holds them, and their number is the depth of the node.
 
+#include <qzCommonAddOns/qzDetail/base/qzScratch.h>
 #include <qzCommonAddOns/qzDetail/morton/qzCodeGroups.h>
 #include <qzCommonAddOns/qzDetail/morton/qzMorton.h>
-#include <qzCommonAddOns/qzDetail/base/qzScratch.h>
 
 #include <algorithm>
 #include <cstdint>

@@ -3,13 +3,13 @@
 // them. A Source has nbPrimitives(), boxOf(i), the tBoxLanes of primitive i, and centerOf(i), the middle of that box.
 
 #include <qzCommonAddOns/bvh/qzGNode.h>
+#include <qzCommonAddOns/qzDetail/base/qzPlatformAdapter.h>
+#include <qzCommonAddOns/qzDetail/base/qzScratch.h>
 #include <qzCommonAddOns/qzDetail/build/qzBoxLanes.h>
+#include <qzCommonAddOns/qzDetail/build/qzTreeWriter.h>
 #include <qzCommonAddOns/qzDetail/morton/qzCodeGroups.h>
 #include <qzCommonAddOns/qzDetail/morton/qzMorton.h>
-#include <qzCommonAddOns/qzDetail/base/qzPlatformAdapter.h>
 #include <qzCommonAddOns/qzDetail/morton/qzRadixSort.h>
-#include <qzCommonAddOns/qzDetail/base/qzScratch.h>
-#include <qzCommonAddOns/qzDetail/build/qzTreeWriter.h>
 
 #include <cstdint>
 #include <memory>

@@ -2,8 +2,8 @@
 // from above leaves the cost of the upper side per occupied bin, one from below adds that of the lower side.
 
 #include <qzCommonAddOns/qzDetail/build/qzBoxLanes.h>
-#include <qzCommonAddOns/qzDetail/morton/qzMorton.h>
 #include <qzCommonAddOns/qzDetail/build/qzSurfaceAreaSplit.h>
+#include <qzCommonAddOns/qzDetail/morton/qzMorton.h>
 
 #include <algorithm>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #include <toolkit/base/qzError.h>
+#include <toolkit/base/qzNumber.h>
 #include <toolkit/io/file/qzLines.h>
 #include <toolkit/io/mesh/qzMeshFileCheck.h>
-#include <toolkit/base/qzNumber.h>
 
 #include <algorithm>
 #include <cstdint>

@@ -1,5 +1,5 @@
-#include <toolkit/io/file/qzLines.h>
 #include <toolkit/base/qzNumber.h>
+#include <toolkit/io/file/qzLines.h>
 #include <toolkit/io/mesh/qzObjFile.h>
 
 #include <cmath>

@@ -1,0 +1,138 @@
+// What holds for every tree of the builder, checked against the cells themselves and not against another builder.
+
+#include "builders/linear/qzBothBuilders.h"
+#include "builders/linear/qzScenes.h"
+#include "support/qzBits.h"
+
+#include <doctest/doctest.h>
+
+#include <xmmintrin.h>
+
+#include <algorithm>
+
+using namespace qzTest;
+
+namespace {
+
+struct Checker {
+  const std::vector<qzBBox>& boxes;
+  const std::vector<std::uint64_t>& codes;  // by primitive number
+  unsigned int nbCodeBits, limit;
+  const qzGenericBVH& tree;
+  std::size_t nbVisited = 0;
+
+  // Checks the subtree over the positions from first to last, whose codes agree in all bits above nbFreeBits. Returns
+  // its box.
+  qzBBox check(unsigned int number, std::size_t first, std::size_t last, unsigned int nbFreeBits) {
+    ++nbVisited;
+    REQUIRE(number < tree.getNodes().size());
+    const qzGNode& node = tree.getNode(number);
+    const auto codeAt = [&](std::size_t position) { return codes[tree.getPrimitives()[position]]; };
+    qzBBox box;
+    if (node.isLeaf()) {
+      REQUIRE(node.getPrimStartIdx() == first);
+      REQUIRE(node.getNoPrimitives() == last - first + 1);
+      const bool isOneCode = codeAt(first) == codeAt(last);
+      CHECK((node.getNoPrimitives() <= limit || isOneCode));
+      for (std::size_t k = first; k <= last; ++k) {
+        const qzBBox& of = boxes[tree.getPrimitives()[k]];
+        box = qzBBox::Make(std::min(box.xMin(), of.xMin()), std::min(box.yMin(), of.yMin()),
+                           std::min(box.zMin(), of.zMin()), std::max(box.xMax(), of.xMax()),
+                           std::max(box.yMax(), of.yMax()), std::max(box.zMax(), of.zMax()));
+      }
+    } else {
+      CHECK(last - first + 1 > limit);
+      // The highest bit in which the codes of the range differ decides where it is halved.
+      unsigned int bit = nbFreeBits;
+      do {
+        REQUIRE(bit > 0);
+        --bit;
+      } while ((codeAt(first) >> bit & 1) == (codeAt(last) >> bit & 1));
+      std::size_t middle = first;
+      while ((codeAt(middle) >> bit & 1) == 0) ++middle;
+      const qzBBox::tAxis kAxes[] = {qzBBox::eAxisX, qzBBox::eAxisY, qzBBox::eAxisZ};
+      CHECK(node.getAxis() == kAxes[bit % 3]);
+      CHECK(node.getRightChildIdx() == node.getNoPrimitives());  // split position 0
+      CHECK(node.getRightChildIdx() == node.getLeftChildIdx() + 1);
+      const qzBBox left = check(node.getLeftChildIdx(), first, middle - 1, bit);
+      const qzBBox right = check(node.getRightChildIdx(), middle, last, bit);
+      box = qzBBox::Make(std::min(left.xMin(), right.xMin()), std::min(left.yMin(), right.yMin()),
+                         std::min(left.zMin(), right.zMin()), std::max(left.xMax(), right.xMax()),
+                         std::max(left.yMax(), right.yMax()), std::max(left.zMax(), right.zMax()));
+    }
+    CHECK(sameBits(node.getBBox(), box));
+    return box;
+  }
+};
+
+}  // namespace
+
+TEST_CASE("trees over known cells split at the highest bit that differs, down to the leaf limit and no further") {
+  Random random(60);
+  for (int round = 0; round < 60; ++round) {
+    const unsigned int bits = 1 + random.below(21), limit = 1 + random.below(6), spread = random.below(bits) + 1;
+    std::vector<Cell> cells;
+    for (int i = 0; i < 400; ++i) {
+      const auto coordinate = [&] { return random.below(1u << spread) << (bits - spread); };
+      const std::uint32_t x = coordinate(), y = coordinate(), z = coordinate();
+      cells.push_back({x, y, z});
+    }
+    const std::vector<qzBBox> boxes = boxesInCells(cells, bits);
+    const std::uint32_t last = (1u << bits) - 1;
+    std::vector<std::uint64_t> codes = {qzPlain::mortonCode(0, 0, 0), qzPlain::mortonCode(last, last, last)};
+    for (const Cell& cell : cells) codes.push_back(qzPlain::mortonCode(cell.x, cell.y, cell.z));
+
+    INFO("round ", round, ": ", bits, " bits, of which ", spread, " are used, leaf limit ", limit);
+    BothBuilders both(limit);
+    REQUIRE(both.build(boxes, bits));
+    const std::vector<unsigned int>& primitives = both.tree().getPrimitives();
+    REQUIRE(primitives.size() == boxes.size());
+    std::vector<unsigned int> expected(boxes.size());
+    for (unsigned int i = 0; i < expected.size(); ++i) expected[i] = i;
+    std::stable_sort(expected.begin(), expected.end(),
+                     [&](unsigned int a, unsigned int b) { return codes[a] < codes[b]; });
+    REQUIRE(primitives == expected);
+
+    Checker checker{boxes, codes, 3 * bits, limit, both.tree()};
+    checker.check(0, 0, boxes.size() - 1, 3 * bits);
+    CHECK(checker.nbVisited == both.nodes().size());
+    std::sort(codes.begin(), codes.end());
+    const auto nbCodes = std::unique(codes.begin(), codes.end()) - codes.begin();
+    CHECK(both.tree().getNbNodes() == 2 * nbCodes - 1);
+  }
+}
+
+TEST_CASE("a caller's floating-point mode neither changes the tree nor gets lost") {
+  Random random(61);
+  // A grid whose cells are so small that a denormal coordinate is three of them, and half the boxes denormal: taken for
+  // zeros they would share cell 0.
+  const float edge = 3.7e-33f;
+  std::vector<qzBBox> boxes = pointBoxes({{0.0f, 0.0f, 0.0f}, {edge, edge, edge}});
+  for (int i = 0; i < 300; ++i) {
+    const auto tiny = [&] { return floatFromBits(random.below(0x00800000u)); };
+    const float x = tiny(), y = tiny(), z = tiny();
+    boxes.emplace_back(i % 2 == 0 ? Wm4::Vector3<float>(x, y, z) : random.point(0.0f, edge));
+  }
+  BothBuilders expected(1);
+  CHECK(expected.build(boxes, 20));
+  CHECK(expected.nodes().size() > 100);
+  // Flush to zero, denormals are zero, and the three roundings other than to nearest.
+  for (const unsigned int mode : {0x9FC0u, 0x3F80u, 0x5F80u, 0x7F80u}) {
+    const LogCapture quiet(false);
+    const BoxContainer container(boxes);
+    qzLinearGenericBVHBuilder builder;
+    builder.setMaxPrimitivesPerLeaf(1);
+    qzGenericBVH tree;
+    const unsigned int previous = _mm_getcsr();
+    _mm_setcsr(mode);
+    const bool isComplete = builder.build(container, tree, nullptr, 20);
+    const unsigned int after = _mm_getcsr();
+    _mm_setcsr(previous);
+    INFO("mode ", mode);
+    CHECK(isComplete);
+    CHECK((after & ~0x3Fu) == mode);
+    CHECK(tree.getPrimitives() == expected.tree().getPrimitives());
+    REQUIRE(tree.getNodes().size() == expected.nodes().size());
+    for (std::size_t i = 0; i < tree.getNodes().size(); ++i) CHECK(sameBits(tree.getNodes()[i], expected.nodes()[i]));
+  }
+}

@@ -1,0 +1,80 @@
+#include "builders/plane/qzBothBuilders2D.h"
+
+#include <doctest/doctest.h>
+
+#include <string>
+
+#include "geometry/qzTestBoxes2D.h"
+
+namespace qzTest {
+
+namespace {
+
+template <class T>
+bool sameBitsEach(const std::vector<T>& a, const std::vector<T>& b) {
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    if (!sameBits(a[i], b[i])) return false;
+  }
+  return true;
+}
+
+std::string describe(const qzGNode2D& node) {
+  return (node.isLeaf() ? "leaf " : "inner ") + std::to_string(node.getLeftChildIdx()) + ' ' +
+         std::to_string(node.getRightChildIdx()) + qzTest::describe(node.getBBox());
+}
+
+// Empty when all nodes are what they must be.
+std::string differenceOfNodes(const std::vector<qzGNode2D>& nodes, const std::vector<qzGNode2D>& plainNodes) {
+  if (nodes.size() != plainNodes.size()) {
+    return std::to_string(nodes.size()) + " nodes instead of " + std::to_string(plainNodes.size());
+  }
+  for (std::size_t i = 0; i < nodes.size(); ++i) {
+    if (sameBits(nodes[i], plainNodes[i])) continue;
+    return "node " + std::to_string(i) + ": " + describe(nodes[i]) + " instead of " + describe(plainNodes[i]);
+  }
+  return "";
+}
+
+}  // namespace
+
+void BothBuilders2D::setMaxPrimitivesPerLeaf(unsigned int max) {
+  mBuilder.setMaxPrimitivesPerLeaf(max);
+  mPlainBuilder.setMaxPrimitivesPerLeaf(max);
+}
+
+void BothBuilders2D::fill(const Scene2D& scene, unsigned int spareIndices) {
+  const auto n = static_cast<unsigned int>(scene.points.size());
+  mBuilder.mPoints = mPlainBuilder.points = scene.points;
+  mBuilder.mBBoxes = mPlainBuilder.bboxes = scene.boxes;
+  mBuilder.mBounds = mPlainBuilder.bounds = scene.bounds;
+  mBuilder.mNbPrimitives = mPlainBuilder.nbPrimitives = n;
+  mBuilder.mIndices.resize(n + spareIndices, 77u);
+  mPlainBuilder.indices = mBuilder.mIndices;
+}
+
+void BothBuilders2D::build(unsigned int bitsPerAxis) {
+  INFO("bits per axis ", bitsPerAxis, ", leaf limit ", mPlainBuilder.maxPrimitivesPerLeaf);
+  const void* const indices = mBuilder.mIndices.data();
+  const void* const primitivesBefore = primitives().data();
+  mBuilder.build(mTree, bitsPerAxis);
+  mPlainBuilder.build(mPlainTree, bitsPerAxis);
+
+  CHECK(differenceOfNodes(nodes(), mPlainTree.nodes) == "");
+  CHECK(nodes().capacity() == nodes().size());
+  CHECK(bool(primitives() == mPlainTree.primitives));
+  CHECK(nbNodesOf(mTree) == mPlainTree.nbNodes);
+  CHECK(nbPrimitivesOf(mTree) == mPlainTree.nbPrimitives);
+
+  // The builder: its index array has changed places with the tree's, storage and all; the rest is as it was.
+  CHECK(primitives().data() == indices);
+  CHECK(mBuilder.mIndices.data() == primitivesBefore);
+  CHECK(bool(mBuilder.mIndices == mPlainBuilder.indices));
+  CHECK(sameBitsEach(mBuilder.mPoints, mPlainBuilder.points));
+  CHECK(sameBitsEach(mBuilder.mBBoxes, mPlainBuilder.bboxes));
+  CHECK(sameBits(mBuilder.mBounds, mPlainBuilder.bounds));
+  CHECK(mBuilder.mNbPrimitives == mPlainBuilder.nbPrimitives);
+  CHECK(mBuilder.mMaxPrimitivesPerLeaf == mPlainBuilder.maxPrimitivesPerLeaf);
+}
+
+}  // namespace qzTest

@@ -1,0 +1,68 @@
+#pragma once
+// The library's surface-area builder and its plain form side by side: every build is done by both, and checked to be
+// the same.
+
+#include <qzCommonAddOns/builders/qzSAHFunctionoid.h>
+
+#include <string>
+#include <vector>
+
+#include "builders/surface_area/qzOpenSAHBuilder.h"
+#include "plain/qzPlainSAHBuilder.h"
+
+namespace qzTest {
+
+/// One call of a cost functor, by the bits of its box.
+struct CostCall {
+  qzBBox box;
+  unsigned int count;
+};
+bool operator==(const CostCall& a, const CostCall& b);
+
+/// A cost functor of any formula that notes its calls.
+class NotingSAH : public qzSAHFunctionoid {
+ public:
+  using Formula = float (*)(const qzBBox& box, unsigned int count);
+  explicit NotingSAH(Formula formula) : mFormula(formula) {}
+  float f(const qzBBox& box, unsigned int count) const override {
+    mCalls.push_back({box, count});
+    return mFormula(box, count);
+  }
+  ~NotingSAH() override = default;
+  const std::vector<CostCall>& calls() const { return mCalls; }
+
+ private:
+  Formula mFormula;
+  mutable std::vector<CostCall> mCalls;
+};
+
+/// Primitive counter of a tree, which only builders reach.
+unsigned int nbPrimitivesOf(const qzGenericBVH& tree);
+
+class BothSAHBuilders {
+ public:
+  /// Filled as a feeder fills it: items in order, their union for the scene.
+  explicit BothSAHBuilders(const std::vector<qzBBox>& boxes);
+  void setSceneBBox(const qzBBox& box);
+  void setItemIndices(const std::vector<unsigned int>& indices);
+  void setNbBins(unsigned int nbBins);
+
+  /// Builds with both, by the default cost, and checks that nobody can tell them apart: the order of the items, every
+  /// bit of the tree, the length of its arrays.
+  void build();
+  /// The same with a formula; the calls of the functors must be the same, too. Returns them.
+  std::vector<CostCall> build(NotingSAH::Formula formula);
+
+  const qzGenericBVH& tree() const { return mTree; }
+  const std::vector<qzGNode>& nodes() const { return mTree.getNodes(); }
+
+ private:
+  void compare() const;
+
+  OpenSAHBuilder mBuilder;
+  qzGenericBVH mTree;
+  qzPlain::SAHBuilder mPlainBuilder;
+  qzPlain::Tree mPlainTree;
+};
+
+}  // namespace qzTest

@@ -1,0 +1,215 @@
+#include <doctest/doctest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <iostream>
+
+#include "bvh/qzOpenBVH2D.h"
+#include "geometry/qzTestBoxes2D.h"
+
+using namespace qzTest;
+
+namespace {
+
+struct Info {
+  int nbNodes = -1, nbLeaves = -1, minPrimitives = -1, maxPrimitives = -1;
+  float avgPrimitives = -1.0f;
+};
+
+Info infoOf(const qzGenericBVH2D& tree) {
+  Info info;
+  tree.getBVHInfo(info.nbNodes, info.nbLeaves, info.minPrimitives, info.maxPrimitives, info.avgPrimitives);
+  return info;
+}
+
+qzGNode2D inner(unsigned int left, unsigned int right) {
+  qzGNode2D node;
+  node.setNode(left, right);
+  return node;
+}
+qzGNode2D leaf(unsigned int count) {
+  qzGNode2D node;
+  node.setLeaf(0, count);
+  return node;
+}
+
+qzGenericBVH2D treeOf(const std::vector<qzGNode2D>& nodes) {
+  qzGenericBVH2D tree;
+  tree.editNodes() = nodes;
+  nbNodesOf(tree) = static_cast<unsigned int>(nodes.size());
+  return tree;
+}
+
+// Nodes 1 and 2 below the root, leaves of 2, 3, 1 and 2 primitives, all two levels down.
+qzGenericBVH2D sevenNodes() {
+  return treeOf({inner(1, 2), inner(3, 4), inner(5, 6), leaf(2), leaf(3), leaf(1), leaf(2)});
+}
+
+// The walk from the root on, with the counters that getBVHInfo begins with.
+struct Walk {
+  int nbLeaves = 0, minPrimitives = 0, maxPrimitives = 0, sumPrimitives = 0, maxLocation = 0;
+
+  explicit Walk(const qzGenericBVH2D& tree, int from = 0, int level = 0, int startMinimum = 1000)
+      : minPrimitives(startMinimum) {
+    getBVHInfoIter(tree, from, nbLeaves, minPrimitives, maxPrimitives, sumPrimitives, maxLocation, level);
+  }
+};
+
+// Everything that goes to the process's standard output while it lives, through streams or around them.
+class StandardOutput {
+ public:
+  StandardOutput() : mFile(std::tmpfile()), mPrevious(::dup(STDOUT_FILENO)) {
+    flush();
+    ::dup2(::fileno(mFile), STDOUT_FILENO);
+  }
+  ~StandardOutput() {
+    flush();
+    ::dup2(mPrevious, STDOUT_FILENO);
+    ::close(mPrevious);
+    std::fclose(mFile);
+  }
+  StandardOutput(const StandardOutput&) = delete;
+  StandardOutput& operator=(const StandardOutput&) = delete;
+
+  long nbBytes() const {
+    flush();
+    return static_cast<long>(::lseek(::fileno(mFile), 0, SEEK_END));
+  }
+
+ private:
+  static void flush() {
+    std::cout.flush();
+    std::fflush(stdout);
+  }
+
+  std::FILE* mFile;
+  int mPrevious;
+};
+
+}  // namespace
+
+TEST_CASE("a 2D tree of one leaf with 5 primitives has the node count 1 as its minimum") {
+  const Info info = infoOf(treeOf({leaf(5)}));
+  CHECK(info.nbNodes == 1);
+  CHECK(info.nbLeaves == 1);
+  CHECK(info.minPrimitives == 1);
+  CHECK(info.maxPrimitives == 5);
+  CHECK(info.avgPrimitives == 5.0f);
+}
+
+TEST_CASE("a 2D tree of 7 nodes and leaves of 2, 3, 1 and 2 primitives") {
+  const Info info = infoOf(sevenNodes());
+  CHECK(info.nbNodes == 7);
+  CHECK(info.nbLeaves == 4);
+  CHECK(info.minPrimitives == 1);
+  CHECK(info.maxPrimitives == 3);
+  CHECK(info.avgPrimitives == 2.0f);
+}
+
+TEST_CASE("a 2D tree whose leaves all hold more primitives than it has nodes reports its node count as minimum") {
+  CHECK(infoOf(treeOf({inner(1, 2), leaf(10), leaf(20)})).minPrimitives == 3);
+  CHECK(infoOf(treeOf({inner(1, 2), leaf(3), leaf(20)})).minPrimitives == 3);
+  CHECK(infoOf(treeOf({inner(1, 2), leaf(2), leaf(20)})).minPrimitives == 2);
+}
+
+TEST_CASE("the node count of the 2D statistics is the counter, not the length of the array") {
+  qzGenericBVH2D tree = sevenNodes();
+  nbNodesOf(tree) = 100;
+  CHECK(infoOf(tree).nbNodes == 100);
+  tree.editNodes().resize(500);
+  CHECK(infoOf(tree).nbNodes == 100);
+  CHECK(infoOf(tree).nbLeaves == 4);
+}
+
+TEST_CASE("the average in 2D is a single-precision quotient") {
+  CHECK(sameBits(infoOf(treeOf({inner(1, 2), leaf(1), inner(3, 4), leaf(1), leaf(5)})).avgPrimitives, 7.0f / 3.0f));
+}
+
+TEST_CASE("the walk in 2D notes level and number of the fullest leaf, and the first one keeps them") {
+  const Walk walk(sevenNodes());
+  CHECK(walk.nbLeaves == 4);
+  CHECK(walk.sumPrimitives == 8);
+  CHECK(walk.minPrimitives == 1);
+  CHECK(walk.maxPrimitives == 3);
+  CHECK(walk.maxLocation == (2 << 24 | 4));
+  // Leaves 3 (level 3), 5 (level 3) and 2 (level 1) are equally full; 3 is met first.
+  const Walk tied(treeOf({inner(1, 2), inner(4, 5), leaf(9), leaf(9), inner(6, 3), leaf(9), leaf(1)}));
+  CHECK(tied.maxPrimitives == 9);
+  CHECK(tied.maxLocation == (3 << 24 | 3));
+}
+
+TEST_CASE("the walk in 2D visits the left subtree first, and both children one level down") {
+  const Walk right(treeOf({inner(1, 2), leaf(1), inner(3, 4), leaf(2), leaf(3)}));
+  CHECK(right.maxLocation == (2 << 24 | 4));
+  const Walk left(treeOf({inner(2, 1), leaf(1), inner(4, 3), leaf(2), leaf(3)}));
+  CHECK(left.maxLocation == (2 << 24 | 4));
+}
+
+TEST_CASE("the walk in 2D adds to what the caller hands in and starts at the node and level it is told") {
+  const qzGenericBVH2D tree = sevenNodes();
+  int nbLeaves = 10, minPrimitives = 1, maxPrimitives = 2, sumPrimitives = 100, maxLocation = -1;
+  getBVHInfoIter(tree, 1, nbLeaves, minPrimitives, maxPrimitives, sumPrimitives, maxLocation, 7);
+  CHECK(nbLeaves == 12);
+  CHECK(minPrimitives == 1);
+  CHECK(maxPrimitives == 3);
+  CHECK(sumPrimitives == 105);
+  CHECK(maxLocation == (8 << 24 | 4));
+}
+
+TEST_CASE("leaf sizes in 2D are compared as signed numbers") {
+  const Walk walk(treeOf({inner(1, 2), leaf(0xFFFFFFFFu), leaf(4)}));
+  CHECK(walk.minPrimitives == -1);
+  CHECK(walk.maxPrimitives == 4);
+  CHECK(walk.sumPrimitives == 3);
+}
+
+TEST_CASE("empty leaves in 2D count, and never become the fullest one") {
+  const Walk walk(treeOf({inner(1, 2), leaf(0), leaf(0)}));
+  CHECK(walk.nbLeaves == 2);
+  CHECK(walk.minPrimitives == 0);
+  CHECK(walk.maxPrimitives == 0);
+  CHECK(walk.maxLocation == 0);
+}
+
+TEST_CASE("a long chain of right children in 2D is no recursion, and levels beyond 127 make the location negative") {
+  const unsigned int nbInner = 1000000;
+  std::vector<qzGNode2D> nodes;
+  for (unsigned int i = 0; i < nbInner; ++i) {
+    nodes.push_back(inner(2 * i + 1, 2 * i + 2));
+    nodes.push_back(leaf(1));
+  }
+  nodes.push_back(leaf(2));
+  const Walk walk(treeOf(nodes));
+  CHECK(walk.nbLeaves == static_cast<int>(nbInner) + 1);
+  CHECK(walk.sumPrimitives == static_cast<int>(nbInner) + 2);
+  CHECK(static_cast<std::uint32_t>(walk.maxLocation) == ((nbInner << 24) | (2 * nbInner)));
+  const Walk deep(treeOf({leaf(1)}), 0, 200);
+  CHECK(static_cast<std::uint32_t>(deep.maxLocation) == 200u << 24);
+}
+
+TEST_CASE("the 2D statistics write nothing to standard output") {
+  const qzGenericBVH2D tree = sevenNodes();
+  long nbSilent, nbAudible;
+  {
+    const StandardOutput output;
+    infoOf(tree);
+    const Walk walk(tree);
+    nbSilent = output.nbBytes();
+    std::cout << "x";
+    nbAudible = output.nbBytes();
+  }
+  CHECK(nbSilent == 0);
+  CHECK(nbAudible == 1);
+}
+
+TEST_CASE("the 2D statistics do not depend on the caller's rounding") {
+  const qzGenericBVH2D tree = treeOf({inner(1, 2), leaf(1), inner(3, 4), leaf(1), leaf(5)});
+  for (const unsigned int mode : {ModeOfCaller::kRoundUp, ModeOfCaller::kRoundDown, ModeOfCaller::kRoundToZero}) {
+    Info info;
+    {
+      const ModeOfCaller caller(ModeOfCaller::kDefault | mode);
+      info = infoOf(tree);
+    }
+    CHECK(sameBits(info.avgPrimitives, 7.0f / 3.0f));
+  }
+}

@@ -1,0 +1,82 @@
+// What the hull query does on a hierarchy without eTrianglesVertices.
+
+#include <doctest/doctest.h>
+
+#include <iostream>
+#include <sstream>
+
+#include "qbvh/hulls/qzHullScenes.h"
+#include "support/qzObservers.h"
+#include "support/qzTestMeshes.h"
+
+using namespace qzTest;
+
+namespace {
+
+const char kMessage[] = "error: QBVH is not built with the right data type (should be qzQBVH::eTrianglesVertices)";
+const Planes kAllOfIt = cubeAround(Point(0.0f, 0.0f, 0.0f), 10.0f);
+
+/// A logger that wants records of one type only.
+class LogOfOneType : public LogCapture {
+ public:
+  explicit LogOfOneType(int type) : mType(type) {}
+  bool isLogTypeEnabled(qz::qzLogType type) const override { return type == mType; }
+
+ private:
+  int mType;
+};
+
+struct Hierarchies {
+  qzQBVH empty, equations, vertices, both;
+  Hierarchies() {
+    const LogCapture quiet(false);
+    const qz::qzTriMesh mesh = terrainMesh(4, 31);
+    equations.buildFromMesh(qzQBVH::eTrianglesEquations, mesh, 4);
+    vertices.buildFromMesh(qzQBVH::eTrianglesVertices, mesh, 4);
+    both.buildFromMesh(qzQBVH::eTrianglesVertices | qzQBVH::eTrianglesEquations, mesh, 4);
+  }
+};
+
+}  // namespace
+
+TEST_CASE("without vertices the answer is no, with one record of type 2 and no category") {
+  const Hierarchies hierarchies;
+  for (const qzQBVH* hierarchy : {&hierarchies.empty, &hierarchies.equations}) {
+    for (const Planes& planes : {kAllOfIt, Planes()}) {
+      const LogCapture log;
+      CHECK_FALSE(meets(*hierarchy, planes));
+      CHECK(log.records() == std::vector<Record>{{qz::qzLogType(2), "", kMessage}});
+    }
+  }
+}
+
+TEST_CASE("the record is made only when type 2 is enabled") {
+  const Hierarchies hierarchies;
+  for (int type = 0; type <= 3; ++type) {
+    CAPTURE(type);
+    const LogOfOneType log(type);
+    CHECK_FALSE(meets(hierarchies.equations, kAllOfIt));
+    CHECK(log.records().size() == (type == 2 ? 1u : 0u));
+  }
+}
+
+TEST_CASE("without a logger the record goes where the log object takes it") {
+  const Hierarchies hierarchies;
+  qz::qzLog* const logger = qz::qzLog::msInstance;
+  std::ostringstream text;
+  std::streambuf* const clog = std::clog.rdbuf(text.rdbuf());
+  qz::qzLog::msInstance = nullptr;
+  const bool answer = meets(hierarchies.equations, kAllOfIt);
+  qz::qzLog::msInstance = logger;
+  std::clog.rdbuf(clog);
+  CHECK_FALSE(answer);
+  CHECK(text.str() == std::string(kMessage) + "\n");
+}
+
+TEST_CASE("with vertices, with or without equations, it answers and logs nothing") {
+  const Hierarchies hierarchies;
+  const LogCapture log;
+  CHECK(meets(hierarchies.vertices, kAllOfIt));
+  CHECK(meets(hierarchies.both, kAllOfIt));
+  CHECK(log.records().empty());
+}
