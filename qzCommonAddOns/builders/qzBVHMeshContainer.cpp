@@ -1,4 +1,5 @@
 #include <qzCommonAddOns/builders/qzBVHMeshContainer.h>
+
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 #include <qzCommonAddOns/qzDetail/base/qzPlatformAdapter.h>
 #include <qzCommonAddOns/qzDetail/build/qzBoxLanes.h>

@@ -1,4 +1,5 @@
 #include <qzCommonAddOns/builders/qzGenericBVHBuilder.h>
+
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <qzCommonAddOns/qzDetail/base/qzAxis.h>
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>

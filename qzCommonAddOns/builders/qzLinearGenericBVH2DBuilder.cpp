@@ -1,4 +1,5 @@
 #include <qzCommonAddOns/builders/qzLinearGenericBVH2DBuilder.h>
+
 #include <qzCommonAddOns/bvh/qzGenericBVH2D.h>
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 #include <qzCommonAddOns/qzDetail/base/qzPrefetch.h>

@@ -1,4 +1,5 @@
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
+
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 #include <qzCommonAddOns/qzDetail/build/qzLinearBuild.h>

@@ -1,4 +1,5 @@
 #include <qzCommonAddOns/builders/qzSAHFunctionoid.h>
+
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 #include <qzCommonAddOns/qzDetail/build/qzSurfaceAreaCost.h>
 

@@ -1,4 +1,5 @@
 #include <qzCommonAddOns/bvh/qzGNode.h>
+
 #include <qzCommonAddOns/qzDetail/base/qzAxis.h>
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 

@@ -1,4 +1,5 @@
 #include <qzCommonAddOns/bvh/qzGenericBVH2D.h>
+
 #include <qzCommonAddOns/qzDetail/base/qzBVHStatistics.h>
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 

@@ -1,4 +1,5 @@
 #include <qzCommonAddOns/geometry/qzBBox2D.h>
+
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 #include <qzCommonAddOns/qzDetail/base/qzMinMax.h>
 

@@ -1,5 +1,6 @@
-#include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
+
+#include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <qzCommonAddOns/qzDetail/base/qzAlignedMemory.h>
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 #include <qzCommonAddOns/qzDetail/base/qzMinMax.h>

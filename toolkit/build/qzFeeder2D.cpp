@@ -1,5 +1,6 @@
-#include <toolkit/base/qzError.h>
 #include <toolkit/build/qzFeeder2D.h>
+
+#include <toolkit/base/qzError.h>
 
 #include <cmath>
 #include <cstddef>

@@ -1,8 +1,9 @@
+#include <toolkit/build/qzSAHFeeder.h>
+
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <qzSceneGraph/qzTriMesh.h>
 #include <toolkit/base/qzError.h>
-#include <toolkit/build/qzSAHFeeder.h>
 
 #include <numeric>
 #include <string>

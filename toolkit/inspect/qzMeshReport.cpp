@@ -1,5 +1,6 @@
-#include <tbb/parallel_sort.h>
 #include <toolkit/inspect/qzMeshReport.h>
+
+#include <tbb/parallel_sort.h>
 #include <toolkit/run/qzInterruption.h>
 
 #include <algorithm>

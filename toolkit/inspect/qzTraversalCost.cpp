@@ -1,5 +1,6 @@
-#include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <toolkit/inspect/qzTraversalCost.h>
+
+#include <qzCommonAddOns/bvh/qzGenericBVH.h>
 
 #include <vector>
 

@@ -1,6 +1,7 @@
+#include <toolkit/inspect/qzVisitCounter.h>
+
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 #include <qzCommonAddOns/qzDetail/query/ray/qzRayTraversal.h>
-#include <toolkit/inspect/qzVisitCounter.h>
 
 namespace qzToolkit {
 

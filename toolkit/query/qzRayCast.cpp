@@ -1,6 +1,7 @@
+#include <toolkit/query/qzRayCast.h>
+
 #include <toolkit/base/qzError.h>
 #include <toolkit/io/table/qzRayFile.h>
-#include <toolkit/query/qzRayCast.h>
 #include <toolkit/run/qzProgress.h>
 #include <toolkit/run/qzThreads.h>
 

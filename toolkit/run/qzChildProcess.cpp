@@ -1,7 +1,8 @@
+#include <toolkit/run/qzChildProcess.h>
+
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
-#include <toolkit/run/qzChildProcess.h>
 #include <toolkit/run/qzInterruption.h>
 #include <unistd.h>
 

@@ -1,5 +1,6 @@
-#include <signal.h>
 #include <toolkit/run/qzInterruption.h>
+
+#include <signal.h>
 
 namespace qzToolkit {
 

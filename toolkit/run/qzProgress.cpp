@@ -1,4 +1,5 @@
 #include <toolkit/run/qzProgress.h>
+
 #include <unistd.h>
 
 #include <cstdio>

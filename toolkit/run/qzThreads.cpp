@@ -1,7 +1,8 @@
+#include <toolkit/run/qzThreads.h>
+
 #include <tbb/parallel_for.h>
 #include <tbb/parallel_pipeline.h>
 #include <toolkit/run/qzInterruption.h>
-#include <toolkit/run/qzThreads.h>
 
 #include <algorithm>
 #include <exception>

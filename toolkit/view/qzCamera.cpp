@@ -1,8 +1,9 @@
+#include <toolkit/view/qzCamera.h>
+
 #include <qzCommonAddOns/geometry/qzBBox.h>
 #include <qzSceneGraph/qzTriMesh.h>
 #include <toolkit/base/qzError.h>
 #include <toolkit/base/qzNumber.h>
-#include <toolkit/view/qzCamera.h>
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,5 @@
 #include <qzCommonAddOns/qzDetail/base/qzByteSize.h>
+
 #include <qzSystem/qzStringUtils.h>
 
 #include <cmath>

@@ -1,6 +1,7 @@
+#include <qzCommonAddOns/qzDetail/build/qzLinearBuild.h>
+
 #include <qzCommonAddOns/qzDetail/base/qzByteSize.h>
 #include <qzCommonAddOns/qzDetail/base/qzLogRecord.h>
-#include <qzCommonAddOns/qzDetail/build/qzLinearBuild.h>
 
 #include <string>
 

@@ -1,8 +1,9 @@
 // Planes on both sides of an empty bin divide the items in the same way, so only occupied bins are looked at. One sweep
 // from above leaves the cost of the upper side per occupied bin, one from below adds that of the lower side.
 
-#include <qzCommonAddOns/qzDetail/build/qzBoxLanes.h>
 #include <qzCommonAddOns/qzDetail/build/qzSurfaceAreaSplit.h>
+
+#include <qzCommonAddOns/qzDetail/build/qzBoxLanes.h>
 #include <qzCommonAddOns/qzDetail/morton/qzMorton.h>
 
 #include <algorithm>

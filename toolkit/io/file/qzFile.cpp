@@ -1,8 +1,9 @@
+#include <toolkit/io/file/qzFile.h>
+
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/stat.h>
 #include <toolkit/base/qzError.h>
-#include <toolkit/io/file/qzFile.h>
 #include <toolkit/run/qzInterruption.h>
 #include <unistd.h>
 #include <zlib.h>

@@ -1,6 +1,7 @@
+#include <toolkit/io/file/qzLines.h>
+
 #include <toolkit/base/qzError.h>
 #include <toolkit/base/qzNumber.h>
-#include <toolkit/io/file/qzLines.h>
 #include <toolkit/run/qzInterruption.h>
 
 #include <algorithm>

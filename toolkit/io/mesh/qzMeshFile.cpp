@@ -1,8 +1,9 @@
+#include <toolkit/io/mesh/qzMeshFile.h>
+
 #include <assimp/config.h>
 #include <assimp/scene.h>
 #include <toolkit/base/qzError.h>
 #include <toolkit/io/file/qzFile.h>
-#include <toolkit/io/mesh/qzMeshFile.h>
 #include <toolkit/io/mesh/qzMeshFileCheck.h>
 #include <toolkit/io/mesh/qzObjFile.h>
 #include <toolkit/run/qzChildProcess.h>

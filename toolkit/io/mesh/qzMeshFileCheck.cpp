@@ -1,7 +1,8 @@
+#include <toolkit/io/mesh/qzMeshFileCheck.h>
+
 #include <toolkit/base/qzError.h>
 #include <toolkit/base/qzNumber.h>
 #include <toolkit/io/file/qzLines.h>
-#include <toolkit/io/mesh/qzMeshFileCheck.h>
 
 #include <algorithm>
 #include <cstdint>

@@ -1,6 +1,7 @@
+#include <toolkit/io/mesh/qzObjFile.h>
+
 #include <toolkit/base/qzNumber.h>
 #include <toolkit/io/file/qzLines.h>
-#include <toolkit/io/mesh/qzObjFile.h>
 
 #include <cmath>
 #include <cstdint>

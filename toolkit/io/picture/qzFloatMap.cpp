@@ -1,5 +1,6 @@
-#include <toolkit/io/file/qzFile.h>
 #include <toolkit/io/picture/qzFloatMap.h>
+
+#include <toolkit/io/file/qzFile.h>
 #include <toolkit/io/table/qzNumpyArray.h>
 
 namespace qzToolkit {

@@ -1,6 +1,7 @@
+#include <toolkit/io/picture/qzImage.h>
+
 #include <png.h>
 #include <toolkit/base/qzError.h>
-#include <toolkit/io/picture/qzImage.h>
 
 #include <algorithm>
 #include <cmath>

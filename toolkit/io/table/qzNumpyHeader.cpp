@@ -1,5 +1,6 @@
-#include <toolkit/base/qzError.h>
 #include <toolkit/io/table/qzNumpyHeader.h>
+
+#include <toolkit/base/qzError.h>
 
 #include <regex>
 

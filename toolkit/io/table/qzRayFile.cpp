@@ -1,7 +1,8 @@
+#include <toolkit/io/table/qzRayFile.h>
+
 #include <toolkit/base/qzError.h>
 #include <toolkit/base/qzNumber.h>
 #include <toolkit/io/table/qzNumpyArray.h>
-#include <toolkit/io/table/qzRayFile.h>
 
 #include <algorithm>
 #include <array>
