@@ -1,4 +1,4 @@
-// A build that another thread watches and stops.
+// Shows the progress of a build and cancels it from another thread.
 #include <qzCommonAddOns/qzCommonAddOns.h>
 
 #include <atomic>
@@ -7,8 +7,8 @@
 #include <thread>
 #include <vector>
 
-// Asked by a build all the time, so the answer must be quick. Once it is yes it has to stay yes until the build
-// returns.
+// A build polls this at every node and primitive, so it reads a flag and no more. Once true, it must stay true until
+// the build has returned.
 class StopButton : public qz::qzCancelInterfaceReadOnly {
  public:
   void press() { mIsPressed = true; }
@@ -18,20 +18,20 @@ class StopButton : public qz::qzCancelInterfaceReadOnly {
   std::atomic<bool> mIsPressed{false};
 };
 
-// A build asks for every box three times. Counting that is its progress.
+// A build reads every box three times. The number of calls shows how far it is.
 class CountedBoxes : public qzLinearGenericBVHBuilder::tPrimitiveContainerInterface {
  public:
   explicit CountedBoxes(std::vector<qzBBox> boxes) : mBoxes(std::move(boxes)) {}
   const qzBBox* getBBox(unsigned int i) const override {
-    mNbAsked.fetch_add(1, std::memory_order_relaxed);
+    mNbCalls.fetch_add(1, std::memory_order_relaxed);
     return &mBoxes[i];
   }
   unsigned int getQuantity() const override { return static_cast<unsigned int>(mBoxes.size()); }
-  double nbBuilds() const { return static_cast<double>(mNbAsked) / (3.0 * static_cast<double>(mBoxes.size())); }
+  double nbBuilds() const { return static_cast<double>(mNbCalls) / (3.0 * static_cast<double>(mBoxes.size())); }
 
  private:
   std::vector<qzBBox> mBoxes;
-  mutable std::atomic<unsigned long> mNbAsked{0};
+  mutable std::atomic<unsigned long> mNbCalls{0};
 };
 
 int main() {
@@ -43,14 +43,14 @@ int main() {
   const CountedBoxes container(std::move(boxes));
   StopButton stop;
 
-  // Rebuild over and over, as an editor does while things move, until a build comes back unfinished.
+  // Rebuild again and again, as an editor does while objects move, until a build is cancelled.
   qzGenericBVH finished;
   bool isStopped = false;
   std::thread worker([&] {
     qzLinearGenericBVHBuilder builder;
     qzGenericBVH tree;
     while (builder.build(container, tree, &stop, 20)) finished.swapBVH(tree);
-    isStopped = true;  // tree is good for nothing but another build; finished is the last whole one
+    isStopped = true;  // tree is unfinished, only good for another build; finished holds the last complete one
   });
 
   while (container.nbBuilds() < 2.5) {
@@ -60,6 +60,6 @@ int main() {
   stop.press();
   worker.join();
   std::fprintf(stderr, "\n");
-  std::printf("%s, the last whole tree has %zu nodes\n", isStopped ? "stopped" : "not stopped",
+  std::printf("%s, the last complete tree has %zu nodes\n", isStopped ? "stopped" : "not stopped",
               finished.getNodes().size());
 }

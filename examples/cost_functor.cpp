@@ -1,4 +1,4 @@
-// A cost of one's own for the surface-area builder, and a feeder, which the builder needs to get its items.
+// A cost functor of your own for the surface-area builder, and a class that gives the builder its items.
 #include <qzCommonAddOns/qzCommonAddOns.h>
 
 #include <cstdio>
@@ -6,7 +6,7 @@
 #include <random>
 #include <vector>
 
-// What is tested four at a time costs as much for one as for four. A node itself costs as much as one such test.
+// Items are tested four at a time, so one costs as much as four. A node costs as much as one such test.
 class FourAtATime : public qzSAHFunctionoid {
  public:
   float f(const qzBBox& box, unsigned int count) const override {
@@ -14,10 +14,10 @@ class FourAtATime : public qzSAHFunctionoid {
   }
 };
 
-// The builder takes its items from members that a derived class fills.
-class Feeder : public qzGenericBVHBuilder {
+// The builder takes its items from protected members, which a derived class fills.
+class BoxBuilder : public qzGenericBVHBuilder {
  public:
-  explicit Feeder(const std::vector<qzBBox>& boxes) {
+  explicit BoxBuilder(const std::vector<qzBBox>& boxes) {
     resizeItems(static_cast<int>(boxes.size()));
     mItemBBoxes = boxes;
     for (const qzBBox& box : boxes) mSceneBBox.selfUnion(box);
@@ -47,12 +47,12 @@ int main() {
   }
 
   qzGenericBVH tree;
-  Feeder(boxes).build(tree);
+  BoxBuilder(boxes).build(tree);
   print("default cost  ", tree);
 
   const FourAtATime cost;
-  Feeder feeder(boxes);
-  feeder.setCost(cost);
-  feeder.build(tree);
+  BoxBuilder builder(boxes);
+  builder.setCost(cost);
+  builder.build(tree);
   print("four at a time", tree);
 }

@@ -8,7 +8,7 @@ int main() {
   qzQBVH hierarchy;
   hierarchy.buildFromMesh(qzQBVH::eTrianglesEquations, mesh, 4);
 
-  float distance = 100.0f;  // in: how far to look, out: how far the hit is
+  float distance = 100.0f;  // in: farthest distance, out: distance of the hit
   Wm4::Vector2<float> weights;
   unsigned triangle;
   if (hierarchy.intersectRay({0.25f, 0.5f, 3}, {0, 0, -1}, 0, distance, weights, triangle, qzQBVH::eIntersectBothFaces))

@@ -1,4 +1,4 @@
-// What stands at this place of a map? A tree in two dimensions over the outlines of houses.
+// Which houses of a map overlap an area? A 2D hierarchy over their bounding boxes.
 #include <qzCommonAddOns/qzCommonAddOns.h>
 
 #include <algorithm>
@@ -6,15 +6,15 @@
 #include <random>
 #include <vector>
 
-// The builder takes its primitives from members that a derived class fills.
+// The builder takes its primitives from protected members, which a derived class fills.
 class HouseBuilder : public qzLinearGenericBVH2DBuilder {
  public:
   explicit HouseBuilder(std::vector<qzBBox2D> houses) {
     mBBoxes = std::move(houses);
     mNbPrimitives = static_cast<unsigned int>(mBBoxes.size());
-    mIndices.resize(mNbPrimitives);  // again before every build: the tree takes them
+    mIndices.resize(mNbPrimitives);  // before every build: the tree takes the array over
     for (const qzBBox2D& house : mBBoxes) {
-      mPoints.push_back(house.getCenter());  // decides where in the tree the house stands
+      mPoints.push_back(house.getCenter());  // decides the place in the tree
       mBounds.selfExpand(mPoints.back());
     }
   }
@@ -52,7 +52,7 @@ int main() {
     }
   }
   std::sort(found.begin(), found.end());
-  std::printf("%zu houses, %u of %zu nodes looked at:", found.size(), nbNodes, tree.getNodes().size());
+  std::printf("%zu houses, %u of %zu nodes visited:", found.size(), nbNodes, tree.getNodes().size());
   for (unsigned int house : found) std::printf(" %u", house);
   std::printf("\n");
 }

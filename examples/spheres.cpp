@@ -1,4 +1,4 @@
-// Anything that has a box can be put into a hierarchy. Here spheres, and the first one that a ray meets.
+// A hierarchy over spheres: anything with a bounding box can be a primitive. Which sphere does a ray hit first?
 #include <qzCommonAddOns/qzCommonAddOns.h>
 
 #include <cmath>
@@ -27,7 +27,7 @@ class SphereContainer : public qzLinearGenericBVHBuilder::tPrimitiveContainerInt
   std::vector<qzBBox> mBoxes;
 };
 
-// Where the ray enters the sphere; infinity when it does not.
+// Distance at which the ray enters the sphere, infinity for a miss.
 float entryOf(const Ray& ray, const Sphere& sphere) {
   float along = 0, square = -sphere.radius * sphere.radius;
   for (int c = 0; c < 3; ++c) {
@@ -52,11 +52,11 @@ int main() {
   const Ray ray{{-200, -12, 22}, {1, 0, 0}};
   float nearest = INFINITY;
   unsigned int met = 0, nbTests = 0;
-  std::vector<unsigned int> open{0};  // nodes still to look into, the root first
+  std::vector<unsigned int> open{0};  // stack of nodes to visit, first the root
   while (!open.empty()) {
     const qzGNode& node = tree.getNode(open.back());
     open.pop_back();
-    float tMin = 0, tMax = nearest;  // boxes behind the nearest sphere so far are left out
+    float tMin = 0, tMax = nearest;  // skip boxes behind the nearest hit so far
     if (!node.getBBox().intersectRay(ray.origin, ray.direction, tMin, tMax)) continue;
     if (!node.isLeaf()) {
       open.push_back(node.getLeftChildIdx());

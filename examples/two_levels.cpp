@@ -1,4 +1,4 @@
-// A scene of many meshes: a tree over whole meshes, and below it a hierarchy per mesh for its triangles.
+// A two-level hierarchy: a tree over meshes, and for each mesh a hierarchy over its triangles.
 #include <qzCommonAddOns/qzCommonAddOns.h>
 #include <qzSceneGraph/qzTriMesh.h>
 
@@ -21,7 +21,7 @@ class Scene {
     float distance;
   };
 
-  // The nearest hit up to a distance, which is infinity or the like; returns whether there is one.
+  // Finds the nearest hit up to a distance, which may be infinite; returns whether there is one.
   bool cast(const Wm4::Vector3<float>& origin, const Wm4::Vector3<float>& direction, float distance, Hit& hit) const {
     bool isHit = false;
     std::vector<unsigned int> open{0};
@@ -35,10 +35,10 @@ class Scene {
         open.push_back(node.getLeftChildIdx());
         continue;
       }
-      for (unsigned int i = 0; i < node.getNoPrimitives(); ++i) {  // several, where meshes have the same centre
+      for (unsigned int i = 0; i < node.getNoPrimitives(); ++i) {  // several if meshes share a grid cell
         const unsigned int object = mTree.getPrimitive(node.getPrimStartIdx() + i);
         Wm4::Vector2<float> weights;
-        unsigned int triangle;  // every hit makes distance shorter, for all that is asked after it
+        unsigned int triangle;  // a hit shortens distance for the queries that follow
         if (mObjects[object].intersectRay(origin, direction, 0, distance, weights, triangle,
                                           qzQBVH::eIntersectBothFaces)) {
           hit = {object, triangle, distance};
@@ -51,7 +51,7 @@ class Scene {
 
  private:
   qzGenericBVH mTree;
-  std::vector<qzQBVH> mObjects;  // sized once: a copy would share the arrays, and release them twice
+  std::vector<qzQBVH> mObjects;  // never resized: copies would release the same arrays
 };
 
 // A square of two triangles across the x axis.
@@ -62,7 +62,7 @@ qz::qzTriMesh squareAt(float x, float halfWidth) {
 }
 
 int main() {
-  std::vector<qz::qzTriMesh> squares;  // a row of squares, the farther the larger
+  std::vector<qz::qzTriMesh> squares;  // a row of squares, larger with distance
   for (int i = 0; i < 100; ++i)
     squares.push_back(squareAt(static_cast<float>(10 + i), 0.1f * static_cast<float>(i + 1)));
   std::vector<qz::qzTriMesh*> meshes;
