@@ -1,6 +1,8 @@
 #include <doctest/doctest.h>
+#include <stdlib.h>
 #include <sys/stat.h>
 #include <toolkit/io/file/qzFile.h>
+#include <toolkit/run/qzChildProcess.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -48,6 +50,80 @@ TEST_CASE("writing replaces a file, keeps its permissions and follows a link to 
   REQUIRE(::stat(folder.path("file").c_str(), &status) == 0);
   CHECK((status.st_mode & 07777) == 0640);
   CHECK(folder.names() == std::set<std::string>{"file", "link"});
+}
+
+TEST_CASE("a file that somebody else put where the temporary one was to be is left alone") {
+  const TemporaryFolder folder;
+  const auto temporaryName = [&] {
+    const qzFileWriter file(folder.path("new"));
+    CHECK(folder.names().size() == 1);
+    return *folder.names().begin();
+  };
+  const std::string name = temporaryName();
+  CHECK(temporaryName() == name);  // so the next writer will try it first
+  folder.write(name, "precious");
+  writeFile(folder.path("new"), "bytes");
+  CHECK(folder.read("new") == "bytes");
+  CHECK(folder.read(name) == "precious");
+  std::filesystem::remove(folder.path(name));
+  std::filesystem::create_symlink(folder.write("elsewhere", "precious"), folder.path(name));
+  writeFile(folder.path("new"), "others");
+  CHECK(folder.read("new") == "others");
+  CHECK(folder.read("elsewhere") == "precious");
+}
+
+TEST_CASE("a file without permission to write is not replaced, though its folder would allow it") {
+  const TemporaryFolder folder;
+  REQUIRE(::chmod(folder.path("").c_str(), 0777) == 0);
+  REQUIRE(::chmod(folder.write("old", "precious").c_str(), 0444) == 0);
+  std::string error(17, ' ');
+  qzChildProcess process({10, std::size_t(1) << 30}, [&](const qzChildProcess::tOutput& output) {
+    if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0)) return;  // root may write everything
+    const std::string text = errorOf([&] { writeFile(folder.path("old"), "bytes"); });
+    output.write(text.data() + text.size() - error.size(), error.size());
+  });
+  process.read(error.data(), error.size());
+  CHECK(error == "Permission denied");
+  CHECK(folder.read("old") == "precious");
+  CHECK(folder.names() == std::set<std::string>{"old"});
+}
+
+TEST_CASE("the size of a regular file is known, and a device has none") {
+  const TemporaryFolder folder;
+  CHECK(qzFileReader(folder.write("file", "bytes")).getSize() == 5);
+  CHECK(qzFileReader("/dev/zero").getSize() == 0);
+}
+
+TEST_CASE("bytes that wait for a pipe or a device are in a file without a name") {
+  const TemporaryFolder folder;
+  const char* const before = ::getenv("TMPDIR");
+  const std::string previous = before == nullptr ? "" : before;
+  ::setenv("TMPDIR", folder.path("").c_str(), 1);
+  qzFileWriter file("/dev/null", true);
+  file.append("bytes");
+  CHECK(folder.names().empty());
+  before == nullptr ? ::unsetenv("TMPDIR") : ::setenv("TMPDIR", previous.c_str(), 1);
+}
+
+TEST_CASE("a gzip file that is cut off, damaged or none at all is an error") {
+  const TemporaryFolder folder;
+  const std::string packed = gzip(std::string(5000, 'x') + "y");
+  const auto error = [&](const std::string& bytes) {
+    const std::string path = folder.write("file.gz", bytes);
+    const std::string text = errorOf([&] { readGzipFile(path); });
+    return text.substr(0, path.size() + 2) == path + ": " ? text.substr(path.size() + 2) : text;
+  };
+  CHECK(error(packed) == "nothing thrown");
+  for (std::size_t length = 2; length < packed.size(); ++length) {
+    CAPTURE(length);
+    CHECK(error(packed.substr(0, length)) == "the file is cut off: the gzip data end too early");
+  }
+  std::string damaged = packed;
+  damaged[packed.size() - 6] = static_cast<char>(damaged[packed.size() - 6] ^ 1);
+  CHECK(error(damaged) == "damaged gzip data: incorrect data check");
+  CHECK(error("This is a letter.") == "not a gzip file");
+  CHECK(error("") == "the file is empty");
+  CHECK(errorOf([&] { readGzipFile(folder.path("")); }) == folder.path("") + ": cannot be read: Is a directory");
 }
 
 TEST_CASE("when the disk is full, the old file stays and nothing is left beside it") {

@@ -112,6 +112,7 @@ TEST_CASE("OBJ: what is wrong is named with its line") {
   CHECK(error(kVertices + "f 1 2 -4\n") == "a.obj:4: the face names vertex -4, there are 3 before it");
   CHECK(error(kVertices + "f 1 2 9999999999\n") == "a.obj:4: the vertex number is too large");
   CHECK(error(kVertices + "f 1 2 three\n") == "a.obj:4: a face corner is no vertex number");
+  CHECK(error(kVertices + "f 1 2 3x\n") == "a.obj:4: a face corner is no vertex number");
   CHECK(error(kVertices + "f 1/1 2/1 /1\n") == "a.obj:4: a face corner is no vertex number");
   CHECK(error(kVertices + "f 1 2\n") == "a.obj:4: a face with fewer than three corners");
   CHECK(error(kVertices + "f 1 2 3\nf") == "a.obj:5: a face with fewer than three corners");
@@ -146,6 +147,32 @@ TEST_CASE("PLY: what is wrong is named with its vertex or face") {
   CHECK(error(replaced(plyOf(vertices, face), "end_header", "endheader")) == "a.ply:9: an unknown line in the header");
   CHECK(error(replaced(plyOf(vertices, face), "face 1", "face 4000000000")) ==
         "a.ply: the file is cut off or damaged at face 1 of 4000000000");
+}
+
+TEST_CASE("OBJ: NaN and infinity may be kept, but no number beyond the range of float, and no index out of range") {
+  const TemporaryFolder folder;
+  const auto load = [&](const std::string& bytes) {
+    return qzToolkit::loadMesh(folder.write("a.obj", bytes), 9, qzToolkit::tNonFinite::eKeep);
+  };
+  const qz::qzTriMesh mesh = load("v nan 0 0\nv 1 inf 0\nv 0 1 -inf\nf 1 2 3\n");
+  CHECK(std::isnan(mesh.getVertexBuffer()->Position3(0)[0]));
+  CHECK(mesh.getVertexBuffer()->Position3(1)[1] == kInf);
+  CHECK(mesh.getVertexBuffer()->Position3(2)[2] == -kInf);
+  CHECK(errorOf([&] { load(kVertices + "v 0 0 1e39\nf 1 2 3\n"); }) ==
+        folder.path("a.obj") + ":4: a vertex coordinate is not finite");
+  CHECK(errorOf([&] { load(kVertices + "f 1 2 4\n"); }) ==
+        folder.path("a.obj") + ":4: the face names vertex 4, the file has 3");
+}
+
+TEST_CASE("PLY: a negative count of vertices is damage, not a large count") {
+  const TemporaryFolder folder;
+  std::string ply = replaced(asPlyBytes(gridMesh(1), false), "list uchar", "list char");
+  CHECK(errorOfMesh(folder, "good.ply", ply) == "nothing thrown");
+  const std::size_t face = ply.find("end_header\n") + 11 + 4 * 12;
+  REQUIRE(ply[face] == 3);
+  ply[face] = '\xFF';              // -1, or 255 without a sign
+  ply += std::string(5000, '\0');  // enough bytes for either
+  CHECK(errorOfMesh(folder, "a.ply", ply) == "a.ply: the file is cut off or damaged at face 0 of 2");
 }
 
 TEST_CASE("binary PLY and STL: an index out of range, NaN and infinity") {
@@ -208,6 +235,19 @@ TEST_CASE("glTF and COLLADA: geometry that its reader would only complain about"
   CHECK(errorOfMesh(folder, "a.dae", asCollada(wild)).substr(0, 7) == "a.dae: ");
   CHECK(errorOfMesh(folder, "b.dae", replaced(asCollada(good), "<p>0", "<p>O")) ==
         "b.dae:9: something other than numbers among the vertex numbers");
+  const std::string twice = replaced(asCollada(good), "</p></triangles>",
+                                     "</p></triangles>\n<triangles count=\"1\"><input semantic=\"VERTEX\" "
+                                     "source=\"#v\" offset=\"0\"/><p>0 l 2</p></triangles>");
+  CHECK(errorOfMesh(folder, "c.dae", twice) == "c.dae:10: something other than numbers among the vertex numbers");
+}
+
+TEST_CASE("bones are no triangles") {
+  const TemporaryFolder folder;
+  const std::string skeleton =
+      "HIERARCHY\nROOT hip\n{\n OFFSET 0 0 0\n CHANNELS 3 Zrotation Xrotation Yrotation\n JOINT knee\n {\n"
+      "  OFFSET 0 1 0\n  CHANNELS 3 Zrotation Xrotation Yrotation\n  End Site\n  {\n   OFFSET 0 1 0\n  }\n }\n}\n"
+      "MOTION\nFrames: 1\nFrame Time: 0.1\n0 0 0 0 0 0\n";
+  CHECK(errorOfMesh(folder, "a.bvh", skeleton) == "a.bvh: no triangles in the file");
 }
 
 TEST_CASE("gzip: data that are cut off, damaged, or not compressed at all") {

@@ -1,6 +1,9 @@
 #include <doctest/doctest.h>
 #include <toolkit/io/mesh/qzMeshFile.h>
 
+#include <array>
+#include <cstdint>
+
 #include "support/qzBits.h"
 #include "support/qzTemporaryFolder.h"
 #include "support/qzTestMeshes.h"
@@ -119,6 +122,18 @@ TEST_CASE("a mesh that two nodes show is there twice") {
   CHECK(corners[2][0] == corners[0][0] + 8.0f);
 }
 
+TEST_CASE("a node's place is within its parent's") {
+  const TemporaryFolder folder;
+  std::string bin;
+  const std::string gltf = asGltf(gridMesh(1), "mesh.bin", bin,
+                                  R"(, "scale": [2, 2, 2], "children": [1]}, {"mesh": 0, "translation": [8, 0, 0])");
+  folder.write("mesh.bin", bin);
+  const std::vector<TriangleCorners> corners = readCorners(folder, "mesh.gltf", gltf);
+  REQUIRE(corners.size() == 4);
+  CHECK(corners[0][0] == -0.5f);
+  CHECK(corners[2][0] == 15.5f);  // 2 * (-0.25 + 8)
+}
+
 TEST_CASE("polygons are divided in place, in OBJ, PLY and OFF") {
   const TemporaryFolder folder;
   const std::string vertices = "0 0 0\n1 0 0\n1 1 0\n0 1 0\n", faces = "3 0 1 2\n4 0 1 2 3\n3 2 3 0\n";
@@ -157,6 +172,11 @@ TEST_CASE("OBJ: blanks, comments, carriage returns, short numbers, negative indi
   std::vector<TriangleCorners> corners = readCorners(folder, "mesh.obj", text);
   CHECK(corners.size() == 2);
   CHECK(corners == kSquare);
+  CHECK(readCorners(folder, "backwards.obj", "v 0 0 0\nv 1 0 0\nv 1 1 0\nf -3 -2 -1\nv 0 1 0\nf -4 -2 -1\n") ==
+        kSquare);
+  const std::string four = "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\n";
+  CHECK(readCorners(folder, "words.obj", four + "f 1 2\\\n3\nf 1\\\n\\\n3 4\n") == kSquare);
+  CHECK(readCorners(folder, "end.obj", four + "f 1 2 3\nf 1 3 4\\") == kSquare);
   CHECK(readCorners(folder, "ahead.obj", "f 1 2 3\nf 1 3 4\nv 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\n") == kSquare);
 }
 
@@ -179,10 +199,69 @@ TEST_CASE("PLY: other elements and properties, short indices, lists in front and
   CHECK(readCorners(folder, "mesh.ply", ply) == kSquare);
 }
 
+TEST_CASE("PLY: elements of every type and counts of any size, in either byte order") {
+  const TemporaryFolder folder;
+  const auto number = [](std::uint64_t bits, std::size_t size, bool isBigEndian) {
+    std::string bytes;
+    for (std::size_t i = 0; i < size; ++i) {
+      bytes += static_cast<char>(bits >> 8 * (isBigEndian ? size - 1 - i : i) & 255);
+    }
+    return bytes;
+  };
+  const std::pair<const char*, std::size_t> types[] = {{"char", 1},  {"uchar", 1},   {"int8", 1},   {"uint8", 1},
+                                                       {"short", 2}, {"ushort", 2},  {"int16", 2},  {"uint16", 2},
+                                                       {"int", 4},   {"uint", 4},    {"int32", 4},  {"uint32", 4},
+                                                       {"float", 4}, {"float32", 4}, {"double", 8}, {"float64", 8}};
+  for (const bool isBigEndian : {false, true}) {
+    for (const auto& [countType, countSize] : types) {
+      if (countSize == 8 || countType[0] == 'f') continue;
+      CAPTURE(isBigEndian);
+      CAPTURE(countType);
+      std::string header = std::string("ply\nformat binary_") + (isBigEndian ? "big" : "little") +
+                           "_endian 1.0\nelement vertex 4\nproperty float x\nproperty float y\nproperty float z\n";
+      std::string vertexRest;
+      for (const auto& [type, size] : types) {
+        header += std::string("property ") + type + " extra_" + type + "\n";
+        vertexRest += std::string(size, '\0');
+      }
+      header += std::string("element face 2\nproperty list ") + countType + " int vertex_indices\nend_header\n";
+      std::string body;
+      for (const auto& [x, y] : {std::pair(0, 0), std::pair(1, 0), std::pair(1, 1), std::pair(0, 1)}) {
+        for (int coordinate : {x, y, 0}) body += number(coordinate == 0 ? 0 : 0x3F800000u, 4, isBigEndian);
+        body += vertexRest;
+      }
+      for (const auto& corners : {std::array<unsigned, 3>{0, 1, 2}, std::array<unsigned, 3>{0, 2, 3}}) {
+        body += number(3, countSize, isBigEndian);
+        for (unsigned corner : corners) body += number(corner, 4, isBigEndian);
+      }
+      CHECK(readCorners(folder, "mesh.ply", header + body) == kSquare);
+      const std::string cut = folder.write("cut.ply", header + body.substr(0, body.size() - 1));
+      CHECK(errorOf([&] { qzToolkit::loadMesh(cut); }) == cut + ": the file is cut off or damaged at face 1 of 2");
+    }
+  }
+}
+
+TEST_CASE("PLY: an element without properties takes no time, whatever its count") {
+  const TemporaryFolder folder;
+  std::string ply = asPlyText(gridMesh(1));
+  ply.insert(ply.find("end_header"), "element nothing 4000000000\n");
+  CHECK(readCorners(folder, "mesh.ply", ply) == cornersOf(gridMesh(1)));
+}
+
+TEST_CASE("STL: the comment of a binary file may begin like a text") {
+  const TemporaryFolder folder;
+  std::string stl = asStlBytes(gridMesh(2));
+  stl.replace(0, 9, "solid of ");
+  CHECK(readCorners(folder, "mesh.stl", stl) == cornersOf(gridMesh(2)));
+}
+
 TEST_CASE("OFF: comments, colours and counts behind the keyword do no harm") {
   const TemporaryFolder folder;
   CHECK(readCorners(folder, "mesh.off",
                     "OFF # square\n# counts\n4 2 0\n\n0 0 0\n1 0 0\n1 1 0\n0 1 0\n3 0 1 2 0.5 0.5 0.5\n3 0 2 3\n") ==
+        kSquare);
+  CHECK(readCorners(folder, "coloured.off",
+                    "COFF\n4 2 0\n0 0 0 9 9 9 9\n1 0 0 9 9 9 9\n1 1 0 9 9 9 9\n0 1 0 9 9 9 9\n3 0 1 2\n3 0 2 3\n") ==
         kSquare);
 }
 

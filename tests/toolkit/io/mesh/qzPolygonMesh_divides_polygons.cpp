@@ -1,6 +1,7 @@
 #include <doctest/doctest.h>
 #include <toolkit/io/mesh/qzPolygonMesh.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "support/qzBits.h"
@@ -85,6 +86,22 @@ TEST_CASE("polygons with notches are covered once, seen from either side") {
       turned.insert(turned.end(), shape.begin(), shape.begin() + static_cast<std::ptrdiff_t>(start));
       checkCover(turned);
       checkCover(reversed(turned));
+    }
+  }
+}
+
+TEST_CASE("a corner on the line across an ear is in its way") {
+  // The diagonal from (4, 0) to (0, 4) goes through the reflex corner (2, 2): cutting the ear at (0, 0) first would
+  // leave a triangle without area and cover the notch.
+  const std::vector<Point> corners = {{0, 0, 0}, {4, 0, 0}, {2, 2, 0}, {0, 4, 0}};
+  for (std::size_t start = 0; start < 4; ++start) {
+    std::vector<Point> shifted = corners;
+    std::rotate(shifted.begin(), shifted.begin() + static_cast<std::ptrdiff_t>(start), shifted.end());
+    const std::vector<int> indices = indicesOf(polygonOf(shifted).triangulate());
+    REQUIRE(indices.size() == 6);
+    for (std::size_t i = 0; i < 6; i += 3) {
+      const auto corner = [&](std::size_t k) { return shifted[static_cast<std::size_t>(indices[i + k])]; };
+      CHECK(doubleArea(corner(0), corner(1), corner(2)) == 8.0);
     }
   }
 }

@@ -120,3 +120,18 @@ TEST_CASE("no beginning of an array passes for the whole") {
   unknown[6] = 9;
   CHECK(errorOfArray(unknown) == "a.npy: .npy format version 9 is unknown");
 }
+
+TEST_CASE("a header has up to 65536 bytes; one that says it is longer is not waited for") {
+  const auto version2 = [](std::size_t announced, std::size_t present) {
+    std::string header = "{'descr': '<f8', 'fortran_order': False, 'shape': (1, 2), }";
+    header.resize(present, ' ');
+    std::string bytes("\x93NUMPY\x02\x00", 8);
+    for (std::size_t i = 0; i < 4; ++i) bytes += static_cast<char>(announced >> 8 * i & 255);
+    return bytes + header + std::string(16, '\0');
+  };
+  CHECK(qzNumpyHeader("a.npy", version2(65536, 65536)).getNbBytes() == qzNumpyHeader::kMaxBytes);
+  CHECK(errorOfArray(version2(65536, 65536)) == "nothing thrown");
+  CHECK(errorOfArray(version2(65537, 65537)) == "a.npy: the .npy header is too long");
+  CHECK(errorOfArray(version2(4000000000u, 65536)) == "a.npy: the .npy header is too long");
+  CHECK(errorOfArray(version2(4000000000u, 100)) == "a.npy: the file is cut off in its header");
+}

@@ -1,6 +1,11 @@
 #include <doctest/doctest.h>
+#include <fcntl.h>
 #include <toolkit/io/table/qzNumpyArray.h>
 #include <toolkit/io/table/qzRayFile.h>
+#include <toolkit/run/qzChildProcess.h>
+#include <unistd.h>
+
+#include <algorithm>
 
 #include "support/qzBits.h"
 #include "support/qzTemporaryFolder.h"
@@ -105,7 +110,23 @@ TEST_CASE(".npy: what is wrong is named with its row") {
         "rays.npy: 5 columns instead of ");
   CHECK(errorOfRays(folder, qzNumpyArray::Encode({1, 2, 3, 4, 5, 6, 1, 2, 1e39, 4, 5, 6}, 6), "rays.npy") ==
         "rays.npy: row 1: column 2 is beyond the range of single precision");
+  CHECK(errorOfRays(folder, qzNumpyArray::Encode({-1e39, 2, 3, 4, 5, 6}, 6), "rays.npy") ==
+        "rays.npy: row 0: column 0 is beyond the range of single precision");
   CHECK(errorOfRays(folder, "1,2,3,4,5,6\n", "rays.npy") == "rays.npy: not a .npy file");
+}
+
+TEST_CASE("rays from standard input are said to be from there") {
+  const TemporaryFolder folder;
+  folder.write("rays.csv", "1,2,3,4,5,down\n");
+  std::string error(37, ' ');
+  qzChildProcess process({10, std::size_t(1) << 30}, [&](const qzChildProcess::tOutput& output) {
+    const int file = ::open(folder.path("rays.csv").c_str(), O_RDONLY | O_CLOEXEC);
+    ::dup2(file, STDIN_FILENO);
+    const std::string text = errorOf([&] { readRays("-"); });
+    output.write(text.data(), std::min(text.size(), error.size()));
+  });
+  process.read(error.data(), error.size());
+  CHECK(error == "standard input:1: 'down' is not a num");
 }
 
 TEST_CASE("hits as text: one line each, no hit among them") {
