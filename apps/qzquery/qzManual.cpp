@@ -126,7 +126,7 @@ std::string completion(const CLI::App& app, const std::vector<const CLI::App*>& 
 
 int main(int argc, char** argv) {
   if (argc != 3) {
-    std::fprintf(stderr, "usage: qz_manual PAGE COMPLETION\n");
+    std::fprintf(stderr, "usage: qzManual PAGE COMPLETION\n");
     return 2;
   }
   qzQuery::tOptions options;

@@ -1,4 +1,4 @@
-// qz_figures folder: draws the figures of docs/ into the folder. Run by script/docs, and by a test that compares.
+// qzFigures folder: draws the figures of docs/ into the folder. Run by script/docs, and by a test that compares.
 
 #include <qzSystem/qzLog.h>
 
@@ -13,7 +13,7 @@ class ErrorsOnly : public qz::qzLog {
  public:
   bool isLogTypeEnabled(qz::qzLogType type) const override { return type == qz::eLogError; }
   void write(qz::qzLogType, const std::string&, const std::string& text) override {
-    std::fprintf(stderr, "qz_figures: %s\n", text.c_str());
+    std::fprintf(stderr, "qzFigures: %s\n", text.c_str());
   }
 };
 
@@ -21,7 +21,7 @@ class ErrorsOnly : public qz::qzLog {
 
 int main(int argc, char** argv) {
   if (argc != 2) {
-    std::fprintf(stderr, "usage: qz_figures folder\n");
+    std::fprintf(stderr, "usage: qzFigures folder\n");
     return 2;
   }
   static ErrorsOnly log;
@@ -32,7 +32,7 @@ int main(int argc, char** argv) {
     drawNode(argv[1]);
     drawRows(argv[1]);
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "qz_figures: %s\n", error.what());
+    std::fprintf(stderr, "qzFigures: %s\n", error.what());
     return 2;
   }
 }

@@ -38,7 +38,7 @@ FingerprintList FingerprintList::read(const std::string& path) {
 void FingerprintList::write(const std::string& path) const {
   std::ofstream file(path);
   file << "# Fingerprints that every build of the library must reproduce: scene, part, hash.\n"
-          "# Written by qz_fingerprints --write, which is for changes that are meant to change results.\n";
+          "# Written by qzFingerprints --write, which is for changes that are meant to change results.\n";
   const auto column = [](const std::string& word, std::size_t width) {
     return word + std::string(width - std::min(width - 1, word.size()), ' ');
   };

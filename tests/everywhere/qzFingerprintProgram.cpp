@@ -1,4 +1,4 @@
-// qz_fingerprints: makes scenes, has the library work on them, and holds hashes of all that comes out to those in a
+// qzFingerprints: makes scenes, has the library work on them, and holds hashes of all that comes out to those in a
 // file. It depends on the standard library and the toolkit's reader of OBJ files, so that it can be built and run
 // wherever the library can.
 
@@ -26,7 +26,7 @@ using namespace qzTest;
 namespace {
 
 const char kUsage[] =
-    "usage: qz_fingerprints FILE [option...]\n"
+    "usage: qzFingerprints FILE [option...]\n"
     "Checks the library against the fingerprints in FILE. Exit code: 0 when all are the same, 1 when not, 2 for bad\n"
     "arguments.\n"
     "  --short               ask the first few queries of every kind\n"
@@ -202,9 +202,9 @@ int main(int argc, char** argv) {
   try {
     return run(parse(argc, argv));
   } catch (const BadArguments& error) {
-    std::fprintf(stderr, "qz_fingerprints: %s\n%s", error.what(), kUsage);
+    std::fprintf(stderr, "qzFingerprints: %s\n%s", error.what(), kUsage);
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "qz_fingerprints: %s\n", error.what());
+    std::fprintf(stderr, "qzFingerprints: %s\n", error.what());
   }
   return 2;
 }

@@ -1,4 +1,4 @@
-// qz_large_run [triangles]: builds, checks and queries hierarchies over a terrain and a soup of that many triangles,
+// qzLargeRun [triangles]: builds, checks and queries hierarchies over a terrain and a soup of that many triangles,
 // ten million unless told otherwise. Prints a line per step, and what is wrong; exit code 1 if anything is.
 
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
@@ -194,7 +194,7 @@ void checkMesh(const char* name, const qz::qzTriMesh& mesh) {
 int main(int argc, char** argv) {
   const int nbTriangles = argc > 1 ? std::atoi(argv[1]) : 10000000;
   if (argc > 2 || nbTriangles < 1000 || nbTriangles > 100000000) {
-    std::fprintf(stderr, "usage: qz_large_run [triangles, 1000 to 100000000]\n");
+    std::fprintf(stderr, "usage: qzLargeRun [triangles, 1000 to 100000000]\n");
     return 2;
   }
   const LogCapture quiet(false);
