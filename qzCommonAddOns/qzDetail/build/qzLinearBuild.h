@@ -31,11 +31,15 @@ void logWorkingBuffer(std::uint64_t nbGroups);
 void logNodeAllocation(std::uint64_t nbCodes);
 void logFusion(std::uint64_t nbWhole, std::uint64_t nbFused);
 
+/// The box around all primitives. Numbers them on the way: indices becomes 0 ... n - 1.
 template <class Source>
-tBoxLanes boxOfAll(const Source& source) {
+tBoxLanes boxOfAll(const Source& source, std::uint32_t* indices) {
   tBoxLanes box;
   const std::uint32_t n = source.nbPrimitives();
-  for (std::uint32_t i = 0; i < n; ++i) box.unite(source.boxOf(i));
+  for (std::uint32_t i = 0; i < n; ++i) {
+    box.unite(source.boxOf(i));
+    indices[i] = i;
+  }
   return box;
 }
 

@@ -148,7 +148,7 @@ bool BothBuilders::build(const std::vector<qzBBox>& boxes, unsigned int bitsPerA
   CHECK(sameBits(bboxOf(mBuilder), mPlainBuilder.bbox));
   CHECK(nbPrimitivesOf(mBuilder) == mPlainBuilder.nbPrimitives);
   CHECK(maxPrimitivesPerLeafOf(mBuilder) == mPlainBuilder.maxPrimitivesPerLeaf);
-  if (plainResult) CHECK(bool(indicesOf(mBuilder) == mPlainBuilder.indices));
+  CHECK(bool(indicesOf(mBuilder) == mPlainBuilder.indices));
   return result;
 }
 

@@ -1,0 +1,76 @@
+#pragma once
+// What a cancelled linear build leaves behind.
+//
+// By contract a build works stage by stage on the unfused tree, with a leaf for every code: it links the nodes level by
+// level, computes boxes bottom-up and fuses small subtrees, and polls throughout. A build that is not cancelled takes a
+// faster way: it polls as the stages would and then writes the fused tree directly. Only when a poll returns true is the
+// unfused tree built, and the stages are replayed on it up to that poll. docs/cancelling.md lists the stages.
+
+#include <qzCommonAddOns/qzDetail/base/qzScratch.h>
+#include <qzCommonAddOns/qzDetail/build/qzLinearBuild.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+namespace qzDetail {
+
+constexpr std::uint64_t kNotCancelled = ~std::uint64_t(0);
+
+/// Polls up to count times. Returns how many polls returned false before one returned true, or kNotCancelled.
+std::uint64_t pollTimes(std::uint64_t count, tCancel cancel);
+
+/// Polls as the computation of boxes does: at every node of the unfused tree, parents first and left before right, and
+/// after every primitive. Writes the boxes of the primitives in sorted order. Returns as pollTimes.
+template <class Source>
+std::uint64_t fetchBoxes(const Source& source, const std::uint32_t* indices, const tSplits& splits, tCancel cancel,
+                         qzBBox* boxes) {
+  // Inner nodes by the position of their first primitive: they are visited just before the leaf there.
+  const std::uint32_t n = source.nbPrimitives();
+  tScratch<std::uint8_t> nbInner(n);
+  std::fill_n(nbInner.data(), n, std::uint8_t(0));
+  walkGroups<std::uint32_t>(
+      splits, [](std::uint32_t first, std::uint32_t) { return first; },
+      [&](unsigned int, std::uint32_t leftFirst, std::uint32_t) {
+        ++nbInner[leftFirst];
+        return leftFirst;
+      });
+
+  std::uint64_t nbPolls = 0;
+  for (std::uint32_t k = 0; k < n; ++k) {
+    const bool isLeafStart = k == 0 || splits.mLevels[k - 1] != 0;
+    for (unsigned int node = isLeafStart ? nbInner[k] + 1u : 0u; node > 0; --node, ++nbPolls) {
+      if (cancel.poll()) return nbPolls;
+    }
+    source.boxOf(indices[k]).store(boxes[k]);
+    if (cancel.poll()) return nbPolls;
+    ++nbPolls;
+  }
+  return kNotCancelled;
+}
+
+/// Resizes nodes for the unfused tree and links those of the levels 1 ... lastLevel. Boxes stay as they are. Drops the
+/// splits of deeper levels.
+void linkUnfusedTree(tSplits& splits, unsigned int lastLevel, std::vector<qzGNode>& nodes);
+
+/// Replays the stages of a build that was cancelled after linking.
+struct tCancelledBuild {
+  std::vector<qzGNode>& mNodes;
+  tSplits& mSplits;
+  unsigned int mLastLevel;
+  const qzBBox* mBoxes;  ///< of the primitives in sorted order; before cancelAtBox(k) only those already fetched
+  tCancel mCancel;       ///< polled on after the poll that returned true, as the stages do
+
+  /// The poll after nbPolls others in the computation of boxes returned true.
+  void cancelAtBox(std::uint64_t nbPolls);
+  /// The poll after the computation of boxes did.
+  void cancelAfterBoxes();
+  /// The poll after nbPolls others in the fusion of leaves of at most max primitives did.
+  void cancelAtFusion(std::uint64_t nbPolls, unsigned int max);
+  /// The poll between fusion and compaction did.
+  void cancelAfterFusion(unsigned int max);
+  /// The poll after compaction did.
+  void cancelAfterCompaction(unsigned int max);
+};
+
+}  // namespace qzDetail
