@@ -13,7 +13,6 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
-#include <typeinfo>
 
 // The leak checker is told of the one object that is meant to stay.
 #if defined(__has_feature)
@@ -37,16 +36,26 @@ namespace {
 
 constexpr unsigned int kMaxItemsPerLeaf = 16;
 constexpr unsigned int kMaxItemsToBin = 1024;
+constexpr unsigned int kMaxItemsToSort = 1u << 15;
 constexpr int kMaxDepth = 32;
 constexpr qzBBox::tAxis kAxes[3] = {qzBBox::eAxisX, qzBBox::eAxisY, qzBBox::eAxisZ};
 
 static_assert(kMaxItemsToBin <= qzDetail::kMaxItemsOfSplit);
 
-// Whose it is nobody can tell: setSAH may replace it, but copies of the builder share it.
+// Ownership is ambiguous, because setSAH may replace the functor while copies of the builder share it. So it is leaked.
 const qzSAHFunctionoid* makeDefaultSAH() {
   const auto* sah = new qzDefaultSAH;
   QZ_NEVER_FREED(sah);
   return sah;
+}
+
+// Whether sah is a qzDefaultSAH and of no derived class. A functor has no data, so its bytes are its pointer to virtual
+// functions: equal bytes mean the same f. Type information cannot be asked, as callers may be compiled without it.
+bool isDefaultSAH(const qzSAHFunctionoid& sah) {
+  static_assert(sizeof(qzSAHFunctionoid) == sizeof(void*) && sizeof(qzDefaultSAH) == sizeof(void*));
+  const qzDefaultSAH reference;
+  const qzSAHFunctionoid& base = reference;
+  return std::memcmp(static_cast<const void*>(&sah), static_cast<const void*>(&base), sizeof(qzSAHFunctionoid)) == 0;
 }
 
 float centroidOf(const qzBBox& bbox, int component) {
@@ -100,10 +109,11 @@ void qzGenericBVHBuilder::build(qzGenericBVH& bvh) {
   bvh.mNbNodes = 0;
   bvh.mNbPrimitives = mNbItems;
 
-  // Room for a node per item, by the growth rule in 32 bits: none for no items.
+  // Room for a node per item, by the growth rule in 32 bits: none for no items. Resized, not reserved, before it is
+  // cleared: the capacity afterwards is part of the contract.
   constexpr unsigned int kStep = qzGenericBVH::kNodeGrowthStep;
+  if (!(mNbItems - 1 < bvh.mNodes.size())) bvh.mNodes.resize((mNbItems - 1 + kStep) & ~(kStep - 1));
   bvh.mNodes.clear();
-  bvh.mNodes.reserve((mNbItems - 1 + kStep) & ~(kStep - 1));
 
   bvh.getOrCreateNode(0).setBBox(mSceneBBox);
   bvh.mNbNodes = 1;
@@ -111,73 +121,185 @@ void qzGenericBVHBuilder::build(qzGenericBVH& bvh) {
   bvh.mPrimitives = mItemIndices;
 }
 
-void qzGenericBVHBuilder::buildIter(unsigned int node, qzGenericBVH& bvh, unsigned int start, unsigned int count,
-                                    int depth) {
-  qzGNode& here = bvh.getNode(node);
-  qzBBox::tAxis axis;
-  float plane;
-  bool isSplit;
-  if (count <= kMaxItemsPerLeaf || depth >= kMaxDepth) {
-    isSplit = false;
-  } else if (count > kMaxItemsToBin) {
-    here.getBBox().getMaxExtent(axis);
-    findMedianSplit(here, start, count, axis, plane);
-    isSplit = true;
-  } else if (mNbBins <= qzDetail::kMaxBinsOfSplit && typeid(*mSAH) == typeid(qzDefaultSAH)) {
-    isSplit = findDefaultSplitPlane(here, start, count, axis, plane);
-  } else {
-    computeBinning(here, start, count);
-    isSplit = findSplitPlane(here, count, axis, plane);
+// The recursion below one node. It takes fast paths where the scratch arrays that a full binning or a full sort would
+// leave are overwritten before anyone can look, and leaves the same arrays behind in the end.
+struct qzGenericBVHBuilder::tRecursion {
+  qzGenericBVHBuilder& mBuilder;
+  qzGenericBVH& mBVH;
+
+  // Items of the last node that was split by bins, as they stood before the split, if its bins are still to be filled.
+  unsigned int mBinnedNode = 0, mNbBinnedItems = 0;
+  unsigned int mBinnedItems[kMaxItemsToBin];
+
+  tRecursion(qzGenericBVHBuilder& builder, qzGenericBVH& bvh) : mBuilder(builder), mBVH(bvh) {}
+
+  // nbSorted  items of the largest node that is certain to be split at its median later on
+  void buildNode(unsigned int node, unsigned int start, unsigned int count, int depth, unsigned int nbSorted) {
+    qzBBox::tAxis axis;
+    float plane;
+    if (findSplit(node, start, count, depth, nbSorted, axis, plane)) {
+      splitNode(node, start, count, axis, plane, depth, nbSorted);
+    } else {
+      mBVH.getNode(node).setLeaf(start, count);
+    }
   }
 
-  if (isSplit) {
-    splitNode(node, bvh, start, count, axis, plane, depth);
-  } else {
-    here.setLeaf(start, count);
+  void splitNode(unsigned int node, unsigned int start, unsigned int count, qzBBox::tAxis axis, float plane, int depth,
+                 unsigned int nbSorted) {
+    // An item right of the plane changes places with the last item not yet examined, which is examined next.
+    std::vector<unsigned int>& items = mBuilder.mItemIndices;
+    const int component = componentOf(axis);
+    tBoxLanes left, right;
+    unsigned int i = start, j = start + count - 1;
+    for (unsigned int k = 0; k < count; ++k) {
+      const unsigned int item = items[i];
+      const qzBBox& bbox = mBuilder.mItemBBoxes[item];
+      if (plane >= centroidOf(bbox, component)) {
+        left.unite(tBoxLanes(bbox));
+        ++i;
+      } else {
+        right.unite(tBoxLanes(bbox));
+        items[i] = items[j];
+        items[j] = item;
+        --j;
+      }
+    }
+
+    // The node array may grow here, so the parent is looked up afterwards.
+    const unsigned int leftChild = mBVH.mNbNodes, rightChild = leftChild + 1;
+    mBVH.mNbNodes += 2;
+    left.storeTo(mBVH.getOrCreateNode(leftChild));
+    right.storeTo(mBVH.getOrCreateNode(rightChild));
+    mBVH.getNode(node).setNode(axis, leftChild, rightChild, plane);
+
+    const unsigned int nbLeft = i - start, nbRight = count - nbLeft;
+    const bool isRightSorted = nbRight > kMaxItemsToBin && depth + 1 < kMaxDepth;
+    buildNode(leftChild, start, nbLeft, depth + 1, isRightSorted ? std::max(nbSorted, nbRight) : nbSorted);
+    buildNode(rightChild, i, nbRight, depth + 1, nbSorted);
   }
+
+  // Fills the bins of the last node that had any.
+  void finish() {
+    if (mNbBinnedItems > 0) fillBins(mBuilder, mBVH.getNode(mBinnedNode), mBinnedItems, mNbBinnedItems);
+  }
+
+  // The bins of items of a node, as computeBinning leaves them.
+  static void fillBins(qzGenericBVHBuilder& builder, const qzGNode& node, const unsigned int* items,
+                       unsigned int count) {
+    const qzBBox& bbox = node.getBBox();
+    const unsigned int lastBin = builder.mNbBins - 1;
+    const unsigned int offsets[3] = {0, builder.mBinOffsetY, builder.mBinOffsetZ};
+    qzDetail::tGridAxis grid[3];
+    for (int i = 0; i < 3; ++i) {
+      const float min = bbox.getMinPoint()[i], max = bbox.getMaxPoint()[i];
+      grid[i] = {min, static_cast<float>(builder.mNbBins) / (max - min)};
+      std::fill_n(&builder.mBinCounts[offsets[i]], builder.mNbBins, 0u);
+      std::fill_n(&builder.mBinLeftBBoxes[offsets[i]], builder.mNbBins, qzBBox());
+    }
+
+    // Every item into a bin of each axis.
+    for (unsigned int p = 0; p < count; ++p) {
+      const qzBBox& item = builder.mItemBBoxes[items[p]];
+      for (int i = 0; i < 3; ++i) {
+        const unsigned int bin = offsets[i] + grid[i].cellOf(centroidOf(item, i), lastBin);
+        ++builder.mBinCounts[bin];
+        tBoxLanes box(builder.mBinLeftBBoxes[bin]);
+        box.unite(tBoxLanes(item));
+        box.store(builder.mBinLeftBBoxes[bin]);
+      }
+    }
+
+    // Boxes of the bins from j on, while the left boxes are still those of single bins; then counts and boxes up to j.
+    for (const unsigned int offset : offsets) {
+      unsigned int* counts = &builder.mBinCounts[offset];
+      qzBBox *lefts = &builder.mBinLeftBBoxes[offset], *rights = &builder.mBinRightBBoxes[offset];
+      tBoxLanes right(lefts[lastBin]);
+      rights[lastBin] = lefts[lastBin];
+      for (unsigned int j = lastBin; j-- > 0;) {
+        right.unite(tBoxLanes(lefts[j]));
+        right.store(rights[j]);
+      }
+      tBoxLanes left(lefts[0]);
+      for (unsigned int j = 1; j <= lastBin; ++j) {
+        left.unite(tBoxLanes(lefts[j]));
+        left.store(lefts[j]);
+        counts[j] += counts[j - 1];
+      }
+    }
+  }
+
+  // The median centroid by sorting, which leaves the sort's arrays as findMedianSplit does.
+  static float sortedMedian(qzGenericBVHBuilder& builder, const qzGNode& node, unsigned int start, unsigned int count,
+                            qzBBox::tAxis axis) {
+    const int component = componentOf(axis);
+    computeMedianKeys(builder, node, start, count, component);
+    unsigned int* positions = builder.mSortedPositions.data();
+    qzDetail::sortPositions(builder.mSortKeys.data(), count, positions, builder.mSortScratch.data());
+    return centroidOf(builder.mItemBBoxes[builder.mItemIndices[start + positions[count >> 1]]], component);
+  }
+
+ private:
+  // The same median by selection. The first count entries of mSortedPositions and mSortScratch are arbitrary afterwards.
+  static float selectedMedian(qzGenericBVHBuilder& builder, const qzGNode& node, unsigned int start, unsigned int count,
+                              qzBBox::tAxis axis) {
+    const int component = componentOf(axis);
+    computeMedianKeys(builder, node, start, count, component);
+    const unsigned int median = qzDetail::positionOfRank(builder.mSortKeys.data(), count, count >> 1,
+                                                         builder.mSortedPositions.data(), builder.mSortScratch.data());
+    return centroidOf(builder.mItemBBoxes[builder.mItemIndices[start + median]], component);
+  }
+
+  static void computeMedianKeys(qzGenericBVHBuilder& builder, const qzGNode& node, unsigned int start,
+                                unsigned int count, int component) {
+    const float min = node.getBBox().getMinPoint()[component];
+    const unsigned int* items = &builder.mItemIndices[start];
+    for (unsigned int j = 0; j < count; ++j) {
+      builder.mSortKeys[j] = medianKey(builder.mItemBBoxes[items[j]], component, min);
+    }
+  }
+
+  // Axis and plane of a split, or false for a leaf.
+  bool findSplit(unsigned int node, unsigned int start, unsigned int count, int depth, unsigned int nbSorted,
+                 qzBBox::tAxis& axis, float& plane) {
+    if (count <= kMaxItemsPerLeaf || depth >= kMaxDepth) return false;
+    const qzGNode& here = mBVH.getNode(node);
+    if (count > kMaxItemsToBin) {
+      here.getBBox().getMaxExtent(axis);
+      // Later splits overwrite the first nbSorted entries of the sort's arrays. A large node that may be divided further
+      // leaves half of them at most, and those unsorted: sorting them would take a tenth of the whole build.
+      const bool isSeen = count > nbSorted && (count <= kMaxItemsToSort || depth + 1 == kMaxDepth);
+      plane = isSeen ? sortedMedian(mBuilder, here, start, count, axis)
+                     : selectedMedian(mBuilder, here, start, count, axis);
+      return true;
+    }
+    if (mBuilder.mNbBins <= qzDetail::kMaxBinsOfSplit && isDefaultSAH(*mBuilder.mSAH)) {
+      mBinnedNode = node;
+      mNbBinnedItems = count;
+      std::copy_n(&mBuilder.mItemIndices[start], count, mBinnedItems);
+      return mBuilder.findDefaultSplitPlane(here, start, count, axis, plane);
+    }
+    mNbBinnedItems = 0;
+    mBuilder.computeBinning(here, start, count);
+    return mBuilder.findSplitPlane(here, count, axis, plane);
+  }
+};
+
+void qzGenericBVHBuilder::buildIter(unsigned int node, qzGenericBVH& bvh, unsigned int start, unsigned int count,
+                                    int depth) {
+  tRecursion recursion(*this, bvh);
+  recursion.buildNode(node, start, count, depth, 0);
+  recursion.finish();
+}
+
+void qzGenericBVHBuilder::splitNode(unsigned int node, qzGenericBVH& bvh, unsigned int start, unsigned int count,
+                                    qzBBox::tAxis axis, float plane, int depth) {
+  tRecursion recursion(*this, bvh);
+  recursion.splitNode(node, start, count, axis, plane, depth, 0);
+  recursion.finish();
 }
 
 void qzGenericBVHBuilder::computeBinning(const qzGNode& node, unsigned int start, unsigned int count) {
-  const qzBBox& bbox = node.getBBox();
-  const unsigned int lastBin = mNbBins - 1;
-  const unsigned int offsets[3] = {0, mBinOffsetY, mBinOffsetZ};
-  qzDetail::tGridAxis grid[3];
-  for (int i = 0; i < 3; ++i) {
-    const float min = bbox.getMinPoint()[i], max = bbox.getMaxPoint()[i];
-    grid[i] = {min, static_cast<float>(mNbBins) / (max - min)};
-    std::fill_n(&mBinCounts[offsets[i]], mNbBins, 0u);
-    std::fill_n(&mBinLeftBBoxes[offsets[i]], mNbBins, qzBBox());
-  }
-
-  // Every item into a bin of each axis.
-  for (unsigned int p = start; p < start + count; ++p) {
-    const qzBBox& item = mItemBBoxes[mItemIndices[p]];
-    for (int i = 0; i < 3; ++i) {
-      const unsigned int bin = offsets[i] + grid[i].cellOf(centroidOf(item, i), lastBin);
-      ++mBinCounts[bin];
-      tBoxLanes box(mBinLeftBBoxes[bin]);
-      box.unite(tBoxLanes(item));
-      box.store(mBinLeftBBoxes[bin]);
-    }
-  }
-
-  // Boxes of the bins from j on, while the left boxes are still those of single bins; then counts and boxes up to j.
-  for (const unsigned int offset : offsets) {
-    unsigned int* counts = &mBinCounts[offset];
-    qzBBox *lefts = &mBinLeftBBoxes[offset], *rights = &mBinRightBBoxes[offset];
-    tBoxLanes right(lefts[lastBin]);
-    rights[lastBin] = lefts[lastBin];
-    for (unsigned int j = lastBin; j-- > 0;) {
-      right.unite(tBoxLanes(lefts[j]));
-      right.store(rights[j]);
-    }
-    tBoxLanes left(lefts[0]);
-    for (unsigned int j = 1; j <= lastBin; ++j) {
-      left.unite(tBoxLanes(lefts[j]));
-      left.store(lefts[j]);
-      counts[j] += counts[j - 1];
-    }
-  }
+  tRecursion::fillBins(*this, node, mItemIndices.data() + start, count);
 }
 
 bool qzGenericBVHBuilder::findSplitPlane(const qzGNode& node, unsigned int count, qzBBox::tAxis& axis, float& plane) {
@@ -216,42 +338,5 @@ bool qzGenericBVHBuilder::findDefaultSplitPlane(const qzGNode& node, unsigned in
 
 void qzGenericBVHBuilder::findMedianSplit(const qzGNode& node, unsigned int start, unsigned int count,
                                           qzBBox::tAxis& axis, float& plane) {
-  const int component = componentOf(axis);
-  const float min = node.getBBox().getMinPoint()[component];
-  const unsigned int* items = &mItemIndices[start];
-  for (unsigned int j = 0; j < count; ++j) mSortKeys[j] = medianKey(mItemBBoxes[items[j]], component, min);
-  const unsigned int median =
-      qzDetail::positionOfRank(mSortKeys.data(), count, count >> 1, mSortedPositions.data(), mSortScratch.data());
-  plane = centroidOf(mItemBBoxes[items[median]], component);
-}
-
-void qzGenericBVHBuilder::splitNode(unsigned int node, qzGenericBVH& bvh, unsigned int start, unsigned int count,
-                                    qzBBox::tAxis axis, float plane, int depth) {
-  // Items right of the plane change places with the last one not yet looked at, which is looked at next.
-  const int component = componentOf(axis);
-  tBoxLanes left, right;
-  unsigned int i = start, j = start + count - 1;
-  for (unsigned int k = 0; k < count; ++k) {
-    const unsigned int item = mItemIndices[i];
-    const qzBBox& bbox = mItemBBoxes[item];
-    if (plane >= centroidOf(bbox, component)) {
-      left.unite(tBoxLanes(bbox));
-      ++i;
-    } else {
-      right.unite(tBoxLanes(bbox));
-      mItemIndices[i] = mItemIndices[j];
-      mItemIndices[j] = item;
-      --j;
-    }
-  }
-
-  // The node array may grow here, so the parent is looked up afterwards.
-  const unsigned int leftChild = bvh.mNbNodes, rightChild = leftChild + 1;
-  bvh.mNbNodes += 2;
-  left.storeTo(bvh.getOrCreateNode(leftChild));
-  right.storeTo(bvh.getOrCreateNode(rightChild));
-  bvh.getNode(node).setNode(axis, leftChild, rightChild, plane);
-
-  buildIter(leftChild, bvh, start, i - start, depth + 1);
-  buildIter(rightChild, bvh, i, start + count - i, depth + 1);
+  plane = tRecursion::sortedMedian(*this, node, start, count, axis);
 }

@@ -49,7 +49,8 @@ class QZ_COMMONADDONS_API qzGenericBVHBuilder {
   /// Makes room for n items: boxes that are added are empty, numbers 0.
   void resizeItems(int n);
 
-  /// The functor of the builds to come; it stays the caller's and must outlive them.
+  /// The functor of the builds to come; it stays the caller's and must outlive them. Not null if a node of 17 to 1024
+  /// items comes up.
   void setSAH(const qzSAHFunctionoid* sah);
 
   /// Component of v on an axis; 0 is x, exactly eAxisY is y, any other value z.
@@ -75,23 +76,31 @@ class QZ_COMMONADDONS_API qzGenericBVHBuilder {
   void splitNode(unsigned int node, qzGenericBVH& bvh, unsigned int start, unsigned int count, qzBBox::tAxis axis,
                  float plane, int depth);
 
-  std::vector<qzBBox> mItemBBoxes;             ///< Of item k at position k.
-  std::vector<unsigned int> mItemIndices;      ///< Items in order; a build partitions them in place.
-  std::vector<unsigned int> mSortedPositions;  ///< Scratch of the median: positions still in question,
-  std::vector<unsigned int> mSortScratch;      ///< their keys,
-  std::vector<unsigned int> mSortKeys;         ///< and the keys of all items of the node.
-  std::vector<unsigned int> mBinCounts;        ///< Bins of x, y at mBinOffsetY and z at mBinOffsetZ: items up to there.
-  std::vector<qzBBox> mBinLeftBBoxes;          ///< Box of the items up to a bin.
-  std::vector<qzBBox> mBinRightBBoxes;         ///< Box of the items from a bin on.
-  unsigned int mNbItems = 0;                   ///< Set by resizeItems.
-  qzBBox mSceneBBox;                           ///< Of the root; should contain all items.
-  unsigned int mNbBins = kNbBins;              ///< Per axis.
-  unsigned int mBinOffsetY = kNbBins;          ///< First bin of y.
-  unsigned int mBinOffsetZ = 2 * kNbBins;      ///< First bin of z.
-  const qzSAHFunctionoid* mSAH;                ///< Borrowed.
+  std::vector<qzBBox> mItemBBoxes;         ///< Of item k at position k.
+  std::vector<unsigned int> mItemIndices;  ///< Items in order; a build partitions them in place.
+
+  // Scratch of median splits. The last one leaves an entry per item of its node. Entries behind those are from earlier,
+  // larger splits; in a build of more than 32768 items the positions among them may be in any order.
+  std::vector<unsigned int> mSortedPositions;  ///< Positions in the node, sorted by key.
+  std::vector<unsigned int> mSortScratch;      ///< The same sorted by the low 24 bits of the key.
+  std::vector<unsigned int> mSortKeys;         ///< Key of every position.
+
+  // Bins of the last node of 17 to 1024 items: x from 0, y from mBinOffsetY, z from mBinOffsetZ on.
+  std::vector<unsigned int> mBinCounts;  ///< Number of items up to a bin.
+  std::vector<qzBBox> mBinLeftBBoxes;    ///< Box of the items up to a bin.
+  std::vector<qzBBox> mBinRightBBoxes;   ///< Box of the items from a bin on.
+
+  unsigned int mNbItems = 0;               ///< Set by resizeItems.
+  qzBBox mSceneBBox;                       ///< Of the root; should contain all items.
+  unsigned int mNbBins = kNbBins;          ///< Per axis.
+  unsigned int mBinOffsetY = kNbBins;      ///< First bin of y.
+  unsigned int mBinOffsetZ = 2 * kNbBins;  ///< First bin of z.
+  const qzSAHFunctionoid* mSAH;            ///< Borrowed.
 
  private:
-  /// What computeBinning and findSplitPlane come to with a qzDefaultSAH, for less; the bins stay as they are.
+  struct tRecursion;
+
+  /// The result of computeBinning and findSplitPlane with a qzDefaultSAH, at a lower cost. Leaves the bins alone.
   bool findDefaultSplitPlane(const qzGNode& node, unsigned int start, unsigned int count, qzBBox::tAxis& axis,
                              float& plane) const;
 };

@@ -1,5 +1,7 @@
 #include <qzCommonAddOns/qzDetail/build/qzRadixSelect.h>
 
+#include <utility>
+
 namespace qzDetail {
 
 namespace {
@@ -40,6 +42,24 @@ std::uint32_t positionOfRank(const std::uint32_t* keys, std::uint32_t count, std
   count = narrow(10, count, rank, keyOfKept, kept, positions, candidates);
   narrow(0, count, rank, keyOfKept, kept, positions, candidates);
   return positions[rank];
+}
+
+void sortPositions(const std::uint32_t* keys, std::uint32_t count, std::uint32_t* positions, std::uint32_t* other) {
+  constexpr unsigned int kPasses = 4, kValues = 256;
+  std::uint32_t starts[kPasses][kValues] = {};
+  for (std::uint32_t i = 0; i < count; ++i) {
+    for (unsigned int pass = 0; pass < kPasses; ++pass) ++starts[pass][keys[i] >> (8 * pass) & (kValues - 1)];
+  }
+  for (unsigned int pass = 0; pass < kPasses; ++pass) {
+    std::uint32_t* const next = starts[pass];
+    std::uint32_t sum = 0;
+    for (unsigned int value = 0; value < kValues; ++value) sum += std::exchange(next[value], sum);
+    for (std::uint32_t i = 0; i < count; ++i) {
+      const std::uint32_t position = pass == 0 ? i : positions[i];
+      other[next[keys[position] >> (8 * pass) & (kValues - 1)]++] = position;
+    }
+    std::swap(positions, other);
+  }
 }
 
 }  // namespace qzDetail

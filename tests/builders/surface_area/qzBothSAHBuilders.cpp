@@ -2,6 +2,8 @@
 
 #include <doctest/doctest.h>
 
+#include <algorithm>
+
 #include "support/qzBits.h"
 #include "support/qzPrivateAccess.h"
 
@@ -11,7 +13,17 @@ struct TreeNbPrimitives {
   using Type = unsigned int qzGenericBVH::*;
   friend Type privateMember(TreeNbPrimitives);
 };
+struct TreeNodes {
+  using Type = std::vector<qzGNode> qzGenericBVH::*;
+  friend Type privateMember(TreeNodes);
+};
+struct TreeNbNodes {
+  using Type = unsigned int qzGenericBVH::*;
+  friend Type privateMember(TreeNbNodes);
+};
 template struct PrivateAccess<TreeNbPrimitives, &qzGenericBVH::mNbPrimitives>;
+template struct PrivateAccess<TreeNodes, &qzGenericBVH::mNodes>;
+template struct PrivateAccess<TreeNbNodes, &qzGenericBVH::mNbNodes>;
 
 unsigned int nbPrimitivesOf(const qzGenericBVH& tree) {
   return tree.*privateMember(TreeNbPrimitives());
@@ -33,6 +45,11 @@ std::string describe(const qzGNode& node) {
     for (int c = 0; c < 3; ++c) text += std::to_string(corner[c]) + ' ';
   }
   return text;
+}
+
+bool sameBoxes(const std::vector<qzBBox>& a, const std::vector<qzBBox>& b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](const qzBBox& p, const qzBBox& q) { return sameBits(p, q); });
 }
 
 // Empty when all nodes are the same.
@@ -71,10 +88,45 @@ void BothSAHBuilders::setNbBins(unsigned int nbBins) {
   mPlainBuilder.nbBins = nbBins;
 }
 
+void BothSAHBuilders::setNbNodes(std::size_t count) {
+  mTree.*privateMember(TreeNodes()) = std::vector<qzGNode>(count);
+  mPlainTree.nodes = std::vector<qzGNode>(count);
+}
+
 void BothSAHBuilders::build() {
+  buildWithScratchOfLastSplit();
+  compareScratch();
+}
+
+void BothSAHBuilders::buildWithScratchOfLastSplit() {
   mBuilder.build(mTree);
   mPlainBuilder.build(mPlainTree);
   compare();
+  compareBins();
+}
+
+void BothSAHBuilders::findMedianSplitOfAll() {
+  qzGNode all;
+  all.setBBox(mBuilder.mSceneBBox);
+  qzBBox::tAxis axis = qzBBox::eAxisX;
+  float plane = 0.0f, plainPlane = 1.0f;
+  mBuilder.findMedianSplit(all, 0, mBuilder.mNbItems, axis, plane);
+  mPlainBuilder.findMedianSplit(all, 0, mPlainBuilder.nbItems, axis, plainPlane);
+  CHECK(sameBits(plane, plainPlane));
+  compareScratch();
+}
+
+void BothSAHBuilders::buildIterOfAll() {
+  qzGNode all;
+  all.setBBox(mBuilder.mSceneBBox);
+  setNbNodes(1024);
+  (mTree.*privateMember(TreeNodes()))[0] = all;
+  mPlainTree.nodes[0] = all;
+  mTree.*privateMember(TreeNbNodes()) = mPlainTree.nbNodes = 1;
+  mBuilder.buildIter(0, mTree, 0, mBuilder.mNbItems, 0);
+  mPlainBuilder.buildIter(0, mPlainTree, 0, mPlainBuilder.nbItems, 0);
+  CHECK(difference(mTree.getNodes(), mPlainTree.nodes) == "");
+  compareBins();
 }
 
 std::vector<CostCall> BothSAHBuilders::build(NotingSAH::Formula formula) {
@@ -96,6 +148,20 @@ void BothSAHBuilders::compare() const {
   CHECK(nbPrimitivesOf(mTree) == mPlainTree.nbPrimitives);
   CHECK(bool(mTree.getPrimitives() == mPlainTree.primitives));
   CHECK(bool(mBuilder.mItemIndices == mPlainBuilder.itemIndices));
+  CHECK(mTree.getNodes().capacity() == mPlainTree.nodes.capacity());
+}
+
+void BothSAHBuilders::compareScratch() const {
+  CHECK(bool(mBuilder.mSortKeys == mPlainBuilder.sortKeys));
+  CHECK(bool(mBuilder.mSortedPositions == mPlainBuilder.sortedPositions));
+  CHECK(bool(mBuilder.mSortScratch == mPlainBuilder.sortScratch));
+  compareBins();
+}
+
+void BothSAHBuilders::compareBins() const {
+  CHECK(bool(mBuilder.mBinCounts == mPlainBuilder.binCounts));
+  CHECK(sameBoxes(mBuilder.mBinLeftBBoxes, mPlainBuilder.binLeftBBoxes));
+  CHECK(sameBoxes(mBuilder.mBinRightBBoxes, mPlainBuilder.binRightBBoxes));
 }
 
 }  // namespace qzTest

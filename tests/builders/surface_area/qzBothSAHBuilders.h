@@ -4,6 +4,7 @@
 
 #include <qzCommonAddOns/builders/qzSAHFunctionoid.h>
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -48,16 +49,29 @@ class BothSAHBuilders {
   void setNbBins(unsigned int nbBins);
 
   /// Builds with both, by the default cost, and checks that nobody can tell them apart: the order of the items, every
-  /// bit of the tree, the length of its arrays.
+  /// bit of the tree, length and capacity of its arrays, and the scratch arrays that an input can read.
   void build();
   /// The same with a formula; the calls of the functors must be the same, too. Returns them.
   std::vector<CostCall> build(NotingSAH::Formula formula);
 
+  /// As build(), but of the scratch arrays it compares the bins alone.
+  void buildWithScratchOfLastSplit();
+  /// The median of all items by findMedianSplit along x; compares plane and scratch.
+  void findMedianSplitOfAll();
+  /// All items by buildIter below node 0, without build; compares the nodes and scratch.
+  void buildIterOfAll();
+  /// Makes the node arrays of both trees that long, with a capacity of just as much.
+  void setNbNodes(std::size_t count);
+
+  const OpenSAHBuilder& builder() const { return mBuilder; }
+  const qzPlain::SAHBuilder& plainBuilder() const { return mPlainBuilder; }
   const qzGenericBVH& tree() const { return mTree; }
   const std::vector<qzGNode>& nodes() const { return mTree.getNodes(); }
 
  private:
   void compare() const;
+  void compareBins() const;
+  void compareScratch() const;
 
   OpenSAHBuilder mBuilder;
   qzGenericBVH mTree;

@@ -4,6 +4,7 @@
 
 #include "builders/linear/qzScenes.h"
 #include "builders/surface_area/qzBothSAHBuilders.h"
+#include "builders/surface_area/qzCostWithoutTypeInformation.h"
 #include "support/qzBits.h"
 
 using namespace qzTest;
@@ -124,4 +125,20 @@ TEST_CASE("an exception of the functor comes out, and the builder can build agai
   builder.setSAH(&usual);
   builder.build(tree);
   CHECK(tree.getPrimitives().size() == 20);
+}
+
+TEST_CASE("functors of callers without run-time type information are asked like any other") {
+  const std::vector<qzBBox> boxes = randomBoxes(800, 0.1f, 9);
+  const auto nbNodesBy = [&](const qzSAHFunctionoid* sah) {
+    OpenSAHBuilder builder(boxes);
+    if (sah != nullptr) builder.setSAH(sah);
+    qzGenericBVH tree;
+    builder.build(tree);
+    return tree.getNbNodes();
+  };
+  const unsigned int nbNodes = nbNodesBy(nullptr);
+  REQUIRE(nbNodes > 1);
+  CHECK(nbNodesBy(makeCostWithoutTypeInformation().get()) == nbNodes);
+  CHECK(nbNodesBy(makeDefaultCostWithoutTypeInformation().get()) == nbNodes);
+  CHECK(nbNodesBy(makeDerivedCostWithoutTypeInformation().get()) == 1);  // no split is cheaper than the count
 }

@@ -1,0 +1,80 @@
+// An input can read the scratch arrays of a build and the capacity of its tree. Both are as the plain form leaves them.
+
+#include <doctest/doctest.h>
+
+#include "builders/linear/qzScenes.h"
+#include "builders/surface_area/qzBothSAHBuilders.h"
+#include "support/qzBits.h"
+
+using namespace qzTest;
+
+namespace {
+
+std::vector<qzBBox> onOnePoint(unsigned int count) {
+  return std::vector<qzBBox>(count, qzBBox(Wm4::Vector3<float>(1.5f, -2.0f, 0.125f)));
+}
+
+std::vector<unsigned int> head(const std::vector<unsigned int>& array, std::size_t count) {
+  return std::vector<unsigned int>(array.begin(), array.begin() + static_cast<std::ptrdiff_t>(count));
+}
+
+}  // namespace
+
+TEST_CASE(
+    "after a build the sort's arrays are those of the last median split, the bins those of the last binned node") {
+  BothSAHBuilders both(randomBoxes(1500, 0.1f, 11));
+  both.build();  // compares them
+  const OpenSAHBuilder& builder = both.builder();
+  CHECK(builder.mSortKeys[builder.mSortedPositions.front()] < builder.mSortKeys[builder.mSortedPositions.back()]);
+  CHECK(builder.mBinCounts[builder.mNbBins - 1] >= 17);
+}
+
+TEST_CASE("items up to 32768 leave every entry of the scratch arrays as the plain form does, also of earlier splits") {
+  for (const std::uint32_t count : {1026u, 5000u, 20000u, 32768u}) {
+    INFO("count ", count);
+    BothSAHBuilders(randomBoxes(count, 0.05f, 20 + count)).build();
+  }
+}
+
+TEST_CASE("of more items the last median split leaves its entries, and the last binned node all bins") {
+  for (const std::uint32_t count : {32769u, 70000u}) {
+    INFO("count ", count);
+    BothSAHBuilders both(randomBoxes(count, 0.02f, 30 + count));
+    both.buildWithScratchOfLastSplit();
+    const std::size_t nbSorted = 1025;  // a median split has more than 1024 items
+    CHECK(bool(head(both.builder().mSortKeys, nbSorted) == head(both.plainBuilder().sortKeys, nbSorted)));
+    CHECK(bool(head(both.builder().mSortedPositions, nbSorted) == head(both.plainBuilder().sortedPositions, nbSorted)));
+    CHECK(bool(head(both.builder().mSortScratch, nbSorted) == head(both.plainBuilder().sortScratch, nbSorted)));
+  }
+}
+
+TEST_CASE("items on one point are split at their median down to the deepest level, which leaves all entries") {
+  BothSAHBuilders(onOnePoint(40000)).build();
+}
+
+TEST_CASE("operations that an input calls by itself leave their scratch as the plain form does") {
+  for (const std::uint32_t count : {17u, 900u, 1025u, 40000u}) {
+    INFO("count ", count);
+    BothSAHBuilders both(randomBoxes(count, 0.1f, 40 + count));
+    both.findMedianSplitOfAll();
+    both.buildIterOfAll();
+  }
+}
+
+TEST_CASE("a tree that is rebuilt has the capacity of the plain form, whatever its node array was") {
+  for (const std::size_t nbNodesBefore : {0u, 1u, 1023u, 1024u, 1025u, 1500u, 2048u, 3000u, 5000u}) {
+    for (const std::uint32_t count : {0u, 1u, 1200u, 1500u, 1501u, 2047u, 2048u, 2049u, 2500u, 5001u}) {
+      INFO(nbNodesBefore, " nodes before, ", count, " items");
+      BothSAHBuilders both(randomBoxes(count, 0.1f, 50 + count));
+      both.setNbNodes(nbNodesBefore);
+      both.build();
+    }
+  }
+}
+
+TEST_CASE("the capacity of a rebuilt tree follows from resizing, not from reserving") {
+  BothSAHBuilders smaller(randomBoxes(1200, 0.1f, 60));
+  smaller.setNbNodes(1500);
+  smaller.build();
+  CHECK(smaller.nodes().capacity() == 1500);
+}
