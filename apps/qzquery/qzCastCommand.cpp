@@ -2,6 +2,7 @@
 
 #include <toolkit/base/qzError.h>
 #include <toolkit/io/table/qzRayFile.h>
+#include <toolkit/query/qzRayCast.h>
 #include <toolkit/run/qzProgress.h>
 #include <toolkit/run/qzThreads.h>
 

@@ -1,7 +1,7 @@
 // qzquery info: numbers about a mesh and its hierarchy, for people or as JSON.
 
-#include <qzCommonAddOns/geometry/qzBBox.h>
 #include <qzCommonAddOns/qzDetail/base/qzBVHStatistics.h>
+#include <toolkit/base/qzMeshGeometry.h>
 #include <toolkit/inspect/qzMeshReport.h>
 #include <toolkit/inspect/qzTraversalCost.h>
 #include <toolkit/io/file/qzFile.h>
@@ -20,15 +20,6 @@
 namespace qzQuery {
 
 namespace {
-
-qzBBox boxOf(const qz::qzTriMesh& mesh) {
-  qzBBox box;
-  const qz::qzIndexBuffer& indices = *mesh.getIndexBuffer();
-  for (int i = 0; i < indices.getNbIndices(); ++i) {
-    box.selfExpand(mesh.getVertexBuffer()->Position3(indices.getIndices()[i]));
-  }
-  return box;
-}
 
 std::size_t countDegenerateTriangles(const qzScene& scene) {
   std::size_t count = 0;
@@ -55,7 +46,7 @@ nlohmann::ordered_json describe(const std::string& meshName, const tOptions& opt
   tOptions quiet = options;
   quiet.mQuiet = true;  // the answer says it all
   const qzScene scene(meshName, quiet);
-  const qzBBox box = boxOf(scene.getMesh());
+  const qzBBox box = qzToolkit::boxOf(scene.getMesh());
   nlohmann::ordered_json info;
   info["file"] = meshName;
   info["triangles"] = scene.getNbTriangles();

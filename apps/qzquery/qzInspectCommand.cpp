@@ -1,5 +1,7 @@
 // qzquery inspect: what is wrong with a mesh, and what to expect of building a hierarchy over it.
 
+#include <toolkit/base/qzMeshGeometry.h>
+#include <toolkit/base/qzVectorMath.h>
 #include <toolkit/inspect/qzMeshReport.h>
 #include <toolkit/io/file/qzFile.h>
 #include <toolkit/io/mesh/qzMeshFile.h>
@@ -34,17 +36,13 @@ struct tEstimate {
 };
 
 tEstimate estimate(const qz::qzTriMesh& mesh, const tOptions& options) {
-  const qz::qzVertexBuffer& vertices = *mesh.getVertexBuffer();
-  const int* const indices = mesh.getIndexBuffer()->getIndices();
-  const std::size_t nbTriangles = static_cast<std::size_t>(mesh.getIndexBuffer()->getNbIndices()) / 3;
+  const std::size_t nbTriangles = qzToolkit::countTriangles(mesh);
   std::vector<Wm4::Vector3<float>> positions;
   for (std::size_t i = 0; i < nbTriangles && positions.size() < 3 * kMaxSampleTriangles; ++i) {
-    const Wm4::Vector3<float> corners[3] = {vertices.Position3(indices[3 * i]), vertices.Position3(indices[3 * i + 1]),
-                                            vertices.Position3(indices[3 * i + 2])};
-    const bool isFinite = std::all_of(std::begin(corners), std::end(corners), [](const Wm4::Vector3<float>& corner) {
-      return std::isfinite(corner[0]) && std::isfinite(corner[1]) && std::isfinite(corner[2]);
-    });
-    if (isFinite) positions.insert(positions.end(), std::begin(corners), std::end(corners));
+    const auto corners = qzToolkit::cornersOf(mesh, i);
+    if (std::all_of(corners.begin(), corners.end(), [](const auto& corner) { return qzToolkit::isFinite(corner); })) {
+      positions.insert(positions.end(), corners.begin(), corners.end());
+    }
   }
   tEstimate result;
   result.mNbSampleTriangles = positions.size() / 3;

@@ -1,5 +1,8 @@
 #include "qzRenderer.h"
 
+#include <toolkit/base/qzMeshGeometry.h>
+#include <toolkit/base/qzVectorMath.h>
+#include <toolkit/query/qzRayCast.h>
 #include <toolkit/run/qzProgress.h>
 
 #include <algorithm>
@@ -13,9 +16,15 @@ namespace qzQuery {
 
 namespace {
 
-using tVector = std::array<double, 3>;
+using tVector = qzToolkit::tVector3d;
+using qzToolkit::along;
+using qzToolkit::cross;
+using qzToolkit::difference;
+using qzToolkit::dot;
 using qzToolkit::qzHit;
 using qzToolkit::qzRay;
+using qzToolkit::toDouble;
+using qzToolkit::toFloat;
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr int kRowsInBlock = 4;
@@ -32,31 +41,10 @@ constexpr int kNookRays = 2, kShadowRays = 2;  // for every camera ray that need
 constexpr tVector kHeat[] = {{0.00, 0.00, 0.02}, {0.04, 0.02, 0.22}, {0.30, 0.02, 0.25},
                              {0.75, 0.10, 0.08}, {0.95, 0.45, 0.03}, {1.00, 0.95, 0.55}};
 
-double dot(const tVector& a, const tVector& b) {
-  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
-}
-
-tVector cross(const tVector& a, const tVector& b) {
-  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
-
-/// a + s * b
-tVector along(const tVector& a, double s, const tVector& b) {
-  return {a[0] + s * b[0], a[1] + s * b[1], a[2] + s * b[2]};
-}
-
 tVector mixed(const tVector& a, const tVector& b, double partOfB) {
   tVector result;
   for (std::size_t i = 0; i < 3; ++i) result[i] = a[i] + partOfB * (b[i] - a[i]);
   return result;
-}
-
-tVector toDouble(const Wm4::Vector3<float>& v) {
-  return {v[0], v[1], v[2]};
-}
-
-Wm4::Vector3<float> toFloat(const tVector& v) {
-  return {static_cast<float>(v[0]), static_cast<float>(v[1]), static_cast<float>(v[2])};
 }
 
 tVector heat(double part) {
@@ -110,11 +98,7 @@ qzRenderer::qzRenderer(const qz::qzTriMesh& mesh, const qzToolkit::qzVisitCounte
       mCameras(std::move(cameras)),
       mShading(shading),
       mUpAxis(up == qzToolkit::qzCamera::eUpY ? 1 : 2) {
-  qzBBox box;
-  const qz::qzIndexBuffer& indices = *mesh.getIndexBuffer();
-  for (int i = 0; i < indices.getNbIndices(); ++i) {
-    box.selfExpand(mesh.getVertexBuffer()->Position3(indices.getIndices()[i]));
-  }
+  const qzBBox box = qzToolkit::boxOf(mesh);
   const tVector low = toDouble(box.getMinPoint()), high = toDouble(box.getMaxPoint());
   mCenter = mixed(low, high, 0.5);
   mSize = std::hypot(high[0] - low[0], high[1] - low[1], high[2] - low[2]);
@@ -257,10 +241,9 @@ qzRenderer::tColor qzRenderer::shadeBackground(const qzRay& ray, tRandom& random
 
 /// Normal of length 1 on the side that the ray comes from.
 qzRenderer::tVector qzRenderer::normalTowards(const qzRay& ray, int triangle) const {
-  const int* corners = mMesh.getIndexBuffer()->getIndices() + 3 * std::ptrdiff_t(triangle);
-  tVector v[3];
-  for (int k = 0; k < 3; ++k) v[k] = toDouble(mMesh.getVertexBuffer()->Position3(corners[k]));
-  const tVector normal = cross(along(v[1], -1.0, v[0]), along(v[2], -1.0, v[0]));
+  const auto corners = qzToolkit::cornersOf(mMesh, static_cast<std::size_t>(triangle));
+  const tVector a = toDouble(corners[0]), b = toDouble(corners[1]), c = toDouble(corners[2]);
+  const tVector normal = cross(difference(b, a), difference(c, a));
   const double length = std::sqrt(dot(normal, normal));
   const double sign = dot(normal, toDouble(ray.mDirection)) > 0.0 ? -1.0 : 1.0;
   return {sign * normal[0] / length, sign * normal[1] / length, sign * normal[2] / length};
@@ -281,7 +264,7 @@ double qzRenderer::openness(const tVector& point, const tVector& normal, double 
     // More rays along the normal than along the surface, as light counts there.
     const auto [turn, squaredRadius] = random.nextPair();
     const double angle = 2.0 * kPi * turn, radius = std::sqrt(squaredRadius);
-    tVector direction = along({}, std::sqrt(1.0 - squaredRadius), normal);
+    tVector direction = along(tVector{}, std::sqrt(1.0 - squaredRadius), normal);
     direction = along(direction, radius * std::cos(angle), tangent);
     direction = along(direction, radius * std::sin(angle), bitangent);
     qzRay ray;

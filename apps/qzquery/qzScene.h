@@ -3,6 +3,7 @@
 
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <qzSceneGraph/qzTriMesh.h>
+#include <toolkit/base/qzMeshGeometry.h>
 #include <toolkit/inspect/qzVisitCounter.h>
 
 #include <string>
@@ -20,7 +21,7 @@ class qzScene {
 
   const qz::qzTriMesh& getMesh() const { return mMesh; }
   const qzToolkit::qzVisitCounter& getHierarchy() const { return mHierarchy; }
-  std::size_t getNbTriangles() const { return static_cast<std::size_t>(mMesh.getIndexBuffer()->getNbIndices()) / 3; }
+  std::size_t getNbTriangles() const { return qzToolkit::countTriangles(mMesh); }
   double getBuildSeconds() const { return mBuildSeconds; }
 
  private:

@@ -1,8 +1,8 @@
 #include <toolkit/build/qzFeeder2D.h>
 
 #include <toolkit/base/qzError.h>
+#include <toolkit/base/qzVectorMath.h>
 
-#include <cmath>
 #include <cstddef>
 #include <string>
 #include <utility>
@@ -12,10 +12,6 @@ namespace qzToolkit {
 namespace {
 
 using Point = Wm4::Vector2<float>;
-
-bool isFinite(const Point& p) {
-  return std::isfinite(p[0]) && std::isfinite(p[1]);
-}
 
 }  // namespace
 

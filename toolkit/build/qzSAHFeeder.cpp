@@ -2,8 +2,8 @@
 
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
-#include <qzSceneGraph/qzTriMesh.h>
 #include <toolkit/base/qzError.h>
+#include <toolkit/base/qzMeshGeometry.h>
 
 #include <numeric>
 #include <string>
@@ -11,8 +11,7 @@
 namespace qzToolkit {
 
 void qzSAHFeeder::setMesh(const qz::qzTriMesh& mesh, std::size_t maxTriangles) {
-  const int nbIndices = mesh.getIndexBuffer()->getNbIndices();
-  const std::size_t nbTriangles = nbIndices > 0 ? static_cast<std::size_t>(nbIndices) / 3 : 0;
+  const std::size_t nbTriangles = countTriangles(mesh);
   if (nbTriangles > maxTriangles) {
     throw qzError("there are " + std::to_string(nbTriangles) + " triangles, more than the limit of " +
                   std::to_string(maxTriangles));

@@ -1,6 +1,8 @@
 #include <toolkit/inspect/qzMeshReport.h>
 
 #include <tbb/parallel_sort.h>
+#include <toolkit/base/qzMeshGeometry.h>
+#include <toolkit/base/qzVectorMath.h>
 #include <toolkit/run/qzInterruption.h>
 
 #include <algorithm>
@@ -15,14 +17,6 @@
 namespace qzToolkit {
 
 namespace {
-
-const int* cornersOf(const qz::qzTriMesh& mesh, std::size_t triangle) {
-  return mesh.getIndexBuffer()->getIndices() + 3 * triangle;
-}
-
-bool isFinite(const Wm4::Vector3<float>& v) {
-  return std::isfinite(v[0]) && std::isfinite(v[1]) && std::isfinite(v[2]);
-}
 
 /// Calls function(begin, end) for every run of elements of a sorted array that are alike.
 template <class tElement, class tAlike, class tFunction>
@@ -131,14 +125,9 @@ void measurePrecision(qzMeshReport& report) {
 }  // namespace
 
 bool hasNormal(const qz::qzTriMesh& mesh, std::size_t triangle) {
-  Wm4::Vector3<float> corners[3], e1, e2;
-  for (int k = 0; k < 3; ++k) corners[k] = mesh.getVertexBuffer()->Position3(cornersOf(mesh, triangle)[k]);
-  for (int axis = 0; axis < 3; ++axis) {
-    e1[axis] = corners[1][axis] - corners[0][axis];
-    e2[axis] = corners[2][axis] - corners[0][axis];
-  }
-  const float x = e1[1] * e2[2] - e1[2] * e2[1], y = e1[2] * e2[0] - e1[0] * e2[2], z = e1[0] * e2[1] - e1[1] * e2[0];
-  const float squaredLength = (x * x + y * y) + z * z;
+  const auto [a, b, c] = cornersOf(mesh, triangle);
+  const Wm4::Vector3<float> normal = cross(difference(b, a), difference(c, a));
+  const float squaredLength = dot(normal, normal);
   return squaredLength > 0.0f && std::isfinite(squaredLength);
 }
 
@@ -146,7 +135,7 @@ qzMeshReport inspectMesh(const qz::qzTriMesh& mesh) {
   qzMeshReport report;
   const std::vector<int> firstAtPlace = mergePlaces(mesh);
   report.mNbVertices = firstAtPlace.size();
-  report.mNbTriangles = static_cast<std::size_t>(std::max(mesh.getIndexBuffer()->getNbIndices(), 0)) / 3;
+  report.mNbTriangles = countTriangles(mesh);
 
   std::vector<char> isFiniteVertex(report.mNbVertices), isUsed(report.mNbVertices);
   for (std::size_t v = 0; v < report.mNbVertices; ++v) {
@@ -162,7 +151,7 @@ qzMeshReport inspectMesh(const qz::qzTriMesh& mesh) {
   faces.reserve(report.mNbTriangles);
   for (std::size_t triangle = 0; triangle < report.mNbTriangles; ++triangle) {
     checkInterruption();
-    const int* const corners = cornersOf(mesh, triangle);
+    const int* const corners = mesh.getIndexBuffer()->getIndices() + 3 * triangle;
     bool isInRange = true, isWhole = true;
     int places[3] = {};
     for (int k = 0; k < 3; ++k) {

@@ -3,7 +3,7 @@
 // more with a counter in it, so it finds the same hits to the bit.
 
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
-#include <toolkit/query/qzRayCast.h>
+#include <toolkit/base/qzRay.h>
 
 #include <cstddef>
 

@@ -20,11 +20,6 @@ struct tRefusal {
 
 }  // namespace
 
-qzHit::qzHit(float distance, unsigned triangle, const Wm4::Vector2<float>& weights)
-    : mDistance(distance),
-      mTriangle(static_cast<int>(triangle)),
-      mWeights{weights[0], weights[1], (1.0f - weights[0]) - weights[1]} {}
-
 qzHit castRay(const qzQBVH& hierarchy, const qzRay& ray, qzQBVH::tIntersectionPolicy policy) {
   float distance = ray.mTMax;
   Wm4::Vector2<float> weights;

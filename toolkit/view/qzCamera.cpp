@@ -1,9 +1,9 @@
 #include <toolkit/view/qzCamera.h>
 
-#include <qzCommonAddOns/geometry/qzBBox.h>
-#include <qzSceneGraph/qzTriMesh.h>
 #include <toolkit/base/qzError.h>
+#include <toolkit/base/qzMeshGeometry.h>
 #include <toolkit/base/qzNumber.h>
+#include <toolkit/base/qzVectorMath.h>
 
 #include <algorithm>
 #include <cmath>
@@ -20,39 +20,6 @@ constexpr double kLowest = std::numeric_limits<double>::lowest();
 constexpr double kTanHalfView = 0.26;  // of the larger half angle of view: 29 degrees in all, little distortion
 constexpr double kMargin = 1.06;       // free space around the mesh
 
-double dot(const tVector& a, const tVector& b) {
-  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
-}
-
-tVector cross(const tVector& a, const tVector& b) {
-  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
-
-tVector difference(const tVector& a, const tVector& b) {
-  return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
-}
-
-tVector scaled(double s, const tVector& v) {
-  return {s * v[0], s * v[1], s * v[2]};
-}
-
-double length(const tVector& v) {
-  return std::hypot(v[0], v[1], v[2]);
-}
-
-tVector normalized(const tVector& v) {
-  const double size = length(v);
-  return {v[0] / size, v[1] / size, v[2] / size};
-}
-
-tVector toDouble(const Wm4::Vector3<float>& v) {
-  return {v[0], v[1], v[2]};
-}
-
-Wm4::Vector3<float> toFloat(const tVector& v) {
-  return {static_cast<float>(v[0]), static_cast<float>(v[1]), static_cast<float>(v[2])};
-}
-
 /// The mesh's vector with the given parts to the right, to the back and up.
 tVector fromSides(double right, double back, double up, qzCamera::tUp upAxis) {
   return upAxis == qzCamera::eUpZ ? tVector{right, back, up} : tVector{right, up, -back};
@@ -63,15 +30,6 @@ tVector turned(const tVector& v, double cosine, double sine, qzCamera::tUp upAxi
   const bool isZ = upAxis == qzCamera::eUpZ;
   const double right = v[0], back = isZ ? v[1] : -v[2], up = isZ ? v[2] : v[1];
   return fromSides(right * cosine - back * sine, right * sine + back * cosine, up, upAxis);
-}
-
-/// Calls function for the place of every corner of every triangle.
-template <class tFunction>
-void forEachVertex(const qz::qzTriMesh& mesh, const tFunction& function) {
-  const qz::qzIndexBuffer& indices = *mesh.getIndexBuffer();
-  for (int i = 0; i < indices.getNbIndices(); ++i) {
-    function(toDouble(mesh.getVertexBuffer()->Position3(indices.getIndices()[i])));
-  }
 }
 
 }  // namespace
@@ -148,7 +106,8 @@ double qzCamera::place(const tReach& reach) {
 qzCamera qzCamera::Frame(const qz::qzTriMesh& mesh, const tVector& direction, tUp up, double aspect) {
   qzCamera camera(direction, up, aspect);
   tReach reach(camera);
-  forEachVertex(mesh, [&](const tVector& p) {
+  forEachCorner(mesh, [&](const Wm4::Vector3<float>& corner) {
+    const tVector p = toDouble(corner);
     const double side[2] = {dot(p, camera.mRight), dot(p, camera.mUp)}, depth = dot(p, camera.mBackward);
     for (int k = 0; k < 2; ++k) {
       reach.mAbove[k] = std::max(reach.mAbove[k], side[k] + reach.mTangents[k] * depth);
@@ -162,7 +121,8 @@ qzCamera qzCamera::Frame(const qz::qzTriMesh& mesh, const tVector& direction, tU
   const tVector origin = toDouble(camera.getOrigin());
   camera.mNearest = -kLowest;
   camera.mFarthest = kLowest;
-  forEachVertex(mesh, [&](const tVector& p) {
+  forEachCorner(mesh, [&](const Wm4::Vector3<float>& corner) {
+    const tVector p = toDouble(corner);
     const double distance = -dot(difference(p, origin), camera.mBackward);
     camera.mNearest = std::min(camera.mNearest, distance);
     camera.mFarthest = std::max(camera.mFarthest, distance);
@@ -172,8 +132,7 @@ qzCamera qzCamera::Frame(const qz::qzTriMesh& mesh, const tVector& direction, tU
 
 std::vector<qzCamera> qzCamera::FrameTurning(const qz::qzTriMesh& mesh, const tVector& direction, tUp up, double aspect,
                                              int nbViews) {
-  qzBBox box;
-  forEachVertex(mesh, [&](const tVector& p) { box.selfExpand(toFloat(p)); });
+  const qzBBox box = boxOf(mesh);
   const tVector low = toDouble(box.getMinPoint()), high = toDouble(box.getMaxPoint());
   const tVector middle = {(low[0] + high[0]) / 2, (low[1] + high[1]) / 2, (low[2] + high[2]) / 2};
 
@@ -194,7 +153,8 @@ std::vector<qzCamera> qzCamera::FrameTurning(const qz::qzTriMesh& mesh, const tV
     above.emplace_back(difference(tilted, scaled(-1.0, sides[k])), axis);
     below.emplace_back(difference(tilted, sides[k]), axis);
   }
-  forEachVertex(mesh, [&](const tVector& p) {
+  forEachCorner(mesh, [&](const Wm4::Vector3<float>& corner) {
+    const tVector p = toDouble(corner);
     const tParts vertex(difference(p, middle), axis);
     const auto largest = [&](const tParts& v) { return vertex.mAlong * v.mAlong + vertex.mAcross * v.mAcross; };
     for (std::size_t k = 0; k < 2; ++k) {

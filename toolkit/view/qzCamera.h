@@ -2,8 +2,8 @@
 // qzCamera: a perspective camera that frames a mesh.
 
 #include <Wm4/Vector3.h>
+#include <toolkit/base/qzVectorMath.h>
 
-#include <array>
 #include <string>
 #include <vector>
 
@@ -15,7 +15,7 @@ namespace qzToolkit {
 
 class qzCamera {
  public:
-  using tVector = std::array<double, 3>;
+  using tVector = tVector3d;
 
   /// The axis that points up in the mesh.
   enum tUp { eUpY, eUpZ };

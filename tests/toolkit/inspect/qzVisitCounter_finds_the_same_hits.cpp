@@ -1,5 +1,6 @@
 #include <doctest/doctest.h>
 #include <toolkit/inspect/qzVisitCounter.h>
+#include <toolkit/query/qzRayCast.h>
 
 #include "support/qzBits.h"
 #include "support/qzTestMeshes.h"

@@ -6,6 +6,7 @@
 #include <toolkit/base/qzNumber.h>
 #include <toolkit/io/table/qzNumpyArray.h>
 #include <toolkit/io/table/qzRayFile.h>
+#include <toolkit/query/qzRayCast.h>
 #include <toolkit/run/qzProgress.h>
 #include <toolkit/run/qzThreads.h>
 

@@ -3,6 +3,7 @@
 #include <assimp/config.h>
 #include <assimp/scene.h>
 #include <toolkit/base/qzError.h>
+#include <toolkit/base/qzVectorMath.h>
 #include <toolkit/io/file/qzFile.h>
 #include <toolkit/io/mesh/qzMeshFileCheck.h>
 #include <toolkit/io/mesh/qzObjFile.h>
@@ -15,7 +16,6 @@
 #include <assimp/Logger.hpp>
 #include <cctype>
 #include <climits>
-#include <cmath>
 #include <cstdint>
 #include <new>
 #include <type_traits>
@@ -233,9 +233,8 @@ qzPolygonMesh readPolygons(const std::string& name, tNonFinite nonFinite) {
 }
 
 void checkVertices(const std::string& name, const qzPolygonMesh& mesh) {
-  const auto bad = std::find_if(mesh.mVertices.begin(), mesh.mVertices.end(), [](const Wm4::Vector3<float>& vertex) {
-    return !(std::isfinite(vertex[0]) && std::isfinite(vertex[1]) && std::isfinite(vertex[2]));
-  });
+  const auto bad = std::find_if_not(mesh.mVertices.begin(), mesh.mVertices.end(),
+                                    [](const Wm4::Vector3<float>& vertex) { return isFinite(vertex); });
   if (bad == mesh.mVertices.end()) return;
   throw qzError(name + ": vertex " + std::to_string(bad - mesh.mVertices.begin()), "a coordinate is not finite");
 }

@@ -1,9 +1,9 @@
 #pragma once
 // Rays and hits as tables in files, text with commas (CSV) or .npy arrays, read and written block by block.
 
+#include <toolkit/base/qzRay.h>
 #include <toolkit/io/file/qzFile.h>
 #include <toolkit/io/table/qzNumpyHeader.h>
-#include <toolkit/query/qzRayCast.h>
 
 #include <cstddef>
 #include <functional>
