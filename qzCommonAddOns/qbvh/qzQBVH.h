@@ -194,7 +194,8 @@ class QZ_COMMONADDONS_API qzQBVH {
   static constexpr unsigned kNoChild = 0xFFFFFFFFu;     ///< Row 6 of an empty lane.
   static constexpr unsigned kNoTriangle = 0xFFFFFFFFu;  ///< Number of a padding lane, and of no hit.
 
-  /// Releases all arrays and allocates those that flags ask for, contents unset, sizes set. Results are not checked.
+  /// Releases all arrays and allocates those that flags ask for, contents unset, sizes set. mRootBBox keeps its value.
+  /// Results are not checked.
   void allocate(tQBVHDataFlags flags, unsigned noNodes, unsigned noQuadruplets);
 
   /// Sets mRootBBox around the four lanes of node 0; false, and no change, when there are no nodes.
@@ -204,7 +205,7 @@ class QZ_COMMONADDONS_API qzQBVH {
   tSOATriangleVertices* mTriangleVertices = nullptr;    ///< Of every quadruplet; null without eTrianglesVertices.
   tSOATriangleEquations* mTriangleEquations = nullptr;  ///< Of every quadruplet; null without eTrianglesEquations.
   tSOATriangleIndices* mTriangleIndices = nullptr;      ///< Of every quadruplet; null without flags.
-  qzBBox mRootBBox;                                     ///< Around everything; no query asks it.
+  qzBBox mRootBBox;                                     ///< Around everything; no answer depends on it.
   tQBVHDataFlags mFlags = tQBVHDataFlags(0);            ///< Which arrays there are.
   unsigned mNoNodes = 0;                                ///< Length of mNodes.
   unsigned mNoQuadruplets = 0;                          ///< Length of the other three arrays.

@@ -146,18 +146,32 @@ struct qzQBVH::tHullQuery {
   tHullQuery(const qzQBVH& qbvh, const tPlane* planes, unsigned int nbPlanes)
       : mQBVH(qbvh), mPlanes(planes), mNbPlanes(nbPlanes) {
     readPlanes();
-    const Wm4::Vector3<float> min = qbvh.mRootBBox.getMinPoint(), max = qbvh.mRootBBox.getMaxPoint();
-    float reach = 0.0f, extent = 0.0f;
-    bool isModerate = mHasModeratePlanes;
-    for (int axis = 0; axis < 3; ++axis) {
-      isModerate &= min[axis] >= -kModerate && max[axis] <= kModerate;
-      reach = std::max(reach, std::max(-min[axis], max[axis]));
-      extent = std::max(extent, max[axis] - min[axis]);
-    }
-    mIsOrderly = isModerate && nbPlanes <= kMaxCorners && qbvh.mIsNested;
+    mIsOrderly = mHasModeratePlanes && nbPlanes <= kMaxCorners && qbvh.mIsNested && qbvh.mNoNodes != 0;
+    mHasRegionBox = false;
+    if (!mIsOrderly) return;
+    const float reach = reachOf(qbvh.mNodes[0]);
+    mIsOrderly = reach <= kModerate;
     // Padding triangles are at the origin, not within the box of their leaf.
-    mHasRegionBox = mIsOrderly && qbvh.mIsSnug && !mIsOriginInside && nbPlanes == 6 && isSmall(0.125f * extent);
+    mHasRegionBox =
+        mIsOrderly && qbvh.mIsSnug && !mIsOriginInside && nbPlanes == 6 && isSmall(0.125f * extentOf(qbvh.mRootBBox));
     if (mHasRegionBox) mRegionBox.setAround(planes, reach);
+  }
+
+  // The largest coordinate of the root's four boxes, within which all others lie. An empty lane has none.
+  static float reachOf(const tSOANode& root) {
+    __m128 largest = _mm_setzero_ps();
+    for (int axis = 0; axis < 3; ++axis) {
+      const __m128 min = _mm_load_ps(root.mMin[axis]), max = _mm_load_ps(root.mMax[axis]);
+      largest = _mm_max_ps(largest, _mm_max_ps(_mm_xor_ps(min, _mm_set1_ps(-0.0f)), max));
+    }
+    const __m128 pair = _mm_max_ps(largest, _mm_movehl_ps(largest, largest));
+    return _mm_cvtss_f32(_mm_max_ss(pair, _mm_shuffle_ps(pair, pair, _MM_SHUFFLE(1, 1, 1, 1))));
+  }
+
+  // Only tells whether a region box is worth its while: answers do not depend on the root box.
+  static float extentOf(const qzBBox& box) {
+    const Wm4::Vector3<float> min = box.getMinPoint(), max = box.getMaxPoint();
+    return std::max(std::max(max[0] - min[0], max[1] - min[1]), max[2] - min[2]);
   }
 
   void readPlanes() {
@@ -482,8 +496,8 @@ void qzQBVH::DeleteSOAPlaneEquationSet(tSOASinglePlaneEqn* set) {
 
 bool qzQBVH::intersectConvexHull(const tSOASinglePlaneEqn* planes, unsigned count) const {
   if (!(mFlags & eTrianglesVertices)) {
-    if (qzDetail::isLogged(qz::qzLogType(2))) {
-      qzDetail::logRecord(qz::qzLogType(2), "",
+    if (qzDetail::isLogged(qz::eLogError)) {
+      qzDetail::logRecord(qz::eLogError, "",
                           "error: QBVH is not built with the right data type (should be qzQBVH::eTrianglesVertices)");
     }
     return false;

@@ -23,6 +23,7 @@ using Planes = std::vector<Plane>;
 class HullQBVH : public qzQBVH {
  public:
   using qzQBVH::allocate;
+  using qzQBVH::mRootBBox;
   static constexpr unsigned int kInner = kInnerChild;
 
   /// buildFromMesh with vertices, its log records kept to themselves.

@@ -90,6 +90,22 @@ TEST_CASE("a corner that clipping moves out of the triangle's box is found in a 
   }
 }
 
+TEST_CASE("the root box plays no part: the room for that drift comes from the boxes of the first node") {
+  // As before, smaller.
+  const float m = 0x1p-16f + kU + 0x1p-30f, beyond = m + 0.5f * kU, half = 0x1p-14f;
+  REQUIRE(-1.0f + (m + 1.0f) > beyond);
+  const Point far(-1.0f, -1.0f, -1.0f);
+  TwoTriangles hierarchy(Point(-1, 0x1p-13f, 0), Point(m, 0, 0), Point(-1, -1, 0), far, far, far);
+  const Planes planes = {Plane(-1, 0, 0, m),       Plane(1, 1, 0, -beyond), Plane(-1, 0, 0, half),
+                         Plane(1, -1, 0, -beyond), Plane(0, 0, 1, half),    Plane(0, 0, -1, half)};
+  const float r = 0x1p-11f;
+  for (const qzBBox& box : {hierarchy.mRootBBox, qzBBox(), qzBBox::Make(-r, -r, -r, r, r, r),
+                            qzBBox::Make(kNaN, kNaN, kNaN, kNaN, kNaN, kNaN)}) {
+    hierarchy.mRootBBox = box;
+    CHECK(meetsAsPlain(hierarchy, planes));
+  }
+}
+
 TEST_CASE("a corner that overflow moves to infinity is found where no corner of the triangle is inside") {
   const Point a(-2e38f, 0.0f, 0.0f), b(2e38f, 0.0f, 0.0f), c(-2e38f, 1.0f, 0.0f);
   HullQBVH hierarchy;

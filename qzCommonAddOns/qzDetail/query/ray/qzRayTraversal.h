@@ -56,6 +56,10 @@ struct tOrders {
 };
 inline constexpr tOrders kOrders;
 
+// Constants, not calls: at -O0 a call would leave a weak copy of numeric_limits' function, compiled for this variant.
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr float kLargest = std::numeric_limits<float>::max();
+
 /// An observer that is told nothing.
 struct tNoRayObserver {
   void nodeVisited() {}
@@ -104,8 +108,6 @@ class tRayTraversal {
   static constexpr unsigned int kInner = 0xFFFFFFFFu;  // number of quadruplets of an inner child
   static constexpr unsigned int kNoTriangle = 0xFFFFFFFFu;
   static constexpr int kStackSize = 128;  // a tree of our own builders needs 3 entries a level, up to 32 levels
-  static constexpr float kInfinity = std::numeric_limits<float>::infinity();
-  static constexpr float kLargest = std::numeric_limits<float>::max();
 
   struct tChild {
     float mKey;
@@ -404,7 +406,7 @@ void castRay(const tRayHierarchy& hierarchy, const tRayQuery& query, tRayHit& hi
   // Only the direction matters: nothing accepts a ray whose origin is infinite or NaN, nor one whose direction is, as
   // the point where it meets a plane is not finite. NaN fails the comparison.
   const __m128 size = _mm_andnot_ps(_mm_set1_ps(-0.0f), inverse);
-  const __m128 isFinite = _mm_cmple_ps(size, _mm_set1_ps(std::numeric_limits<float>::max()));
+  const __m128 isFinite = _mm_cmple_ps(size, _mm_set1_ps(kLargest));
   const bool isPlain =
       hierarchy.mIsNested && 0.0f <= query.mTMin && query.mTMin <= hit.mT && (_mm_movemask_ps(isFinite) & 7) == 7;
   if (query.mIsSymmetric) {
