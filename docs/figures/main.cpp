@@ -1,4 +1,4 @@
-// qzFigures folder: draws the figures of docs/ into the folder. Run by script/docs, and by a test that compares.
+// qzFigures folder: draws the figures of docs/ into the folder. Run by script/docs, and by a test that compares them.
 
 #include <qzSystem/qzLog.h>
 

@@ -1,4 +1,4 @@
-# Has PROGRAM draw the figures into WORK and compares each with the file of its name in IMAGES.
+# Runs PROGRAM, which draws the figures into WORK, and compares each with the file of the same name in IMAGES.
 file(REMOVE_RECURSE ${WORK})
 file(MAKE_DIRECTORY ${WORK})
 execute_process(COMMAND ${PROGRAM} ${WORK} COMMAND_ERROR_IS_FATAL ANY)

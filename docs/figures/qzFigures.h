@@ -1,13 +1,13 @@
 #pragma once
-// The figures of the pages, drawn from what the library really makes. Each function writes the files into a folder.
+// The figures of the pages, drawn from hierarchies that the library built. Each function writes files into a folder.
 
 #include <string>
 
-/// idea.svg: a small tree over triangles, as boxes and as a tree, and what a ray looks at.
+/// idea.svg: a small hierarchy over triangles, as boxes and as a tree, and the nodes that a ray tests.
 void drawIdea(const std::string& folder);
-/// plane.svg: a tree over the houses of a map, and what a search for a part of it looks at.
+/// plane.svg: a hierarchy over the houses of a map, and the nodes that a search tests.
 void drawPlane(const std::string& folder);
-/// node.svg: the words of a qzGNode, every bit found by asking the node about it.
+/// node.svg: the words of a qzGNode. The accessors of the node tell what every bit is for.
 void drawNode(const std::string& folder);
-/// four-wide.svg and quadruplet.svg: the rows of a qzQBVH, every cell where the compiler has it.
+/// four-wide.svg and quadruplet.svg: the rows of a qzQBVH, every cell at its address.
 void drawRows(const std::string& folder);

@@ -14,7 +14,7 @@ namespace {
 
 const std::string kOutline = "stroke=\"#555\" stroke-width=\"1\"";
 
-// A node of which one bit is set, counted from the end of its box.
+// base with one bit of one of its two words inverted.
 qzGNode nodeWithBit(const qzGNode& base, unsigned int word, unsigned int bit) {
   qzGNode node = base;
   std::uint32_t words[2];
@@ -30,7 +30,7 @@ struct Answer {
   std::function<float(const qzGNode&)> ask;
 };
 
-// Draws a word: each bit in the colour of what it answers, neighbours that answer the same as one field.
+// Draws a word. A bit belongs to the accessor whose result it changes; neighbouring bits of one accessor are one field.
 void drawWord(Svg& svg, Point corner, const qzGNode& base, unsigned int word, const std::vector<Answer>& answers) {
   const double width = 27;
   const auto answerOf = [&](unsigned int bit) {
@@ -106,7 +106,7 @@ void drawNode(const std::string& folder) {
 
 namespace {
 
-// Numbers as short as they can be told apart in a picture.
+// Short texts for the numbers of a figure.
 std::string shortNumber(float value) {
   char text[32];
   std::snprintf(text, sizeof text, "%.3g", static_cast<double>(value) + 0.0);
@@ -117,7 +117,7 @@ std::string shortNumber(unsigned int value) {
   return value == 0xFFFFFFFFu ? "0xFFFFFFFF" : std::to_string(value);
 }
 
-// Draws structures of four-lane rows: every cell at the row and lane where its address says that it is.
+// Draws structures of four-lane rows: every cell at the row and lane of its address.
 class Rows {
  public:
   Rows(Svg& svg, Point corner, const void* start, std::size_t size, const std::string& title)
@@ -151,7 +151,7 @@ class Rows {
   const char* mStart;
 };
 
-// A hierarchy that shows its rows.
+// A hierarchy that draws its rows.
 class OpenHierarchy : public qzQBVH {
  public:
   void drawNode(Svg& svg, Point corner, unsigned int number) const {
@@ -189,7 +189,7 @@ class OpenHierarchy : public qzQBVH {
     for (int c = 0; c < 4; ++c) rows.row(names[2][c], equations.mW[c], "#f4d8b0");
   }
 
-  /// The quadruplet that begins with a triangle.
+  /// The quadruplet with this triangle in lane 0.
   unsigned int quadrupletFrom(unsigned int triangle) const {
     unsigned int quadruplet = 0;
     while (mTriangleIndices[quadruplet].mTriangle[0] != triangle) ++quadruplet;
@@ -212,7 +212,7 @@ qz::qzTriMesh trianglesAt(const std::vector<Point>& corners) {
 }  // namespace
 
 void drawRows(const std::string& folder) {
-  // A crowd on the left, which is divided again and again, and three triangles far above, which are a leaf.
+  // Sixteen triangles close together, which become several nodes, and three far above them, which become one leaf.
   std::vector<Point> corners{{0, 60}, {2, 60}, {0, 63}};
   for (int i = 0; i < 16; ++i) corners.push_back({2.0 * (i % 4), 3.0 * (i / 4)});
   const qz::qzTriMesh mesh = trianglesAt(corners);

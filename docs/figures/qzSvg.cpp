@@ -6,7 +6,7 @@
 
 namespace {
 
-// A tenth of a pixel is enough, and the same on every machine.
+// Rounded to a tenth of a pixel, so that the file is the same on every machine.
 std::string number(double value) {
   char text[32];
   std::snprintf(text, sizeof text, "%.1f", value);

@@ -1,5 +1,5 @@
 #pragma once
-// A picture of lines, boxes and words in a file, in pixels from the upper left corner.
+// An SVG file of lines, boxes and texts. Coordinates are pixels from the upper left corner.
 
 #include <string>
 #include <vector>
@@ -12,12 +12,12 @@ class Svg {
  public:
   Svg(int width, int height);
 
-  /// style is what the element gets besides its place, as SVG attributes.
+  /// style: further attributes of the SVG element.
   void box(Point corner, double width, double height, const std::string& style);
   void line(Point a, Point b, const std::string& style);
   void polygon(const std::vector<Point>& corners, const std::string& style);
   void circle(Point center, double radius, const std::string& style);
-  /// anchor is start, middle or end: what of the words stands at the place.
+  /// anchor: which part of the text is at the place, start, middle or end.
   void words(Point place, const std::string& text, const std::string& anchor, int size = 13,
              const std::string& style = "fill=\"#222\"");
 

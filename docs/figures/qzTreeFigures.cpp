@@ -20,7 +20,7 @@ std::string stroke(unsigned int level, double width) {
   return text;
 }
 
-// A part of the plane on a part of the picture, y upwards.
+// Maps the plane to the picture, y upwards.
 struct Frame {
   Point corner;
   double scale, height;
@@ -32,7 +32,7 @@ struct Place {
   double x;
 };
 
-// Where the nodes of a tree stand in a drawing of it: leaves in a row, each parent above the middle of its children.
+// Places the nodes of a tree in a drawing: leaves in a row, each parent above the middle of its children.
 double placeNodes(const qzGenericBVH& tree, unsigned int number, unsigned int level, double& nextLeaf,
                   std::vector<Place>& places) {
   const qzGNode& node = tree.getNode(number);
@@ -72,7 +72,7 @@ void drawIdea(const std::string& folder) {
   double nbLeaves = 0;
   placeNodes(tree, 0, 0, nbLeaves, places);
 
-  // A ray from the left, and the nodes whose boxes it meets.
+  // A ray from the left: nodes whose boxes it tests and hits.
   const Wm4::Vector3<float> origin(-2, 88, 0), direction(1, -0.62f, 0);
   std::set<unsigned int> asked, met;
   std::vector<unsigned int> open{0};
@@ -89,7 +89,7 @@ void drawIdea(const std::string& folder) {
 
   Svg svg(1040, 470);
   const Frame frame{{20, 40}, 4.1, 410};
-  svg.words({20, 24}, "Boxes around triangles, boxes around boxes, and a ray", "start", 15);
+  svg.words({20, 24}, "Bounding boxes of triangles, and a ray", "start", 15);
   for (std::size_t i = 0; i < corners.size(); i += 3) {
     std::vector<Point> triangle;
     for (std::size_t k = i; k < i + 3; ++k) triangle.push_back(frame(corners[k][0], corners[k][1]));
@@ -103,7 +103,7 @@ void drawIdea(const std::string& folder) {
   svg.line(frame(origin[0], origin[1]), frame(origin[0] + 102, origin[1] - 0.62 * 102),
            "stroke=\"#d62728\" stroke-width=\"2\"");
 
-  svg.words({470, 24}, "The same as a tree; in red what the ray goes into, in grey what it never asks", "start", 15);
+  svg.words({470, 24}, "The same as a tree. Red: hit by the ray. Grey: never tested.", "start", 15);
   const auto at = [&](const Place& place) {
     return Point{485 + place.x * (530.0 / (nbLeaves - 1)), 60.0 + place.level * 62.0};
   };
@@ -138,10 +138,10 @@ void drawIdea(const std::string& folder) {
       svg.circle(p, 8, style);
     }
   }
-  svg.words({485, 455},
+  svg.words({20, 466},
             std::to_string(corners.size() / 3) + " triangles, " + std::to_string(places.size()) +
                 " nodes: " + std::to_string(asked.size()) + " boxes tested, " + std::to_string(met.size()) +
-                " met. A square is a leaf with its number of triangles.",
+                " hit. Squares are leaves with their number of triangles.",
             "start", 13);
   svg.write(folder + "/idea.svg");
 }
@@ -167,7 +167,7 @@ void drawPlane(const std::string& folder) {
   std::mt19937 random(3);
   const auto upTo = [&random](unsigned int limit) { return static_cast<float>(random() % limit); };
   std::vector<qzBBox2D> houses;
-  for (int i = 0; i < 400; ++i) {  // the farther from the middle the fewer
+  for (int i = 0; i < 400; ++i) {  // dense in the middle, sparse outside
     const float x = (upTo(1000) + upTo(1000)) / 2, y = (upTo(600) + upTo(600)) / 2;
     houses.push_back(qzBBox2D::Make(x, y, x + 6 + upTo(8), y + 6 + upTo(8)));
   }
@@ -184,7 +184,7 @@ void drawPlane(const std::string& folder) {
     bool isAsked;
   };
   std::vector<Visit> nodes{{0, 0, true}};
-  for (std::size_t i = 0; i < nodes.size(); ++i) {  // grows on the way
+  for (std::size_t i = 0; i < nodes.size(); ++i) {  // the loop appends
     const Visit next = nodes[i];
     const qzGNode2D& node = tree.getNode(next.node);
     const bool isMet = next.isAsked && node.getBBox().overlaps(area);

@@ -1,4 +1,4 @@
-# Has DOXYGEN make the reference in WORK, without a warning, and looks whether every exported class of HEADERS is in it.
+# Runs DOXYGEN in WORK, which must give no warning, and checks that the reference has every exported class of HEADERS.
 file(REMOVE_RECURSE ${WORK}/html)
 execute_process(COMMAND ${DOXYGEN} ${WORK}/Doxyfile COMMAND_ERROR_IS_FATAL ANY)
 file(READ ${WORK}/html/annotated.html list)

@@ -1,13 +1,13 @@
-# What Doxygen reads in place of a header or a page of this project, which are written to be read as they stand.
+# Translates a header or a page of this project for Doxygen.
 #
 # A header. Its opening comment, "// name: text", becomes the description of the class of that name. In a comment with
 # three slashes
 #     name   text        two blanks or more after a name: what an argument is
 #     Returns ...        what comes back, unless it is the first line
 #     Failure: ...       a heading of its own; also Cost, Ties, NaN, Bits, Threads, Source
-#     "  ..."            two blanks or more where no argument or list item is described: as it stands, for tables
-#     a . b              a product, whose dot must not end a sentence
-# and the comment goes for every declaration that follows it without an empty line or a comment in between.
+#     "  ..."            two blanks or more outside of arguments and list items: verbatim, for tables
+#     a . b              a product; its dot does not end the sentence
+# A comment applies to all declarations up to the next empty line or comment.
 # A page. A link to what is neither a page nor a picture becomes its text.
 
 FNR == 1 { isPage = FILENAME ~ /\.md$/; isOpening = !isPage }

@@ -1,5 +1,5 @@
 #pragma once
-// Wm4::Box3: oriented box, a centre, three axes and the half extent along each. Stand-in for the foundation's type.
+// Wm4::Box3: oriented box: centre, three axes, half extent along each. Stand-in for the foundation library's type.
 
 #include <Wm4/Vector3.h>
 

@@ -1,5 +1,5 @@
 #pragma once
-// Wm4::Vector2: two components in a row, and nothing else. Stand-in for the foundation library's type.
+// Wm4::Vector2: two contiguous components and no other data. Stand-in for the foundation library's type.
 
 namespace Wm4 {
 

@@ -1,6 +1,5 @@
 #pragma once
-// qz::qzCancelInterfaceReadOnly: asks whether the caller wants a long operation abandoned. Stand-in for the scene
-// library's type.
+// qz::qzCancelInterfaceReadOnly: tells a long operation whether to stop. Stand-in for the scene library's type.
 
 namespace qz {
 
@@ -8,7 +7,7 @@ class qzCancelInterfaceReadOnly {
  public:
   virtual ~qzCancelInterfaceReadOnly();
 
-  /// True when the work should stop; once true it must stay true until the operation has returned.
+  /// Whether to stop. Once true it must stay true until the operation has returned.
   virtual bool isCanceled() const = 0;
 };
 

@@ -9,7 +9,7 @@ namespace qz {
 
 class qzIndexBuffer {
  public:
-  /// Copies nbIndices numbers; none when nbIndices is 0 or negative, which getNbIndices then reports as given.
+  /// Copies nbIndices numbers, none if nbIndices is 0 or negative. getNbIndices returns nbIndices as given.
   qzIndexBuffer(const int* indices, int nbIndices)
       : mIndices(indices, indices + (nbIndices > 0 ? nbIndices : 0)), mNbIndices(nbIndices) {}
 

@@ -10,7 +10,7 @@ namespace qz {
 
 class qzVertexBuffer {
  public:
-  /// Copies nbVertices positions; none when nbVertices is 0 or negative, which getNbVertices then reports as given.
+  /// Copies nbVertices positions, none if nbVertices is 0 or negative. getNbVertices returns nbVertices as given.
   qzVertexBuffer(const Wm4::Vector3<float>* positions, int nbVertices)
       : mPositions(positions, positions + (nbVertices > 0 ? nbVertices : 0)), mNbVertices(nbVertices) {}
 

@@ -1,5 +1,5 @@
 #pragma once
-// qz::qzLog: where log records go. Stand-in for the system library's type.
+// qz::qzLog: a sink for log records. Stand-in for the system library's type.
 
 #include <string>
 
@@ -7,7 +7,7 @@ namespace qz {
 
 enum qzLogType : int { eLogTrace = 0, eLogInfo = 1, eLogError = 2 };
 
-/// A sink; an application installs its own by setting msInstance, and takes it out again before destroying it.
+/// An application derives from it and sets msInstance, and resets msInstance before destroying the object.
 class qzLog {
  public:
   static qzLog* msInstance;  // null at start

@@ -9,7 +9,7 @@ qzLogObject::qzLogObject(qzLogType type, const char* category, qzLog* logger, co
     : mType(type), mCategory(category), mLogger(logger) {}
 
 qzLogObject::~qzLogObject() {
-  // A destructor must not throw: what a logger cannot take, for want of memory say, is lost.
+  // A destructor must not throw: if the logger throws, for lack of memory for example, the record is lost.
   try {
     if (mLogger != nullptr) {
       mLogger->write(mType, mCategory, mText);

@@ -1,5 +1,5 @@
 #pragma once
-// qz::qzLogObject: one log record, put together with << and written when it is destroyed. Stand-in for the system
+// qz::qzLogObject: one log record, composed with << and written by the destructor. Stand-in for the system
 // library's type.
 
 #include <qzSystem/qzLog.h>

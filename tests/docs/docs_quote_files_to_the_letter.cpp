@@ -45,7 +45,7 @@ TEST_CASE("every example is quoted") {
   }
 }
 
-TEST_CASE("links and pictures within the project lead to something") {
+TEST_CASE("links and pictures within the project have a target") {
   const std::regex link("\\]\\(([^)#]+)(#[^)]*)?\\)");
   int nbLinks = 0;
   for (const std::string& page : qzTest::pages()) {
@@ -63,7 +63,7 @@ TEST_CASE("links and pictures within the project lead to something") {
   CHECK(nbLinks > 0);
 }
 
-TEST_CASE("docs/README.md leads to every page and is led to from the first one") {
+TEST_CASE("docs/README.md links every page, and README.md links it") {
   const std::string index = qzTest::contentOf("docs/README.md");
   for (const std::string& page : qzTest::pages()) {
     const std::string prefix = "docs/";

@@ -16,7 +16,7 @@ bool isShell(const qzTest::Block& block) {
   return block.language == "sh" && qzTest::valueOf(block.mark, "file").empty();
 }
 
-// The commands of a page in their order, but for those that are marked as not run.
+// The commands of a page in order, except those marked as not run.
 std::string commandsOf(const std::string& page) {
   std::string commands;
   for (const qzTest::Block& block : qzTest::blocksOf(page)) {
@@ -27,7 +27,7 @@ std::string commandsOf(const std::string& page) {
 
 struct Ending {
   int exitCode;
-  std::string output;  // what appeared on both streams, each command before its output
+  std::string output;  // both streams, each command before its output
 };
 
 Ending runInShell(const qzTest::TemporaryFolder& folder, const std::string& commands) {
@@ -37,7 +37,7 @@ Ending runInShell(const qzTest::TemporaryFolder& folder, const std::string& comm
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, folder.read("commands.log")};
 }
 
-// What the pages take for granted: a mesh, compressed, and rays.
+// The files that commands of the pages may use: a compressed mesh, and rays.
 void fill(const qzTest::TemporaryFolder& folder) {
   folder.write("bike.obj.gz", qzTest::gzip(qzTest::asObj(qzTest::gridMesh(16))));
   folder.write("rays.csv", "0,0,5,0,0,-1\n1,2,5,0,0,-1\n");
@@ -45,7 +45,7 @@ void fill(const qzTest::TemporaryFolder& folder) {
 
 }  // namespace
 
-TEST_CASE("the commands of every page run where there are a mesh and rays") {
+TEST_CASE("the commands of every page run in a folder with a mesh and rays") {
   int nbPages = 0;
   for (const std::string& page : qzTest::pages()) {
     const std::string commands = commandsOf(page);
@@ -61,7 +61,7 @@ TEST_CASE("the commands of every page run where there are a mesh and rays") {
   CHECK(nbPages > 0);
 }
 
-TEST_CASE("a command that fails, and one that is not there, would be noticed") {
+TEST_CASE("a command that fails, and a missing one, are noticed") {
   const qzTest::TemporaryFolder folder;
   fill(folder);
   CHECK(runInShell(folder, "qzquery info bike.obj.gz\n").exitCode == 0);
@@ -69,7 +69,7 @@ TEST_CASE("a command that fails, and one that is not there, would be noticed") {
   CHECK(runInShell(folder, "qzanswer bike.obj.gz\ntrue\n").exitCode == 127);
 }
 
-TEST_CASE("scripts that the pages name in commands are there, also where these are not run") {
+TEST_CASE("scripts that commands name exist, even if the commands are not run") {
   int nbScripts = 0;
   for (const std::string& page : qzTest::pages()) {
     for (const qzTest::Block& block : qzTest::blocksOf(page)) {

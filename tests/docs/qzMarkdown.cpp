@@ -21,7 +21,7 @@ bool isBlank(const std::string& line) {
   return line.find_first_not_of(' ') == std::string::npos;
 }
 
-// The text of a line that is an HTML comment and nothing else.
+// The text of an HTML comment that fills a line.
 std::string markOf(const std::string& line) {
   const std::string start = "<!-- ", end = " -->";
   if (!startsWith(line, start) || line.size() < start.size() + end.size()) return "";
@@ -68,7 +68,7 @@ std::vector<Block> blocksOf(const std::string& page) {
   std::vector<Block> blocks;
   std::istringstream lines(contentOf(page));
   std::string before;        // the last line with text
-  bool isAfterBlank = true;  // only behind an empty line does indented text begin a block
+  bool isAfterBlank = true;  // indented text begins a block only after an empty line
   bool isFenced = false, isIndented = false;
   int number = 0;
   for (std::string line; std::getline(lines, line);) {

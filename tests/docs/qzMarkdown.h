@@ -1,5 +1,5 @@
 #pragma once
-// The pages of this project and the blocks of text in them: fenced ones, and ones indented by four blanks.
+// The pages of this project and their blocks: fenced, or indented by four blanks.
 
 #include <string>
 #include <vector>
@@ -7,14 +7,14 @@
 namespace qzTest {
 
 struct Block {
-  std::string page;      ///< Its file, as seen from the root.
-  int line;              ///< Where its text begins, from 1.
-  std::string language;  ///< What a fence says it is; "" when it says nothing, "sh" for an indented block.
-  std::string mark;      ///< What the HTML comment says that stands on the last line with text before it; "" for none.
+  std::string page;      ///< File, relative to the root.
+  int line;              ///< First line of the text, from 1.
+  std::string language;  ///< Of the fence; "" without one, "sh" for an indented block.
+  std::string mark;      ///< Text of an HTML comment on the last non-empty line before the block, else "".
   std::string text;
 };
 
-/// README.md, CONTRIBUTING.md and docs/*.md, in the order of their names.
+/// README.md, CONTRIBUTING.md and docs/*.md, sorted by name.
 std::vector<std::string> pages();
 
 /// The blocks of a page.
@@ -23,10 +23,10 @@ std::vector<Block> blocksOf(const std::string& page);
 /// A page without its fenced blocks.
 std::string proseOf(const std::string& page);
 
-/// The bytes of a file, by its name as seen from the root.
+/// The bytes of a file, by its name relative to the root.
 std::string contentOf(const std::string& name);
 
-/// What a mark says behind a word and a colon: "a.cpp" of "file: a.cpp". Empty when it does not begin so.
+/// The text of a mark after a word and a colon, "a.cpp" for "file: a.cpp"; empty if it does not begin with them.
 std::string valueOf(const std::string& mark, const std::string& word);
 
 }  // namespace qzTest
