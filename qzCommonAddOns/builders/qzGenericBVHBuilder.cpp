@@ -36,7 +36,7 @@ namespace {
 
 constexpr unsigned int kMaxItemsPerLeaf = 16;
 constexpr unsigned int kMaxItemsToBin = 1024;
-constexpr unsigned int kMaxItemsToSort = 1u << 15;
+constexpr unsigned int kMaxItemsToSort = 1u << 13;
 constexpr int kMaxDepth = 32;
 constexpr qzBBox::tAxis kAxes[3] = {qzBBox::eAxisX, qzBBox::eAxisY, qzBBox::eAxisZ};
 
@@ -147,13 +147,14 @@ struct qzGenericBVHBuilder::tRecursion {
   void splitNode(unsigned int node, unsigned int start, unsigned int count, qzBBox::tAxis axis, float plane, int depth,
                  unsigned int nbSorted) {
     // An item right of the plane changes places with the last item not yet examined, which is examined next.
-    std::vector<unsigned int>& items = mBuilder.mItemIndices;
+    unsigned int* const items = mBuilder.mItemIndices.data();
+    const qzBBox* const bboxes = mBuilder.mItemBBoxes.data();
     const int component = componentOf(axis);
     tBoxLanes left, right;
     unsigned int i = start, j = start + count - 1;
     for (unsigned int k = 0; k < count; ++k) {
       const unsigned int item = items[i];
-      const qzBBox& bbox = mBuilder.mItemBBoxes[item];
+      const qzBBox& bbox = bboxes[item];
       if (plane >= centroidOf(bbox, component)) {
         left.unite(tBoxLanes(bbox));
         ++i;
@@ -252,10 +253,10 @@ struct qzGenericBVHBuilder::tRecursion {
   static void computeMedianKeys(qzGenericBVHBuilder& builder, const qzGNode& node, unsigned int start,
                                 unsigned int count, int component) {
     const float min = node.getBBox().getMinPoint()[component];
-    const unsigned int* items = &builder.mItemIndices[start];
-    for (unsigned int j = 0; j < count; ++j) {
-      builder.mSortKeys[j] = medianKey(builder.mItemBBoxes[items[j]], component, min);
-    }
+    const unsigned int* const items = &builder.mItemIndices[start];
+    const qzBBox* const bboxes = builder.mItemBBoxes.data();
+    unsigned int* const keys = builder.mSortKeys.data();
+    for (unsigned int j = 0; j < count; ++j) keys[j] = medianKey(bboxes[items[j]], component, min);
   }
 
   // Axis and plane of a split, or false for a leaf.

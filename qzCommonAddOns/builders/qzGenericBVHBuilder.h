@@ -80,7 +80,7 @@ class QZ_COMMONADDONS_API qzGenericBVHBuilder {
   std::vector<unsigned int> mItemIndices;  ///< Items in order; a build partitions them in place.
 
   // Scratch of median splits. The last one leaves an entry per item of its node. Entries behind those are from earlier,
-  // larger splits; in a build of more than 32768 items the positions among them may be in any order.
+  // larger splits; in a build of more than 8192 items the positions among them may be in any order.
   std::vector<unsigned int> mSortedPositions;  ///< Positions in the node, sorted by key.
   std::vector<unsigned int> mSortScratch;      ///< The same sorted by the low 24 bits of the key.
   std::vector<unsigned int> mSortKeys;         ///< Key of every position.

@@ -54,8 +54,6 @@ class BothSAHBuilders {
   /// The same with a formula; the calls of the functors must be the same, too. Returns them.
   std::vector<CostCall> build(NotingSAH::Formula formula);
 
-  /// As build(), but of the scratch arrays it compares the bins alone.
-  void buildWithScratchOfLastSplit();
   /// The median of all items by findMedianSplit along x; compares plane and scratch.
   void findMedianSplitOfAll();
   /// All items by buildIter below node 0, without build; compares the nodes and scratch.
@@ -71,7 +69,7 @@ class BothSAHBuilders {
  private:
   void compare() const;
   void compareBins() const;
-  void compareScratch() const;
+  void compareSort(std::size_t nbEntries) const;
 
   OpenSAHBuilder mBuilder;
   qzGenericBVH mTree;
