@@ -1,15 +1,14 @@
 #pragma once
-// How things are timed here: on one pinned thread, with the processor-time clock of the process, all contestants of a
-// comparison in turn, round after round. Machines drift; what holds is the ratio of two contestants in the same round.
+// Timing: one pinned thread, the processor time of the process, and all contestants of a comparison in turn, round
+// after round. The speed of a machine drifts; the ratio of two contestants in the same round cancels most of the drift.
 
-#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
 
 namespace qzBench {
 
-/// Seconds since it was made: of processor time of all threads of this process, of this thread alone, or on the wall.
+/// Seconds since construction: processor time of the whole process, processor time of this thread, or wall time.
 class qzStopwatch {
  public:
   enum tClock { eProcessorTime, eThreadTime, eWallTime };
@@ -21,42 +20,36 @@ class qzStopwatch {
   double mStart;
 };
 
-/// Somebody who does the work of a comparison.
+/// One side of a comparison.
 struct qzContestant {
   std::string mName;
-  double mItems;                            ///< how many triangles, rays or queries one run works through
-  std::function<double()> mRun;             ///< does the work once, returns the seconds of the part that counts
-  std::function<double()> mAgreement = {};  ///< after the runs: share of answers that are those of the first contestant
+  double mItems;                            ///< triangles, rays or queries per run
+  std::function<double()> mRun;             ///< does the work once, returns the seconds of the timed part
+  std::function<double()> mAgreement = {};  ///< after the runs: share of answers equal to the first contestant's
 };
 
 struct qzTiming {
   std::vector<double> mSecondsPerItem;  ///< one per round
 
   double getMedian() const;
-  double getSpread() const;  ///< median deviation from the median, as a share of it
+  double getSpread() const;  ///< median absolute deviation, relative to the median
 };
 
-/// Runs every contestant once per round, the first one first. One timing per contestant.
+/// Runs every contestant once per round, in the order of the list. Returns one timing per contestant.
 std::vector<qzTiming> runInTurn(const std::vector<qzContestant>& contestants, int rounds);
 
-/// How many times as fast as the other one is a contestant: the median over the rounds of the other's time per item
-/// over its own.
+/// Speed of own relative to other: the median over the rounds of other's time per item divided by own's.
 double timesAsFast(const qzTiming& own, const qzTiming& other);
 
 double median(std::vector<double> values);
 
-/// Keeps this thread, and those it starts, on the processor it runs on now; false when the system refuses.
+/// Pins this thread, and those it starts, to the processor it runs on now; false when the system refuses.
 bool pinToOneProcessor();
+/// Undoes pinToOneProcessor.
 void allowAllProcessors();
 
-/// Order-dependent hash of words, the same on every machine.
-class qzFingerprint {
- public:
-  void add(const void* bytes, std::size_t size);  ///< size must be a multiple of 4
-  std::string getText() const;                    ///< 8 hexadecimal digits
-
- private:
-  unsigned long long mState = 14695981039346656037ull;
-};
+/// Throws std::logic_error unless the floating-point mode is the default one: rounding to nearest, denormals kept. The
+/// library is measured in that mode, whatever its peers set.
+void expectDefaultFloatMode();
 
 }  // namespace qzBench

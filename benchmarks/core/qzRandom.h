@@ -1,6 +1,6 @@
 #pragma once
-// Random numbers that are the same everywhere: raw words of the standard's generator, which fixes them, and no
-// distribution of the standard library, which does not.
+// Random numbers that are the same on every machine: raw words of std::mt19937, whose sequence the standard fixes, and
+// none of the standard's distributions, whose results it does not fix.
 
 #include <random>
 
@@ -12,7 +12,7 @@ class qzRandom {
  public:
   explicit qzRandom(unsigned seed) : mWords(seed) {}
 
-  /// From 0 to just below 1.
+  /// Uniform in [0, 1).
   float unit() { return float(static_cast<unsigned>(mWords()) >> 8) * (1.0f / 16777216.0f); }
   unsigned below(unsigned count) {
     return static_cast<unsigned>((mWords() * static_cast<unsigned long long>(count)) >> 32);
@@ -23,7 +23,7 @@ class qzRandom {
     return tVector(x, y, z);
   }
 
-  /// Evenly spread over the sphere of radius 1.
+  /// Uniform on the sphere of radius 1.
   tVector onUnitSphere() {
     for (;;) {
       const tVector p = inUnitCube();

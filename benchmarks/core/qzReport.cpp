@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <ctime>
 #include <fstream>
 #include <nlohmann/json.hpp>
 
@@ -9,7 +10,7 @@ namespace qzBench {
 
 namespace {
 
-/// With the four digits that may mean something.
+/// Rounded to four significant digits.
 double rounded(double value) {
   if (value == 0.0) return 0.0;
   const double unit = std::pow(10.0, std::floor(std::log10(std::fabs(value))) - 3.0);
@@ -21,7 +22,7 @@ double rounded(double value) {
 std::string processorName() {
   std::ifstream file("/proc/cpuinfo");
   std::string line, name = "unknown", family, model;
-  while (std::getline(file, line) && !line.empty()) {  // of the first processor
+  while (std::getline(file, line) && !line.empty()) {  // the first processor
     const auto read = [&line](const char* key, std::string& value) {
       if (line.rfind(key, 0) == 0 && line.find(": ") != std::string::npos) value = line.substr(line.find(": ") + 2);
     };
@@ -29,19 +30,26 @@ std::string processorName() {
     read("cpu family\t", family);
     read("model\t", model);
   }
-  return name + ", family " + family + " model " + model;  // virtual machines do not tell much by name
+  return name + ", family " + family + " model " + model;  // virtual machines often hide the name
 }
 
-qzReport::qzReport(const tCircumstances& circumstances) : mCircumstances(circumstances) {
+std::string today() {
+  const std::time_t now = std::time(nullptr);
+  char text[16];
+  std::strftime(text, sizeof text, "%Y-%m-%d", std::gmtime(&now));
+  return text;
+}
+
+qzReport::qzReport(const tEnvironment& environment) : mEnvironment(environment) {
   std::printf("processor  %s\ncompiler   %s\nflags      %s\ncommit     %s\ndate       %s\n\n",
-              circumstances.mProcessor.c_str(), circumstances.mCompiler.c_str(), circumstances.mFlags.c_str(),
-              circumstances.mCommit.c_str(), circumstances.mDate.c_str());
+              environment.mProcessor.c_str(), environment.mCompiler.c_str(), environment.mFlags.c_str(),
+              environment.mCommit.c_str(), environment.mDate.c_str());
   std::printf(
-      "Contestants ran in turn, on one thread unless it says otherwise, timed by the processor-time clock.\n"
-      "\"first is\": how many times as fast as this line the first line of its block is, median over the rounds.\n"
-      "Spread: median deviation from the median.\n\n");
-  std::printf("%-18s %-11s %9s  %-22s %4s  %-19s %6s %9s  %s\n", "benchmark", "scene", "size", "contestant", "runs",
-              "median", "spread", "first is", "check");
+      "Contestants run in turn, on one thread unless stated otherwise; times are processor times.\n"
+      "first/this: speed of the first line of the block relative to this line, median over the runs.\n"
+      "spread: median absolute deviation, relative to the median.\n\n");
+  std::printf("%-18s %-11s %9s  %-22s %4s  %-19s %6s %10s  %s\n", "benchmark", "scene", "size", "contestant", "runs",
+              "median", "spread", "first/this", "check");
 }
 
 void qzReport::beginLine(const std::string& block) {
@@ -75,13 +83,13 @@ std::vector<qzTiming> qzReport::compare(const qzSubject& subject, const std::vec
       checkText = text;
       entry["agreement"] = share;
       if (share < subject.mAgreement) {
-        std::snprintf(text, sizeof text, ", FEWER THAN %g %%", subject.mAgreement * 100.0);
+        std::snprintf(text, sizeof text, ", BELOW %g %%", subject.mAgreement * 100.0);
         checkText += text;
         ++mNbDisagreements;
       }
     }
     beginLine(subject.mBenchmark + subject.mScene);
-    std::printf("%-18s %-11s %9lld  %-22s %4d  %8.1f ns/%-8s %4.1f %% %9s  %s\n", subject.mBenchmark.c_str(),
+    std::printf("%-18s %-11s %9lld  %-22s %4d  %8.1f ns/%-8s %4.1f %% %10s  %s\n", subject.mBenchmark.c_str(),
                 subject.mScene.c_str(), subject.mSize, contestants[i].mName.c_str(), subject.mRounds, nanoseconds,
                 subject.mUnit.c_str(), spread * 100.0, ratioText.c_str(), checkText.c_str());
     std::fflush(stdout);
@@ -107,11 +115,11 @@ std::string qzReport::getJson() const {
   const auto field = [&text](const char* name, const std::string& value) {
     text += std::string("  \"") + name + "\": " + nlohmann::json(value).dump() + ",\n";
   };
-  field("processor", mCircumstances.mProcessor);
-  field("compiler", mCircumstances.mCompiler);
-  field("flags", mCircumstances.mFlags);
-  field("commit", mCircumstances.mCommit);
-  field("date", mCircumstances.mDate);
+  field("processor", mEnvironment.mProcessor);
+  field("compiler", mEnvironment.mCompiler);
+  field("flags", mEnvironment.mFlags);
+  field("commit", mEnvironment.mCommit);
+  field("date", mEnvironment.mDate);
   text += "  \"results\": [\n";
   for (std::size_t i = 0; i < mLines.size(); ++i) text += "    " + mLines[i] + (i + 1 < mLines.size() ? ",\n" : "\n");
   return text + "  ]\n}\n";

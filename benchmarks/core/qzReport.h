@@ -1,5 +1,5 @@
 #pragma once
-// The results: a table for people as it comes, a JSON file for the rest.
+// Results of the benchmarks: a table printed line by line, and a JSON file.
 
 #include <functional>
 #include <string>
@@ -9,47 +9,50 @@
 
 namespace qzBench {
 
-/// What a comparison is about.
+/// What a comparison measures.
 struct qzSubject {
   std::string mBenchmark;  ///< "ray/chord"
   std::string mScene;
-  long long mSize;    ///< of the scene, in triangles or points
-  std::string mUnit;  ///< what is timed: "triangle", "ray", "query"
+  long long mSize;    ///< triangles or points of the scene
+  std::string mUnit;  ///< of the times: "triangle", "ray", "region"
   int mRounds;
-  double mAgreement = 0.0;  ///< the share of answers that the contestants should have in common
+  double mAgreement = 0.0;  ///< least share of equal answers
 };
 
 class qzReport {
  public:
-  /// What a figure means nothing without.
-  struct tCircumstances {
+  /// Where the figures come from.
+  struct tEnvironment {
     std::string mProcessor, mCompiler, mFlags, mCommit, mDate;
   };
-  explicit qzReport(const tCircumstances& circumstances);
+  explicit qzReport(const tEnvironment& environment);
 
-  /// Runs the contestants in turn and adds a line for each. The first one is what the others are held against; check
-  /// is the hash of its answers, asked for after the runs. Returns the timings.
+  /// Runs the contestants in turn and adds a line for each. The others are compared with the first one; check returns
+  /// the hash of its answers and is called after the runs. Returns the timings.
   std::vector<qzTiming> compare(const qzSubject& subject, const std::vector<qzContestant>& contestants,
                                 const std::function<std::string()>& check);
 
-  /// A line that is no comparison: bytes per triangle, say.
+  /// Adds a line that is not a comparison, bytes per triangle for example.
   void addFigure(const std::string& benchmark, const std::string& scene, long long size, const std::string& name,
                  double value, const std::string& unit);
 
-  /// Lines whose answers agree less than expected.
+  /// Lines with less agreement than required.
   int getNbDisagreements() const { return mNbDisagreements; }
   std::string getJson() const;
 
  private:
-  tCircumstances mCircumstances;
-  void beginLine(const std::string& block);
+  void beginLine(const std::string& block);  // an empty line before each block
 
+  tEnvironment mEnvironment;
   std::vector<std::string> mLines;  // each a JSON object
   std::string mLastBlock;
   int mNbDisagreements = 0;
 };
 
-/// The processor of this machine by name.
+/// Model name, family and model number of the processor.
 std::string processorName();
+
+/// The date in UTC, as "2026-01-31".
+std::string today();
 
 }  // namespace qzBench

@@ -1,34 +1,33 @@
 #pragma once
-// What the benchmarks compute with vectors.
+// Vector algebra of the benchmarks: that of the toolkit, and what only the benchmarks need.
 
-#include <Wm4/Vector3.h>
-
-#include <cmath>
+#include <toolkit/base/qzVectorMath.h>
 
 namespace qzBench {
 
-using tVector = Wm4::Vector3<float>;
+using tVector = Wm4::Vector3<float>;  ///< what the library and its peers are given
+using tVector3d = qzToolkit::tVector3d;
 
-inline tVector sum(const tVector& a, const tVector& b) {
-  return tVector(a[0] + b[0], a[1] + b[1], a[2] + b[2]);
+using qzToolkit::along;
+using qzToolkit::cross;
+using qzToolkit::difference;
+using qzToolkit::dot;
+using qzToolkit::scaled;
+using qzToolkit::toDouble;
+using qzToolkit::toFloat;
+
+template <class Vector>
+Vector sum(const Vector& a, const Vector& b) {
+  return {a[0] + b[0], a[1] + b[1], a[2] + b[2]};
 }
-inline tVector difference(const tVector& a, const tVector& b) {
-  return tVector(a[0] - b[0], a[1] - b[1], a[2] - b[2]);
-}
-inline tVector scaled(const tVector& a, float factor) {
-  return tVector(a[0] * factor, a[1] * factor, a[2] * factor);
-}
-inline tVector along(const tVector& a, float factor, const tVector& b) {
-  return sum(a, scaled(b, factor));
-}
-inline float dot(const tVector& a, const tVector& b) {
-  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
-}
-inline tVector cross(const tVector& a, const tVector& b) {
-  return tVector(a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]);
-}
+
+// The square root of a sum of squares fixes the bits of scenes and rays; std::hypot may differ between C libraries.
 inline tVector normalised(const tVector& a) {
-  return scaled(a, 1.0f / std::sqrt(dot(a, a)));
+  return scaled(1.0f / std::sqrt(dot(a, a)), a);
+}
+inline tVector3d normalised(const tVector3d& a) {
+  const double length = std::sqrt(dot(a, a));
+  return {a[0] / length, a[1] / length, a[2] / length};
 }
 
 /// Two vectors that form a right-handed frame with the unit vector axis.

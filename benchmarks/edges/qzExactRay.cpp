@@ -19,7 +19,7 @@ Number determinant(const tTriple<Number>& a, const tTriple<Number>& b, const tTr
   return a[0] * (b[1] * c[2] - b[2] * c[1]) + a[1] * (b[2] * c[0] - b[0] * c[2]) + a[2] * (b[0] * c[1] - b[1] * c[0]);
 }
 
-/// The same with all signs positive: what rounding errors are in proportion to.
+/// The same of absolute values, which bounds the rounding errors.
 double magnitude(const tTriple<double>& a, const tTriple<double>& b, const tTriple<double>& c) {
   const auto product = [&](int i, int j, int k) {
     return std::fabs(a[i]) * (std::fabs(b[j] * c[k]) + std::fabs(b[k] * c[j]));
@@ -27,10 +27,10 @@ double magnitude(const tTriple<double>& a, const tTriple<double>& b, const tTrip
   return product(0, 1, 2) + product(1, 2, 0) + product(2, 0, 1);
 }
 
-// Six roundings at most lie on the way of every product: two differences, two products, two sums.
+// At most six roundings per product: two differences, two products, two sums.
 constexpr double kErrorOfMagnitude = 8.0 * 0x1p-53;
 
-/// x * 2^173: the 24 digits of the smallest float begin at 2^-172.
+/// x * 2^173, which is an integer for every float.
 tInteger scaledToInteger(float x) {
   int exponent;
   const float fraction = std::frexp(x, &exponent);
@@ -39,8 +39,8 @@ tInteger scaledToInteger(float x) {
   return result;
 }
 
-/// The determinants that decide: the volumes that the line spans with the three edges, whose sum is direction . normal,
-/// and the one of the corners seen from the origin, which is normal . (corner - origin).
+/// Determinants that decide: the signed volumes of the line with each edge, whose sum is direction . normal; and that
+/// of the corners relative to the ray's origin, which is normal . (corner - origin).
 template <class Number>
 struct tDeterminants {
   tTriple<Number> mAtEdge;
@@ -58,7 +58,7 @@ tDeterminants<Number> determinantsOf(const tTriple<Number>& direction, const tTr
 }
 
 struct tDecision {
-  bool mIsMet = false, mIsOnEdge = false, mIsWithNormal = false;
+  bool mIsHit = false, mIsOnEdge = false, mIsWithNormal = false;
   double mDistance = 0.0;
 };
 
@@ -71,10 +71,10 @@ tDecision decide(const tDeterminants<Number>& values) {
     hasZero |= value == 0;
   }
   tDecision decision;
-  decision.mIsMet = hasPositive != hasNegative;
+  decision.mIsHit = hasPositive != hasNegative;
   decision.mIsOnEdge = hasZero;
   decision.mIsWithNormal = hasPositive;
-  if (decision.mIsMet) decision.mDistance = static_cast<double>(values.mCorners) / static_cast<double>(values.mSum);
+  if (decision.mIsHit) decision.mDistance = static_cast<double>(values.mCorners) / static_cast<double>(values.mSum);
   return decision;
 }
 
@@ -89,20 +89,9 @@ tDecision decideExactly(const qzRay& ray, const tVector (&vertex)[3]) {
   return decide(determinantsOf(direction, corner));
 }
 
-}  // namespace
-
-std::optional<qzCrossing> crossingOf(const qzRay& ray, const qzScene& scene, int triangle) {
-  tVector vertex[3];
-  tTriple<double> direction, corner[3];
-  for (int k = 0; k < 3; ++k) {
-    vertex[k] = scene.getVertex(triangle, k);
-    for (int axis = 0; axis < 3; ++axis)
-      corner[k][static_cast<std::size_t>(axis)] = double(vertex[k][axis]) - double(ray.mOrigin[axis]);
-  }
-  for (int axis = 0; axis < 3; ++axis) direction[static_cast<std::size_t>(axis)] = double(ray.mDirection[axis]);
-
-  // A clear miss is most of the work. A clear hit needs signs without doubt, and a distance of nine digits.
-  const tDeterminants<double> values = determinantsOf(direction, corner);
+/// The decision in double precision, if the signs are certain and, for a hit, the distance is right to nine digits.
+std::optional<tDecision> decideInDoubles(const tTriple<double>& direction, const tTriple<double> (&corner)[3],
+                                         const tDeterminants<double>& values) {
   bool isClear = true, hasPositive = false, hasNegative = false;
   double errorOfSum = 0.0;
   for (std::size_t k = 0; k < 3; ++k) {
@@ -112,12 +101,15 @@ std::optional<qzCrossing> crossingOf(const qzRay& ray, const qzScene& scene, int
     hasNegative |= values.mAtEdge[k] < -error;
     isClear &= std::fabs(values.mAtEdge[k]) > error;
   }
-  if (hasPositive && hasNegative) return std::nullopt;
+  if (hasPositive && hasNegative) return tDecision();  // most triangles: a certain miss
   const double errorOfCorners = kErrorOfMagnitude * magnitude(corner[0], corner[1], corner[2]);
   isClear &= std::fabs(values.mSum) > 1e9 * errorOfSum && std::fabs(values.mCorners) > 1e9 * errorOfCorners;
-  const tDecision decision = isClear ? decide(values) : decideExactly(ray, vertex);
-  if (!decision.mIsMet) return std::nullopt;
+  if (!isClear) return std::nullopt;
+  return decide(values);
+}
 
+/// Absolute cosine of the angle between direction and normal; directionDotNormal is their product.
+double cosineOf(const tTriple<double>& direction, const tTriple<double> (&corner)[3], double directionDotNormal) {
   tTriple<double> first, second;
   double squareOfDirection = 0.0, squareOfNormal = 0.0;
   for (std::size_t a = 0; a < 3; ++a) {
@@ -130,7 +122,26 @@ std::optional<qzCrossing> crossingOf(const qzRay& ray, const qzScene& scene, int
     const double component = first[b] * second[c] - first[c] * second[b];
     squareOfNormal += component * component;
   }
-  const double cosine = std::fabs(values.mSum) / std::sqrt(squareOfDirection * squareOfNormal);
+  return std::fabs(directionDotNormal) / std::sqrt(squareOfDirection * squareOfNormal);
+}
+
+}  // namespace
+
+std::optional<qzCrossing> crossingOf(const qzRay& ray, const qzScene& scene, int triangle) {
+  tVector vertex[3];
+  tTriple<double> direction, corner[3];
+  for (int k = 0; k < 3; ++k) {
+    vertex[k] = scene.getVertex(triangle, k);
+    for (int axis = 0; axis < 3; ++axis)
+      corner[k][static_cast<std::size_t>(axis)] = double(vertex[k][axis]) - double(ray.mOrigin[axis]);
+  }
+  for (int axis = 0; axis < 3; ++axis) direction[static_cast<std::size_t>(axis)] = double(ray.mDirection[axis]);
+
+  const tDeterminants<double> values = determinantsOf(direction, corner);
+  const std::optional<tDecision> inDoubles = decideInDoubles(direction, corner, values);
+  const tDecision decision = inDoubles ? *inDoubles : decideExactly(ray, vertex);
+  if (!decision.mIsHit) return std::nullopt;
+  const double cosine = cosineOf(direction, corner, values.mSum);
   return qzCrossing{decision.mDistance, decision.mIsWithNormal ? cosine : -cosine, decision.mIsOnEdge, triangle};
 }
 

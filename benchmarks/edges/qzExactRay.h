@@ -1,6 +1,6 @@
 #pragma once
-// Whether and where a ray meets a triangle, decided exactly for the floats that the ray and the vertices are. Signs
-// come from double precision where its error bound leaves no doubt, and from integers of any length everywhere else.
+// Exact intersection of a line and a triangle, both given in floats. Signs are computed in double precision where its
+// error bound allows, and in integers of arbitrary length otherwise.
 
 #include <optional>
 
@@ -8,16 +8,16 @@
 
 namespace qzBench {
 
-/// A point that a ray and a triangle have in common.
+/// An intersection point of a ray and a triangle.
 struct qzCrossing {
-  double mDistance;  ///< in lengths of the direction, right to 1e-9 of it, and to 1e-15 on an edge
-  double mCosine;    ///< of the angle between ray and normal, its sign exact
+  double mDistance;  ///< in lengths of the direction; relative error 1e-9, on an edge 1e-15
+  double mCosine;    ///< of the angle between ray and normal; the sign is exact
   bool mIsOnEdge;    ///< exactly
   int mTriangle;
 };
 
-/// Where the whole line origin + s * direction meets the triangle, its edges and corners included. None for a triangle
-/// without area and for a line within its plane: there, its neighbours have the point.
+/// Intersection of the line origin + s * direction, s of any sign, with the triangle including its edges and vertices.
+/// None for a triangle without area and for a line in its plane; adjacent triangles have those points.
 std::optional<qzCrossing> crossingOf(const qzRay& ray, const qzScene& scene, int triangle);
 
 }  // namespace qzBench

@@ -1,5 +1,5 @@
 #pragma once
-// Holds the hits that a query reports along a ray against those that there are.
+// Compares the hits that a contestant reports along a ray with the exact ones.
 
 #include <vector>
 
@@ -7,35 +7,35 @@
 
 namespace qzBench {
 
-/// Where a ray meets the surface around the target, decided exactly: points so close together that floats can hardly
-/// tell their distances apart, which is one point as a rule.
+/// The exact intersection of a ray with the surface around its target: usually one point, or several at distances that
+/// floats cannot separate.
 struct qzTruth {
-  double mBegin, mEnd;           ///< from the first point to the last one
-  bool mIsThrough;               ///< whether the ray changes sides there for sure, and does not just touch
-  int mNbPoints;                 ///< a shared edge or corner met exactly is one
-  double mGapBefore, mGapAfter;  ///< to the next points of the same triangles, infinite when there are none
+  double mBegin, mEnd;           ///< distances of the first and last point
+  bool mIsThrough;               ///< whether the ray certainly crosses the surface, and does not just touch it
+  int mNbPoints;                 ///< a shared edge or vertex that is hit exactly is one
+  double mGapBefore, mGapAfter;  ///< to the adjacent points on the same triangles, infinite if there are none
 };
 
-/// The points that lie nearest to distance, of those that ray and triangles have in common; none: mNbPoints is 0.
+/// The intersection of the ray with the triangles that is nearest to distance. mNbPoints is 0 if there is none.
 qzTruth truthOf(const qzScene& scene, const qzRay& ray, const std::vector<int>& triangles, double distance);
 
-/// What became of a ray at its target.
+/// The result of a ray at its target.
 enum qzVerdict {
   eFound,    ///< as many hits as points
-  eSlipped,  ///< passes through the surface without a hit
+  eSlipped,  ///< crosses the surface without a hit
   eTwice,    ///< more hits than points
-  eFewer,    ///< a hit, but fewer than points: two lie so close together that one is passed over
+  eFewer,    ///< a hit, but fewer than points: the next query began behind a second point
 };
 
-/// Counts of one contestant. Rays that only touch the surface within the accuracy of floats count nowhere.
+/// Counts of one contestant. Rays that only touch the surface, within the accuracy of floats, do not count.
 struct qzTally {
-  long long mNbRays = 0;                   ///< which pass through the surface at the target
+  long long mNbRays = 0;                   ///< rays that cross the surface at the target
   long long mNbSlipped = 0, mNbTwice = 0;  ///< of these
-  long long mNbPassing = 0;                ///< rays that pass by all triangles at the target
-  long long mNbBeside = 0;                 ///< of these, with a hit on one of them
-  std::vector<float> mErrors;              ///< from the hit to the point, where there is one of each
+  long long mNbMissing = 0;                ///< rays that miss all triangles at the target
+  long long mNbFalseHits = 0;              ///< of these, with a reported hit on one of them
+  std::vector<float> mErrors;              ///< distance errors, of rays with one point and one hit
 
-  /// hits in ascending order, all along the ray.
+  /// hits: all hits along the ray, in ascending order.
   qzVerdict add(const qzTruth& truth, const std::vector<int>& triangles, const std::vector<qzAnswer>& hits);
 };
 

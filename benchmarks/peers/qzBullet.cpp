@@ -24,18 +24,18 @@ struct tTriangleTest : btTriangleCallback {
   tTriangleTest(const btConvexShape& region, const btTransform& place) : mRegion(region), mPlace(place) {}
 
   void processTriangle(btVector3* corners, int, int) override {
-    if (mIsFound) return;
+    if (mIsHit) return;
     btTriangleShape triangle(corners[0], corners[1], corners[2]);
     triangle.setMargin(0.0f);
     btVector3 guess = (corners[0] + corners[1] + corners[2]) / 3.0f - mPlace.getOrigin();
     if (guess.length2() < 1e-12f) guess = btVector3(1.0f, 0.0f, 0.0f);
     btGjkEpaSolver2::sResults results;
-    mIsFound = !btGjkEpaSolver2::Distance(&mRegion, mPlace, &triangle, btTransform::getIdentity(), guess, results);
+    mIsHit = !btGjkEpaSolver2::Distance(&mRegion, mPlace, &triangle, btTransform::getIdentity(), guess, results);
   }
 
   const btConvexShape& mRegion;
   const btTransform& mPlace;
-  bool mIsFound = false;
+  bool mIsHit = false;
 };
 
 }  // namespace
@@ -58,10 +58,10 @@ qzBullet::qzBullet(const qzScene& scene, const std::vector<qzRegion>& regions) :
   tWorld& world = *mWorld;
   const float scale = 50.0f / scene.mRadius;
   const auto vector = [](const tVector& v) { return btVector3(v[0], v[1], v[2]); };
-  const auto inWorld = [&](const tVector& v) { return vector(scaled(difference(v, scene.mCentre), scale)); };
+  const auto inWorld = [&](const tVector& v) { return vector(scaled(scale, difference(v, scene.mCentre))); };
 
   for (const tVector& position : scene.mPositions)
-    world.mPositions.push_back(scaled(difference(position, scene.mCentre), scale));
+    world.mPositions.push_back(scaled(scale, difference(position, scene.mCentre)));
   world.mTriangles = std::make_unique<btTriangleIndexVertexArray>(
       scene.getNbTriangles(), const_cast<int*>(scene.getIndices()), int(3 * sizeof(int)), scene.getNbVertices(),
       &world.mPositions[0][0], int(sizeof(tVector)));
@@ -92,7 +92,7 @@ qzBullet::qzBullet(const qzScene& scene, const std::vector<qzRegion>& regions) :
 
 qzBullet::~qzBullet() = default;
 
-double qzBullet::askByContacts(std::vector<char>& answers) const {
+double qzBullet::intersectByContacts(std::vector<char>& answers) const {
   const qzStopwatch watch;
   for (std::size_t i = 0; i < answers.size(); ++i) {
     tContact contact;
@@ -102,7 +102,7 @@ double qzBullet::askByContacts(std::vector<char>& answers) const {
   return watch.getSeconds();
 }
 
-double qzBullet::askByTriangles(std::vector<char>& answers) const {
+double qzBullet::intersectByTriangles(std::vector<char>& answers) const {
   const qzStopwatch watch;
   for (std::size_t i = 0; i < answers.size(); ++i) {
     const btConvexShape& region = *mWorld->mRegionShapes[i];
@@ -111,7 +111,7 @@ double qzBullet::askByTriangles(std::vector<char>& answers) const {
     region.getAabb(place, min, max);
     tTriangleTest test(region, place);
     mWorld->mShape->processAllTriangles(&test, min, max);
-    answers[i] = test.mIsFound;
+    answers[i] = test.mIsHit;
   }
   return watch.getSeconds();
 }

@@ -1,5 +1,5 @@
 #pragma once
-// Bullet: a static triangle mesh, and boxes or convex hulls held against it.
+// Bullet: collision tests of boxes or convex hulls against a static triangle mesh.
 
 #include <memory>
 #include <string>
@@ -12,15 +12,16 @@ namespace qzBench {
 
 class qzBullet {
  public:
-  /// Everything is scaled to a diagonal of 100 units, the sizes that Bullet's tolerances are made for.
+  /// Scales everything to a diagonal of 100 units, which suits Bullet's tolerances.
   qzBullet(const qzScene& scene, const std::vector<qzRegion>& regions);
   ~qzBullet();
 
-  /// Two ways of asking whether the mesh reaches into each of the regions, 1 or 0; seconds for the first answers.size()
-  /// ones. By contacts: what the collision world offers, all contacts of the pair. By triangles: the shape's walk over
-  /// the triangles near the region's bounding box, each tested by GJK until one is found; the walk cannot be stopped.
-  double askByContacts(std::vector<char>& answers) const;
-  double askByTriangles(std::vector<char>& answers) const;
+  /// Whether the mesh intersects each of the first answers.size() regions, 1 or 0; return the seconds.
+  /// By contacts: the collision world's query, which computes all contacts of the pair. By triangles: traversal of the
+  /// triangles that overlap the region's bounding box, with a GJK test of each until one intersects. Bullet cannot stop
+  /// that traversal early.
+  double intersectByContacts(std::vector<char>& answers) const;
+  double intersectByTriangles(std::vector<char>& answers) const;
 
  private:
   struct tWorld;

@@ -1,5 +1,5 @@
 #pragma once
-// CGAL's tree of boxes, double precision.
+// CGAL: AABB_tree in double precision.
 
 #include <memory>
 #include <string>
@@ -16,10 +16,10 @@ class qzCgal {
   ~qzCgal();
 
   static std::string getName() { return "CGAL"; }
-  /// Builds anew from triangles in memory; returns the processor seconds.
+  /// Builds the tree from triangles in memory; returns the seconds.
   double build();
   void release();
-  /// Seconds for the first answers.size() rays.
+  /// Nearest hits of the first answers.size() rays; returns the seconds.
   double trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answers) const;
 
  private:

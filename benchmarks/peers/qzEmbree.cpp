@@ -13,7 +13,7 @@ namespace qzBench {
 
 namespace {
 
-/// The mode that Embree's manual asks its callers for; the library's own code never runs under it here.
+/// Sets the floating-point mode that Embree's manual recommends, and restores the previous one.
 class tFlushDenormals {
  public:
   tFlushDenormals() : mBefore(_mm_getcsr()) {
@@ -107,7 +107,7 @@ double qzEmbree::trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& an
   const tFlushDenormals mode;
   const qzStopwatch watch;
   RTCIntersectContext context;
-  rtcInitIntersectContext(&context);  // rays without coherence
+  rtcInitIntersectContext(&context);  // incoherent, the default
   for (std::size_t i = 0; i < answers.size(); ++i) {
     RTCRayHit query = queryOf(rays[i], 0.0f);
     rtcIntersect1(mScene, &context, &query);

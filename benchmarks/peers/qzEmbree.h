@@ -13,7 +13,7 @@ namespace qzBench {
 
 class qzEmbree {
  public:
-  /// isa is Embree's own word for an instruction set, "sse4.2" say, or empty for what a user gets.
+  /// isa is Embree's name of an instruction set, such as "sse4.2"; empty for the best that the processor has.
   qzEmbree(const qzScene& scene, RTCBuildQuality quality, const std::string& isa,
            RTCSceneFlags flags = RTC_SCENE_FLAG_NONE);
   ~qzEmbree();
@@ -22,16 +22,16 @@ class qzEmbree {
 
   std::string getName() const;
 
-  /// Builds anew from the buffers in memory; returns the processor seconds of the commit.
+  /// Builds the hierarchy from buffers in memory; returns the seconds of the commit.
   double build();
-  /// Releases what build made.
+  /// Releases the hierarchy.
   void release();
-  /// Seconds for the first answers.size() rays.
+  /// Nearest hits of the first answers.size() rays; returns the seconds.
   double trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answers) const;
-  /// The nearest hit beyond the distance tNear, as far as its rounding goes: the hit may also be a little before it.
+  /// The nearest hit beyond the distance tNear; by rounding it may lie slightly before it.
   qzAnswer castBeyond(float tNear, const qzRay& ray) const;
 
-  /// By Embree's own account, of the last build: bytes of the finished structure, most bytes at one time.
+  /// By Embree's memory monitor, for the last build: bytes of the finished structure, and peak bytes during the build.
   long long getBytes() const { return mBytes; }
   long long getPeakBytes() const { return mPeakBytes; }
 

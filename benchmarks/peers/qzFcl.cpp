@@ -30,7 +30,7 @@ std::unique_ptr<fcl::CollisionGeometry<tReal>> makeModel(const qzScene& scene, c
   return model;
 }
 
-/// The six sides of a region by its corners, counter-clockwise from outside.
+/// The faces of a region: the number of corners, then the corners, counter-clockwise from outside.
 const std::vector<int> kSides = {4, 0, 4, 6, 2, 4, 1, 3, 7, 5, 4, 0, 1, 5, 4,
                                  4, 2, 6, 7, 3, 4, 0, 2, 3, 1, 4, 4, 5, 7, 6};
 
@@ -43,16 +43,16 @@ struct qzFcl::tShapes {
 };
 
 qzFcl::qzFcl(const qzScene& scene, const std::vector<qzRegion>& regions)
-    : mVolume(regions[0].isBox() ? eTurnedBoxes : eSweptSpheres), mShapes(std::make_unique<tShapes>()) {
+    : mVolume(regions[0].isBox() ? eOrientedBoxes : eOrientedBoxesAndSpheres), mShapes(std::make_unique<tShapes>()) {
   const float scale = 50.0f / scene.mRadius;
   const auto inWorld = [&](const tVector& v) {
-    const tVector place = scaled(difference(v, scene.mCentre), scale);
+    const tVector place = scaled(scale, difference(v, scene.mCentre));
     return tPoint(place[0], place[1], place[2]);
   };
   std::vector<tPoint> points;
   for (const tVector& position : scene.mPositions) points.push_back(inWorld(position));
-  mShapes->mModel = mVolume == eTurnedBoxes ? makeModel<fcl::OBB<tReal>>(scene, points)
-                                            : makeModel<fcl::OBBRSS<tReal>>(scene, points);
+  mShapes->mModel = mVolume == eOrientedBoxes ? makeModel<fcl::OBB<tReal>>(scene, points)
+                                              : makeModel<fcl::OBBRSS<tReal>>(scene, points);
 
   for (const qzRegion& region : regions) {
     fcl::Transform3<tReal> place = fcl::Transform3<tReal>::Identity();
@@ -75,12 +75,12 @@ qzFcl::qzFcl(const qzScene& scene, const std::vector<qzRegion>& regions)
 
 qzFcl::~qzFcl() = default;
 
-double qzFcl::ask(std::vector<char>& answers) const {
+double qzFcl::intersect(std::vector<char>& answers) const {
   const fcl::Transform3<tReal> identity = fcl::Transform3<tReal>::Identity();
   fcl::CollisionRequest<tReal> request;
   request.num_max_contacts = 1;
   request.enable_contact = false;
-  request.gjk_solver_type = fcl::GST_LIBCCD;  // the faster of its two
+  request.gjk_solver_type = fcl::GST_LIBCCD;  // the faster of its two solvers
   const qzStopwatch watch;
   for (std::size_t i = 0; i < answers.size(); ++i) {
     fcl::CollisionResult<tReal> result;

@@ -1,5 +1,5 @@
 #pragma once
-// FCL: a tree over the mesh, and boxes or convex shapes held against it, stopping at the first contact.
+// FCL: collision tests of boxes or convex shapes against a hierarchy over the mesh, up to the first contact.
 
 #include <memory>
 #include <string>
@@ -12,21 +12,21 @@ namespace qzBench {
 
 class qzFcl {
  public:
-  /// Everything is scaled to a diagonal of 100 units, as for Bullet. Regions all boxes or all frusta.
+  /// Scales everything to a diagonal of 100 units, as for Bullet. The regions are all boxes or all frusta.
   qzFcl(const qzScene& scene, const std::vector<qzRegion>& regions);
   ~qzFcl();
 
   static std::string getName() { return "FCL"; }
-  /// Whether the mesh reaches into each of the regions, 1 or 0; seconds for the first answers.size() ones.
-  double ask(std::vector<char>& answers) const;
+  /// Whether the mesh intersects each of the first answers.size() regions, 1 or 0; returns the seconds.
+  double intersect(std::vector<char>& answers) const;
 
  private:
   struct tShapes;
 
-  // What the nodes of the tree are. Of those that FCL has, turned boxes are the fastest against boxes, up to ten times,
-  // but they miss half of the frusta; turned boxes with swept spheres do not. Other nodes than turned ones have FCL
-  // copy the whole tree for every question.
-  enum tVolume { eTurnedBoxes, eSweptSpheres };
+  // Bounding volumes of the nodes. Oriented boxes (OBB) are FCL's fastest against boxes, up to ten times as fast, but
+  // miss half of the frusta. Oriented boxes with rectangle swept spheres (OBBRSS) miss none. With axis-aligned volumes
+  // FCL copies the whole hierarchy in every query.
+  enum tVolume { eOrientedBoxes, eOrientedBoxesAndSpheres };
   tVolume mVolume;
   std::unique_ptr<tShapes> mShapes;
 };

@@ -3,18 +3,13 @@
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 #include <qzCommonAddOns/builders/qzGenericBVHBuilder.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
-#include <xmmintrin.h>
 
 #include <limits>
-#include <stdexcept>
 
+#include <benchmarks/core/qzFingerprint.h>
 #include <benchmarks/core/qzMeasure.h>
 
 namespace qzBench {
-
-void expectDefaultFloatMode() {
-  if ((_mm_getcsr() & ~0x3Fu) != 0x1F80u) throw std::logic_error("a peer left the floating-point mode changed");
-}
 
 qzPlaneSets::qzPlaneSets(const std::vector<qzRegion>& regions) {
   for (const qzRegion& region : regions) mSets.push_back(qzQBVH::CreateSOAPlaneEquationSet(region.mPlanes, 6));
@@ -32,7 +27,7 @@ std::string qzOurs::getName() const {
 
 namespace {
 
-/// The surface-area builder, filled with the boxes of a mesh's triangles.
+/// The surface-area builder with the boxes of a mesh's triangles as items.
 class tSurfaceAreaBuilder : public qzGenericBVHBuilder {
  public:
   explicit tSurfaceAreaBuilder(const qz::qzTriMesh& mesh) {
@@ -43,7 +38,7 @@ class tSurfaceAreaBuilder : public qzGenericBVHBuilder {
       mItemIndices[i] = i;
       mSceneBBox.selfUnion(mItemBBoxes[i]);
     }
-    setSAH(&mCost);  // the one that a builder makes for itself is never freed
+    setSAH(&mCost);  // the builder's own default functor is never freed
   }
 
  private:
@@ -89,33 +84,22 @@ double qzOurs::trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answ
 
 void qzOurs::trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answers, std::size_t begin,
                    std::size_t end) const {
-  Wm4::Vector2<float> barycentric;
-  for (std::size_t i = begin; i < end; ++i) {
-    qzAnswer& answer = answers[i];
-    answer.mDistance = std::numeric_limits<float>::infinity();
-    mHierarchy->intersectRay(rays[i].mOrigin, rays[i].mDirection, 0.0f, answer.mDistance, barycentric, answer.mTriangle,
-                             qzQBVH::eIntersectBothFaces);
-  }
+  for (std::size_t i = begin; i < end; ++i) answers[i] = castBeyond(0.0f, rays[i]);
 }
 
-double qzOurs::ask(const qzPlaneSets& regions, std::vector<char>& answers) const {
+qzAnswer qzOurs::castBeyond(float tNear, const qzRay& ray) const {
+  qzAnswer answer{std::numeric_limits<float>::infinity(), 0};
+  Wm4::Vector2<float> barycentric;
+  mHierarchy->intersectRay(ray.mOrigin, ray.mDirection, tNear, answer.mDistance, barycentric, answer.mTriangle,
+                           qzQBVH::eIntersectBothFaces);
+  return answer;
+}
+
+double qzOurs::intersect(const qzPlaneSets& regions, std::vector<char>& answers) const {
   expectDefaultFloatMode();
   const qzStopwatch watch;
   for (std::size_t i = 0; i < answers.size(); ++i) answers[i] = mHierarchy->intersectConvexHull(regions[i], 6);
   return watch.getSeconds();
-}
-
-std::string getCheck(const std::vector<qzAnswer>& answers) {
-  qzFingerprint fingerprint;
-  fingerprint.add(answers.data(), answers.size() * sizeof answers[0]);
-  return fingerprint.getText();
-}
-
-std::string getCheck(const std::vector<char>& answers) {
-  const std::vector<int> words(answers.begin(), answers.end());
-  qzFingerprint fingerprint;
-  fingerprint.add(words.data(), words.size() * sizeof words[0]);
-  return fingerprint.getText();
 }
 
 }  // namespace qzBench

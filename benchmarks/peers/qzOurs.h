@@ -1,5 +1,5 @@
 #pragma once
-// The library under measurement.
+// The library that is measured, with the same interface as its peers.
 
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
 
@@ -13,7 +13,7 @@
 
 namespace qzBench {
 
-/// The plane sets of regions, as the library makes them.
+/// The planes of regions in the library's four-lane layout.
 class qzPlaneSets {
  public:
   explicit qzPlaneSets(const std::vector<qzRegion>& regions);
@@ -29,29 +29,31 @@ class qzPlaneSets {
 
 class qzOurs {
  public:
-  /// Which builder makes the binary hierarchy.
+  /// The builder of the binary hierarchy.
   enum tBuilder { eLinear, eSurfaceArea };
   explicit qzOurs(const qzScene& scene, tBuilder builder = eLinear);
 
   std::string getName() const;
 
-  /// Builds anew from the mesh in memory; returns the processor seconds up to the finished hierarchy.
+  /// Builds the four-wide hierarchy from the mesh in memory; returns the seconds.
   double build(qzQBVH::tQBVHDataFlags flags = qzQBVH::eTrianglesEquations);
   /// Releases the hierarchy.
   void release() { mHierarchy.reset(); }
   /// Hash of all arrays of the hierarchy.
   std::string getBuildCheck() const;
 
-  /// Whether the mesh reaches into each of the regions, 1 or 0; seconds for the first answers.size() ones. Needs a
-  /// build with eTrianglesVertices.
-  double ask(const qzPlaneSets& regions, std::vector<char>& answers) const;
-  /// Seconds for the first answers.size() rays.
+  /// Nearest hits of the first answers.size() rays; returns the seconds.
   double trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answers) const;
-  /// The part of it from ray begin to ray end, for several threads.
+  /// Nearest hits of the rays from begin up to end, untimed; for one of several threads.
   void trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answers, std::size_t begin, std::size_t end) const;
+  /// The nearest hit at the distance tNear or beyond it.
+  qzAnswer castBeyond(float tNear, const qzRay& ray) const;
+  /// Whether the mesh intersects each of the first answers.size() regions, 1 or 0; returns the seconds. Needs a build
+  /// with eTrianglesVertices.
+  double intersect(const qzPlaneSets& regions, std::vector<char>& answers) const;
 
  private:
-  /// Gives a look at the arrays.
+  /// Has access to the protected arrays.
   struct tHierarchy : qzQBVH {
     std::string getCheck() const;
   };
@@ -60,13 +62,5 @@ class qzOurs {
   tBuilder mBuilder;
   std::unique_ptr<tHierarchy> mHierarchy;
 };
-
-/// Hash of distances and triangles, or of yes and no.
-std::string getCheck(const std::vector<qzAnswer>& answers);
-std::string getCheck(const std::vector<char>& answers);
-
-/// Throws unless the floating-point mode is the default one: rounding to nearest, denormals kept. That is what the
-/// library is measured under, whatever the peers did.
-void expectDefaultFloatMode();
 
 }  // namespace qzBench

@@ -16,7 +16,7 @@ lines(benchmark, contestant, kind) = sprintf( \
 
 set terminal pngcairo size 1500, 500 font "sans,11"
 set output "docs/images/speed-growth.png"
-set multiplot layout 1, 3 title "Time to build a hierarchy, by size\n{/*0.8 ".processor.", one thread}"
+set multiplot layout 1, 3 title "Build time per triangle or point, by size\n{/*0.8 ".processor.", one thread}"
 set logscale x
 set format x "10^{%L}"
 set xlabel "triangles"
@@ -38,17 +38,17 @@ set ylabel "ns per point"
 plot lines("build 2D", "2D linear builder", "points") with linespoints ls 1 title "qzLinearGenericBVH2DBuilder"
 unset multiplot
 
-# Rates as shares of a peer's, per scene, one group of bars each.
+# Rates relative to a peer's, one group of bars per scene.
 bars(benchmark, contestant) = sprintf( \
   "< for s in motorbike dragon terrain1M terrain10M; do awk -F'\\t' -v OFS='\\t' -v s=$s '$1 == \"%s\" && $2 == \"%s\" && $3 == s {print s, $6}' out/plot/results.tsv; done", \
   benchmark, contestant)
 set output "docs/images/speed-ratios.png"
-set multiplot layout 1, 3 title "Our rate over that of Embree, same triangles and rays\n{/*0.8 ".processor.", one thread}"
+set multiplot layout 1, 3 title "Rate of qzQBVH relative to Embree, same triangles and rays\n{/*0.8 ".processor.", one thread}"
 unset logscale x
 set format x
 set xrange [*:*]
 unset xlabel
-set ylabel "times as fast"
+set ylabel "relative rate"
 set style data histogram
 set style histogram clustered gap 1
 set style fill solid 0.9 noborder
@@ -61,14 +61,14 @@ ratios = "plot bars('build'.kind, contestant) using 2:xtic(1) title 'build' lc r
                bars('ray/chord'.kind, contestant) using 2 title 'chords' lc rgb '#33a02c'"
 kind = ""
 contestant = "Embree LOW sse4.2"
-set title "qzQBVH over ".contestant
+set title "qzQBVH relative to ".contestant
 @ratios
 contestant = "Embree MEDIUM"
-set title "qzQBVH over ".contestant
+set title "qzQBVH relative to ".contestant
 @ratios
 kind = "/SAH"
 contestant = "Embree MEDIUM sse4.2"
-set title "qzQBVH surface-area over ".contestant
+set title "qzQBVH surface-area relative to ".contestant
 @ratios
 unset multiplot
 unset arrow 1
@@ -76,13 +76,14 @@ unset arrow 1
 hulls(contestant) = sprintf( \
   "< awk -F'\\t' -v OFS='\\t' '$1 ~ /^hull/ && $2 ~ /^%s/ {print substr($1, 6) \"\\\\n\" $3, 1e6 / $5}' out/plot/results.tsv", \
   contestant)
-set terminal pngcairo size 1300, 480 font "sans,11"
+set terminal pngcairo size 1600, 520 font "sans,11"
 set output "docs/images/speed-hulls.png"
-set title "Does the mesh reach into a region of six planes?\n{/*0.8 ".processor.", one thread}"
+set title "Queries: does the mesh intersect a region of six planes?\n{/*0.8 ".processor.", one thread}"
 set ylabel "thousand regions per second"
 set logscale y
 set yrange [*:*]
-set xtics font ",7"
+set xtics font ",10"
+set bmargin 4  # two lines of labels
 
 set key outside top center horizontal
 plot hulls("qzQBVH") using 2:xtic(1) title "qzQBVH" lc rgb "#d95f02", \

@@ -1,6 +1,6 @@
 # The tables of docs/speed.md from one file of results.
 
-# A number with about three digits that count.
+# Three significant digits, or about as many.
 def short:
   if . >= 100 then round
   elif . >= 10 then . * 10 | round / 10
@@ -10,8 +10,8 @@ def short:
 
 def row: "| " + join(" | ") + " |";
 
-# A table of one benchmark: a row per scene, a column per contestant; the cells are rates in units of perSecond, and
-# in brackets how many times as fast the first contestant is.
+# A table of one benchmark: a row per scene, a column per contestant. A cell is a rate in units of perSecond, and in
+# brackets the speed of the first contestant relative to this one.
 def rates($title; $benchmark; $perSecond):
   [.results[] | select(.benchmark == $benchmark and .median)] as $lines |
   if $lines | length == 0 then empty else
@@ -48,13 +48,13 @@ rates("Build by the surface-area builder, million triangles per second"; "build/
 (("camera", "bounce", "chord") as $kind
   | rates("Closest hit, \($kind) rays, million per second"; "ray/\($kind)"; 1e6)),
 (("camera", "bounce", "chord") as $kind
-  | rates("The same on a hierarchy of the surface-area builder, \($kind) rays"; "ray/\($kind)/SAH"; 1e6)),
+  | rates("Closest hit on hierarchies of the surface-area builder, \($kind) rays, million per second"; "ray/\($kind)/SAH"; 1e6)),
 ((["0.2% surface", "boxes of 0.2 % of the diagonal near the surface"], ["1% anywhere", "boxes of 1 % anywhere"],
   ["10% anywhere", "boxes of 10 % anywhere"], ["frusta", "thin frusta from outside"]) as $kind
   | rates("Regions of six planes, \($kind[1]), thousand per second"; "hull/\($kind[0])"; 1e3)),
-figures("Memory, bytes per triangle of the finished structure, and the most while it is built"; "memory"),
+figures("Memory in bytes per triangle: the finished structure, and the peak during the build"; "memory"),
 rates("Linear build with and without a cancel interface, million triangles per second"; "cancel"; 1e6),
-rates("Two threads on one hierarchy, by the clock on the wall, million rays per second"; "threads/wall"; 1e6),
-rates("The same, by the processor time of the thread that worked longest"; "threads/longest"; 1e6),
+rates("Two threads on one hierarchy, by wall time, million rays per second"; "threads/wall"; 1e6),
+rates("The same by processor time of the slower thread, million rays per second"; "threads/longest"; 1e6),
 rates("Build in two dimensions, million points per second"; "build 2D"; 1e6),
 ""

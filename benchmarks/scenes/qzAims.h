@@ -1,7 +1,6 @@
 #pragma once
 // Rays aimed at the vertices, edges and inner points of a mesh.
 
-#include <array>
 #include <vector>
 
 #include <benchmarks/core/qzRandom.h>
@@ -9,7 +8,7 @@
 
 namespace qzBench {
 
-/// What is next to what in a mesh.
+/// Adjacency of a mesh's vertices, edges and triangles.
 class qzNeighbours {
  public:
   struct tEdge {
@@ -19,41 +18,46 @@ class qzNeighbours {
 
   explicit qzNeighbours(const qzScene& scene);
 
-  /// Edges of exactly two triangles, and those of one and of more.
+  /// Edges of exactly two triangles, and the number of those of one triangle and of more than two.
   const std::vector<tEdge>& getEdges() const { return mEdges; }
-  int getNbBorderEdges() const { return mNbBorderEdges; }
-  int getNbForkedEdges() const { return mNbForkedEdges; }
-  /// Vertices all of whose edges have exactly two triangles.
+  int getNbBoundaryEdges() const { return mNbBoundaryEdges; }
+  int getNbNonManifoldEdges() const { return mNbNonManifoldEdges; }
+  /// Vertices whose edges all have exactly two triangles.
   const std::vector<int>& getInnerVertices() const { return mInnerVertices; }
-  /// All triangles at any of the vertices, each once.
+  /// All triangles at any of the vertices, each once, in ascending order.
   void collectTriangles(const int* vertices, int nbVertices, std::vector<int>& triangles) const;
 
  private:
+  void listTrianglesOfVertices(const qzScene& scene);
+  void classifyEdges(const qzScene& scene);
+
   std::vector<tEdge> mEdges;
   std::vector<int> mInnerVertices;
   std::vector<int> mFirst, mTriangles;  // the triangles at vertex v are mTriangles[mFirst[v]] up to mFirst[v + 1]
-  int mNbBorderEdges = 0, mNbForkedEdges = 0;
+  int mNbBoundaryEdges = 0, mNbNonManifoldEdges = 0;
 };
 
-/// What a ray is aimed at, and how it comes.
-enum qzTarget { eVertex, eEdge, eInside };
+/// What a ray is aimed at.
+enum qzTarget { eVertex, eEdge, eInterior };
+
+/// Its direction.
 enum qzApproach {
-  eAnyWay,           ///< all directions alike
-  eAlongAxis,        ///< parallel to an axis, through the target to the bit
+  eAnyDirection,     ///< uniform
+  eAlongAxis,        ///< parallel to an axis, with zeros for the other components
   eAlmostAlongAxis,  ///< the same with 1e-20 in place of the zeros
-  eFlat10,           ///< grazing: a tenth as far across the surface as along it
-  eFlat100,          ///< a hundredth
-  eFlat1000,         ///< a thousandth
+  eGrazing10,        ///< at an angle to the surface whose sine is 1 / 10
+  eGrazing100,
+  eGrazing1000,
 };
 
 struct qzAimedRay {
   qzRay mRay;
-  double mDistance;                  ///< about where the target is
-  std::vector<int> mTriangles = {};  ///< those at the target's vertices: one of these is met, if the surface is met
+  double mDistance;                  ///< of the target, up to rounding
+  std::vector<int> mTriangles = {};  ///< at the target's vertices; a hit at the target is on one of them
 };
 
-/// A ray from outside of the scene's bounding sphere towards a random target. Computed in double precision and rounded
-/// once, so it passes the target by no more than the coordinates' last digit.
+/// A ray from outside the scene's bounding sphere towards a random target. It is computed in double precision and
+/// rounded once, so it misses the target by a rounding error of the coordinates at most.
 qzAimedRay aim(const qzScene& scene, const qzNeighbours& neighbours, qzTarget target, qzApproach approach,
                qzRandom& random);
 

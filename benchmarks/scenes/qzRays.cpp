@@ -32,8 +32,8 @@ std::vector<qzRay> makeBounces(const qzScene& scene, const std::vector<qzRay>& r
     const tVector corner = scene.getVertex(triangle, 0);
     tVector normal = normalised(
         cross(difference(scene.getVertex(triangle, 1), corner), difference(scene.getVertex(triangle, 2), corner)));
-    if (dot(normal, rays[i].mDirection) > 0.0f) normal = scaled(normal, -1.0f);
-    // The normal plus a point of the unit sphere is cosine-weighted.
+    if (dot(normal, rays[i].mDirection) > 0.0f) normal = scaled(-1.0f, normal);
+    // A unit normal plus a uniform point on the unit sphere is cosine-weighted.
     const tVector direction = sum(normal, random.onUnitSphere());
     if (!(dot(direction, direction) > 1e-6f)) continue;
     const tVector hit = along(rays[i].mOrigin, answers[i].mDistance, rays[i].mDirection);

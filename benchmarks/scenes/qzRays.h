@@ -1,5 +1,5 @@
 #pragma once
-// Rays of the three kinds that renderers and simulations shoot, and what comes back.
+// Rays of three kinds: coherent camera rays, diffuse bounces and incoherent chords. And their nearest hits.
 
 #include <vector>
 
@@ -8,12 +8,12 @@
 
 namespace qzBench {
 
-/// Unit direction, distances from 0 to infinity.
+/// Of unit direction; hits count at distances from 0 to infinity.
 struct qzRay {
   tVector mOrigin, mDirection;
 };
 
-/// The nearest hit; a miss is infinitely far away.
+/// The nearest hit. A miss has infinite distance and triangle 0xFFFFFFFF.
 struct qzAnswer {
   float mDistance;
   unsigned mTriangle;
@@ -21,21 +21,22 @@ struct qzAnswer {
   bool isHit() const { return mTriangle != 0xFFFFFFFFu; }
 };
 
-/// size x size rays of a camera outside that looks at the scene from above, in rows: neighbours go the same way.
+/// size x size rays of a camera outside the scene that looks down at it, row by row: coherent.
 std::vector<qzRay> makeCameraRays(const qzScene& scene, int size);
 
-/// One ray from every hit, cosine-weighted around the normal of the side that was hit, in the order of the hits.
+/// One diffuse bounce per hit, in the order of the hits. Directions are cosine-weighted around the normal of the side
+/// that was hit.
 std::vector<qzRay> makeBounces(const qzScene& scene, const std::vector<qzRay>& rays,
                                const std::vector<qzAnswer>& answers);
 
-/// Rays from one random point of the bounding sphere to another: no order at all.
+/// Rays between two random points of the bounding sphere: incoherent.
 std::vector<qzRay> makeChords(const qzScene& scene, int count);
 
-/// The rays 0, step, 2 step and so on.
+/// Every step-th ray, beginning with the first.
 std::vector<qzRay> someOf(const std::vector<qzRay>& rays, std::size_t step);
 
-/// The share of the answers that agree: both miss, or both hit at the same distance up to 1e-4 of it. Close to the
-/// origin of a ray single precision cannot tell that much: up to 1e-6 of the scene's radius agrees as well.
+/// The share of answers that agree: both miss, or both hit at distances that differ by at most 1e-4 of the larger one
+/// or 1e-6 of the scene's radius. The latter covers hits next to the ray's origin, where rounding weighs more.
 double agreement(const qzScene& scene, const std::vector<qzAnswer>& ours, const std::vector<qzAnswer>& theirs);
 
 }  // namespace qzBench

@@ -6,7 +6,7 @@ namespace qzBench {
 
 namespace {
 
-/// The half space of the side of point that normal shows to.
+/// The half space that begins at point and extends along normal.
 Wm4::Vector4<float> plane(const tVector& normal, const tVector& point) {
   const tVector unit = normalised(normal);
   return Wm4::Vector4<float>(unit[0], unit[1], unit[2], -dot(unit, point));
@@ -44,12 +44,12 @@ std::vector<qzRegion> makeBoxes(const qzScene& scene, float share, bool nearSurf
     box.mAxes[2] = random.onUnitSphere();
     tVector first, second;
     completeFrame(box.mAxes[2], first, second);
-    const tVector turned = random.onUnitSphere();  // a random direction in the plane of first and second
-    box.mAxes[0] = normalised(sum(scaled(first, turned[0]), scaled(second, turned[1])));
+    const tVector turned = random.onUnitSphere();  // only for a random angle around axis 2
+    box.mAxes[0] = normalised(sum(scaled(turned[0], first), scaled(turned[1], second)));
     box.mAxes[1] = cross(box.mAxes[2], box.mAxes[0]);
     for (int axis = 0; axis < 3; ++axis) {
       box.mPlanes[2 * axis] = plane(box.mAxes[axis], along(box.mCentre, -half, box.mAxes[axis]));
-      box.mPlanes[2 * axis + 1] = plane(scaled(box.mAxes[axis], -1.0f), along(box.mCentre, half, box.mAxes[axis]));
+      box.mPlanes[2 * axis + 1] = plane(scaled(-1.0f, box.mAxes[axis]), along(box.mCentre, half, box.mAxes[axis]));
     }
     for (int corner = 0; corner < 8; ++corner) {
       box.mCorners[corner] = box.mCentre;
@@ -63,7 +63,7 @@ std::vector<qzRegion> makeBoxes(const qzScene& scene, float share, bool nearSurf
 
 std::vector<qzRegion> makeFrusta(const qzScene& scene, int count) {
   qzRandom random(4);
-  const float slope = 0.00873f;  // half a degree to either side
+  const float slope = 0.00873f;  // tangent of half a degree
   std::vector<qzRegion> frusta;
   for (int i = 0; i < count; ++i) {
     qzRegion frustum;
@@ -78,11 +78,11 @@ std::vector<qzRegion> makeFrusta(const qzScene& scene, int count) {
     frustum.mAxes[2] = forward;
     frustum.mCentre = along(eye, 0.5f * (ends[0] + ends[1]), forward);
     frustum.mPlanes[0] = plane(along(right, slope, forward), eye);
-    frustum.mPlanes[1] = plane(along(scaled(right, -1.0f), slope, forward), eye);
+    frustum.mPlanes[1] = plane(along(scaled(-1.0f, right), slope, forward), eye);
     frustum.mPlanes[2] = plane(along(up, slope, forward), eye);
-    frustum.mPlanes[3] = plane(along(scaled(up, -1.0f), slope, forward), eye);
+    frustum.mPlanes[3] = plane(along(scaled(-1.0f, up), slope, forward), eye);
     frustum.mPlanes[4] = plane(forward, along(eye, ends[0], forward));
-    frustum.mPlanes[5] = plane(scaled(forward, -1.0f), along(eye, ends[1], forward));
+    frustum.mPlanes[5] = plane(scaled(-1.0f, forward), along(eye, ends[1], forward));
     for (int corner = 0; corner < 8; ++corner) {
       const float distance = ends[corner >> 2], width = slope * distance;
       frustum.mCorners[corner] = along(along(along(eye, distance, forward), (corner & 1) != 0 ? width : -width, right),

@@ -1,5 +1,5 @@
 #pragma once
-// Convex regions of six planes: turned boxes and frusta.
+// Convex regions of six planes: oriented boxes and frusta.
 
 #include <Wm4/Vector4.h>
 
@@ -21,12 +21,12 @@ struct qzRegion {
   bool isBox() const { return mHalfEdge > 0.0f; }
 };
 
-/// Cubes in any position whose edge is a share of the scene's diagonal: nearSurface, with the centre at most one
-/// edge per axis away from a random point of a random triangle; otherwise anywhere in the bounding box.
+/// Cubes of random orientation, the edge a share of the diagonal of the scene's box. nearSurface: the centre is at most
+/// one edge per axis from a random point of a random triangle; otherwise it is uniform in the bounding box.
 std::vector<qzRegion> makeBoxes(const qzScene& scene, float share, bool nearSurface, int count);
 
-/// What falls on a few neighbouring pixels of a camera outside: from random points around the scene towards random
-/// points of its bounding box, a degree wide, ending behind the scene.
+/// View frusta of a few pixels: one degree wide, from random eye points around the scene towards random points of its
+/// bounding box, the far plane behind the scene.
 std::vector<qzRegion> makeFrusta(const qzScene& scene, int count);
 
 }  // namespace qzBench

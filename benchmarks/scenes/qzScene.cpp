@@ -1,8 +1,8 @@
 #include <benchmarks/scenes/qzScene.h>
 
+#include <toolkit/base/qzMeshGeometry.h>
 #include <toolkit/io/mesh/qzMeshFile.h>
 
-#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
@@ -18,8 +18,6 @@ namespace qzBench {
 
 namespace {
 
-using tVector = Wm4::Vector3<float>;
-
 struct tBitsHash {
   std::size_t operator()(const std::array<std::uint32_t, 3>& bits) const {
     std::uint64_t hash = 0;
@@ -28,7 +26,7 @@ struct tBitsHash {
   }
 };
 
-/// Some mesh formats repeat a vertex for every triangle; here each is there once, as in a mesh made for use.
+/// Merges vertices of equal coordinates, because some file formats repeat a vertex for every triangle.
 qz::qzTriMesh withSharedVertices(const qz::qzTriMesh& mesh) {
   std::vector<tVector> positions;
   std::vector<int> indices;
@@ -45,7 +43,7 @@ qz::qzTriMesh withSharedVertices(const qz::qzTriMesh& mesh) {
   return qz::qzTriMesh(qz::qzVertexBuffer(std::move(positions)), qz::qzIndexBuffer(std::move(indices)));
 }
 
-/// Value noise at a point of the plane: random heights on the integer grid, smoothly joined.
+/// Value noise: random heights on the integer grid, interpolated smoothly.
 float noise(float x, float y, std::uint32_t seed) {
   const int column = static_cast<int>(x), row = static_cast<int>(y);
   const auto height = [seed](int i, int j) {
@@ -62,7 +60,7 @@ float noise(float x, float y, std::uint32_t seed) {
   return near * (1.0f - v) + far * v;
 }
 
-/// A fractal height field over the unit square of x and z, y upwards.
+/// A fractal height field over the unit square of x and z, y up.
 qz::qzTriMesh terrain(int nbTriangles) {
   const int cells = static_cast<int>(std::sqrt(nbTriangles / 2.0));
   std::vector<tVector> positions;
@@ -83,7 +81,7 @@ qz::qzTriMesh terrain(int nbTriangles) {
   return qz::qzTriMesh(qz::qzVertexBuffer(std::move(positions)), qz::qzIndexBuffer(std::move(indices)));
 }
 
-/// Triangles at random places of the unit cube, as large as their distance from each other.
+/// Random triangles in the unit cube, about as large as their distance from each other.
 qz::qzTriMesh soup(int nbTriangles) {
   qzRandom random(20);
   const float size = 1.0f / std::cbrt(float(nbTriangles));
@@ -136,19 +134,16 @@ qzScene makeScene(const std::string& name, qz::qzTriMesh mesh) {
   qzScene scene{name, std::move(mesh), {}, {}, {}, {}, 0.0f};
   for (int i = 0; i < scene.getNbVertices(); ++i)
     scene.mPositions.push_back(scene.mMesh.getVertexBuffer()->Position3(i));
-  scene.mMin = scene.mMax = scene.mPositions[0];
-  float square = 0.0f;
+  const qzBBox box = qzToolkit::boxOf(scene.mMesh);
+  scene.mMin = box.getMinPoint();
+  scene.mMax = box.getMaxPoint();
+  tVector half;
   for (int axis = 0; axis < 3; ++axis) {
-    for (const tVector& position : scene.mPositions) {
-      scene.mMin[axis] = std::min(scene.mMin[axis], position[axis]);
-      scene.mMax[axis] = std::max(scene.mMax[axis], position[axis]);
-    }
     scene.mCentre[axis] = (scene.mMin[axis] + scene.mMax[axis]) * 0.5f;
-    const float half = (scene.mMax[axis] - scene.mMin[axis]) * 0.5f;
-    square += half * half;
+    half[axis] = (scene.mMax[axis] - scene.mMin[axis]) * 0.5f;
   }
-  scene.mRadius = std::sqrt(square);
-  scene.mPositions.push_back(scene.mCentre);  // Embree reads 16 bytes from every vertex
+  scene.mRadius = std::sqrt(dot(half, half));
+  scene.mPositions.push_back(scene.mCentre);  // padding: Embree loads 16 bytes per vertex
   return scene;
 }
 

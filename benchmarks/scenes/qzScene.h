@@ -1,5 +1,5 @@
 #pragma once
-// The scenes: real meshes from files, and meshes made from a size and a seed, the same on every machine.
+// Scenes: real meshes from files, and procedural meshes of a size and a seed, the same on every machine.
 
 #include <Wm4/Vector3.h>
 #include <qzSceneGraph/qzTriMesh.h>
@@ -12,10 +12,10 @@ namespace qzBench {
 
 struct qzScene {
   std::string mName;
-  qz::qzTriMesh mMesh;                          ///< what the library is given
-  std::vector<Wm4::Vector3<float>> mPositions;  ///< the same vertices, as the peers read them, one more at the end
+  qz::qzTriMesh mMesh;                          ///< for the library
+  std::vector<Wm4::Vector3<float>> mPositions;  ///< the same vertices for the peers, and one more as padding
   Wm4::Vector3<float> mMin, mMax, mCentre;      ///< of the bounding box
-  float mRadius;                                ///< of the sphere around that box
+  float mRadius;                                ///< of that box's circumscribed sphere
 
   int getNbVertices() const { return mMesh.getVertexBuffer()->getNbVertices(); }
   int getNbTriangles() const { return mMesh.getIndexBuffer()->getNbIndices() / 3; }
@@ -25,14 +25,14 @@ struct qzScene {
   }
 };
 
-/// The scene of a name. Files are looked for in folder:
-///   motorbike                          the motorbike of a wind tunnel, thin parts and long triangles
+/// The scene of a name. Files are read from folder:
+///   motorbike                          a motorbike for wind-tunnel simulation, thin parts and long triangles
 ///   dragon, dragon2, dragon3, dragon4  a scan in four sizes, 871 thousand to 11 thousand triangles
 ///   terrain10k, 100k, 1M, 10M          a fractal landscape, a grid of shared vertices
-///   soup10k, 100k, 1M, 10M             unconnected random triangles all over a cube
+///   soup10k, 100k, 1M, 10M             unconnected random triangles that fill a cube
 /// Throws std::invalid_argument for any other name, and what the mesh reader throws.
 qzScene makeScene(const std::string& name, const std::string& folder);
-/// A scene of any other mesh with at least one vertex.
+/// A scene of any mesh with at least one triangle, whose triangles use all vertices.
 qzScene makeScene(const std::string& name, qz::qzTriMesh mesh);
 std::set<std::string> sceneNames();
 

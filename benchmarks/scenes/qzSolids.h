@@ -1,19 +1,19 @@
 #pragma once
-// Closed meshes made from a few numbers: every edge has two triangles, normals point outwards.
+// Closed procedural meshes: every edge has two triangles, normals point outwards.
 
 #include <qzSceneGraph/qzTriMesh.h>
 
 namespace qzBench {
 
-/// An icosahedron whose triangles are cut in four, level times: 20 * 4^level nearly equal triangles of a sphere of
-/// radius 1 around the origin.
+/// The sphere of radius 1 around the origin: an icosahedron subdivided level times, 20 * 4^level triangles of nearly
+/// equal size.
 qz::qzTriMesh sphere(int level);
 
-/// A slanting tube of length 1 with 16 sides and closed ends; every side is two needles, as long as the tube and
-/// 1 / slenderness wide.
+/// A closed tube of length 1 with 16 sides, oblique to the axes. Each side is two needle triangles of length 1 and
+/// width 1 / slenderness.
 qz::qzTriMesh tube(double slenderness);
 
-/// Two flat slanting cones of radius 1, base on base: nbSides needles meet in each of the two tips.
+/// Two flat cones of radius 1, base to base, oblique to the axes. nbSides needle triangles meet at each tip.
 qz::qzTriMesh lens(int nbSides);
 
 }  // namespace qzBench

@@ -1,53 +1,38 @@
-// qzBench: the library beside its peers, on the same triangles and rays, in turn, in one process.
+// qzBench: measures the library and its peers in turn, on the same triangles, rays and regions, in one process.
 
-#include <qzSystem/qzLog.h>
 #include <toolkit/io/file/qzFile.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
-#include <ctime>
 #include <exception>
 #include <filesystem>
 #include <map>
 #include <stdexcept>
 
+#include <benchmarks/core/qzSilence.h>
 #include <benchmarks/suites/qzBenchmarks.h>
 
 namespace {
 
-/// Keeps the builder's records out of the table, and their writing out of the times.
-class tSilence : public qz::qzLog {
- public:
-  bool isLogTypeEnabled(qz::qzLogType) const override { return false; }
-  void write(qz::qzLogType, const std::string&, const std::string&) override {}
-};
-
-/// Tells of a file that cannot be written before the time is spent.
+/// Throws when the folder of the file is missing, before time is spent on measuring.
 void expectFolderOf(const std::string& file) {
   const std::filesystem::path folder = std::filesystem::absolute(file).parent_path();
   if (!std::filesystem::is_directory(folder)) throw std::runtime_error("there is no folder " + folder.string());
 }
 
-std::string today() {
-  const std::time_t now = std::time(nullptr);
-  char text[16];
-  std::strftime(text, sizeof text, "%Y-%m-%d", std::gmtime(&now));
-  return text;
-}
-
 using tNames = std::vector<std::string>;
 
-/// What there is to measure of a scene.
+/// The measurements of a scene.
 const std::map<std::string, void (*)(const qzBench::qzScene&, const qzBench::qzSettings&, qzBench::qzReport&)> kKinds =
     {{"build", qzBench::measureBuild},    {"memory", qzBench::measureMemory},   {"cancel", qzBench::measureCancel},
      {"rays", qzBench::measureRays},      {"sah", qzBench::measureSurfaceArea}, {"hulls", qzBench::measureHulls},
      {"threads", qzBench::measureThreads}};
 
-/// And what needs no scene: the builder in two dimensions.
+/// The measurement without a scene: the builder in two dimensions.
 const std::string kPlane = "plane";
 
-/// The scenes of a run, and what is measured of each.
+/// The scenes of a run, and the measurements of each.
 using tPlan = std::vector<std::pair<std::string, tNames>>;
 
 const tPlan kQuickPlan = {{"motorbike", {"build", "memory", "rays", "cancel"}},
@@ -70,7 +55,7 @@ const tPlan kFullPlan = {{"motorbike", {"build", "memory", "cancel", "rays", "sa
                          {"soup1M", {"build", "memory", "rays"}},
                          {"soup10M", {"build"}}};
 
-/// Runs are short in small scenes and long in large ones; the number of rounds makes up for it.
+/// More rounds in small scenes, where runs are short, and fewer in large ones.
 int roundsFor(const qzBench::qzScene& scene, int rounds) {
   if (scene.getNbTriangles() < 200000) return 3 * rounds;
   if (scene.getNbTriangles() > 5000000) return std::max(3, rounds / 3);
@@ -105,15 +90,15 @@ int main(int argc, char** argv) {
 
   CLI::App app("Times the library and its peers on the same scenes, in turn, on one thread.");
   app.add_flag("--quick", isQuick, "fewer scenes, rays and rounds: a few minutes");
-  app.add_option("--only", kinds, "measure only these")->delimiter(',')->check(CLI::IsMember(allKinds));
-  app.add_option("--scenes", scenes, "on these scenes, all that is measured")
+  app.add_option("--only", kinds, "measure only these kinds")->delimiter(',')->check(CLI::IsMember(allKinds));
+  app.add_option("--scenes", scenes, "measure all kinds on these scenes")
       ->delimiter(',')
       ->check(CLI::IsMember(qzBench::sceneNames()));
-  app.add_option("--folder", folder, "where the scene files are")->capture_default_str();
-  app.add_option("--rounds", rounds, "runs of every contestant, 9 unless given or quick")->check(CLI::Range(1, 1000));
+  app.add_option("--folder", folder, "folder of the scene files")->capture_default_str();
+  app.add_option("--rounds", rounds, "runs of every contestant; default 9, with --quick 3")->check(CLI::Range(1, 1000));
   app.add_option("--json", jsonFile, "write the results to this file");
-  app.add_option("--commit", commit, "what was built, for the header");
-  app.add_flag("--processor", isProcessorAsked, "print the processor's name and do nothing else");
+  app.add_option("--commit", commit, "commit that was built, for the header");
+  app.add_flag("--processor", isProcessorAsked, "print the name of the processor and exit");
   CLI11_PARSE(app, argc, argv);
 
   if (isProcessorAsked) {
@@ -133,20 +118,18 @@ int main(int argc, char** argv) {
     if (!scenes.empty()) {
       plan.clear();
       for (const std::string& scene : scenes) plan.emplace_back(scene, allKinds);
-      for (auto& [scene, ownKinds] : plan) ownKinds.erase(ownKinds.begin());  // the one without a scene
+      for (auto& [scene, ownKinds] : plan) ownKinds.erase(ownKinds.begin());  // kPlane, which needs no scene
     }
 
     if (!jsonFile.empty()) expectFolderOf(jsonFile);
     if (!qzBench::pinToOneProcessor()) std::fprintf(stderr, "qzBench: the thread could not be pinned to a processor\n");
-    tSilence silence;
-    qz::qzLog::msInstance = &silence;
-    qzBench::qzReport report({qzBench::processorName(), QZ_BENCH_COMPILER, QZ_BENCH_FLAGS, commit, today()});
+    const qzBench::qzSilence silence;
+    qzBench::qzReport report({qzBench::processorName(), QZ_BENCH_COMPILER, QZ_BENCH_FLAGS, commit, qzBench::today()});
     run(plan, kinds, folder, settings, report);
-    qz::qzLog::msInstance = nullptr;
 
     if (!jsonFile.empty()) qzToolkit::writeFile(jsonFile, report.getJson());
     if (report.getNbDisagreements() == 0) return 0;
-    std::fprintf(stderr, "qzBench: %d comparisons agree less than they should\n", report.getNbDisagreements());
+    std::fprintf(stderr, "qzBench: %d comparisons agree less than required\n", report.getNbDisagreements());
   } catch (const std::exception& error) {
     std::fprintf(stderr, "qzBench: %s\n", error.what());
   }

@@ -1,5 +1,5 @@
 #pragma once
-// The measurements. Each adds its lines to the report.
+// The measurements of qzBench. Each adds its lines to the report.
 
 #include <benchmarks/core/qzReport.h>
 #include <benchmarks/scenes/qzScene.h>
@@ -7,34 +7,34 @@
 namespace qzBench {
 
 struct qzSettings {
-  int mRounds = 9;               ///< how often every contestant runs
-  int mRaySide = 512;            ///< the camera shoots its square of rays, and as many chords are shot
-  double mSecondsPerRun = 0.1;   ///< about what a run over queries of uncertain cost may take
+  int mRounds = 9;               ///< runs of every contestant
+  int mRaySide = 512;            ///< its square is the number of camera rays, and of chords
+  double mSecondsPerRun = 0.1;   ///< target for runs whose cost per query varies widely
   int mLargestPlane = 10000000;  ///< points of the largest two-dimensional build
 };
 
 /// From a mesh in memory to the finished hierarchy, against Embree and CGAL.
 void measureBuild(const qzScene& scene, const qzSettings& settings, qzReport& report);
 
-/// Bytes per triangle of the finished hierarchy, and most bytes at a time while it is built, against Embree.
+/// Bytes per triangle of the finished hierarchy, and the peak during the build, against Embree.
 void measureMemory(const qzScene& scene, const qzSettings& settings, qzReport& report);
 
-/// The nearest hit of camera rays, of bounces from their hits and of chords, against Embree and CGAL.
+/// Nearest hits of camera rays, bounces and chords, against Embree and CGAL.
 void measureRays(const qzScene& scene, const qzSettings& settings, qzReport& report);
 
-/// Builds and rays of the surface-area builder, against Embree's MEDIUM quality and the linear builder.
+/// Builds and rays with the surface-area builder, against Embree's MEDIUM quality and the linear builder.
 void measureSurfaceArea(const qzScene& scene, const qzSettings& settings, qzReport& report);
 
-/// Two threads on one hierarchy against one.
+/// Two threads that query one hierarchy, against one thread.
 void measureThreads(const qzScene& scene, const qzSettings& settings, qzReport& report);
 
-/// Whether the mesh reaches into boxes and frusta, against Bullet and FCL.
+/// Intersection of the mesh with boxes and frusta, against Bullet and FCL.
 void measureHulls(const qzScene& scene, const qzSettings& settings, qzReport& report);
 
-/// The linear builder with somebody who could cancel, against nobody.
+/// The linear builder with a cancel interface that never cancels, against none.
 void measureCancel(const qzScene& scene, const qzSettings& settings, qzReport& report);
 
-/// The linear builder in two dimensions, from ten thousand points on.
+/// The linear builder in two dimensions, from ten thousand points upwards.
 void measurePlane(const qzSettings& settings, qzReport& report);
 
 }  // namespace qzBench

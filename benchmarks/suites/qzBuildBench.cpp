@@ -1,4 +1,4 @@
-// Building a hierarchy over a mesh.
+// Builds of a hierarchy over a mesh.
 
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
@@ -7,6 +7,7 @@
 
 #include <deque>
 
+#include <benchmarks/core/qzFingerprint.h>
 #include <benchmarks/suites/qzBenchmarks.h>
 #include <benchmarks/suites/qzContests.h>
 
@@ -59,8 +60,8 @@ void measureCancel(const qzScene& scene, const qzSettings& settings, qzReport& r
   };
   const double nbTriangles = scene.getNbTriangles();
   report.compare({"cancel", scene.mName, scene.getNbTriangles(), "triangle", settings.mRounds, 1.0},
-                 {{"nobody could cancel", nbTriangles, [&] { return build(nullptr); }},
-                  {"somebody could cancel", nbTriangles, [&] { return build(&never); },
+                 {{"no cancel interface", nbTriangles, [&] { return build(nullptr); }},
+                  {"cancel interface", nbTriangles, [&] { return build(&never); },
                    [&] { return fingerprints[0].getText() == fingerprints[1].getText() ? 1.0 : 0.0; }}},
                  [&] { return fingerprints[0].getText(); });
 }

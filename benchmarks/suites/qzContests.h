@@ -1,5 +1,5 @@
 #pragma once
-// Contestants that several measurements share.
+// Contestants and rays that several measurements share.
 
 #include <benchmarks/core/qzMeasure.h>
 #include <benchmarks/peers/qzCgal.h>
@@ -9,13 +9,13 @@
 
 namespace qzBench {
 
-/// CGAL is not held against the largest scenes: it takes too long and shows nothing new.
+/// Largest scene for CGAL: larger ones take too long and show nothing new.
 constexpr int kMostTrianglesOfCgal = 2000000;
 
-/// Share of rays that must get the same answer from a peer. The rest passes within a rounding of an edge.
+/// Least share of rays with the same answer from a peer. The others pass an edge within rounding error.
 constexpr double kRayAgreement = 0.999;
 
-/// Builds and releases at once, so that no contestant finds its memory ready.
+/// Builds, and releases at once, so that no contestant reuses memory of its previous run.
 template <class Builder>
 qzContestant buildContest(Builder& builder, const qzScene& scene) {
   return {builder.getName(), double(scene.getNbTriangles()), [&builder] {
@@ -25,7 +25,7 @@ qzContestant buildContest(Builder& builder, const qzScene& scene) {
           }};
 }
 
-/// Traces rays into answers, which are compared with those of the library, if there are any.
+/// Traces rays into answers, which are compared with the expected ones unless these are null.
 template <class Tracer>
 qzContestant rayContest(const Tracer& tracer, const qzScene& scene, const std::vector<qzRay>& rays,
                         std::vector<qzAnswer>& answers, const std::vector<qzAnswer>* expected) {
@@ -36,7 +36,7 @@ qzContestant rayContest(const Tracer& tracer, const qzScene& scene, const std::v
   return contestant;
 }
 
-/// The three kinds of rays under the names of their measurements; bounces start from the linear hierarchy's hits.
+/// The three kinds of rays, with the names of their measurements. Bounces start at the hits of the linear hierarchy.
 struct qzRaySet {
   std::string mName;
   std::vector<qzRay> mRays;

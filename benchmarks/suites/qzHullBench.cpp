@@ -1,7 +1,8 @@
-// Whether a mesh reaches into a convex region of six planes.
+// Intersection of a mesh with convex regions of six planes.
 
 #include <algorithm>
 
+#include <benchmarks/core/qzFingerprint.h>
 #include <benchmarks/peers/qzBullet.h>
 #include <benchmarks/peers/qzFcl.h>
 #include <benchmarks/peers/qzOurs.h>
@@ -11,21 +12,21 @@ namespace qzBench {
 
 namespace {
 
-/// Share of regions about which the peers must say the same. They know a region by its corners and decide by iteration
-/// up to a tolerance, so regions that the mesh just touches may come out either way.
+/// Least share of regions with the same answer from a peer. Peers represent a region by its corners and iterate up to a
+/// tolerance, so a region that the mesh barely touches may get either answer.
 constexpr double kAgreement = 0.99;
 
 constexpr int kRegions = 4000;
 
-/// Asks about as many regions as fit the time of a run, at least 4 of them.
-class tAsker {
+/// Runs the query of one contestant on as many regions as fit the time of a run, at least 4.
+class tQuery {
  public:
-  tAsker(std::string name, std::function<double(std::vector<char>&)> ask, double secondsPerRun)
-      : mName(std::move(name)), mAsk(std::move(ask)) {
+  tQuery(std::string name, std::function<double(std::vector<char>&)> run, double secondsPerRun)
+      : mName(std::move(name)), mRun(std::move(run)) {
     std::size_t count = 4;
     for (;;) {
       mAnswers.resize(count);
-      const double seconds = mAsk(mAnswers);
+      const double seconds = mRun(mAnswers);
       if (count >= kRegions || seconds > 0.5 * secondsPerRun) break;
       const double fitting = double(count) * secondsPerRun / std::max(seconds, 1e-6);
       count = static_cast<std::size_t>(std::min({fitting, 8.0 * double(count), double(kRegions)}));
@@ -33,7 +34,7 @@ class tAsker {
   }
 
   qzContestant contest(const std::vector<char>* expected) {
-    qzContestant contestant{mName, double(mAnswers.size()), [this] { return mAsk(mAnswers); }};
+    qzContestant contestant{mName, double(mAnswers.size()), [this] { return mRun(mAnswers); }};
     if (expected != nullptr)
       contestant.mAgreement = [this, expected] {
         const std::size_t count = std::min(mAnswers.size(), expected->size());
@@ -48,7 +49,7 @@ class tAsker {
 
  private:
   std::string mName;
-  std::function<double(std::vector<char>&)> mAsk;
+  std::function<double(std::vector<char>&)> mRun;
   std::vector<char> mAnswers;
 };
 
@@ -67,23 +68,23 @@ void measureHulls(const qzScene& scene, const qzSettings& settings, qzReport& re
     const qzBullet bullet(scene, regions);
     const qzFcl fcl(scene, regions);
     const double time = settings.mSecondsPerRun;
-    tAsker oursAsker(
-        ours.getName(), [&](std::vector<char>& answers) { return ours.ask(planes, answers); }, time);
-    tAsker peers[] = {
-        {"Bullet by contacts", [&](std::vector<char>& answers) { return bullet.askByContacts(answers); }, time},
-        {"Bullet by triangles", [&](std::vector<char>& answers) { return bullet.askByTriangles(answers); }, time},
-        {fcl.getName(), [&](std::vector<char>& answers) { return fcl.ask(answers); }, time}};
+    tQuery oursQuery(
+        ours.getName(), [&](std::vector<char>& answers) { return ours.intersect(planes, answers); }, time);
+    tQuery peers[] = {
+        {"Bullet by contacts", [&](std::vector<char>& answers) { return bullet.intersectByContacts(answers); }, time},
+        {"Bullet by triangles", [&](std::vector<char>& answers) { return bullet.intersectByTriangles(answers); }, time},
+        {fcl.getName(), [&](std::vector<char>& answers) { return fcl.intersect(answers); }, time}};
 
-    std::vector<qzContestant> contestants = {oursAsker.contest(nullptr)};
-    for (tAsker& peer : peers) contestants.push_back(peer.contest(&oursAsker.getAnswers()));
+    const std::vector<char>& answers = oursQuery.getAnswers();
+    std::vector<qzContestant> contestants = {oursQuery.contest(nullptr)};
+    for (tQuery& peer : peers) contestants.push_back(peer.contest(&answers));
     const std::vector<qzTiming> timings =
         report.compare({name, scene.mName, scene.getNbTriangles(), "region", settings.mRounds, kAgreement}, contestants,
-                       [&] { return getCheck(oursAsker.getAnswers()); });
+                       [&] { return fingerprintOf(std::vector<int>(answers.begin(), answers.end())); });
 
     double least = timesAsFast(timings[0], timings[1]);
     for (std::size_t i = 2; i < timings.size(); ++i) least = std::min(least, timesAsFast(timings[0], timings[i]));
-    const std::vector<char>& answers = oursAsker.getAnswers();
-    report.addFigure(name, scene.mName, scene.getNbTriangles(), "regions not empty",
+    report.addFigure(name, scene.mName, scene.getNbTriangles(), "regions hit",
                      100.0 * double(std::count(answers.begin(), answers.end(), char(1))) / double(answers.size()), "%");
     report.addFigure(name, scene.mName, scene.getNbTriangles(), "against best peer", least, "times as fast");
   }

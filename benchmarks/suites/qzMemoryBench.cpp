@@ -1,9 +1,9 @@
-// Memory of a build.
+// Memory of a hierarchy and of its build.
 
-#include <benchmarks/core/qzMemory.h>
 #include <benchmarks/peers/qzEmbree.h>
 #include <benchmarks/peers/qzOurs.h>
 #include <benchmarks/suites/qzBenchmarks.h>
+#include <benchmarks/suites/qzMemoryCount.h>
 
 namespace qzBench {
 

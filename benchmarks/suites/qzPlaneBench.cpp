@@ -3,18 +3,18 @@
 #include <qzCommonAddOns/builders/qzLinearGenericBVH2DBuilder.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH2D.h>
 
+#include <benchmarks/core/qzFingerprint.h>
 #include <benchmarks/core/qzRandom.h>
-#include <benchmarks/peers/qzOurs.h>
 #include <benchmarks/suites/qzBenchmarks.h>
 
 namespace qzBench {
 
 namespace {
 
-/// Small boxes all over the unit square, each with its centre as its point.
-class tFilledBuilder : public qzLinearGenericBVH2DBuilder {
+/// The builder with small random boxes in the unit square as primitives, each represented by its centre.
+class tRandomBoxes : public qzLinearGenericBVH2DBuilder {
  public:
-  explicit tFilledBuilder(int nbPoints) {
+  explicit tRandomBoxes(int nbPoints) {
     qzRandom random(5);
     for (int i = 0; i < nbPoints; ++i) {
       const Wm4::Vector2<float> point(random.unit(), random.unit());
@@ -40,14 +40,12 @@ class tFilledBuilder : public qzLinearGenericBVH2DBuilder {
 
 void measurePlane(const qzSettings& settings, qzReport& report) {
   for (int size = 10000; size <= settings.mLargestPlane; size *= 10) {
-    tFilledBuilder builder(size);
+    tRandomBoxes builder(size);
     std::string check;
     const auto build = [&] {
       qzGenericBVH2D bvh;
       const double seconds = builder.timedBuild(bvh);
-      qzFingerprint fingerprint;
-      fingerprint.add(bvh.getNodes().data(), bvh.getNodes().size() * sizeof bvh.getNodes()[0]);
-      check = fingerprint.getText();
+      check = fingerprintOf(bvh.getNodes());
       return seconds;
     };
     report.compare({"build 2D", "points", size, "point", settings.mRounds},

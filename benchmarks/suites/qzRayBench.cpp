@@ -1,10 +1,10 @@
-// The nearest hit of a ray.
+// Nearest hits of rays.
 
 #include <algorithm>
 #include <deque>
-#include <functional>
 #include <thread>
 
+#include <benchmarks/core/qzFingerprint.h>
 #include <benchmarks/suites/qzBenchmarks.h>
 #include <benchmarks/suites/qzContests.h>
 
@@ -12,8 +12,32 @@ namespace qzBench {
 
 namespace {
 
-/// CGAL is given one ray out of so many.
-constexpr std::size_t kStepOfCgal = 16;
+/// CGAL traces every 16th ray.
+constexpr std::size_t kCgalStep = 16;
+
+/// Seconds of a run of several threads.
+struct tThreadSeconds {
+  double mWall;     // wall time
+  double mLongest;  // processor time of the thread that worked longest: equal to mWall on an idle machine
+};
+
+/// The threads take blocks of rays in turn, so that all get the same mix.
+tThreadSeconds traceByThreads(const qzOurs& ours, const std::vector<qzRay>& rays, std::vector<qzAnswer>& answers,
+                              std::size_t nbThreads) {
+  constexpr std::size_t kBlock = 4096;
+  std::vector<double> shares(nbThreads);
+  std::vector<std::thread> threads;
+  const qzStopwatch watch(qzStopwatch::eWallTime);
+  for (std::size_t i = 0; i < nbThreads; ++i)
+    threads.emplace_back([&, i] {
+      const qzStopwatch ownWatch(qzStopwatch::eThreadTime);
+      for (std::size_t begin = i * kBlock; begin < rays.size(); begin += nbThreads * kBlock)
+        ours.trace(rays, answers, begin, std::min(begin + kBlock, rays.size()));
+      shares[i] = ownWatch.getSeconds();
+    });
+  for (std::thread& thread : threads) thread.join();
+  return {watch.getSeconds(), *std::max_element(shares.begin(), shares.end())};
+}
 
 }  // namespace
 
@@ -33,14 +57,14 @@ void measureRays(const qzScene& scene, const qzSettings& settings, qzReport& rep
     for (const qzEmbree& embree : embrees)
       contestants.push_back(rayContest(embree, scene, set.mRays, peersAnswers.emplace_back(), &answers));
 
-    const std::vector<qzRay> someRays = someOf(set.mRays, kStepOfCgal);
+    const std::vector<qzRay> someRays = someOf(set.mRays, kCgalStep);
     std::vector<qzAnswer> someAnswers(someRays.size());
     ours.trace(someRays, someAnswers);
     for (const qzCgal& cgal : cgals)
       contestants.push_back(rayContest(cgal, scene, someRays, peersAnswers.emplace_back(), &someAnswers));
 
     report.compare({set.mName, scene.mName, scene.getNbTriangles(), "ray", settings.mRounds, kRayAgreement},
-                   contestants, [&] { return getCheck(answers); });
+                   contestants, [&] { return fingerprintOf(answers); });
   }
 }
 
@@ -50,45 +74,19 @@ void measureThreads(const qzScene& scene, const qzSettings& settings, qzReport& 
   std::vector<qzRay> rays;
   for (const qzRaySet& set : makeRaySets(scene, ours, settings.mRaySide))
     rays.insert(rays.end(), set.mRays.begin(), set.mRays.end());
-  std::vector<qzAnswer> twosAnswers(rays.size()), onesAnswers(rays.size());
-
-  // Blocks of rays in turn, so that both threads get the same mix.
-  const auto traceShare = [&](std::vector<qzAnswer>& answers, std::size_t share, std::size_t shares) {
-    constexpr std::size_t kBlock = 4096;
-    for (std::size_t begin = share * kBlock; begin < rays.size(); begin += shares * kBlock)
-      ours.trace(rays, answers, begin, std::min(begin + kBlock, rays.size()));
-  };
-  // Seconds on the wall, and processor seconds of the thread that worked longest: the same on an idle machine.
-  double longestShare = 0.0;
-  const auto traceByThreads = [&](std::vector<qzAnswer>& answers, std::size_t count) {
-    std::vector<double> shares(count);
-    std::vector<std::thread> threads;
-    const qzStopwatch watch(qzStopwatch::eWallTime);
-    for (std::size_t i = 0; i < count; ++i)
-      threads.emplace_back([&, i] {
-        const qzStopwatch ownWatch(qzStopwatch::eThreadTime);
-        traceShare(answers, i, count);
-        shares[i] = ownWatch.getSeconds();
-      });
-    for (std::thread& thread : threads) thread.join();
-    const double seconds = watch.getSeconds();
-    longestShare = *std::max_element(shares.begin(), shares.end());
-    return seconds;
-  };
+  std::vector<qzAnswer> answersOfTwo(rays.size()), answersOfOne(rays.size());
 
   allowAllProcessors();
-  const auto compare = [&](const char* name, const std::function<double(std::vector<qzAnswer>&, std::size_t)>& trace) {
-    report.compare({name, scene.mName, scene.getNbTriangles(), "ray", settings.mRounds, 1.0},
-                   {{"two threads", double(rays.size()), [&] { return trace(twosAnswers, 2); }},
-                    {"one thread", double(rays.size()), [&] { return trace(onesAnswers, 1); },
-                     [&] { return getCheck(twosAnswers) == getCheck(onesAnswers) ? 1.0 : 0.0; }}},
-                   [&] { return getCheck(twosAnswers); });
+  const auto compare = [&](const char* name, double tThreadSeconds::*seconds) {
+    report.compare(
+        {name, scene.mName, scene.getNbTriangles(), "ray", settings.mRounds, 1.0},
+        {{"two threads", double(rays.size()), [&] { return traceByThreads(ours, rays, answersOfTwo, 2).*seconds; }},
+         {"one thread", double(rays.size()), [&] { return traceByThreads(ours, rays, answersOfOne, 1).*seconds; },
+          [&] { return fingerprintOf(answersOfTwo) == fingerprintOf(answersOfOne) ? 1.0 : 0.0; }}},
+        [&] { return fingerprintOf(answersOfTwo); });
   };
-  compare("threads/wall", traceByThreads);
-  compare("threads/longest", [&](std::vector<qzAnswer>& answers, std::size_t count) {
-    traceByThreads(answers, count);
-    return longestShare;
-  });
+  compare("threads/wall", &tThreadSeconds::mWall);
+  compare("threads/longest", &tThreadSeconds::mLongest);
   pinToOneProcessor();
 }
 

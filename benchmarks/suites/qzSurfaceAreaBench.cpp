@@ -1,7 +1,8 @@
-// The surface-area builder: what it costs, and what rays gain by it.
+// The surface-area builder: cost of the build, and speed of rays.
 
 #include <deque>
 
+#include <benchmarks/core/qzFingerprint.h>
 #include <benchmarks/suites/qzBenchmarks.h>
 #include <benchmarks/suites/qzContests.h>
 
@@ -29,7 +30,7 @@ void measureSurfaceArea(const qzScene& scene, const qzSettings& settings, qzRepo
                     rayContest(narrow, scene, set.mRays, answers[1], &answers[0]),
                     rayContest(wide, scene, set.mRays, answers[2], &answers[0]),
                     rayContest(linear, scene, set.mRays, answers[3], &answers[0])},
-                   [&] { return getCheck(answers[0]); });
+                   [&] { return fingerprintOf(answers[0]); });
   }
 }
 

@@ -9,9 +9,9 @@ set border 3
 set tics nomirror
 set terminal pngcairo size 1200, 480 font "sans,11"
 set output "docs/images/edges.png"
-set multiplot layout 1, 2 title "Rays aimed at edges that slip through a closed mesh"
+set multiplot layout 1, 2 title "Rays aimed at edges: share that slips through a closed mesh"
 set logscale xy
-# No ray at all stands at the bottom.
+# Zero has no place on a logarithmic axis: it is drawn at the bottom.
 none = 3e-6
 set yrange [none * 0.7:50]
 set ytics ("none" none, "0.001 %%" 1e-5, "0.01 %%" 1e-4, "0.1 %%" 1e-3, "1 %%" 1e-2, "10 %%" 1e-1, "100 %%" 1)
@@ -19,14 +19,14 @@ shown(x) = x > 0 ? x : none
 
 lines(kind) = "< awk -F'\\t' -v OFS='\\t' '$1 == \"".kind."\"' out/edges.tsv"
 set key top center horizontal maxrows 2 samplen 2
-set title "spheres of radius 1, by length of edge"
-set xlabel "length of edge"
+set title "spheres of radius 1, by edge length"
+set xlabel "edge length"
 set xrange [0.003:0.4]
 plot lines("size") using 2:(shown($3)) with linespoints ls 1 title "qzQBVH", \
      lines("size") using 2:(shown($4)) with linespoints ls 2 title "Embree", \
      lines("size") using 2:(shown($5)) with linespoints ls 3 title "Embree robust"
 set title "sphere of 20,480 triangles, by distance from the origin"
-set xlabel "distance in sizes of the box"
+set xlabel "distance in box sizes"
 set xrange [0.7:1.4e6]
 set format x "10^{%L}"
 far = "< awk -F'\\t' -v OFS='\\t' '$1 == \"far\" && $2 == \"sphere20,480\" && $3 > 0' out/edges.tsv"

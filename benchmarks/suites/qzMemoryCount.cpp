@@ -1,4 +1,4 @@
-#include <benchmarks/core/qzMemory.h>
+#include <benchmarks/suites/qzMemoryCount.h>
 
 #include <errno.h>
 #include <malloc.h>
@@ -12,7 +12,7 @@
 
 namespace {
 
-// The allocator's own functions under the names that the C library keeps for stand-ins.
+// The C library's own allocation functions, under the names it provides for replacements to call.
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
@@ -78,7 +78,7 @@ void free(void* block) {
   __libc_free(block);
 }
 
-// The allocator's own mappings do not come through here.
+// The C library's allocator maps memory without calling these.
 void* mmap(void* address, std::size_t length, int protection, int flags, int file, off_t offset) noexcept {
   void* const result = reinterpret_cast<void*>(syscall(SYS_mmap, address, length, protection, flags, file, offset));
   if (mustCount() && result != MAP_FAILED && (flags & MAP_ANONYMOUS) != 0) count(wholePages(length));
