@@ -1,8 +1,8 @@
-# What gets installed, and how it is found again: by CMake's find_package(qzCommonAddOns 3.0 CONFIG), which works with the
-# build tree as well, and by pkg-config.
+# Installation. Projects find the library by find_package(qzCommonAddOns 3.0 CONFIG), in a build tree as well, and by
+# pkg-config.
 #
-# Installations have three components: Library (shared libraries), Development (headers, static libraries, what CMake
-# and pkg-config need) and Program. A shared and a static build may be installed to one place, beside each other.
+# There are three components: Library (shared libraries), Development (headers, static libraries, files for CMake and
+# pkg-config) and Program. A shared and a static build can be installed to the same prefix.
 include(CMakePackageConfigHelpers)
 
 set(QZ_CONFIG_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/qzCommonAddOns)
@@ -12,7 +12,7 @@ else()
   set(QZ_KIND static)
 endif()
 
-# pkg-config files find the installation from where they are, so it may be moved.
+# pkg-config files name paths relative to their own, so an installation can be moved.
 if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
   set(QZ_PC_PREFIX ${CMAKE_INSTALL_PREFIX})
 else()
@@ -23,14 +23,14 @@ endif()
 cmake_path(APPEND QZ_PC_LIBDIR "\${prefix}" ${CMAKE_INSTALL_LIBDIR})
 cmake_path(APPEND QZ_PC_INCLUDEDIR "\${prefix}" ${CMAKE_INSTALL_INCLUDEDIR})
 
-# The language's own libraries, which a static library leaves to whoever links it.
+# The C++ runtime libraries, which the user of a static library has to link.
 set(QZ_PC_LANGUAGE_LIBRARIES ${CMAKE_CXX_IMPLICIT_LINK_LIBRARIES})
 list(FILTER QZ_PC_LANGUAGE_LIBRARIES INCLUDE REGEX "^(stdc\\+\\+|c\\+\\+|m)$")
 list(TRANSFORM QZ_PC_LANGUAGE_LIBRARIES PREPEND -l)
 list(JOIN QZ_PC_LANGUAGE_LIBRARIES " " QZ_PC_LANGUAGE_LIBRARIES)
 
-# qz_install(target export description requirement...): installs a library with its headers as a member of that export,
-# and a pkg-config file of its name, which requires those of the other names. The family's own siblings bring theirs.
+# qz_install(target export description requirement...): installs a library and its headers as part of that export, and
+# a pkg-config file of its name, which requires the others. Sibling libraries that are not bundled have their own files.
 function(qz_install target export description)
   install(TARGETS ${target} EXPORT ${export}
     RUNTIME COMPONENT Library
@@ -49,7 +49,7 @@ function(qz_install target export description)
   install(FILES ${PROJECT_BINARY_DIR}/${target}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT Development)
 endfunction()
 
-# qz_export(export namespace): a file for either kind of library, of which the package takes one.
+# qz_export(export namespace): a file for this kind of library. The package includes that of one kind.
 function(qz_export export namespace)
   set(file ${export}-${QZ_KIND}.cmake)
   install(EXPORT ${export} NAMESPACE ${namespace}:: DESTINATION ${QZ_CONFIG_DIR} FILE ${file} COMPONENT Development)

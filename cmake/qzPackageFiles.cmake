@@ -1,4 +1,4 @@
-# Runs within cpack when the components stand in their folders: adds what Debian asks every package to have.
+# Run by cpack after the components are installed to their folders: adds the files that Debian requires of a package.
 function(qz_run)
   execute_process(COMMAND ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
@@ -31,7 +31,7 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   endforeach()
 endforeach()
 
-# The same sources make the same packages, whatever the permissions and dates of their files.
+# Reproducible packages: permissions and dates of files do not depend on the checkout.
 qz_run(chmod --recursive u=rwX,go=rX ${CPACK_TEMPORARY_DIRECTORY})
 if(DEFINED ENV{SOURCE_DATE_EPOCH})
   qz_run(find ${CPACK_TEMPORARY_DIRECTORY} -exec touch --no-dereference --date=@$ENV{SOURCE_DATE_EPOCH} {} +)

@@ -1,5 +1,5 @@
-# Debian packages, one for each component of an installation, made by cpack from a build for the prefix /usr.
-# script/package builds, checks and tries them.
+# Debian packages, one per component of an installation, made by cpack from a build for the prefix /usr.
+# script/package builds and checks them.
 set(CPACK_GENERATOR DEB)
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
@@ -12,9 +12,9 @@ set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY >=)
 set(CPACK_DEBIAN_PACKAGE_SOURCE qzcommonaddons)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # every description below has its own first line
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # every description below begins with its own
 
-# The maintainers' address stands in the changelog alone.
+# The maintainers' address comes from the changelog.
 file(STRINGS ${PROJECT_SOURCE_DIR}/cmake/debian/changelog maintainer REGEX "^ -- " LIMIT_COUNT 1)
 string(REGEX REPLACE "^ -- (.*>)  .*" "\\1" CPACK_DEBIAN_PACKAGE_MAINTAINER "${maintainer}")
 
@@ -52,12 +52,12 @@ hierarchies over them, renders them, and casts rays from a table into a table
 of hits. Hits are the same bytes for any number of threads.")
 
 set(CPACK_COMPONENTS_ALL Library Development)
-set(CPACK_COMPONENTS_DEVELOPMENT Development)  # all that is taken from a second build, of static libraries
+set(CPACK_COMPONENTS_DEVELOPMENT Development)  # the only component taken from the second build, which is static
 if(QZ_BUILD_APPS)
   list(APPEND CPACK_COMPONENTS_ALL Program)
 endif()
 
-# Between installing a component to its own folder and packing that folder up.
+# Runs after a component is installed to its folder and before that is packed.
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/qzPackageFiles.cmake)
 set(CPACK_QZ_DEBIAN_DIR ${PROJECT_SOURCE_DIR}/cmake/debian)
 include(CPack)

@@ -1,10 +1,10 @@
-# Two usage requirements that the project's own targets link privately.
+# Two sets of usage requirements, which the project's own targets link privately.
 #
-# A library that gets exported takes their options by qz_compile_with instead: a static library hands its private links
-# on to whoever uses it, and these two are nothing to install.
+# Exported libraries take the options by qz_compile_with instead: a static library's private links become part of its
+# export, and these two are not installed.
 
-# Arithmetic that no flag set changes: no contraction, no reassociation, NaN and signed zeros kept. Whatever computes
-# results links this; it comes after the caller's flags on the command line and so wins over them.
+# Arithmetic that other flags do not change: no contraction, no reassociation, NaN and signed zeros kept. Whatever
+# computes results links this. Its options follow CMAKE_CXX_FLAGS on the command line and so override them.
 add_library(qzArithmetic INTERFACE)
 target_compile_options(qzArithmetic INTERFACE
   $<$<CXX_COMPILER_ID:GNU,Clang,AppleClang>:-fno-fast-math;-ffp-contract=off>
@@ -16,7 +16,7 @@ target_compile_options(qzWarnings INTERFACE
   $<$<CXX_COMPILER_ID:GNU,Clang,AppleClang>:-Wall;-Wextra;-Wpedantic;-Wshadow;-Wnon-virtual-dtor;-Wold-style-cast>
   $<$<AND:$<BOOL:${QZ_WARNINGS_AS_ERRORS}>,$<CXX_COMPILER_ID:GNU,Clang,AppleClang>>:-Werror>)
 
-# qz_compile_with(target usage...): compiles and links target with the options of the usages, without linking them.
+# qz_compile_with(target requirements...): gives target their compile and link options, without linking them.
 function(qz_compile_with target)
   foreach(usage IN LISTS ARGN)
     target_compile_options(${target} PRIVATE $<TARGET_PROPERTY:${usage},INTERFACE_COMPILE_OPTIONS>)
@@ -24,7 +24,7 @@ function(qz_compile_with target)
   endforeach()
 endfunction()
 
-# Installed libraries find one another in their own directory.
+# Installed libraries look for each other in their own directory.
 if(APPLE)
   set(QZ_LIBRARY_RPATH @loader_path)
 else()
