@@ -46,7 +46,7 @@ std::string qzNumpyHeader::Encode(std::size_t nbRows, std::size_t nbColumns, std
 qzNumpyHeader::qzNumpyHeader(const std::string& name, std::string_view bytes) {
   if (!Recognizes(bytes)) throw qzError(name, "not a .npy file");
   if (bytes.size() < kMagic.size() + 2) throw qzError(name, "the file is cut off in its header");
-  const int version = bytes[kMagic.size()];
+  const int version = static_cast<unsigned char>(bytes[kMagic.size()]);
   if (version < 1 || version > 3) throw qzError(name, ".npy format version " + std::to_string(version) + " is unknown");
   const std::size_t lengthBytes = version == 1 ? 2 : 4, lengthAt = kMagic.size() + 2, headerAt = lengthAt + lengthBytes;
   if (bytes.size() < headerAt) throw qzError(name, "the file is cut off in its header");
