@@ -496,8 +496,8 @@ void qzQBVH::DeleteSOAPlaneEquationSet(tSOASinglePlaneEqn* set) {
 
 bool qzQBVH::intersectConvexHull(const tSOASinglePlaneEqn* planes, unsigned count) const {
   if (!(mFlags & eTrianglesVertices)) {
-    if (qzDetail::isLogged(qz::eLogError)) {
-      qzDetail::logRecord(qz::eLogError, "",
+    if (qzDetail::isLogged(qzDetail::kLogError)) {
+      qzDetail::logRecord(qzDetail::kLogError, "",
                           "error: QBVH is not built with the right data type (should be qzQBVH::eTrianglesVertices)");
     }
     return false;

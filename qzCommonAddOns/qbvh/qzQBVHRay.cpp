@@ -28,8 +28,8 @@ bool report(const qzDetail::tRayHit& hit, float& t, Wm4::Vector2<float>& barycen
 bool qzQBVH::intersectRay(const Wm4::Vector3<float>& origin, const Wm4::Vector3<float>& direction, float tMin, float& t,
                           Wm4::Vector2<float>& barycentric, unsigned& triangle, tIntersectionPolicy policy) const {
   if (!(mFlags & eTrianglesEquations)) {
-    if (qzDetail::isLogged(qz::eLogError)) {
-      qzDetail::logRecord(qz::eLogError, "",
+    if (qzDetail::isLogged(qzDetail::kLogError)) {
+      qzDetail::logRecord(qzDetail::kLogError, "",
                           "error: QBVH is not built with the right data type (should be qzQBVH::eTrianglesEquations)");
     }
     return false;

@@ -6,6 +6,9 @@
 
 namespace qzDetail {
 
+/// Types of records by number: a family's own logger may give them other names.
+constexpr qz::qzLogType kLogInfo = qz::qzLogType(1), kLogError = qz::qzLogType(2);
+
 /// Whether a record of this type goes anywhere: there is no logger, or it wants the type.
 inline bool isLogged(qz::qzLogType type) {
   return qz::qzLog::msInstance == nullptr || qz::qzLog::msInstance->isLogTypeEnabled(type);
