@@ -10,7 +10,7 @@ namespace {
 // One record of the build, put together from text and numbers only if somebody reads it.
 template <class MakeText>
 void log(MakeText makeText) {
-  if (isLogged(kLogInfo)) logRecord(kLogInfo, "bvh", makeText().c_str());
+  if (qzDetail::isLogged(qzDetail::kLogInfo)) qzDetail::logRecord(qzDetail::kLogInfo, "bvh", makeText().c_str());
 }
 
 std::string allocated(std::uint64_t bytes, const std::string& what) {
