@@ -14,7 +14,8 @@ qzScene moved(const qzScene& scene, const Move& move) {
   std::vector<tVector> positions;
   for (int i = 0; i < scene.getNbVertices(); ++i)
     positions.push_back(move(scene.mPositions[static_cast<std::size_t>(i)]));
-  std::vector<int> indices(scene.getIndices(), scene.getIndices() + 3 * scene.getNbTriangles());
+  const std::ptrdiff_t nbIndices = scene.mMesh.getIndexBuffer()->getNbIndices();
+  std::vector<int> indices(scene.getIndices(), scene.getIndices() + nbIndices);
   return makeScene(scene.mName,
                    qz::qzTriMesh(qz::qzVertexBuffer(std::move(positions)), qz::qzIndexBuffer(std::move(indices))));
 }

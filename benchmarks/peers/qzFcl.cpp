@@ -20,7 +20,7 @@ template <class Volume>
 std::unique_ptr<fcl::CollisionGeometry<tReal>> makeModel(const qzScene& scene, const std::vector<tPoint>& points) {
   std::vector<fcl::Triangle> triangles;
   for (int i = 0; i < scene.getNbTriangles(); ++i) {
-    const int* const corners = scene.getIndices() + 3 * i;
+    const int* const corners = scene.getIndices() + 3 * static_cast<std::ptrdiff_t>(i);
     triangles.emplace_back(corners[0], corners[1], corners[2]);
   }
   auto model = std::make_unique<fcl::BVHModel<Volume>>();

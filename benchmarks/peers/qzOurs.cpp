@@ -1,8 +1,8 @@
 #include <benchmarks/peers/qzOurs.h>
 
-#include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
-#include <qzCommonAddOns/builders/qzGenericBVHBuilder.h>
+#include <qzCommonAddOns/builders/qzSAHFunctionoid.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
+#include <toolkit/build/qzSAHFeeder.h>
 
 #include <limits>
 
@@ -25,28 +25,6 @@ std::string qzOurs::getName() const {
   return mBuilder == eLinear ? "qzQBVH" : "qzQBVH surface-area";
 }
 
-namespace {
-
-/// The surface-area builder with the boxes of a mesh's triangles as items.
-class tSurfaceAreaBuilder : public qzGenericBVHBuilder {
- public:
-  explicit tSurfaceAreaBuilder(const qz::qzTriMesh& mesh) {
-    const qzBVHTriangleContainer triangles(mesh);
-    resizeItems(static_cast<int>(triangles.getQuantity()));
-    for (unsigned i = 0; i < triangles.getQuantity(); ++i) {
-      mItemBBoxes[i] = *triangles.getBBox(i);
-      mItemIndices[i] = i;
-      mSceneBBox.selfUnion(mItemBBoxes[i]);
-    }
-    setSAH(&mCost);  // the builder's own default functor is never freed
-  }
-
- private:
-  qzDefaultSAH mCost;
-};
-
-}  // namespace
-
 double qzOurs::build(qzQBVH::tQBVHDataFlags flags) {
   release();
   expectDefaultFloatMode();
@@ -55,8 +33,12 @@ double qzOurs::build(qzQBVH::tQBVHDataFlags flags) {
   if (mBuilder == eLinear) {
     mHierarchy->buildFromMesh(flags, mScene.mMesh, 4);
   } else {
+    const qzDefaultSAH cost;  // the builder's own default functor is never freed
+    qzToolkit::qzSAHFeeder builder;
+    builder.setMesh(mScene.mMesh);
+    builder.setCost(cost);
     qzGenericBVH bvh;
-    tSurfaceAreaBuilder(mScene.mMesh).build(bvh);
+    builder.build(bvh);
     mHierarchy->buildFromBVH(flags, bvh, mScene.mMesh);
   }
   return watch.getSeconds();

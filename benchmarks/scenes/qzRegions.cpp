@@ -47,7 +47,7 @@ std::vector<qzRegion> makeBoxes(const qzScene& scene, float share, bool nearSurf
     const tVector turned = random.onUnitSphere();  // only for a random angle around axis 2
     box.mAxes[0] = normalised(sum(scaled(turned[0], first), scaled(turned[1], second)));
     box.mAxes[1] = cross(box.mAxes[2], box.mAxes[0]);
-    for (int axis = 0; axis < 3; ++axis) {
+    for (std::size_t axis = 0; axis < 3; ++axis) {
       box.mPlanes[2 * axis] = plane(box.mAxes[axis], along(box.mCentre, -half, box.mAxes[axis]));
       box.mPlanes[2 * axis + 1] = plane(scaled(-1.0f, box.mAxes[axis]), along(box.mCentre, half, box.mAxes[axis]));
     }

@@ -5,8 +5,6 @@
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <qzSceneGraph/qzCancelInterfaceReadOnly.h>
 
-#include <deque>
-
 #include <benchmarks/core/qzFingerprint.h>
 #include <benchmarks/suites/qzBenchmarks.h>
 #include <benchmarks/suites/qzContests.h>
@@ -23,14 +21,11 @@ struct tNeverCancelled : qz::qzCancelInterfaceReadOnly {
 
 void measureBuild(const qzScene& scene, const qzSettings& settings, qzReport& report) {
   qzOurs ours(scene);
+  std::deque<qzEmbree> embrees = makeEmbrees(scene);
+  std::deque<qzCgal> cgals = makeCgals(scene);
   std::vector<qzContestant> contestants = {buildContest(ours, scene)};
-  std::deque<qzEmbree> embrees;
-  for (RTCBuildQuality quality : {RTC_BUILD_QUALITY_LOW, RTC_BUILD_QUALITY_MEDIUM})
-    for (const char* isa : {"sse4.2", ""})
-      contestants.push_back(buildContest(embrees.emplace_back(scene, quality, isa), scene));
-  std::deque<qzCgal> cgals;
-  if (scene.getNbTriangles() <= kMostTrianglesOfCgal)
-    contestants.push_back(buildContest(cgals.emplace_back(scene), scene));
+  for (qzEmbree& embree : embrees) contestants.push_back(buildContest(embree, scene));
+  for (qzCgal& cgal : cgals) contestants.push_back(buildContest(cgal, scene));
 
   report.compare({"build", scene.mName, scene.getNbTriangles(), "triangle", settings.mRounds}, contestants, [&ours] {
     ours.build();

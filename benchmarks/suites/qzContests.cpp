@@ -2,6 +2,26 @@
 
 namespace qzBench {
 
+namespace {
+
+/// Larger scenes take CGAL too long and show nothing new.
+constexpr int kMostTrianglesOfCgal = 2000000;
+
+}  // namespace
+
+std::deque<qzEmbree> makeEmbrees(const qzScene& scene) {
+  std::deque<qzEmbree> embrees;
+  for (RTCBuildQuality quality : {RTC_BUILD_QUALITY_LOW, RTC_BUILD_QUALITY_MEDIUM})
+    for (const char* isa : {"sse4.2", ""}) embrees.emplace_back(scene, quality, isa);
+  return embrees;
+}
+
+std::deque<qzCgal> makeCgals(const qzScene& scene) {
+  std::deque<qzCgal> cgals;
+  if (scene.getNbTriangles() <= kMostTrianglesOfCgal) cgals.emplace_back(scene);
+  return cgals;
+}
+
 std::vector<qzRaySet> makeRaySets(const qzScene& scene, const qzOurs& linear, int side) {
   std::vector<qzRay> camera = makeCameraRays(scene, side);
   std::vector<qzAnswer> answers(camera.size());

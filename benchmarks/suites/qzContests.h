@@ -1,6 +1,10 @@
 #pragma once
 // Contestants and rays that several measurements share.
 
+#include <deque>
+#include <string>
+#include <vector>
+
 #include <benchmarks/core/qzMeasure.h>
 #include <benchmarks/peers/qzCgal.h>
 #include <benchmarks/peers/qzEmbree.h>
@@ -9,8 +13,11 @@
 
 namespace qzBench {
 
-/// Largest scene for CGAL: larger ones take too long and show nothing new.
-constexpr int kMostTrianglesOfCgal = 2000000;
+/// Embree in both builder qualities, each four-wide and with the processor's best instructions; not yet built.
+std::deque<qzEmbree> makeEmbrees(const qzScene& scene);
+
+/// CGAL, or none for the largest scenes; not yet built.
+std::deque<qzCgal> makeCgals(const qzScene& scene);
 
 /// Least share of rays with the same answer from a peer. The others pass an edge within rounding error.
 constexpr double kRayAgreement = 0.999;

@@ -44,11 +44,10 @@ tThreadSeconds traceByThreads(const qzOurs& ours, const std::vector<qzRay>& rays
 void measureRays(const qzScene& scene, const qzSettings& settings, qzReport& report) {
   qzOurs ours(scene);
   ours.build();
-  std::deque<qzEmbree> embrees;
-  for (RTCBuildQuality quality : {RTC_BUILD_QUALITY_LOW, RTC_BUILD_QUALITY_MEDIUM})
-    for (const char* isa : {"sse4.2", ""}) embrees.emplace_back(scene, quality, isa).build();
-  std::deque<qzCgal> cgals;
-  if (scene.getNbTriangles() <= kMostTrianglesOfCgal) cgals.emplace_back(scene).build();
+  std::deque<qzEmbree> embrees = makeEmbrees(scene);
+  for (qzEmbree& embree : embrees) embree.build();
+  std::deque<qzCgal> cgals = makeCgals(scene);
+  for (qzCgal& cgal : cgals) cgal.build();
 
   for (const qzRaySet& set : makeRaySets(scene, ours, settings.mRaySide)) {
     std::vector<qzAnswer> answers;

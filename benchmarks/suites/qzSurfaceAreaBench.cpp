@@ -1,7 +1,5 @@
 // The surface-area builder: cost of the build, and speed of rays.
 
-#include <deque>
-
 #include <benchmarks/core/qzFingerprint.h>
 #include <benchmarks/suites/qzBenchmarks.h>
 #include <benchmarks/suites/qzContests.h>
