@@ -1,4 +1,5 @@
 #include <doctest/doctest.h>
+#include <qzCommonAddOns/qbvh/qzQBVH.h>
 #include <toolkit/base/qzNumber.h>
 #include <toolkit/io/table/qzNumpyArray.h>
 #include <toolkit/io/table/qzRayFile.h>

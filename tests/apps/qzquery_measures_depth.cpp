@@ -1,4 +1,5 @@
 #include <doctest/doctest.h>
+#include <qzCommonAddOns/qbvh/qzQBVH.h>
 #include <toolkit/io/mesh/qzMeshFile.h>
 #include <toolkit/view/qzCamera.h>
 
