@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <limits>
 #include <stdexcept>
 
@@ -35,6 +36,7 @@ pid_t start(std::vector<std::string> arguments, int input, int output, int error
     ::dup2(input, STDIN_FILENO);
     ::dup2(output, STDOUT_FILENO);
     ::dup2(error, STDERR_FILENO);
+    std::signal(SIGXFSZ, SIG_DFL);  // as a shell starts it, whatever a FileSizeLimit does here
     ::execv(QZQUERY, pointers.data());
     ::_exit(127);
   }

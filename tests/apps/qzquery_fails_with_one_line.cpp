@@ -39,6 +39,7 @@ TEST_CASE("a command line that is no good") {
   CHECK(failure({"info", mesh, "--leaf", "-3"}).find("--leaf") != std::string::npos);
   CHECK(failure({"info", mesh, "--leaf", "four"}).find("--leaf") != std::string::npos);
   CHECK(failure({"info", mesh, "--builder", "best"}) == "--builder: best not in {linear,sah}");
+  CHECK(failure({"info", mesh, "--builder", "be\nst"}).find("--builder: be") == 0);
   CHECK(failure({"info", mesh, "--builder", "sah", "--leaf", "4"}) ==
         "--leaf: goes with --builder linear; the other one finds its own leaves");
   CHECK(failure({"info", mesh, "--threads", "0"}).find("--threads") != std::string::npos);

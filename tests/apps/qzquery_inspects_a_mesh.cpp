@@ -83,6 +83,17 @@ TEST_CASE("the estimate of memory is what a small mesh takes") {
   }
 }
 
+TEST_CASE("what the finite triangles of a mesh take is scaled to all of them, in memory and in time") {
+  const TemporaryFolder folder;
+  constexpr int kNbOthers = 300000;
+  std::string text = "v 0 0 0\nv 1 0 0\nv 0 1 0\nv nan 0 0\nf 1 2 3\n";
+  for (int i = 0; i < kNbOthers; ++i) text += "f 1 2 4\n";
+  const auto answer = nlohmann::json::parse(runQuery({"inspect", folder.write("mesh.obj", text), "--json"}).output);
+  CHECK(answer["estimate"]["sampleTriangles"] == 1);
+  CHECK(answer["estimate"]["bytes"] == (kNbOthers + 1) * 208);
+  CHECK(answer["estimate"]["buildSeconds"].get<double>() > 0.01);  // no build takes less than 30 nanoseconds
+}
+
 TEST_CASE("of a mesh without a finite triangle there is nothing to estimate") {
   const TemporaryFolder folder;
   const std::string name = folder.write("mesh.obj", "v nan 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");

@@ -59,6 +59,16 @@ TEST_CASE("progress is shown on a terminal, unless --quiet, and nowhere else") {
   CHECK(runQuery(render).error.find("casting") == std::string::npos);
 }
 
+TEST_CASE("the progress of casting ends at 100 % of the rays") {
+  const TemporaryFolder folder;
+  const std::string mesh = folder.write("mesh.off", asOff(gridMesh(3)));
+  std::string rays;
+  for (int i = 0; i < 1000; ++i) rays += "0.125,0.25,1,0,0,-1\n";
+  const std::string shown =
+      runQueryOnTerminal({"cast", mesh, folder.write("rays.csv", rays), "-o", folder.path("hits.csv")});
+  CHECK(shown.find("\rcasting rays 100 %") != std::string::npos);  // one block, and the first is always shown
+}
+
 TEST_CASE("with --json standard output holds one object and nothing else is said, --quiet or not") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.off", asOff(gridMesh(3)));

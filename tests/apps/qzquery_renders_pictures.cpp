@@ -107,6 +107,31 @@ TEST_CASE("cost is dark where no box is and brighter in the mesh, and its scale 
   CHECK(outcome.error.find(" nodes a ray, ") != std::string::npos);
 }
 
+TEST_CASE("the shadow is on the floor below the mesh, whichever axis points up") {
+  const TemporaryFolder folder;
+  // A plate that floats over the lowest point, as it is and turned so that y points up.
+  const auto plate = [&](const char* name, bool isYUp) {
+    std::string text;
+    for (const auto& [x, y, z] : {std::array<int, 3>{-2, -2, 1}, {2, -2, 1}, {2, 2, 1}, {-2, 2, 1}, {0, 0, 0}}) {
+      const std::array<int, 3> p = isYUp ? std::array<int, 3>{x, z, -y} : std::array<int, 3>{x, y, z};
+      text += "v " + std::to_string(p[0]) + ' ' + std::to_string(p[1]) + ' ' + std::to_string(p[2]) + '\n';
+    }
+    return folder.write(name, text + "f 1 2 3 4\nf 5 5 5\n");
+  };
+  const Picture z = render({plate("z.obj", false), "--size", "60x45"}),
+                y = render({plate("y.obj", true), "--size", "60x45", "--up", "y"});
+  int nbShadows = 0, nbOthers = 0;
+  for (int row = 0; row < 45; ++row) {
+    for (int column = 0; column < 60; ++column) {
+      const int brightness = z.brightness(column, row);
+      nbShadows += brightness > 450 && brightness < z.brightness(0, 0) - 20;
+      nbOthers += std::abs(brightness - y.brightness(column, row)) > 30;
+    }
+  }
+  CHECK(nbShadows > 100);
+  CHECK(nbOthers < 30);
+}
+
 TEST_CASE("edges are smooth: a pixel that the mesh covers in part has a colour in between") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.obj", "v -1 0 -1\nv 1 0 -0.8\nv 0.7 0 1\nv -1.2 0 0.9\nf 1 2 3 4\n");
