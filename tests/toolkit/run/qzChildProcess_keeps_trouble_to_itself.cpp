@@ -1,10 +1,12 @@
 #include <doctest/doctest.h>
+#include <sys/resource.h>
 #include <toolkit/run/qzChildProcess.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <new>
 #include <numeric>
 #include <vector>
@@ -77,6 +79,35 @@ TEST_CASE("work gets the memory that it may have and no more") {
     }
     CHECK(answer == (megabytes == 64 ? 'y' : 'n'));
   }
+}
+
+TEST_CASE("what this process takes already does not count against the work") {
+  const std::size_t size = std::size_t(1) << 29;  // asked for, but never touched
+  const std::unique_ptr<void, decltype(&std::free)> taken(std::malloc(size), &std::free);
+  REQUIRE(taken != nullptr);
+  qzChildProcess process({10, std::size_t(256) << 20}, [](const qzChildProcess::tOutput& output) {
+    const char answer = std::malloc(std::size_t(64) << 20) != nullptr ? 'y' : 'n';
+    output.write(&answer, 1);
+  });
+  char answer = 'n';
+  process.read(&answer, 1);
+  CHECK(answer == 'y');
+}
+
+TEST_CASE("work that breaks down leaves no core file") {
+  rlimit before;
+  REQUIRE(::getrlimit(RLIMIT_CORE, &before) == 0);
+  const rlimit most = {before.rlim_max, before.rlim_max};
+  REQUIRE(::setrlimit(RLIMIT_CORE, &most) == 0);
+  qzChildProcess process(kLimits, [](const qzChildProcess::tOutput& output) {
+    rlimit limit;
+    ::getrlimit(RLIMIT_CORE, &limit);
+    output.write(&limit.rlim_cur, sizeof limit.rlim_cur);
+  });
+  ::setrlimit(RLIMIT_CORE, &before);
+  rlim_t size = 1;
+  process.read(&size, sizeof size);
+  CHECK(size == 0);
 }
 
 TEST_CASE("what the work changes or says stays with it") {
