@@ -86,7 +86,7 @@ TEST_CASE("the estimate of memory is what a small mesh takes") {
 TEST_CASE("what the finite triangles of a mesh take is scaled to all of them, in memory and in time") {
   const TemporaryFolder folder;
   constexpr int kNbOthers = 300000;
-  std::string text = "v 0 0 0\nv 1 0 0\nv 0 1 0\nv nan 0 0\nf 1 2 3\n";
+  std::string text = "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 inf\nf 1 2 3\n";
   for (int i = 0; i < kNbOthers; ++i) text += "f 1 2 4\n";
   const auto answer = nlohmann::json::parse(runQuery({"inspect", folder.write("mesh.obj", text), "--json"}).output);
   CHECK(answer["estimate"]["sampleTriangles"] == 1);
