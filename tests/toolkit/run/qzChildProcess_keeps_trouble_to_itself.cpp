@@ -1,16 +1,23 @@
 #include <doctest/doctest.h>
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <toolkit/run/qzChildProcess.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <numeric>
 #include <vector>
 
+#include "support/qzTemporaryFolder.h"
+
+using qzTest::TemporaryFolder;
 using qzToolkit::qzChildProcess;
 
 namespace {
@@ -110,13 +117,49 @@ TEST_CASE("work that breaks down leaves no core file") {
   CHECK(size == 0);
 }
 
-TEST_CASE("what the work changes or says stays with it") {
+TEST_CASE("signals end the work whatever this process does about them") {
+  const auto before = std::signal(SIGTERM, SIG_IGN);
+  CHECK(failureOf([](const auto&) { std::raise(SIGTERM); }) == "broke down (Terminated)");
+  std::signal(SIGTERM, before);
+}
+
+TEST_CASE("no file stays open and no process is left") {
+  const auto nbOpenFiles = [] {
+    const std::filesystem::directory_iterator files("/proc/self/fd");
+    return std::distance(begin(files), end(files));
+  };
+  const auto before = nbOpenFiles();
+  for (int i = 0; i < 3; ++i) {
+    CHECK(failureOf([](const auto&) {}) == "broke down");
+    const qzChildProcess unread(kLimits, [](const auto&) {});
+  }
+  CHECK(nbOpenFiles() == before);
+  CHECK(::waitpid(-1, nullptr, WNOHANG) < 0);  // there is none to wait for
+}
+
+TEST_CASE("what the work says on standard output or standard error is not seen") {
+  const TemporaryFolder folder;
+  const int file = ::open(folder.write("said", "").c_str(), O_WRONLY | O_CLOEXEC);
+  for (int stream : {STDOUT_FILENO, STDERR_FILENO}) {
+    std::fflush(nullptr);
+    const int previous = ::dup(stream);
+    ::dup2(file, stream);
+    const std::string failure = failureOf([stream](const auto&) {
+      if (::write(stream, "words", 5) == 5) std::raise(SIGABRT);
+    });
+    ::dup2(previous, stream);
+    ::close(previous);
+    CHECK(failure == "broke down (Aborted)");
+  }
+  ::close(file);
+  CHECK(folder.read("said").empty());
+}
+
+TEST_CASE("what the work changes stays with it") {
   int number = 1;
   char byte = 0;
   qzChildProcess process(kLimits, [&](const qzChildProcess::tOutput& output) {
     number = 2;
-    std::fputs("this must not be seen\n", stderr);
-    std::fflush(nullptr);
     output.write(&byte, 1);
   });
   process.read(&byte, 1);

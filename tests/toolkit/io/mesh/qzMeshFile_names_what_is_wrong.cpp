@@ -228,6 +228,11 @@ TEST_CASE("glTF and COLLADA: geometry that its reader would only complain about"
   folder.write("a.bin", bin);
   CHECK(errorOfMesh(folder, "a.gltf", gltf) ==
         "a.gltf: Some faces had out-of-range indices. Those faces were dropped.");
+  const std::string five =
+      replaced(asGltf(good, "five.bin", bin), R"("SCALAR", "count": 6)", R"("SCALAR", "count": 5)");
+  folder.write("five.bin", bin);
+  CHECK(errorOfMesh(folder, "five.gltf", five) ==
+        "five.gltf: The number of vertices was not compatible with the TRIANGLES mode. Some vertices were dropped.");
   const std::string cut = asGltf(good, "b.bin", bin);
   folder.write("b.bin", bin.substr(0, bin.size() - 4));
   CHECK(errorOfMesh(folder, "b.gltf", cut).substr(0, 10) == "b.gltf: GL");
@@ -239,6 +244,17 @@ TEST_CASE("glTF and COLLADA: geometry that its reader would only complain about"
                                      "</p></triangles>\n<triangles count=\"1\"><input semantic=\"VERTEX\" "
                                      "source=\"#v\" offset=\"0\"/><p>0 l 2</p></triangles>");
   CHECK(errorOfMesh(folder, "c.dae", twice) == "c.dae:10: something other than numbers among the vertex numbers");
+}
+
+TEST_CASE("AC3D: a file that is cut off, of which assimp keeps the beginning") {
+  const TemporaryFolder folder;
+  const std::string surface = "SURF 0x0\nmat 0\nrefs 3\n0 0 0\n1 0 0\n2 0 0\n";
+  const std::string text =
+      "AC3Db\nMATERIAL \"\" rgb 1 1 1 amb 1 1 1 emis 0 0 0 spec 1 1 1 shi 0 trans 0\nOBJECT world\nkids 1\n"
+      "OBJECT poly\nnumvert 3\n0 0 0\n1 0 0\n0 1 0\nnumsurf 2\n" +
+      surface;
+  CHECK(errorOfMesh(folder, "whole.ac", text + surface + "kids 0\n") == "nothing thrown");
+  CHECK(errorOfMesh(folder, "cut.ac", text) == "cut.ac: AC3D: Unexpected EOF: surface is incomplete");
 }
 
 TEST_CASE("bones are no triangles") {
