@@ -59,7 +59,7 @@ void qzReport::beginLine(const std::string& block) {
 
 std::vector<qzTiming> qzReport::compare(const qzSubject& subject, const std::vector<qzContestant>& contestants,
                                         const std::function<std::string()>& check) {
-  const std::vector<qzTiming> timings = runInTurn(contestants, subject.mRounds);
+  std::vector<qzTiming> timings = runInTurn(contestants, subject.mRounds);
   for (std::size_t i = 0; i < contestants.size(); ++i) {
     const double nanoseconds = timings[i].getMedian() * 1e9, spread = timings[i].getSpread();
     nlohmann::json entry = {{"benchmark", subject.mBenchmark}, {"scene", subject.mScene},

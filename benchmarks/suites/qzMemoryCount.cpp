@@ -80,7 +80,8 @@ void free(void* block) {
 
 // The C library's allocator maps memory without calling these.
 void* mmap(void* address, std::size_t length, int protection, int flags, int file, off_t offset) noexcept {
-  void* const result = reinterpret_cast<void*>(syscall(SYS_mmap, address, length, protection, flags, file, offset));
+  const long number = syscall(SYS_mmap, address, length, protection, flags, file, offset);
+  void* const result = reinterpret_cast<void*>(number);  // NOLINT: the system call returns the address as a number
   if (mustCount() && result != MAP_FAILED && (flags & MAP_ANONYMOUS) != 0) count(wholePages(length));
   return result;
 }
