@@ -4,8 +4,8 @@
 #include <type_traits>
 #include <utility>
 
-#include "geometry/qzAbsence.h"
-#include "geometry/qzTestBoxes2D.h"
+#include "support/qzHasMember.h"
+#include "support/qzTestBoxes2D.h"
 
 using namespace qzTest;
 

@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <iostream>
 
-#include "bvh/qzOpenBVH2D.h"
-#include "geometry/qzTestBoxes2D.h"
+#include "support/qzOpenBVH2D.h"
+#include "support/qzTestBoxes2D.h"
 
 using namespace qzTest;
 

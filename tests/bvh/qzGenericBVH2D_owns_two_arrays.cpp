@@ -4,9 +4,9 @@
 #include <type_traits>
 #include <utility>
 
-#include "bvh/qzOpenBVH2D.h"
-#include "geometry/qzAbsence.h"
 #include "support/qzBits.h"
+#include "support/qzHasMember.h"
+#include "support/qzOpenBVH2D.h"
 
 using namespace qzTest;
 using Tree = qzGenericBVH2D;

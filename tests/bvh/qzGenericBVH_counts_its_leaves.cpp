@@ -3,9 +3,9 @@
 #include <sstream>
 #include <type_traits>
 
-#include "bvh/qzStandardStream.h"
 #include "bvh/qzStatisticsTrees.h"
-#include "qbvh/qzCallersFloatMode.h"
+#include "support/qzCallersFloatMode.h"
+#include "support/qzStandardStream.h"
 
 namespace qzTest {
 

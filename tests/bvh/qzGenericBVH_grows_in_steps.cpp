@@ -1,7 +1,7 @@
 #include <doctest/doctest.h>
 
-#include "bvh/qzOpenGenericBVH.h"
 #include "support/qzBits.h"
+#include "support/qzOpenBVH.h"
 
 using namespace qzTest;
 

@@ -4,9 +4,9 @@
 #include <type_traits>
 #include <utility>
 
-#include "bvh/qzOpenGenericBVH.h"
 #include "support/qzBits.h"
 #include "support/qzHeapWatch.h"
+#include "support/qzOpenBVH.h"
 
 using namespace qzTest;
 

@@ -2,8 +2,8 @@
 
 #include <sstream>
 
-#include "bvh/qzStandardStream.h"
 #include "bvh/qzStatisticsTrees.h"
+#include "support/qzStandardStream.h"
 
 namespace qzTest {
 

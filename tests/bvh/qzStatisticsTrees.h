@@ -5,8 +5,8 @@
 
 #include <vector>
 
-#include "bvh/qzOpenGenericBVH.h"
 #include "support/qzBits.h"
+#include "support/qzOpenBVH.h"
 
 namespace qzTest {
 

@@ -1,10 +1,10 @@
 // Linear builds that are cancelled at any poll: everything that the caller sees as in the plain form, and builder and
 // tree as good as new for the next build.
 
-#include "builders/linear/qzBothBuilders.h"
 #include "fuzz/qzFuzzCheck.h"
 #include "fuzz/qzFuzzInput.h"
 #include "support/qzBits.h"
+#include "support/qzBothBuilders.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include "fuzz/qzFuzzInput.h"
 #include "plain/qzPlainHull.h"
-#include "qbvh/qzOpenQBVH.h"
+#include "support/qzOpenQBVH.h"
 
 namespace qzFuzz {
 

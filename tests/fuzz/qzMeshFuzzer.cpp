@@ -3,10 +3,10 @@
 
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 
-#include "builders/linear/qzBothBuilders.h"
 #include "fuzz/qzFuzzCheck.h"
 #include "fuzz/qzFuzzInput.h"
 #include "fuzz/qzFuzzQueries.h"
+#include "support/qzBothBuilders.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   qzFuzz::useAssertions();

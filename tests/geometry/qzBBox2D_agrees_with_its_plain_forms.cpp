@@ -3,8 +3,8 @@
 
 #include <doctest/doctest.h>
 
-#include "geometry/qzTestBoxes2D.h"
 #include "plain/qzPlainBBox2D.h"
+#include "support/qzTestBoxes2D.h"
 
 using namespace qzTest;
 

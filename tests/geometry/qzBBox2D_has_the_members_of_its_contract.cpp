@@ -5,7 +5,7 @@
 
 #include <type_traits>
 
-#include "geometry/qzAbsence.h"
+#include "support/qzHasMember.h"
 
 using Point = Wm4::Vector2<float>;
 using Box = qzBBox2D;

@@ -3,7 +3,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "geometry/qzTestBoxes2D.h"
+#include "support/qzTestBoxes2D.h"
 
 using namespace qzTest;
 

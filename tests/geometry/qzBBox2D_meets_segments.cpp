@@ -1,6 +1,6 @@
 #include <doctest/doctest.h>
 
-#include "geometry/qzTestBoxes2D.h"
+#include "support/qzTestBoxes2D.h"
 
 using namespace qzTest;
 

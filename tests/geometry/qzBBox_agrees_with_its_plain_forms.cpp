@@ -5,8 +5,8 @@
 
 #include <algorithm>
 
-#include "geometry/qzTestBoxes.h"
 #include "plain/qzPlainBBox.h"
+#include "support/qzTestBoxes.h"
 
 using namespace qzTest;
 

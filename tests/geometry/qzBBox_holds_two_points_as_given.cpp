@@ -4,8 +4,8 @@
 #include <type_traits>
 #include <utility>
 
-#include "geometry/qzTestBoxes.h"
 #include "plain/qzPlainBBox.h"
+#include "support/qzTestBoxes.h"
 
 using namespace qzTest;
 

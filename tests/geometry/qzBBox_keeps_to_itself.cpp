@@ -5,8 +5,8 @@
 
 #include <vector>
 
-#include "geometry/qzTestBoxes.h"
 #include "support/qzHeapWatch.h"
+#include "support/qzTestBoxes.h"
 
 using namespace qzTest;
 

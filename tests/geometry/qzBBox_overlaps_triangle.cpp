@@ -5,9 +5,9 @@
 #include <cmath>
 #include <vector>
 
-#include "geometry/qzTestBoxes.h"
 #include "plain/qzPlainTriangleOverlap.h"
-#include "qbvh/qzCallersFloatMode.h"
+#include "support/qzCallersFloatMode.h"
+#include "support/qzTestBoxes.h"
 
 using namespace qzTest;
 

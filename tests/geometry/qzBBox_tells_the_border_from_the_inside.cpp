@@ -1,6 +1,6 @@
 #include <doctest/doctest.h>
 
-#include "geometry/qzTestBoxes.h"
+#include "support/qzTestBoxes.h"
 
 using namespace qzTest;
 

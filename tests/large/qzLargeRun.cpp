@@ -13,9 +13,9 @@
 
 #include "large/qzTreeCheck.h"
 #include "plain/qzPlainHull.h"
-#include "qbvh/qzOpenQBVH.h"
 #include "support/qzHash.h"
 #include "support/qzObservers.h"
+#include "support/qzOpenQBVH.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;

@@ -2,10 +2,10 @@
 
 #include <doctest/doctest.h>
 
-#include "builders/linear/qzScenes.h"
-#include "builders/surface_area/qzOpenSAHBuilder.h"
-#include "memory/qzSameTrees.h"
+#include "support/qzBoxScenes.h"
+#include "support/qzOpenSAHBuilder.h"
 #include "support/qzRefusals.h"
+#include "support/qzSameTrees.h"
 
 using namespace qzTest;
 

@@ -4,11 +4,11 @@
 
 #include <iostream>
 
-#include "bvh/qzOpenBVH2D.h"
-#include "bvh/qzOpenGenericBVH.h"
-#include "bvh/qzStandardStream.h"
-#include "memory/qzSameTrees.h"
+#include "support/qzOpenBVH.h"
+#include "support/qzOpenBVH2D.h"
 #include "support/qzRefusals.h"
+#include "support/qzSameTrees.h"
+#include "support/qzStandardStream.h"
 
 using namespace qzTest;
 

@@ -12,7 +12,7 @@
 #include <optional>
 #include <string>
 
-#include "qbvh/hulls/qzHullScenes.h"
+#include "support/qzHullScenes.h"
 #include "support/qzObservers.h"
 #include "support/qzRefusals.h"
 #include "support/qzTestMeshes.h"

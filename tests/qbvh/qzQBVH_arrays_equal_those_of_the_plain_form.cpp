@@ -8,9 +8,9 @@
 #include <cmath>
 #include <memory>
 
-#include "qbvh/qzCallersFloatMode.h"
-#include "qbvh/qzOpenQBVH.h"
+#include "support/qzCallersFloatMode.h"
 #include "support/qzObservers.h"
+#include "support/qzOpenQBVH.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;

@@ -6,8 +6,8 @@
 #include <stdexcept>
 #include <type_traits>
 
-#include "qbvh/qzOpenQBVH.h"
 #include "support/qzObservers.h"
+#include "support/qzOpenQBVH.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;

@@ -3,7 +3,7 @@
 
 #include <doctest/doctest.h>
 
-#include "qbvh/qzOpenQBVH.h"
+#include "support/qzOpenQBVH.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;

@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "qbvh/qzOpenQBVH.h"
+#include "support/qzOpenQBVH.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;

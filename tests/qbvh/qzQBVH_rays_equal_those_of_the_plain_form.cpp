@@ -5,8 +5,8 @@
 #include <cmath>
 #include <sstream>
 
-#include "qbvh/qzCallersFloatMode.h"
-#include "qbvh/qzOpenQBVH.h"
+#include "support/qzCallersFloatMode.h"
+#include "support/qzOpenQBVH.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;

@@ -2,10 +2,10 @@
 
 #include <doctest/doctest.h>
 
-#include "qbvh/qzOpenQBVH.h"
 #include "support/qzBits.h"
 #include "support/qzHeapWatch.h"
 #include "support/qzObservers.h"
+#include "support/qzOpenQBVH.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;

@@ -4,7 +4,7 @@
 
 #include <thread>
 
-#include "qbvh/qzOpenQBVH.h"
+#include "support/qzOpenQBVH.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;

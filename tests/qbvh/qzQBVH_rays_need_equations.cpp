@@ -5,8 +5,8 @@
 #include <iostream>
 #include <sstream>
 
-#include "qbvh/qzOpenQBVH.h"
 #include "support/qzObservers.h"
+#include "support/qzOpenQBVH.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;

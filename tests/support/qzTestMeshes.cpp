@@ -16,6 +16,15 @@ Point plus(const Point& a, const Point& b) {
 
 }  // namespace
 
+unsigned int nbTrianglesOf(const qz::qzTriMesh& mesh) {
+  return static_cast<unsigned int>(mesh.getIndexBuffer()->getNbIndices()) / 3;
+}
+
+Point cornerOf(const qz::qzTriMesh& mesh, unsigned int triangle, int corner) {
+  const int* const indices = mesh.getIndexBuffer()->getIndices() + 3 * std::size_t(triangle);
+  return mesh.getVertexBuffer()->Position3(indices[corner]);
+}
+
 qz::qzTriMesh meshOfCorners(const std::vector<Point>& corners) {
   std::vector<int> indices(corners.size());
   for (std::size_t i = 0; i < indices.size(); ++i) indices[i] = static_cast<int>(i);

@@ -1,5 +1,5 @@
 #pragma once
-// Meshes made from a size and a seed, the same on every machine.
+// Meshes made from a size and a seed, the same on every machine, and their triangles.
 
 #include <qzSceneGraph/qzTriMesh.h>
 
@@ -7,6 +7,9 @@
 #include <vector>
 
 namespace qzTest {
+
+unsigned int nbTrianglesOf(const qz::qzTriMesh& mesh);
+Wm4::Vector3<float> cornerOf(const qz::qzTriMesh& mesh, unsigned int triangle, int corner);
 
 /// A mesh of the given corners, three per triangle, each vertex of its own.
 qz::qzTriMesh meshOfCorners(const std::vector<Wm4::Vector3<float>>& corners);

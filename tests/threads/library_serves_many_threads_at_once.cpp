@@ -12,12 +12,12 @@
 #include <memory>
 #include <thread>
 
-#include "builders/linear/qzScenes.h"
-#include "builders/surface_area/qzOpenSAHBuilder.h"
-#include "bvh/qzOpenBVH2D.h"
-#include "memory/qzSameTrees.h"
-#include "qbvh/hulls/qzHullScenes.h"
+#include "support/qzBoxScenes.h"
+#include "support/qzHullScenes.h"
 #include "support/qzObservers.h"
+#include "support/qzOpenBVH2D.h"
+#include "support/qzOpenSAHBuilder.h"
+#include "support/qzSameTrees.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;

@@ -1,8 +1,8 @@
 // What holds for every tree of the builder, checked against the cells themselves and not against another builder.
 
-#include "builders/linear/qzBothBuilders.h"
-#include "builders/linear/qzScenes.h"
 #include "support/qzBits.h"
+#include "support/qzBothBuilders.h"
+#include "support/qzBoxScenes.h"
 
 #include <doctest/doctest.h>
 

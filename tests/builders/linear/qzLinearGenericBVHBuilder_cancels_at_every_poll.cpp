@@ -1,9 +1,9 @@
 // Builds cancelled at poll 0, 1, 2, ... up to the last. BothBuilders checks what the abandoned build asks and says from
 // there on, and every bit that it leaves in the tree, against the plain form.
 
-#include "builders/linear/qzBothBuilders.h"
-#include "builders/linear/qzScenes.h"
 #include "support/qzBits.h"
+#include "support/qzBothBuilders.h"
+#include "support/qzBoxScenes.h"
 
 #include <doctest/doctest.h>
 

@@ -1,9 +1,9 @@
 // The builder against its plain form, over scenes of every kind, resolutions and leaf limits. BothBuilders checks
 // nodes, primitives, counters, records, calls and polls to the bit; a case only has to build.
 
-#include "builders/linear/qzBothBuilders.h"
-#include "builders/linear/qzScenes.h"
 #include "support/qzBits.h"
+#include "support/qzBothBuilders.h"
+#include "support/qzBoxScenes.h"
 #include "support/qzTestMeshes.h"
 
 #include <qzCommonAddOns/builders/qzBVHMeshContainer.h>

@@ -1,9 +1,9 @@
 // Hashes of whole trees, recorded once from the plain form: every compiler, flag set and processor must reproduce them.
 // The scenes come from seeds through plain sums and products, so no library function of the platform has a say.
 
-#include "builders/linear/qzBothBuilders.h"
-#include "builders/linear/qzScenes.h"
 #include "support/qzBits.h"
+#include "support/qzBothBuilders.h"
+#include "support/qzBoxScenes.h"
 #include "support/qzHash.h"
 #include "support/qzTestMeshes.h"
 

@@ -1,7 +1,7 @@
 // The four records of a build: their sizes, which of them a cancelled build still writes, and who gets them.
 
-#include "builders/linear/qzBothBuilders.h"
-#include "builders/linear/qzScenes.h"
+#include "support/qzBothBuilders.h"
+#include "support/qzBoxScenes.h"
 
 #include <doctest/doctest.h>
 

@@ -1,7 +1,7 @@
 // What a build leaves on the heap, whichever way it ends.
 
-#include "builders/linear/qzBothBuilders.h"
-#include "builders/linear/qzScenes.h"
+#include "support/qzBothBuilders.h"
+#include "support/qzBoxScenes.h"
 #include "support/qzHeapWatch.h"
 
 #include <doctest/doctest.h>

@@ -1,8 +1,8 @@
 // Small scenes whose trees, records, calls and polls are known without a program.
 
-#include "builders/linear/qzBothBuilders.h"
-#include "builders/linear/qzScenes.h"
 #include "support/qzBits.h"
+#include "support/qzBothBuilders.h"
+#include "support/qzBoxScenes.h"
 
 #include <doctest/doctest.h>
 

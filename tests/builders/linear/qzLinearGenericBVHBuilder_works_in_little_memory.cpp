@@ -1,7 +1,7 @@
 // What a build holds at its worst, beside the two arrays of the finished tree.
 
-#include "builders/linear/qzScenes.h"
 #include "support/qzBits.h"
+#include "support/qzBoxScenes.h"
 #include "support/qzHeapWatch.h"
 #include "support/qzObservers.h"
 

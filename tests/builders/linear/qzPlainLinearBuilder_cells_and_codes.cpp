@@ -1,7 +1,7 @@
 // The plain form's own arithmetic, against values worked by hand.
 
-#include "builders/linear/qzBothBuilders.h"
 #include "support/qzBits.h"
+#include "support/qzBothBuilders.h"
 
 #include <doctest/doctest.h>
 

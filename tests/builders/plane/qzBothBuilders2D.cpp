@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "geometry/qzTestBoxes2D.h"
+#include "support/qzTestBoxes2D.h"
 
 namespace qzTest {
 

@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "builders/plane/qzScenes2D.h"
-#include "bvh/qzOpenBVH2D.h"
 #include "plain/qzPlainLinear2DBuilder.h"
+#include "support/qzOpenBVH2D.h"
 
 namespace qzTest {
 

@@ -4,9 +4,9 @@
 #include <doctest/doctest.h>
 
 #include "builders/plane/qzBothBuilders2D.h"
-#include "geometry/qzTestBoxes2D.h"
 #include "plain/qzPlainLinear2DBuilder.h"
 #include "plain/qzPlainLinearBuilder.h"
+#include "support/qzTestBoxes2D.h"
 
 #include <qzCommonAddOns/qzDetail/morton/qzMorton.h>
 

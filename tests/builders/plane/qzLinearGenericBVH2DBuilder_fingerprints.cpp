@@ -4,8 +4,8 @@
 #include <doctest/doctest.h>
 
 #include "builders/plane/qzBothBuilders2D.h"
-#include "geometry/qzTestBoxes2D.h"
 #include "support/qzHash.h"
+#include "support/qzTestBoxes2D.h"
 
 using namespace qzTest;
 

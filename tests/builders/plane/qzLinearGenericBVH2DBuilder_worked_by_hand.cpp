@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "builders/plane/qzBothBuilders2D.h"
-#include "geometry/qzTestBoxes2D.h"
 #include "support/qzObservers.h"
+#include "support/qzTestBoxes2D.h"
 
 using namespace qzTest;
 using Builder = qzLinearGenericBVH2DBuilder;

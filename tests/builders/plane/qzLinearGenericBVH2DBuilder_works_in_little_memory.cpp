@@ -3,10 +3,10 @@
 #include <doctest/doctest.h>
 
 #include "builders/plane/qzScenes2D.h"
-#include "bvh/qzOpenBVH2D.h"
-#include "geometry/qzTestBoxes2D.h"
 #include "support/qzHeapWatch.h"
+#include "support/qzOpenBVH2D.h"
 #include "support/qzRefusals.h"
+#include "support/qzTestBoxes2D.h"
 
 using namespace qzTest;
 

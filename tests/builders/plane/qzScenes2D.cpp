@@ -3,7 +3,7 @@
 #include <cmath>
 #include <utility>
 
-#include "geometry/qzTestBoxes2D.h"
+#include "support/qzTestBoxes2D.h"
 
 namespace qzTest {
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "builders/surface_area/qzOpenSAHBuilder.h"
 #include "plain/qzPlainSAHBuilder.h"
+#include "support/qzOpenSAHBuilder.h"
 
 namespace qzTest {
 

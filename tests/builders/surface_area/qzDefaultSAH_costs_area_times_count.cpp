@@ -4,8 +4,8 @@
 #include <type_traits>
 
 #include "plain/qzPlainSAHBuilder.h"
-#include "qbvh/qzCallersFloatMode.h"
 #include "support/qzBits.h"
+#include "support/qzCallersFloatMode.h"
 #include "support/qzVirtualSlots.h"
 
 using namespace qzTest;

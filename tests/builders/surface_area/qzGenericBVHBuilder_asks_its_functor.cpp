@@ -2,10 +2,10 @@
 
 #include <stdexcept>
 
-#include "builders/linear/qzScenes.h"
 #include "builders/surface_area/qzBothSAHBuilders.h"
 #include "builders/surface_area/qzCostWithoutTypeInformation.h"
 #include "support/qzBits.h"
+#include "support/qzBoxScenes.h"
 
 using namespace qzTest;
 

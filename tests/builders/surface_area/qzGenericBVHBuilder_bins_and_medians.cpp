@@ -4,10 +4,10 @@
 
 #include <algorithm>
 
-#include "builders/linear/qzScenes.h"
-#include "builders/surface_area/qzOpenSAHBuilder.h"
 #include "plain/qzPlainSAHBuilder.h"
 #include "support/qzBits.h"
+#include "support/qzBoxScenes.h"
+#include "support/qzOpenSAHBuilder.h"
 
 using namespace qzTest;
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "builders/linear/qzScenes.h"
 #include "builders/surface_area/qzBothSAHBuilders.h"
 #include "support/qzBits.h"
+#include "support/qzBoxScenes.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;

@@ -4,8 +4,8 @@
 #include <doctest/doctest.h>
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 
-#include "builders/linear/qzScenes.h"
 #include "builders/surface_area/qzBothSAHBuilders.h"
+#include "support/qzBoxScenes.h"
 #include "support/qzHash.h"
 #include "support/qzTestMeshes.h"
 

@@ -3,9 +3,9 @@
 #include <type_traits>
 #include <typeinfo>
 
-#include "builders/linear/qzScenes.h"
-#include "builders/surface_area/qzOpenSAHBuilder.h"
 #include "support/qzBits.h"
+#include "support/qzBoxScenes.h"
+#include "support/qzOpenSAHBuilder.h"
 
 using namespace qzTest;
 

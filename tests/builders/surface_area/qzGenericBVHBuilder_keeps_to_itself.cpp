@@ -1,9 +1,9 @@
 #include <doctest/doctest.h>
 
-#include "builders/linear/qzScenes.h"
 #include "builders/surface_area/qzBothSAHBuilders.h"
-#include "qbvh/qzCallersFloatMode.h"
 #include "support/qzBits.h"
+#include "support/qzBoxScenes.h"
+#include "support/qzCallersFloatMode.h"
 #include "support/qzHeapWatch.h"
 
 using namespace qzTest;

@@ -2,7 +2,7 @@
 
 #include <doctest/doctest.h>
 
-#include "builders/linear/qzScenes.h"
+#include "support/qzBoxScenes.h"
 #include "builders/surface_area/qzBothSAHBuilders.h"
 #include "support/qzBits.h"
 

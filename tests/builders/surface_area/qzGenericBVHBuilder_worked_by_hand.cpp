@@ -1,8 +1,8 @@
 #include <doctest/doctest.h>
 
-#include "builders/linear/qzScenes.h"
-#include "builders/surface_area/qzOpenSAHBuilder.h"
 #include "support/qzBits.h"
+#include "support/qzBoxScenes.h"
+#include "support/qzOpenSAHBuilder.h"
 
 using namespace qzTest;
 

@@ -5,7 +5,7 @@
 #include <array>
 #include <cmath>
 
-#include "qbvh/hulls/qzHullScenes.h"
+#include "support/qzHullScenes.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;

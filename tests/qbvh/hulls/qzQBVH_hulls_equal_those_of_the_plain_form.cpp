@@ -2,8 +2,8 @@
 
 #include <doctest/doctest.h>
 
-#include "qbvh/hulls/qzHullScenes.h"
 #include "support/qzHash.h"
+#include "support/qzHullScenes.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;

@@ -4,7 +4,7 @@
 #include <doctest/doctest.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
 
-#include "qbvh/hulls/qzHullScenes.h"
+#include "support/qzHullScenes.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;

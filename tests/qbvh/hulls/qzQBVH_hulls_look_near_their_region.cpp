@@ -6,7 +6,7 @@
 
 #include <cmath>
 
-#include "qbvh/hulls/qzHullScenes.h"
+#include "support/qzHullScenes.h"
 #include "support/qzObservers.h"
 #include "support/qzTestMeshes.h"
 

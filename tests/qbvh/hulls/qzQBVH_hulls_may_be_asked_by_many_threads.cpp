@@ -5,7 +5,7 @@
 #include <memory>
 #include <thread>
 
-#include "qbvh/hulls/qzHullScenes.h"
+#include "support/qzHullScenes.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;

@@ -5,7 +5,7 @@
 #include <iostream>
 #include <sstream>
 
-#include "qbvh/hulls/qzHullScenes.h"
+#include "support/qzHullScenes.h"
 #include "support/qzObservers.h"
 #include "support/qzTestMeshes.h"
 

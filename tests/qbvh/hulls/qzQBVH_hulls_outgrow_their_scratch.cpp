@@ -5,8 +5,8 @@
 
 #include <cmath>
 
-#include "qbvh/hulls/qzHullScenes.h"
 #include "support/qzHeapWatch.h"
+#include "support/qzHullScenes.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "qbvh/hulls/qzHullScenes.h"
+#include "support/qzHullScenes.h"
 
 using namespace qzTest;
 using Rows = qzQBVH::tSOASinglePlaneEqn;

@@ -12,6 +12,7 @@
 
 #include "plain/qzPlainHull.h"
 #include "support/qzBits.h"
+#include "support/qzTestMeshes.h"
 
 namespace qzTest {
 
@@ -65,8 +66,6 @@ Planes insideOf(const qzBBox& box);
 /// The cube of this half side around a point.
 Planes cubeAround(const Point& center, float half);
 
-unsigned int nbTrianglesOf(const qz::qzTriMesh& mesh);
-Point cornerOf(const qz::qzTriMesh& mesh, unsigned int triangle, int corner);
 Point anyPointOn(const qz::qzTriMesh& mesh, Random& random);
 
 /// A direction of length 1, near enough.

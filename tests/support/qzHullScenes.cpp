@@ -1,4 +1,4 @@
-#include "qbvh/hulls/qzHullScenes.h"
+#include "support/qzHullScenes.h"
 
 #include <cmath>
 #include <cstring>
@@ -150,15 +150,6 @@ Planes insideOf(const qzBBox& box) {
 Planes cubeAround(const Point& center, float half) {
   const Point diagonal(1.0f, 1.0f, 1.0f);
   return insideOf(qzBBox::Make(plus(center, -half, diagonal), plus(center, half, diagonal)));
-}
-
-unsigned int nbTrianglesOf(const qz::qzTriMesh& mesh) {
-  return static_cast<unsigned int>(mesh.getIndexBuffer()->getNbIndices() / 3);
-}
-
-Point cornerOf(const qz::qzTriMesh& mesh, unsigned int triangle, int corner) {
-  const int* indices = mesh.getIndexBuffer()->getIndices() + 3 * std::size_t(triangle);
-  return mesh.getVertexBuffer()->Position3(indices[corner]);
 }
 
 Point anyPointOn(const qz::qzTriMesh& mesh, Random& random) {

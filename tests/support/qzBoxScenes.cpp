@@ -1,4 +1,4 @@
-#include "builders/linear/qzScenes.h"
+#include "support/qzBoxScenes.h"
 
 #include "support/qzBits.h"
 #include "support/qzTestMeshes.h"

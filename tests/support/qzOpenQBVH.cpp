@@ -1,4 +1,4 @@
-#include "qbvh/qzOpenQBVH.h"
+#include "support/qzOpenQBVH.h"
 
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
@@ -162,7 +162,7 @@ Point minus(const Point& a, const Point& b) {
   return Point(a[0] - b[0], a[1] - b[1], a[2] - b[2]);
 }
 
-Point anyPointOn(const qz::qzTriMesh& mesh, Random& random) {
+Point anyPointOfTriangle(const qz::qzTriMesh& mesh, Random& random) {
   const float u = random.unit(), v = random.unit();
   const unsigned int triangle = random.below(nbTrianglesOf(mesh));
   return u + v <= 1.0f ? pointOn(mesh, triangle, u, v) : pointOn(mesh, triangle, 1.0f - u, 1.0f - v);
@@ -218,15 +218,6 @@ void setInner(qzGenericBVH& bvh, unsigned int node, const qzBBox& box, unsigned 
 
 qzGenericBVH randomBVH(const qz::qzTriMesh& mesh, unsigned int maxLeafSize, BoxKind boxes, Random& random) {
   return RandomBVHMaker(mesh, maxLeafSize, boxes, random).make();
-}
-
-unsigned int nbTrianglesOf(const qz::qzTriMesh& mesh) {
-  return static_cast<unsigned int>(mesh.getIndexBuffer()->getNbIndices() / 3);
-}
-
-Point cornerOf(const qz::qzTriMesh& mesh, unsigned int triangle, int corner) {
-  return mesh.getVertexBuffer()->Position3(
-      mesh.getIndexBuffer()->getIndices()[3 * triangle + static_cast<unsigned int>(corner)]);
 }
 
 Point pointOn(const qz::qzTriMesh& mesh, unsigned int triangle, float u, float v) {
@@ -321,17 +312,17 @@ Ray ordinaryRay(const qz::qzTriMesh& mesh, Random& random) {
   ray.origin = random.point(-2.0f, 2.0f);
   switch (random.below(6)) {
     case 0:  // to a point of a triangle, which it reaches at 1 or so
-      ray.direction = minus(anyPointOn(mesh, random), ray.origin);
+      ray.direction = minus(anyPointOfTriangle(mesh, random), ray.origin);
       break;
     case 1:  // to a corner
       ray.direction = minus(anyCorner(mesh, random), ray.origin);
       break;
     case 2:  // from a triangle in any direction
-      ray.origin = anyPointOn(mesh, random);
+      ray.origin = anyPointOfTriangle(mesh, random);
       ray.direction = random.point(-1.0f, 1.0f);
       break;
     case 3: {  // along an axis through a point of a triangle
-      ray.origin = anyPointOn(mesh, random);
+      ray.origin = anyPointOfTriangle(mesh, random);
       const int axis = static_cast<int>(random.below(3));
       ray.origin[axis] = random.between(-2.0f, 2.0f);
       ray.direction = Point(0.0f, 0.0f, 0.0f);
@@ -339,7 +330,7 @@ Ray ordinaryRay(const qz::qzTriMesh& mesh, Random& random) {
       break;
     }
     case 4: {  // in the plane of an axis
-      ray.direction = minus(anyPointOn(mesh, random), ray.origin);
+      ray.direction = minus(anyPointOfTriangle(mesh, random), ray.origin);
       const int axis = static_cast<int>(random.below(3));
       ray.direction[axis] = random.below(2) == 0 ? 0.0f : -0.0f;
       break;

@@ -2,8 +2,8 @@
 // The library's linear builder and its plain form side by side: every build is done by both, and checked to be the
 // same.
 
-#include "builders/linear/qzBuildJournal.h"
 #include "plain/qzPlainLinearBuilder.h"
+#include "support/qzBuildJournal.h"
 
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>

@@ -1,4 +1,4 @@
-#include "bvh/qzOpenBVH2D.h"
+#include "support/qzOpenBVH2D.h"
 
 #include "support/qzPrivateAccess.h"
 

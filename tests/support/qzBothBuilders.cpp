@@ -1,4 +1,4 @@
-#include "builders/linear/qzBothBuilders.h"
+#include "support/qzBothBuilders.h"
 
 #include "support/qzBits.h"
 #include "support/qzPrivateAccess.h"

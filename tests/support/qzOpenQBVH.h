@@ -14,6 +14,7 @@
 
 #include "plain/qzPlainQBVH.h"
 #include "support/qzBits.h"
+#include "support/qzTestMeshes.h"
 
 namespace qzTest {
 
@@ -77,8 +78,6 @@ enum BoxKind { eTightBoxes, eNestedBoxes, eCroppedBoxes, eOddBoxes };
 /// does not reach; some triangles named twice.
 qzGenericBVH randomBVH(const qz::qzTriMesh& mesh, unsigned int maxLeafSize, BoxKind boxes, Random& random);
 
-unsigned int nbTrianglesOf(const qz::qzTriMesh& mesh);
-Point cornerOf(const qz::qzTriMesh& mesh, unsigned int triangle, int corner);
 /// The point (1 - u - v) V0 + u V1 + v V2.
 Point pointOn(const qz::qzTriMesh& mesh, unsigned int triangle, float u, float v);
 
