@@ -7,6 +7,7 @@
 #include "support/qzBits.h"
 #include "support/qzHasMember.h"
 #include "support/qzOpenBVH2D.h"
+#include "support/qzSameTrees.h"
 
 using namespace qzTest;
 using Tree = qzGenericBVH2D;
@@ -51,11 +52,8 @@ Tree filledTree() {
 }
 
 bool sameContents(Tree& a, Tree& b) {
-  if (nodesOf(a).size() != nodesOf(b).size()) return false;
-  for (std::size_t i = 0; i < nodesOf(a).size(); ++i) {
-    if (!sameBits(nodesOf(a)[i], nodesOf(b)[i])) return false;
-  }
-  return primitivesOf(a) == primitivesOf(b) && nbPrimitivesOf(a) == nbPrimitivesOf(b) && nbNodesOf(a) == nbNodesOf(b);
+  return sameNodes(a, b) && primitivesOf(a) == primitivesOf(b) && nbPrimitivesOf(a) == nbPrimitivesOf(b) &&
+         nbNodesOf(a) == nbNodesOf(b);
 }
 
 }  // namespace

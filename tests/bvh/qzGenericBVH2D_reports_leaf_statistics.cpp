@@ -4,8 +4,9 @@
 #include <cstdio>
 #include <iostream>
 
+#include "support/qzBits.h"
+#include "support/qzCallersFloatMode.h"
 #include "support/qzOpenBVH2D.h"
-#include "support/qzTestBoxes2D.h"
 
 using namespace qzTest;
 
@@ -204,12 +205,15 @@ TEST_CASE("the 2D statistics write nothing to standard output") {
 
 TEST_CASE("the 2D statistics do not depend on the caller's rounding") {
   const qzGenericBVH2D tree = treeOf({inner(1, 2), leaf(1), inner(3, 4), leaf(1), leaf(5)});
-  for (const unsigned int mode : {ModeOfCaller::kRoundUp, ModeOfCaller::kRoundDown, ModeOfCaller::kRoundToZero}) {
+  for (const CallersFloatMode::Mode mode : CallersFloatMode::kModes) {
     Info info;
+    bool isKept;
     {
-      const ModeOfCaller caller(ModeOfCaller::kDefault | mode);
+      const CallersFloatMode callers(mode);
       info = infoOf(tree);
+      isKept = callers.isKept();
     }
     CHECK(sameBits(info.avgPrimitives, 7.0f / 3.0f));
+    CHECK(isKept);
   }
 }

@@ -10,7 +10,7 @@ TEST_CASE("a new hierarchy is empty") {
   CHECK(bvh.getPrimitives().empty());
   CHECK(bvh.getNodes().empty());
   CHECK(bvh.getNbNodes() == 0);
-  CHECK(nbPrimitives(bvh) == 0);
+  CHECK(nbPrimitivesOf(bvh) == 0);
   CHECK(bvh.getMemoryUsed() == 8);
 }
 

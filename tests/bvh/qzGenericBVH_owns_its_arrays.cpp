@@ -7,17 +7,14 @@
 #include "support/qzBits.h"
 #include "support/qzHeapWatch.h"
 #include "support/qzOpenBVH.h"
+#include "support/qzSameTrees.h"
 
 using namespace qzTest;
 
 namespace {
 
 bool sameContents(const qzGenericBVH& a, const qzGenericBVH& b) {
-  if (a.getPrimitives() != b.getPrimitives() || a.getNodes().size() != b.getNodes().size()) return false;
-  for (unsigned int i = 0; i < a.getNodes().size(); ++i) {
-    if (!sameBits(a.getNode(i), b.getNode(i))) return false;
-  }
-  return true;
+  return sameNodes(a, b) && a.getPrimitives() == b.getPrimitives();
 }
 
 }  // namespace
@@ -63,7 +60,7 @@ TEST_CASE("a copy is deep: changing one leaves the other alone") {
   const qzGenericBVH reference = smallBVH();
   qzGenericBVH copy = source;
   CHECK(sameContents(copy, source));
-  CHECK((nbPrimitives(copy) == 3 && nbNodes(copy) == 3));
+  CHECK((nbPrimitivesOf(copy) == 3 && nbNodesOf(copy) == 3));
   CHECK(copy.getNodes().data() != source.getNodes().data());
   CHECK(copy.getPrimitives().data() != source.getPrimitives().data());
   copy.editPrimitives()[0] = 9;
@@ -72,10 +69,10 @@ TEST_CASE("a copy is deep: changing one leaves the other alone") {
 
   qzGenericBVH assigned;
   getOrCreateNode(assigned, 5000);
-  nbNodes(assigned) = 99;
+  nbNodesOf(assigned) = 99;
   assigned = source;
   CHECK(sameContents(assigned, reference));
-  CHECK((nbPrimitives(assigned) == 3 && nbNodes(assigned) == 3));
+  CHECK((nbPrimitivesOf(assigned) == 3 && nbNodesOf(assigned) == 3));
   source.clearBVH();
   CHECK(sameContents(assigned, reference));
 }
@@ -85,7 +82,7 @@ TEST_CASE("assigning a hierarchy to itself changes nothing") {
   qzGenericBVH& same = bvh;
   bvh = same;
   CHECK(sameContents(bvh, smallBVH()));
-  CHECK((nbPrimitives(bvh) == 3 && nbNodes(bvh) == 3));
+  CHECK((nbPrimitivesOf(bvh) == 3 && nbNodesOf(bvh) == 3));
 }
 
 TEST_CASE("a move takes the arrays over and leaves the source's counters as they were") {
@@ -94,26 +91,26 @@ TEST_CASE("a move takes the arrays over and leaves the source's counters as they
   const unsigned int* primitives = source.getPrimitives().data();
   qzGenericBVH moved = std::move(source);
   CHECK((moved.getNodes().data() == nodes && moved.getPrimitives().data() == primitives));
-  CHECK((nbPrimitives(moved) == 3 && nbNodes(moved) == 3));
+  CHECK((nbPrimitivesOf(moved) == 3 && nbNodesOf(moved) == 3));
   CHECK((source.getNodes().empty() && source.getPrimitives().empty()));  // NOLINT: the header promises it
-  CHECK((nbPrimitives(source) == 3 && source.getNbNodes() == 3));
+  CHECK((nbPrimitivesOf(source) == 3 && source.getNbNodes() == 3));
 
   qzGenericBVH target;
   target.editPrimitives() = {5, 6, 7, 8};
   getOrCreateNode(target, 0);
   target = std::move(moved);
   CHECK((target.getNodes().data() == nodes && target.getPrimitives().data() == primitives));
-  CHECK((nbPrimitives(target) == 3 && nbNodes(target) == 3));
+  CHECK((nbPrimitivesOf(target) == 3 && nbNodesOf(target) == 3));
   CHECK((moved.getNodes().empty() && moved.getPrimitives().empty()));  // NOLINT: the header promises it
-  CHECK((nbPrimitives(moved) == 3 && moved.getNbNodes() == 3));
+  CHECK((nbPrimitivesOf(moved) == 3 && moved.getNbNodes() == 3));
 }
 
 TEST_CASE("a swap exchanges the storage and the counters, and copies no element") {
   qzGenericBVH a = smallBVH(), b;
   b.editPrimitives() = {4, 5};
   getOrCreateNode(b, 2000);
-  nbPrimitives(b) = 20;
-  nbNodes(b) = 30;
+  nbPrimitivesOf(b) = 20;
+  nbNodesOf(b) = 30;
   const qzGNode *aNodes = a.getNodes().data(), *bNodes = b.getNodes().data();
   const unsigned int *aPrimitives = a.getPrimitives().data(), *bPrimitives = b.getPrimitives().data();
   {
@@ -124,8 +121,8 @@ TEST_CASE("a swap exchanges the storage and the counters, and copies no element"
   CHECK((a.getNodes().data() == bNodes && b.getNodes().data() == aNodes));
   CHECK((a.getPrimitives().data() == bPrimitives && b.getPrimitives().data() == aPrimitives));
   CHECK((a.getNodes().size() == 2048 && b.getNodes().size() == 1024));
-  CHECK((nbPrimitives(a) == 20 && nbNodes(a) == 30));
-  CHECK((nbPrimitives(b) == 3 && nbNodes(b) == 3));
+  CHECK((nbPrimitivesOf(a) == 20 && nbNodesOf(a) == 30));
+  CHECK((nbPrimitivesOf(b) == 3 && nbNodesOf(b) == 3));
   CHECK(sameContents(b, smallBVH()));
 }
 
@@ -135,7 +132,7 @@ TEST_CASE("swapping a hierarchy with itself changes nothing") {
   bvh.swapBVH(bvh);
   CHECK(bvh.getNodes().data() == nodes);
   CHECK(sameContents(bvh, smallBVH()));
-  CHECK((nbPrimitives(bvh) == 3 && nbNodes(bvh) == 3));
+  CHECK((nbPrimitivesOf(bvh) == 3 && nbNodesOf(bvh) == 3));
 }
 
 TEST_CASE("clearing empties everything and gives the storage back, primitives before nodes") {
@@ -150,7 +147,7 @@ TEST_CASE("clearing empties everything and gives the storage back, primitives be
     CHECK(watch.released(1) == nodes);
   }
   CHECK((bvh.getPrimitives().capacity() == 0 && bvh.getNodes().capacity() == 0));
-  CHECK((bvh.getNbNodes() == 0 && nbPrimitives(bvh) == 0));
+  CHECK((bvh.getNbNodes() == 0 && nbPrimitivesOf(bvh) == 0));
   CHECK(bvh.getMemoryUsed() == 8);
   bvh.clearBVH();
   CHECK(bvh.getMemoryUsed() == 8);
@@ -178,7 +175,7 @@ TEST_CASE("the memory figure counts capacities: 4 per primitive, 32 per node and
   CHECK(bvh.getMemoryUsed() == 4 * primitives + 8);
   getOrCreateNode(bvh, 0);
   getOrCreateNode(bvh, 1500);
-  nbNodes(bvh) = 1;
+  nbNodesOf(bvh) = 1;
   CHECK(bvh.getMemoryUsed() == 4 * primitives + 32 * std::uint64_t(bvh.getNodes().capacity()) + 8);
   bvh.editNodes().resize(1);  // lengths do not count
   bvh.editPrimitives().resize(1);

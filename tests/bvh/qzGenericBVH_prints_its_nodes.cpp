@@ -5,16 +5,6 @@
 #include "bvh/qzStatisticsTrees.h"
 #include "support/qzStandardStream.h"
 
-namespace qzTest {
-
-struct PrintNode {
-  using Type = void (qzGenericBVH::*)(unsigned int, unsigned int) const;
-  friend Type privateMember(PrintNode);
-};
-template struct PrivateAccess<PrintNode, &qzGenericBVH::printNode>;
-
-}  // namespace qzTest
-
 using namespace qzTest;
 
 namespace {
@@ -92,7 +82,7 @@ TEST_CASE("an empty leaf further down has a line of nothing but bars") {
 
 TEST_CASE("printNode starts at the node and depth it is told") {
   const StandardStream stream;
-  (twoLeaves().*privateMember(PrintNode()))(2, 3);
+  printNode(twoLeaves(), 2, 3);
   CHECK(stream.text() == "|||L ID 2 (0.5,0,0)(1,1,1)\n|||2 \n");
 }
 

@@ -7,16 +7,6 @@
 #include "support/qzCallersFloatMode.h"
 #include "support/qzStandardStream.h"
 
-namespace qzTest {
-
-struct GetBVHInfoIter {
-  using Type = void (qzGenericBVH::*)(int, int&, int&, int&, int&, int&, int) const;
-  friend Type privateMember(GetBVHInfoIter);
-};
-template struct PrivateAccess<GetBVHInfoIter, &qzGenericBVH::getBVHInfoIter>;
-
-}  // namespace qzTest
-
 using namespace qzTest;
 
 namespace {
@@ -41,8 +31,7 @@ struct Walk {
 
   explicit Walk(const qzGenericBVH& tree, int from = 0, int level = 0, int startMinimum = 1000)
       : minPrimitives(startMinimum) {
-    (tree.*privateMember(GetBVHInfoIter()))(from, nbLeaves, minPrimitives, maxPrimitives, sumPrimitives, maxLocation,
-                                            level);
+    getBVHInfoIter(tree, from, nbLeaves, minPrimitives, maxPrimitives, sumPrimitives, maxLocation, level);
   }
 };
 
@@ -111,7 +100,7 @@ TEST_CASE("a tree whose leaves all hold more primitives than it has nodes report
 
 TEST_CASE("the node count of the statistics is the counter, not the length of the array") {
   qzGenericBVH tree = sevenNodes();
-  nbNodes(tree) = 100;
+  nbNodesOf(tree) = 100;
   tree.editNodes().resize(1024);
   CHECK(infoOf(tree).nbNodes == 100);
   CHECK(infoOf(tree).nbLeaves == 4);
@@ -134,7 +123,7 @@ TEST_CASE("the walk visits the left subtree first, and both children one level d
 TEST_CASE("the walk adds to what the caller hands in and starts at the node and level it is told") {
   const qzGenericBVH tree = sevenNodes();
   int nbLeaves = 10, minPrimitives = 1, maxPrimitives = 2, sumPrimitives = 100, maxLocation = -1;
-  (tree.*privateMember(GetBVHInfoIter()))(1, nbLeaves, minPrimitives, maxPrimitives, sumPrimitives, maxLocation, 7);
+  getBVHInfoIter(tree, 1, nbLeaves, minPrimitives, maxPrimitives, sumPrimitives, maxLocation, 7);
   CHECK(nbLeaves == 12);
   CHECK(minPrimitives == 1);
   CHECK(maxPrimitives == 3);
@@ -247,7 +236,7 @@ TEST_CASE("the summary has the formatting of its stream, and sets none") {
   os.width(6);
   std::vector<qzGNode> nodes = {inner(1, 2), leaf(1), leaf(30)};
   qzGenericBVH tree = treeOf(nodes);
-  nbNodes(tree) = 0x1F;
+  nbNodesOf(tree) = 0x1F;
   os << tree;
   CHECK(os.str() == "    1f nodes. 2(1e,1,15.500) leaves (max, min, avg):");
   CHECK(os.precision() == 3);

@@ -28,7 +28,7 @@ inline qzGNode leaf(unsigned int count, unsigned int start = 0, const qzBBox& bo
 inline qzGenericBVH treeOf(const std::vector<qzGNode>& nodes) {
   qzGenericBVH tree;
   tree.editNodes() = nodes;
-  nbNodes(tree) = static_cast<unsigned int>(nodes.size());
+  nbNodesOf(tree) = static_cast<unsigned int>(nodes.size());
   return tree;
 }
 
@@ -64,7 +64,7 @@ inline qzGenericBVH randomTree(unsigned int nbInner, Random& random) {
     chosen = left;
     leaves.push_back(right);
   }
-  nbNodes(tree) = static_cast<unsigned int>(nodes.size());
+  nbNodesOf(tree) = static_cast<unsigned int>(nodes.size());
   return tree;
 }
 

@@ -2,6 +2,7 @@
 
 #include "support/qzBits.h"
 #include "support/qzTestMeshes.h"
+#include "support/qzVectors.h"
 
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 
@@ -16,16 +17,6 @@
 namespace qzTest {
 
 namespace {
-
-Point plus(const Point& a, const Point& b) {
-  return Point(a[0] + b[0], a[1] + b[1], a[2] + b[2]);
-}
-Point minus(const Point& a, const Point& b) {
-  return Point(a[0] - b[0], a[1] - b[1], a[2] - b[2]);
-}
-Point times(const Point& a, float factor) {
-  return Point(a[0] * factor, a[1] * factor, a[2] * factor);
-}
 
 /// 2^exponent, for exponents of normal floats.
 float powerOfTwo(int exponent) {
@@ -111,7 +102,7 @@ qz::qzTriMesh scan() {
         const float u = 2.0f * s - 1.0f, v = 2.0f * t - 1.0f, square = u * u + v * v, sum = 1.0f + square;
         const Point onSphere(2.0f * u / sum, 2.0f * v / sum, (1.0f - square) / sum);
         const float bumps = 1.0f + 0.1f * fractal(s, t, 30 + static_cast<std::uint32_t>(side));
-        const Point point = times(onSphere, bumps + random.between(-0.002f, 0.002f));
+        const Point point = times(bumps + random.between(-0.002f, 0.002f), onSphere);
         vertices.emplace_back(point[0], point[1], side == 0 ? point[2] : -point[2]);
       }
     }
@@ -154,7 +145,7 @@ qz::qzTriMesh needles() {
   for (int i = 0; i < 4000; ++i) {
     const Point foot = random.point(-1.0f, 1.0f), tip = random.point(-1.0f, 1.0f), side = random.point(-1.0f, 1.0f);
     const float width = powerOfTwo(-5 - static_cast<int>(random.below(16)));
-    corners.add(foot, plus(foot, times(side, width)), tip);
+    corners.add(foot, plus(foot, times(width, side)), tip);
   }
   return corners.mesh();
 }
@@ -201,7 +192,7 @@ qz::qzTriMesh notNumbers() {
   Random random(7);
   std::vector<Point> points;
   for (int i = 0; i < 9000; ++i) {
-    Point point = times(soup.getVertexBuffer()->Position3(i), 2.0f);
+    Point point = times(2.0f, soup.getVertexBuffer()->Position3(i));
     if (i / 3 % 3 == 0 && random.below(2) == 0) {
       const int axis = static_cast<int>(random.below(3));
       point[axis] = random.anyFloat();
@@ -256,9 +247,9 @@ qz::qzTriMesh huge() {
   Corners corners;
   for (int i = 0; i < 2000; ++i) {
     const float place = powerOfTwo(static_cast<int>(random.below(124))), size = powerOfTwo(random.below(2) ? 20 : 123);
-    const Point a = times(random.point(-1.0f, 1.0f), place);
-    const Point b = plus(a, times(random.point(-1.0f, 1.0f), size)),
-                c = plus(a, times(random.point(-1.0f, 1.0f), size));
+    const Point a = times(place, random.point(-1.0f, 1.0f));
+    const Point b = plus(a, times(size, random.point(-1.0f, 1.0f))),
+                c = plus(a, times(size, random.point(-1.0f, 1.0f)));
     corners.add(a, b, c);
   }
   return corners.mesh();
@@ -346,8 +337,11 @@ std::uint32_t seedOf(const EverywhereScene& scene, std::uint32_t kind) {
 
 }  // namespace
 
+unsigned int EverywhereScene::nbTriangles() const {
+  return nbTrianglesOf(mesh);
+}
 Point EverywhereScene::corner(unsigned int triangle, unsigned int number) const {
-  return mesh.getVertexBuffer()->Position3(mesh.getIndexBuffer()->getIndices()[3 * triangle + number]);
+  return cornerOf(mesh, triangle, static_cast<int>(number));
 }
 
 const std::vector<std::string>& sceneNames() {
@@ -389,16 +383,16 @@ RayBatch cameraRays(const EverywhereScene& scene, std::size_t count) {
   const qzDetail::tFloatMode mode;
   float size = 0.0f;
   for (int axis = 0; axis < 3; ++axis) size = std::max(size, scene.max[axis] - scene.min[axis]);
-  const Point middle = plus(scene.min, times(minus(scene.max, scene.min), 0.5f));
-  const Point eye = plus(middle, times(Point(1.2f, -0.9f, 0.8f), size));
-  const Point right = times(Point(0.6f, 0.8f, 0.0f), size), up = times(Point(-0.35f, 0.27f, 0.9f), size);
+  const Point middle = plus(scene.min, times(0.5f, minus(scene.max, scene.min)));
+  const Point eye = plus(middle, times(size, Point(1.2f, -0.9f, 0.8f)));
+  const Point right = times(size, Point(0.6f, 0.8f, 0.0f)), up = times(size, Point(-0.35f, 0.27f, 0.9f));
   RayBatch batch{"camera", RayBatch::eBoth, {}};
   const std::uint32_t side = 150;  // pixels; 7919 is prime, so every pixel has its turn
   for (std::uint32_t i = 0; i < count; ++i) {
     const std::uint32_t pixel = i * 7919u % (side * side);
     const float x = (static_cast<float>(pixel % side) + 0.5f) / static_cast<float>(side) - 0.5f;
     const float y = (static_cast<float>(pixel / side) + 0.5f) / static_cast<float>(side) - 0.5f;
-    const Point target = plus(plus(middle, times(right, x)), times(up, y));
+    const Point target = plus(plus(middle, times(x, right)), times(y, up));
     batch.rays.push_back({eye, minus(target, eye), 0.0f, kInf});
   }
   return batch;
@@ -415,7 +409,7 @@ RayBatch bounceRays(const EverywhereScene& scene, const RayBatch& camera, const 
       batch.rays.push_back(chord);
       continue;
     }
-    const Point from = plus(camera.rays[i].origin, times(camera.rays[i].direction, answers[i].t));
+    const Point from = plus(camera.rays[i].origin, times(answers[i].t, camera.rays[i].direction));
     batch.rays.push_back({from, direction, 0x1p-10f, kInf});
   }
   return batch;
@@ -438,7 +432,7 @@ RayBatch edgeRays(const EverywhereScene& scene, std::size_t count) {
     const unsigned int triangle = random.below(scene.nbTriangles()), number = random.below(3);
     const float place = static_cast<float>(random.below(5)) * 0.25f;  // 0: a corner
     const Point a = scene.corner(triangle, number), b = scene.corner(triangle, (number + 1) % 3);
-    const Point target = plus(a, times(minus(b, a), place));
+    const Point target = plus(a, times(place, minus(b, a)));
     batch.rays.push_back({from, minus(target, from), 0.0f, kInf});
   }
   return batch;
@@ -480,8 +474,7 @@ std::vector<std::vector<Wm4::Vector4<float>>> regions(const EverywhereScene& sce
         normal = Point(0.0f, 0.0f, 0.0f);
         normal[static_cast<int>(k / 2 % 3)] = k % 2 == 0 ? 1.0f : -1.0f;
       }
-      const float dot = (normal[0] * centre[0] + normal[1] * centre[1]) + normal[2] * centre[2];
-      planes.emplace_back(normal[0], normal[1], normal[2], radius - dot);
+      planes.emplace_back(normal[0], normal[1], normal[2], radius - dot(normal, centre));
     }
     result.push_back(std::move(planes));
   }

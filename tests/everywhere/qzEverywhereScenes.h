@@ -21,7 +21,7 @@ struct EverywhereScene {
   qz::qzTriMesh mesh;
   Point min, max;  // of the coordinates that are not too large to cast rays at
 
-  unsigned int nbTriangles() const { return static_cast<unsigned int>(mesh.getIndexBuffer()->getNbIndices()) / 3; }
+  unsigned int nbTriangles() const;
   Point corner(unsigned int triangle, unsigned int number) const;
 };
 

@@ -6,10 +6,11 @@
 #include "everywhere/qzRayCaster.h"
 #include "support/qzHash.h"
 #include "support/qzObservers.h"
+#include "support/qzOpenQBVH.h"
+#include "support/qzStandardStream.h"
 
 #include <qzCommonAddOns/qzCommonAddOns.h>
 
-#include <iostream>
 #include <sstream>
 
 namespace qzTest {
@@ -18,103 +19,52 @@ namespace {
 
 using Point2 = Wm4::Vector2<float>;
 
-/// A hash over whatever the library returns.
-class Digest {
- public:
-  void add(std::uint32_t word) { mHash.add(word); }
-  void add(int number) { mHash.add(static_cast<std::uint32_t>(number)); }
-  void add(bool flag) { mHash.add(flag ? 1u : 0u); }
-  void add(float value) { mHash.add(value); }
-  void add(const Point& p) { addAll(p[0], p[1], p[2]); }
-  void add(const Point2& p) { addAll(p[0], p[1]); }
-  void add(const Wm4::Vector4<float>& p) { addAll(p[0], p[1], p[2], p[3]); }
-  void add(const qzBBox& box) { mHash.add(box); }
-  void add(const qzBBox2D& box) { addAll(box.getMinPoint(), box.getMaxPoint()); }
-  void add(const std::string& text) {
-    for (const char c : text) mHash.add(static_cast<std::uint32_t>(static_cast<unsigned char>(c)));
-    mHash.add(0xFFFFFFFFu);
-  }
-  void add(const RayAnswer& answer) {
-    addAll(answer.hit, answer.t, answer.weights[0], answer.weights[1], answer.triangle);
-  }
-  template <class... Values>
-  void addAll(const Values&... values) {
-    (add(values), ...);
-  }
-  std::uint64_t value() const { return mHash.value(); }
+void add(Hash& hash, const RayAnswer& answer) {
+  hash.addAll(answer.hit, answer.t, answer.weights[0], answer.weights[1], answer.triangle);
+}
 
- private:
-  Hash mHash;
-};
+std::uint64_t hashOfFloats(const Words& words) {
+  Hash hash;
+  for (const std::uint32_t word : words) hash.addFloatBits(word);
+  return hash.value();
+}
 
-/// Catches what the library writes to standard output while it lives.
-class CaughtOutput {
- public:
-  CaughtOutput() : mPrevious(std::cout.rdbuf(mText.rdbuf())) {}
-  ~CaughtOutput() { std::cout.rdbuf(mPrevious); }
-  CaughtOutput(const CaughtOutput&) = delete;
-  CaughtOutput& operator=(const CaughtOutput&) = delete;
-  std::string text() const { return mText.str(); }
+std::uint64_t hashOfWords(const Words& words) {
+  Hash hash;
+  for (const std::uint32_t word : words) hash.add(word);
+  return hash.value();
+}
 
- private:
-  std::ostringstream mText;
-  std::streambuf* mPrevious;
-};
+// The four arrays of a four-wide hierarchy, and the rest: counts, flags and the box of the root.
+struct FourWideHashes {
+  std::uint64_t nodes, vertices, equations, triangles, root;
 
-/// A four-wide hierarchy with its arrays open.
-class OpenHierarchy : public qzQBVH {
- public:
-  std::uint64_t nodes() const {
-    Digest digest;
-    for (unsigned int i = 0; i < mNoNodes; ++i) {
-      for (int row = 0; row < 3; ++row) addRow(digest, mNodes[i].mMin[row]);
-      for (int row = 0; row < 3; ++row) addRow(digest, mNodes[i].mMax[row]);
-      addRow(digest, mNodes[i].mChildIndex);
-      addRow(digest, mNodes[i].mChildQuadruplets);
+  explicit FourWideHashes(const OpenQBVH& hierarchy)
+      : nodes(hashOfNodes(hierarchy.nodeWords())),
+        vertices(hashOfFloats(hierarchy.vertexWords())),
+        equations(hashOfFloats(hierarchy.equationWords())),
+        triangles(hashOfWords(hierarchy.indexWords())),
+        root(hashOfRoot(hierarchy)) {}
+
+  std::uint64_t all() const {
+    Hash hash;
+    for (const std::uint64_t part : {nodes, vertices, equations, triangles, root}) {
+      hash.addAll(static_cast<std::uint32_t>(part), static_cast<std::uint32_t>(part >> 32));
     }
-    return digest.value();
-  }
-  std::uint64_t vertices() const {
-    Digest digest;
-    for (unsigned int i = 0; i < mNoQuadruplets; ++i) {
-      for (const auto& vertex : mTriangleVertices[i].mVertex) {
-        for (const auto& row : vertex) addRow(digest, row);
-      }
-    }
-    return digest.value();
-  }
-  std::uint64_t equations() const {
-    Digest digest;
-    for (unsigned int i = 0; i < mNoQuadruplets; ++i) {
-      for (const auto& row : mTriangleEquations[i].mPlane) addRow(digest, row);
-      for (const auto& row : mTriangleEquations[i].mU) addRow(digest, row);
-      for (const auto& row : mTriangleEquations[i].mW) addRow(digest, row);
-    }
-    return digest.value();
-  }
-  std::uint64_t triangles() const {
-    Digest digest;
-    for (unsigned int i = 0; i < mNoQuadruplets; ++i) addRow(digest, mTriangleIndices[i].mTriangle);
-    return digest.value();
-  }
-  /// Counts, the box of the root and the flags.
-  std::uint64_t root() const {
-    Digest digest;
-    digest.addAll(mNoNodes, mNoQuadruplets, static_cast<std::uint32_t>(mFlags), mRootBBox);
-    return digest.value();
-  }
-  std::uint64_t everything() const {
-    Digest digest;
-    for (const std::uint64_t hash : {nodes(), vertices(), equations(), triangles(), root()}) {
-      digest.addAll(static_cast<std::uint32_t>(hash), static_cast<std::uint32_t>(hash >> 32));
-    }
-    return digest.value();
+    return hash.value();
   }
 
  private:
-  template <class Value>
-  static void addRow(Digest& digest, const Value (&row)[4]) {
-    for (const Value value : row) digest.add(value);
+  // Rows 0 to 5 of a node are its boxes, rows 6 and 7 words.
+  static std::uint64_t hashOfNodes(const Words& words) {
+    Hash hash;
+    for (std::size_t i = 0; i < words.size(); ++i) i % 32 < 24 ? hash.addFloatBits(words[i]) : hash.add(words[i]);
+    return hash.value();
+  }
+  static std::uint64_t hashOfRoot(const OpenQBVH& hierarchy) {
+    Hash hash;
+    hash.addAll(hierarchy.getNoNodes(), hierarchy.getNoTriangleQuadruplets(), hierarchy.flags(), hierarchy.mRootBBox);
+    return hash.value();
   }
 };
 
@@ -151,42 +101,32 @@ class PlaneBuilder : public qzLinearGenericBVH2DBuilder {
   }
 };
 
-std::uint64_t hashOfTree(const qzGenericBVH& tree) {
-  Digest digest;
-  digest.add(tree.getNbNodes());
-  for (const qzGNode& node : tree.getNodes()) {
-    digest.addAll(node.getBBox(), node.getAxis() | node.getLeftChildIdx(), node.getNoPrimitives());
-  }
-  for (const unsigned int primitive : tree.getPrimitives()) digest.add(primitive);
-  return digest.value();
-}
-
 /// Counts of leaves, the split planes of all nodes, and the two texts.
 std::uint64_t hashOfStatistics(const qzGenericBVH& tree) {
-  Digest digest;
-  const CaughtOutput output;
+  Hash hash;
+  const StandardStream output;
   int nbNodes, nbLeaves, minPrimitives, maxPrimitives;
   float avgPrimitives;
   tree.getBVHInfo(nbNodes, nbLeaves, minPrimitives, maxPrimitives, avgPrimitives);
-  digest.addAll(nbNodes, nbLeaves, minPrimitives, maxPrimitives, avgPrimitives);
+  hash.addAll(nbNodes, nbLeaves, minPrimitives, maxPrimitives, avgPrimitives);
   for (qzGNode node : tree.getNodes()) {
     if (node.isLeaf()) continue;
     const unsigned int position = static_cast<unsigned int>(nbLeaves) % 16;  // builders leave it at 0
     node.setNode(qzBBox::tAxis(node.getAxis()), 0, position << 28, avgPrimitives);
-    digest.add(node.getSplitPlane());
+    hash.add(node.getSplitPlane());
   }
   std::ostringstream summary;
   summary << tree;
-  digest.addAll(summary.str(), output.text());
-  return digest.value();
+  hash.addAll(summary.str(), output.text());
+  return hash.value();
 }
 
 std::uint64_t hashOfDump(const qzGenericBVH& tree) {
-  Digest digest;
-  const CaughtOutput output;
+  Hash hash;
+  const StandardStream output;
   tree.print();
-  digest.add(output.text());
-  return digest.value();
+  hash.add(output.text());
+  return hash.value();
 }
 
 std::uint64_t hashOfPlaneTree(const EverywhereScene& scene, int axis, unsigned int bits, unsigned int maxPrimitives) {
@@ -194,64 +134,64 @@ std::uint64_t hashOfPlaneTree(const EverywhereScene& scene, int axis, unsigned i
   builder.setMaxPrimitivesPerLeaf(maxPrimitives);
   qzGenericBVH2D tree;
   builder.build(tree, bits);
-  Digest digest;
+  Hash hash;
   for (const qzGNode2D& node : tree.getNodes()) {
-    digest.addAll(node.getBBox(), node.isLeaf(), node.getPrimStartIdx(), node.getNoPrimitives());
+    hash.addAll(node.getBBox(), node.isLeaf(), node.getPrimStartIdx(), node.getNoPrimitives());
   }
-  for (unsigned int i = 0; i < scene.nbTriangles(); ++i) digest.add(tree.getPrimitive(i));
+  for (unsigned int i = 0; i < scene.nbTriangles(); ++i) hash.add(tree.getPrimitive(i));
   int nbNodes, nbLeaves, minNumber, maxNumber;
   float average;
   tree.getBVHInfo(nbNodes, nbLeaves, minNumber, maxNumber, average);
-  digest.addAll(nbNodes, nbLeaves, minNumber, maxNumber, average);
-  return digest.value();
+  hash.addAll(nbNodes, nbLeaves, minNumber, maxNumber, average);
+  return hash.value();
 }
 
 /// Every member of the boxes.
 std::uint64_t hashOfBoxes(const std::vector<BoxProbe>& probes) {
-  Digest digest;
+  Hash hash;
   const qzDefaultSAH cost;
   for (const BoxProbe& probe : probes) {
     const Point &p = probe.corners[3], &d = probe.direction, *t = probe.triangle;
     const qzBBox box = qzBBox::RobustMake(probe.corners[0], probe.corners[1]);
     const qzBBox other = qzBBox::Make(probe.corners[2], p);
     const float number = probe.number;
-    digest.addAll(box, other, box.getExtents(), box.getCenter(), box.volume(), box.halfArea(), cost.f(other, 7));
+    hash.addAll(box, other, box.getExtents(), box.getCenter(), box.volume(), box.halfArea(), cost.f(other, 7));
     qzBBox::tAxis axis;
     const float maxExtent = box.getMaxExtent(axis);
-    digest.addAll(maxExtent, static_cast<std::uint32_t>(axis));
+    hash.addAll(maxExtent, static_cast<std::uint32_t>(axis));
     const float minExtent = other.getMinExtent(axis);
-    digest.addAll(minExtent, static_cast<std::uint32_t>(axis));
-    digest.addAll(other.isEmpty(), other.hasExtent(), box.contains(p), box.strictlyContains(p), box.contains(other),
-                  box.overlaps(other), box.strictlyOverlaps(other), box.overlapsPlane(d, number),
-                  box.overlapsSphere(p, number), box.overlapsTriangle(t[0], t[1], t[2]));
+    hash.addAll(minExtent, static_cast<std::uint32_t>(axis));
+    hash.addAll(other.isEmpty(), other.hasExtent(), box.contains(p), box.strictlyContains(p), box.contains(other),
+                box.overlaps(other), box.strictlyOverlaps(other), box.overlapsPlane(d, number),
+                box.overlapsSphere(p, number), box.overlapsTriangle(t[0], t[1], t[2]));
     float tMin = number, tMax = p[1];
     const bool isHit = box.intersectRay(p, d, tMin, tMax);
-    digest.addAll(isHit, tMin, tMax);
-    digest.addAll(box.bboxUnion(other), box.bboxIntersection(other), box.expand(p), box.grow(number),
-                  box.projectOntoBBox(p), box.projectOntoBBox(Wm4::Vector4<float>(p[0], p[1], p[2], number)));
+    hash.addAll(isHit, tMin, tMax);
+    hash.addAll(box.bboxUnion(other), box.bboxIntersection(other), box.expand(p), box.grow(number),
+                box.projectOntoBBox(p), box.projectOntoBBox(Wm4::Vector4<float>(p[0], p[1], p[2], number)));
     for (const qzBBox::tAxis across : {qzBBox::eAxisX, qzBBox::eAxisY, qzBBox::eAxisZ}) {
-      digest.addAll(box.getExtent(across), box.splitLeft(across, number), box.splitRight(across, number));
+      hash.addAll(box.getExtent(across), box.splitLeft(across, number), box.splitRight(across, number));
     }
     const Wm4::Box3<float> oriented = box.convert();
-    digest.addAll(oriented.Center, oriented.Axis[0], oriented.Axis[1], oriented.Axis[2], oriented.Extent[0],
-                  oriented.Extent[1], oriented.Extent[2]);
+    hash.addAll(oriented.Center, oriented.Axis[0], oriented.Axis[1], oriented.Axis[2], oriented.Extent[0],
+                oriented.Extent[1], oriented.Extent[2]);
   }
-  return digest.value();
+  return hash.value();
 }
 
 std::uint64_t hashOfBoxes2D(const std::vector<BoxProbe>& probes) {
-  Digest digest;
+  Hash hash;
   const auto flat = [](const Point& point) { return Point2(point[0], point[2]); };
   for (const BoxProbe& probe : probes) {
     const Point2 p = flat(probe.corners[3]);
     const qzBBox2D box = qzBBox2D::RobustMake(flat(probe.corners[0]), flat(probe.corners[1]));
     const qzBBox2D other = qzBBox2D::Make(flat(probe.corners[2]), p);
-    digest.addAll(box, other, box.extentX(), box.extentY(), box.getCenter(), box.area(), other.isEmpty(),
-                  other.hasExtent(), box.contains(p), box.strictlyContains(p), box.overlaps(other),
-                  box.strictlyOverlaps(other), box.intersectSegment(p, flat(probe.triangle[0])), box.bboxUnion(other),
-                  box.bboxIntersection(other), box.expand(p), box.grow(probe.number), box.projectOntoBBox(p));
+    hash.addAll(box, other, box.extentX(), box.extentY(), box.getCenter(), box.area(), other.isEmpty(),
+                other.hasExtent(), box.contains(p), box.strictlyContains(p), box.overlaps(other),
+                box.strictlyOverlaps(other), box.intersectSegment(p, flat(probe.triangle[0])), box.bboxUnion(other),
+                box.bboxIntersection(other), box.expand(p), box.grow(probe.number), box.projectOntoBBox(p));
   }
-  return digest.value();
+  return hash.value();
 }
 
 /// Takes the fingerprints of one scene.
@@ -268,19 +208,19 @@ class Taker {
     note("surface-area-tree", hashOfTree(surfaceAreaTree));
     note("surface-area-statistics", hashOfStatistics(surfaceAreaTree));
 
-    OpenHierarchy linear, surfaceArea;
-    const auto flags = qzQBVH::eTrianglesVertices | qzQBVH::eTrianglesEquations;
+    OpenQBVH linear, surfaceArea;
     {
       const LogCapture quiet(false);
-      linear.buildFromMesh(flags, mScene.mesh, 4);
-      surfaceArea.buildFromBVH(flags, surfaceAreaTree, mScene.mesh);
+      linear.buildFromMesh(kBothArrays, mScene.mesh, 4);
+      surfaceArea.buildFromBVH(kBothArrays, surfaceAreaTree, mScene.mesh);
     }
-    note("four-wide-nodes", linear.nodes());
-    note("four-wide-vertices", linear.vertices());
-    note("four-wide-equations", linear.equations());
-    note("four-wide-triangles", linear.triangles());
-    note("four-wide-root", linear.root());
-    note("four-wide-of-surface-area", surfaceArea.everything());
+    const FourWideHashes hashes(linear);
+    note("four-wide-nodes", hashes.nodes);
+    note("four-wide-vertices", hashes.vertices);
+    note("four-wide-equations", hashes.equations);
+    note("four-wide-triangles", hashes.triangles);
+    note("four-wide-root", hashes.root);
+    note("four-wide-of-surface-area", FourWideHashes(surfaceArea).all());
 
     const RayBatch camera = cameraRays(mScene, kAllRays);
     const std::vector<RayAnswer> answers = cast("camera-rays", linear, camera);
@@ -300,7 +240,7 @@ class Taker {
   void note(const std::string& part, std::uint64_t hash) { mResult.fingerprints.push_back({part, hash}); }
 
   void takeInput(const qzBVHTriangleContainer& container) {
-    Digest corners, boxes, box;
+    Hash corners, boxes, box;
     for (unsigned int i = 0; i < mScene.nbTriangles(); ++i) {
       for (unsigned int k = 0; k < 3; ++k) corners.add(mScene.corner(i, k));
       boxes.add(*container.getBBox(i));
@@ -318,7 +258,7 @@ class Taker {
     {
       const LogCapture log;
       builder.build(container, tree, nullptr, 20);
-      Digest records;
+      Hash records;
       for (const Record& record : log.records()) records.addAll(int(record.type), record.category, record.text);
       note("log", records.value());
     }
@@ -339,26 +279,26 @@ class Taker {
   std::vector<RayAnswer> cast(const std::string& part, const qzQBVH& hierarchy, const RayBatch& batch) {
     const std::size_t count = mEffort.isShort ? kFewRays : kAllRays;
     const std::vector<RayAnswer> answers = castAll(hierarchy, batch, count, mEffort.nbThreads);
-    Digest digest;
+    Hash hash;
     for (std::size_t i = 0; i < answers.size(); ++i) {
-      digest.add(answers[i]);
+      add(hash, answers[i]);
       mResult.nbHits += answers[i].hit;
-      if (i + 1 == kFewRays || i + 1 == kAllRays) note(part + "-" + std::to_string(i + 1), digest.value());
+      if (i + 1 == kFewRays || i + 1 == kAllRays) note(part + "-" + std::to_string(i + 1), hash.value());
     }
     mResult.nbRays += answers.size();
     return answers;
   }
 
   void takeRegions(const std::string& part, const qzQBVH& hierarchy) {
-    Digest digest;
+    Hash hash;
     std::size_t count = 0;
     for (const auto& planes : regions(mScene, mEffort.isShort ? kFewRegions : kAllRegions)) {
       const unsigned int nbPlanes = static_cast<unsigned int>(planes.size());
       qzQBVH::tSOASinglePlaneEqn* set = qzQBVH::CreateSOAPlaneEquationSet(planes.data(), nbPlanes);
-      digest.add(hierarchy.intersectConvexHull(set, nbPlanes));
+      hash.add(hierarchy.intersectConvexHull(set, nbPlanes));
       qzQBVH::DeleteSOAPlaneEquationSet(set);
       ++count;
-      if (count == kFewRegions || count == kAllRegions) note(part + "-" + std::to_string(count), digest.value());
+      if (count == kFewRegions || count == kAllRegions) note(part + "-" + std::to_string(count), hash.value());
     }
     mResult.nbRegions += count;
   }

@@ -3,7 +3,7 @@
 
 #include "fuzz/qzFuzzInput.h"
 #include "plain/qzPlainHull.h"
-#include "support/qzOpenQBVH.h"
+#include "support/qzRayScenes.h"
 
 namespace qzFuzz {
 

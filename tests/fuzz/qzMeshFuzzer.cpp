@@ -1,12 +1,11 @@
 // Meshes of any floats: the linear build, the four-wide hierarchy built from the mesh, rays and hulls, all as in the
 // plain forms.
 
-#include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
-
 #include "fuzz/qzFuzzCheck.h"
 #include "fuzz/qzFuzzInput.h"
 #include "fuzz/qzFuzzQueries.h"
 #include "support/qzBothBuilders.h"
+#include "support/qzBoxScenes.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   qzFuzz::useAssertions();
@@ -15,11 +14,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const unsigned int leafSize = input.byte() % 12, bitsPerAxis = input.byte() % 24;
   const qz::qzTriMesh mesh = input.mesh(96);
 
-  const qzBVHTriangleContainer container(mesh);
-  std::vector<qzBBox> boxes;
-  for (unsigned int i = 0; i < container.getQuantity(); ++i) boxes.push_back(*container.getBBox(i));
   qzTest::BothBuilders builders(leafSize);
-  builders.build(boxes, bitsPerAxis);
+  builders.build(qzTest::boxesOf(mesh), bitsPerAxis);
   const qzFuzz::BothQBVH converted(flags, builders.tree(), mesh);
 
   const qzFuzz::BothQBVH hierarchy(flags, mesh, leafSize);

@@ -4,6 +4,7 @@
 #include <doctest/doctest.h>
 
 #include "plain/qzPlainBBox2D.h"
+#include "support/qzCallersFloatMode.h"
 #include "support/qzTestBoxes2D.h"
 
 using namespace qzTest;
@@ -107,25 +108,24 @@ TEST_CASE("results of a 2D box do not depend on the caller's rounding or treatme
     const float x = small(), y = small();
     return Point(x, y);
   };
-  REQUIRE(ModeOfCaller::now() == ModeOfCaller::kDefault);
+  REQUIRE(CallersFloatMode::isNow(CallersFloatMode::eDefault));
   for (int i = 0; i < 3000; ++i) {
     const Point a = smallPoint(), b = smallPoint(), c = smallPoint(), d = smallPoint();
     const qzBBox2D box = qzBBox2D::Make(a, b), o = qzBBox2D::RobustMake(c, d);
     const float v = small();
     const Results expected = call(box, o, c, a, v);
-    for (const unsigned int mode : {ModeOfCaller::kFlushDenormals, ModeOfCaller::kRoundUp, ModeOfCaller::kRoundDown,
-                                    ModeOfCaller::kRoundToZero}) {
+    for (const CallersFloatMode::Mode mode : CallersFloatMode::kModes) {
       Results results;
-      unsigned int modeAfter;
+      bool isKept;
       {
-        const ModeOfCaller caller(ModeOfCaller::kDefault | mode);
+        const CallersFloatMode callers(mode);
         results = call(box, o, c, a, v);
-        modeAfter = ModeOfCaller::now();
+        isKept = callers.isKept();
       }
-      if (modeAfter != (ModeOfCaller::kDefault | mode)) FAIL("mode ", mode, " became ", modeAfter);
+      if (!isKept) FAIL("lost the mode ", static_cast<unsigned int>(mode));
       if (std::memcmp(results.floats, expected.floats, sizeof results.floats) != 0 ||
           std::memcmp(results.bools, expected.bools, sizeof results.bools) != 0) {
-        FAIL("mode ", mode, describe(box), describe(o));
+        FAIL("mode ", static_cast<unsigned int>(mode), describe(box), describe(o));
       }
     }
   }

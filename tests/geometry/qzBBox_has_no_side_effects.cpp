@@ -1,21 +1,17 @@
 // No member allocates, keeps state, or lets the caller's floating-point mode into its results.
 
 #include <doctest/doctest.h>
-#include <xmmintrin.h>
 
+#include <iterator>
 #include <vector>
 
+#include "support/qzCallersFloatMode.h"
 #include "support/qzHeapWatch.h"
 #include "support/qzTestBoxes.h"
 
 using namespace qzTest;
 
 namespace {
-
-constexpr unsigned int kFlagBits = 0x3Fu;          // what arithmetic has raised so far
-constexpr unsigned int kDefaultMode = 0x1F80u;     // all traps masked, round to nearest, denormals kept
-constexpr unsigned int kFlushDenormals = 0x8040u;  // flush-to-zero and denormals-are-zero
-constexpr unsigned int kRoundUp = 0x4000u, kRoundDown = 0x2000u, kRoundToZero = 0x6000u;
 
 /// Every member once, and what it gave, as bits; a NaN is one NaN like any other.
 struct Results {
@@ -150,18 +146,6 @@ std::vector<Arguments> manyArguments(Random& random, int count) {
   return result;
 }
 
-/// Sets the processor's mode while it lives.
-class ModeOfCaller {
- public:
-  explicit ModeOfCaller(unsigned int mode) : mPrevious(_mm_getcsr()) { _mm_setcsr(mode); }
-  ~ModeOfCaller() { _mm_setcsr(mPrevious); }
-  ModeOfCaller(const ModeOfCaller&) = delete;
-  ModeOfCaller& operator=(const ModeOfCaller&) = delete;
-
- private:
-  unsigned int mPrevious;
-};
-
 }  // namespace
 
 TEST_CASE("results do not depend on the caller's rounding or on its treatment of denormals") {
@@ -169,15 +153,15 @@ TEST_CASE("results do not depend on the caller's rounding or on its treatment of
   INFO("seed ", seed);
   Random random(seed);
   const std::vector<Arguments> arguments = manyArguments(random, 5000);
-  REQUIRE((_mm_getcsr() & ~kFlagBits) == kDefaultMode);
+  REQUIRE(CallersFloatMode::isNow(CallersFloatMode::eDefault));
   std::vector<Results> expected;
   for (const Arguments& a : arguments) expected.push_back(call(a));
-  for (const unsigned int mode : {kFlushDenormals, kRoundUp, kRoundDown, kRoundToZero, kFlushDenormals | kRoundUp}) {
-    INFO("mode ", mode);
+  for (const CallersFloatMode::Mode mode : CallersFloatMode::kModes) {
+    INFO("mode ", static_cast<unsigned int>(mode));
     for (std::size_t i = 0; i < arguments.size(); ++i) {
       Results results;
       {
-        const ModeOfCaller caller(kDefaultMode | mode);
+        const CallersFloatMode callers(mode);
         results = call(arguments[i]);
       }
       if (!(results == expected[i])) {
@@ -194,7 +178,7 @@ TEST_CASE("the mode would matter: flushed denormals change ordinary arithmetic")
   const float kept = a - b;
   float flushed;
   {
-    const ModeOfCaller caller(kDefaultMode | kFlushDenormals);
+    const CallersFloatMode callers(CallersFloatMode::eFastMath);
     flushed = a - b;
   }
   CHECK(bitsOf(kept) != bitsOf(flushed));
@@ -203,28 +187,29 @@ TEST_CASE("the mode would matter: flushed denormals change ordinary arithmetic")
 TEST_CASE("the caller's mode is in place again after every call") {
   Random random(42);
   const std::vector<Arguments> arguments = manyArguments(random, 100);
-  for (const unsigned int mode : {kFlushDenormals, kRoundUp, kRoundDown, kRoundToZero}) {
-    INFO("mode ", mode);
-    const ModeOfCaller caller(kDefaultMode | mode);
+  for (const CallersFloatMode::Mode mode : CallersFloatMode::kModes) {
+    INFO("mode ", static_cast<unsigned int>(mode));
+    const CallersFloatMode callers(mode);
     bool kept = true;
     for (const Arguments& a : arguments) {
       call(a);
-      kept = kept && (_mm_getcsr() & ~kFlagBits) == (kDefaultMode | mode);
+      kept = kept && callers.isKept();
     }
     CHECK(kept);
   }
 }
 
 TEST_CASE("a division by zero inside stays noted among the caller's exception flags, whatever the mode") {
-  constexpr unsigned int kDivisionByZero = 0x04;
   const qzBBox box = qzBBox::Make(1.0f, 1.0f, 1.0f, 2.0f, 2.0f, 2.0f);
-  for (const unsigned int mode : {0u, kFlushDenormals, kRoundUp, kRoundDown, kRoundToZero}) {
-    INFO("mode ", mode);
-    const ModeOfCaller caller(kDefaultMode | mode);
-    REQUIRE((_mm_getcsr() & kFlagBits) == 0);
+  std::vector<CallersFloatMode::Mode> modes(std::begin(CallersFloatMode::kModes), std::end(CallersFloatMode::kModes));
+  modes.push_back(CallersFloatMode::eDefault);
+  for (const CallersFloatMode::Mode mode : modes) {
+    INFO("mode ", static_cast<unsigned int>(mode));
+    const CallersFloatMode callers(mode);
+    REQUIRE(CallersFloatMode::exceptionFlags() == 0);
     float tMin = 0.0f, tMax = 10.0f;
     box.intersectRay({0.0f, 0.0f, 0.0f}, {1.0f, 1.0f, 0.0f}, tMin, tMax);
-    CHECK((_mm_getcsr() & kDivisionByZero) != 0);
+    CHECK((CallersFloatMode::exceptionFlags() & CallersFloatMode::kDivisionByZero) != 0);
   }
 }
 

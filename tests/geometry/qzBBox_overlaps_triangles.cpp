@@ -273,7 +273,7 @@ TEST_CASE("the caller's floating-point mode does not change the answer and is le
     const bool expected = box.overlapsTriangle(t0, t1, t2);
     bool answer, isKept;
     {
-      const CallersFloatMode mode(CallersFloatMode::kModes[random.below(6)]);
+      const CallersFloatMode mode(CallersFloatMode::kModes[random.below(CallersFloatMode::kNbModes)]);
       answer = box.overlapsTriangle(t0, t1, t2);
       isKept = mode.isKept();
     }

@@ -13,9 +13,10 @@
 
 #include "large/qzTreeCheck.h"
 #include "plain/qzPlainHull.h"
+#include "support/qzBoxScenes.h"
 #include "support/qzHash.h"
 #include "support/qzObservers.h"
-#include "support/qzOpenQBVH.h"
+#include "support/qzRayScenes.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;
@@ -46,14 +47,6 @@ void report(const char* tree, double buildSeconds, const TreeCheck& check) {
       static_cast<unsigned long long>(check.fingerprint), buildSeconds, seconds());
   if (!check.fault.empty()) complain(std::string(tree) + ": " + check.fault);
   std::fflush(stdout);
-}
-
-std::vector<qzBBox> boxesOf(const qz::qzTriMesh& mesh) {
-  const qzBVHTriangleContainer triangles(mesh);
-  std::vector<qzBBox> boxes;
-  boxes.reserve(triangles.getQuantity());
-  for (unsigned int i = 0; i < triangles.getQuantity(); ++i) boxes.push_back(*triangles.getBBox(i));
-  return boxes;
 }
 
 qzGenericBVH checkLinear(const qz::qzTriMesh& mesh, const std::vector<qzBBox>& boxes) {

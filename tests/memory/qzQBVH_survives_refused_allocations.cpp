@@ -8,7 +8,6 @@
 
 #include <doctest/doctest.h>
 
-#include <cmath>
 #include <optional>
 #include <string>
 
@@ -16,21 +15,11 @@
 #include "support/qzObservers.h"
 #include "support/qzRefusals.h"
 #include "support/qzTestMeshes.h"
+#include "support/qzVectors.h"
 
 using namespace qzTest;
 
 namespace {
-
-constexpr qzQBVH::tQBVHDataFlags kBoth = qzQBVH::eTrianglesVertices | qzQBVH::eTrianglesEquations;
-
-/// With the arrays open.
-class OpenQBVH : public HullQBVH {
- public:
-  using qzQBVH::mNodes;
-  using qzQBVH::mTriangleEquations;
-  using qzQBVH::mTriangleIndices;
-  using qzQBVH::mTriangleVertices;
-};
 
 /// What a hierarchy answers: a bit for each of a few regions, and the hits of a few rays.
 struct Answers {
@@ -45,7 +34,7 @@ Answers answersOf(const qzQBVH& hierarchy, const qz::qzTriMesh& mesh) {
   for (int i = 0; i < 40; ++i) {
     answers.regions += meets(hierarchy, ordinaryPlanes(mesh, random)) ? '1' : '0';
     const Point origin = random.point(-2.0f, 2.0f), target = anyPointOn(mesh, random);
-    const Point direction(target[0] - origin[0], target[1] - origin[1], target[2] - origin[2]);
+    const Point direction = minus(target, origin);
     float t = kInf;
     Wm4::Vector2<float> weights(0.0f, 0.0f);
     unsigned triangle = 0;
@@ -61,13 +50,13 @@ template <class Build>
 void checkBuild(const qz::qzTriMesh& mesh, Build build) {
   const qz::qzTriMesh other = soupMesh(50, 32);
   qzQBVH ofOther, ofMesh;
-  ofOther.buildFromMesh(kBoth, other, 4);
+  ofOther.buildFromMesh(kBothArrays, other, 4);
   build(ofMesh);
   const Answers earlier = answersOf(ofOther, other), expected = answersOf(ofMesh, mesh);
   CHECK(!(earlier == expected));
   const std::uint64_t nbRefused = refuseEachInTurn([&](const Refusal& refusal) {
     qzQBVH hierarchy;
-    hierarchy.buildFromMesh(kBoth, other, 4);
+    hierarchy.buildFromMesh(kBothArrays, other, 4);
     const bool isRefused = refusal.strikes([&] { build(hierarchy); });
     // A build that fails leaves the hierarchy as it was.
     CHECK(answersOf(hierarchy, other) == (isRefused ? earlier : answersOf(ofMesh, other)));
@@ -78,24 +67,13 @@ void checkBuild(const qz::qzTriMesh& mesh, Build build) {
   CHECK(nbRefused >= 4);
 }
 
-/// Planes in touch with the unit circle around the z axis: they leave more corners of a large triangle than a query has
-/// room for without the heap.
-Planes aroundCircle(unsigned int count) {
-  Planes planes;
-  for (unsigned int i = 0; i < count; ++i) {
-    const double angle = 2.0 * 3.14159265358979323846 * i / count;
-    planes.emplace_back(static_cast<float>(std::cos(angle)), static_cast<float>(std::sin(angle)), 0.0f, 1.0f);
-  }
-  return planes;
-}
-
 }  // namespace
 
 TEST_CASE("buildFromMesh without memory throws and leaves the hierarchy as it was, and the next build is whole") {
   const LogCapture quiet(false);
   const qz::qzTriMesh mesh = terrainMesh(12, 33);
   for (const unsigned int maxLeafSize : {1u, 4u}) {
-    checkBuild(mesh, [&](qzQBVH& hierarchy) { hierarchy.buildFromMesh(kBoth, mesh, maxLeafSize); });
+    checkBuild(mesh, [&](qzQBVH& hierarchy) { hierarchy.buildFromMesh(kBothArrays, mesh, maxLeafSize); });
   }
 }
 
@@ -105,7 +83,7 @@ TEST_CASE("buildFromBVH without memory throws and leaves the hierarchy as it was
   const qzBVHTriangleContainer triangles(mesh);
   qzGenericBVH binary;
   qzLinearGenericBVHBuilder().build(triangles, binary, nullptr, 20);
-  checkBuild(mesh, [&](qzQBVH& hierarchy) { hierarchy.buildFromBVH(kBoth, binary, mesh); });
+  checkBuild(mesh, [&](qzQBVH& hierarchy) { hierarchy.buildFromBVH(kBothArrays, binary, mesh); });
 }
 
 TEST_CASE("a query of many planes without memory throws, and then answers as ever") {
@@ -159,25 +137,23 @@ TEST_CASE("allocate without memory leaves null pointers that can be destroyed an
     for (std::uint64_t n = 0; n < 4; ++n) {
       INFO("block ", n, " refused");
       OpenQBVH hierarchy;
-      hierarchy.allocate(kBoth, 3, 5);
+      hierarchy.allocate(kBothArrays, 3, 5);
       std::size_t nbBlocks;
       {
         const HeapWatch watch;
         const RefusedAllocation refused(n, span, RefusedAllocation::eAlignedBlock);
-        hierarchy.allocate(kBoth, 7, 9);
+        hierarchy.allocate(kBothArrays, 7, 9);
         nbBlocks = watch.nbAlignedBlocks();
       }
       CHECK(nbBlocks == 4);
-      const void* const arrays[] = {hierarchy.mNodes, hierarchy.mTriangleVertices, hierarchy.mTriangleEquations,
-                                    hierarchy.mTriangleIndices};
-      for (std::uint64_t i = 0; i < 4; ++i) {
+      for (std::size_t i = 0; i < 4; ++i) {
         const bool isRefused = span == RefusedAllocation::eOnce ? i == n : i >= n;
-        CHECK((arrays[i] == nullptr) == isRefused);
+        CHECK((hierarchy.arrays()[i] == nullptr) == isRefused);
       }
       CHECK(hierarchy.getNoNodes() == 7);
       CHECK(hierarchy.getNoTriangleQuadruplets() == 9);
       if (n % 2 == 0) continue;  // destroyed as it is
-      hierarchy.allocate(kBoth, 1, 1);
+      hierarchy.allocate(kBothArrays, 1, 1);
       CHECK(hierarchy.mNodes != nullptr);
       CHECK(hierarchy.mTriangleIndices != nullptr);
     }

@@ -1,5 +1,7 @@
 #include "plain/qzBruteForceCaster.h"
 
+#include "support/qzVectors.h"
+
 #include <algorithm>
 #include <cmath>
 #include <vector>
@@ -8,21 +10,13 @@ namespace qzPlain {
 
 namespace {
 
-struct tVector {
-  double x, y, z;
-};
+using qzTest::cross;
+using qzTest::dot;
+using qzTest::minus;
+using tVector = Wm4::Vector3<double>;
 
 tVector vectorOf(const Wm4::Vector3<float>& v) {
-  return {double(v[0]), double(v[1]), double(v[2])};
-}
-tVector minus(const tVector& a, const tVector& b) {
-  return {a.x - b.x, a.y - b.y, a.z - b.z};
-}
-tVector cross(const tVector& a, const tVector& b) {
-  return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
-double dot(const tVector& a, const tVector& b) {
-  return a.x * b.x + a.y * b.y + a.z * b.z;
+  return tVector(double(v[0]), double(v[1]), double(v[2]));
 }
 double length(const tVector& a) {
   return std::sqrt(dot(a, a));

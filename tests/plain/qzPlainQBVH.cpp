@@ -2,6 +2,7 @@
 
 #include "plain/qzPlainBBox.h"
 #include "support/qzBits.h"
+#include "support/qzVectors.h"
 
 #include <cmath>
 #include <utility>
@@ -10,8 +11,12 @@ namespace qzPlain {
 
 using Point = Wm4::Vector3<float>;
 using qzTest::bitsOf;
+using qzTest::cross;
+using qzTest::dot;
 using qzTest::floatFromBits;
 using qzTest::kInf;
+using qzTest::minus;
+using qzTest::times;
 
 namespace {
 
@@ -29,16 +34,6 @@ tTriangle triangleOf(const qz::qzTriMesh& mesh, unsigned int number) {
   return triangle;
 }
 
-float dot(const Point& a, const Point& b) {
-  return (a[0] * b[0] + a[1] * b[1]) + a[2] * b[2];
-}
-Point minus(const Point& a, const Point& b) {
-  return Point(a[0] - b[0], a[1] - b[1], a[2] - b[2]);
-}
-Point times(float factor, const Point& a) {
-  return Point(factor * a[0], factor * a[1], factor * a[2]);
-}
-
 /// Plane, first and second barycentric equation, four coefficients each.
 struct tEquations {
   float mCoefficient[12];
@@ -49,7 +44,7 @@ tEquations equationsOf(const tTriangle& triangle) {
   const Point e1 = minus(v1, v0), e2 = minus(v2, v0);
 
   // The plane; a triangle without area keeps its normal as it is.
-  Point n(e1[1] * e2[2] - e1[2] * e2[1], e1[2] * e2[0] - e1[0] * e2[2], e1[0] * e2[1] - e1[1] * e2[0]);
+  Point n = cross(e1, e2);
   float d = 1.0f;
   const float length = std::sqrt(dot(n, n));
   if (length > 0.0f) {

@@ -1,33 +1,15 @@
 #include <doctest/doctest.h>
 #include <qzSystem/qzLogObject.h>
 
-#include <iostream>
 #include <new>
-#include <sstream>
 #include <type_traits>
 
 #include "support/qzObservers.h"
+#include "support/qzStandardStream.h"
 
 using qzTest::LogCapture;
 using qzTest::Record;
-
-namespace {
-
-/// Catches what goes to std::clog while it lives.
-class ClogCapture {
- public:
-  ClogCapture() : mPrevious(std::clog.rdbuf(mText.rdbuf())) {}
-  ~ClogCapture() { std::clog.rdbuf(mPrevious); }
-  ClogCapture(const ClogCapture&) = delete;
-  ClogCapture& operator=(const ClogCapture&) = delete;
-  std::string text() const { return mText.str(); }
-
- private:
-  std::ostringstream mText;
-  std::streambuf* mPrevious;
-};
-
-}  // namespace
+using qzTest::StandardStream;
 
 TEST_CASE("a record reaches its logger when it is destroyed, not before") {
   LogCapture log;
@@ -77,7 +59,7 @@ TEST_CASE("the record itself does not ask whether its type is enabled") {
 }
 
 TEST_CASE("without a logger the record is a line on std::clog") {
-  const ClogCapture clog;
+  const StandardStream clog(std::clog);
   {
     qz::qzLogObject record(qz::eLogInfo, "bvh", nullptr, nullptr, false);
     record << "some "
@@ -88,7 +70,7 @@ TEST_CASE("without a logger the record is a line on std::clog") {
 }
 
 TEST_CASE("an empty category leaves only the text on std::clog") {
-  const ClogCapture clog;
+  const StandardStream clog(std::clog);
   qz::qzLogObject(qz::eLogError, "", nullptr, nullptr, false) << "text";
   CHECK(clog.text() == "text\n");
 }

@@ -2,7 +2,7 @@
 
 #include <doctest/doctest.h>
 
-#include "support/qzOpenQBVH.h"
+#include "support/qzRayScenes.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;
@@ -406,18 +406,18 @@ TEST_CASE("a build says whether the boxes are nested, and allocate takes it back
     setLeaf(bvh, 5, outer, 2, 1);
     setLeaf(bvh, 6, c.child, 2, c.count);
     Converted converted(kBothArrays, bvh, mesh);
-    CHECK(converted.library.rows().mIsNested == c.isNested);
+    CHECK(converted.library.mIsNested == c.isNested);
     for (int axis = 0; axis < 3 && c.count == 1; ++axis) {  // sticking out on one side of one axis
       for (bool atMin : {false, true}) {
         Point min = inside.getMinPoint(), max = inside.getMaxPoint();
         (atMin ? min : max)[axis] += atMin ? -1.0f : 1.0f;
         bvh.getNode(6).setBBox(qzBBox::Make(min, max));
         const Converted sticking(kBothArrays, bvh, mesh);
-        CHECK(!sticking.library.rows().mIsNested);
+        CHECK(!sticking.library.mIsNested);
       }
     }
     converted.library.allocate(kBothArrays, 1, 1);
-    CHECK(!converted.library.rows().mIsNested);
+    CHECK(!converted.library.mIsNested);
   }
 }
 
@@ -515,8 +515,8 @@ TEST_CASE("a build from a mesh notes nested boxes, unless a leaf holds nothing b
   }
   OpenQBVH library;
   buildFromMesh(library, qzQBVH::eTrianglesEquations, meshOfCorners(corners), 1);
-  CHECK(library.rows().mIsNested);
+  CHECK(library.mIsNested);
   for (int corner = 0; corner < 3; ++corner) corners[corner] = Point(kNaN, 0.0f, 0.0f);
   buildFromMesh(library, qzQBVH::eTrianglesEquations, meshOfCorners(corners), 1);
-  CHECK(!library.rows().mIsNested);
+  CHECK(!library.mIsNested);
 }

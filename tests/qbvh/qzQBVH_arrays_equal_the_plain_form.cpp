@@ -10,7 +10,7 @@
 
 #include "support/qzCallersFloatMode.h"
 #include "support/qzObservers.h"
-#include "support/qzOpenQBVH.h"
+#include "support/qzRayScenes.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;

@@ -7,7 +7,7 @@
 #include <type_traits>
 
 #include "support/qzObservers.h"
-#include "support/qzOpenQBVH.h"
+#include "support/qzRayScenes.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;

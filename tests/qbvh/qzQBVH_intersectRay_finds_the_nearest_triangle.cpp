@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "support/qzOpenQBVH.h"
+#include "support/qzRayScenes.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;

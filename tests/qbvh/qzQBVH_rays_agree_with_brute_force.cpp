@@ -5,7 +5,7 @@
 #include <cmath>
 
 #include "plain/qzBruteForceCaster.h"
-#include "support/qzOpenQBVH.h"
+#include "support/qzRayScenes.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;

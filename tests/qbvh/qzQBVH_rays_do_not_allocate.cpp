@@ -5,7 +5,7 @@
 #include "support/qzBits.h"
 #include "support/qzHeapWatch.h"
 #include "support/qzObservers.h"
-#include "support/qzOpenQBVH.h"
+#include "support/qzRayScenes.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;

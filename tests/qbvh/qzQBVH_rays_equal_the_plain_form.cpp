@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "support/qzCallersFloatMode.h"
-#include "support/qzOpenQBVH.h"
+#include "support/qzRayScenes.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;
@@ -193,7 +193,7 @@ TEST_CASE("rays on hierarchies of any shape and with any boxes are those of the 
       const unsigned int leafSize = random.below(12);
       const Scene scene(mesh, randomBVH(mesh, leafSize, boxes, random));
       compareRays(scene, seed, 800, boxes == eTightBoxes ? 3 : 0);
-      nbNested += scene.library.rows().mIsNested ? 1 : 0;
+      nbNested += scene.library.mIsNested ? 1 : 0;
       ++nbScenes;
     }
   }

@@ -5,21 +5,15 @@
 
 #include <cmath>
 
-#include "support/qzOpenQBVH.h"
+#include "support/qzRayScenes.h"
 #include "support/qzTestMeshes.h"
+#include "support/qzVectors.h"
 
 using namespace qzTest;
 
 namespace {
 
 constexpr int kNbRays = 100000;
-
-float dot(const Point& a, const Point& b) {
-  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
-}
-Point along(const Point& a, float factor, const Point& b) {
-  return Point(a[0] + factor * b[0], a[1] + factor * b[1], a[2] + factor * b[2]);
-}
 
 struct AimedRay {
   Ray ray;
@@ -34,11 +28,11 @@ AimedRay rayAtEdge(const qz::qzTriMesh& sphere, Random& random) {
     const int corner = static_cast<int>(random.below(3));
     const Point a = cornerOf(sphere, triangle, corner), b = cornerOf(sphere, triangle, (corner + 1) % 3);
     const float share = random.below(4) == 0 ? 0.0f : random.unit();
-    const Point target = along(a, share, Point(b[0] - a[0], b[1] - a[1], b[2] - a[2]));
+    const Point target = along(a, share, minus(b, a));
     AimedRay aimed;
     aimed.ray.origin = random.point(-3.0f, 3.0f);
     if (dot(aimed.ray.origin, aimed.ray.origin) < 1.5f) continue;
-    const Point way = along(target, -1.0f, aimed.ray.origin);
+    const Point way = minus(target, aimed.ray.origin);
     aimed.distance = std::sqrt(dot(way, way));
     for (int axis = 0; axis < 3; ++axis) aimed.ray.direction[axis] = way[axis] / aimed.distance;
     if (dot(aimed.ray.direction, target) < -0.3f) return aimed;
@@ -52,15 +46,6 @@ int nbHitsAround(const qzQBVH& hierarchy, AimedRay aimed, float reach, float ste
   for (Answer answer; (answer = cast(hierarchy, aimed.ray)).hit && answer.t < aimed.distance + reach; ++nbHits)
     aimed.ray.tMin = std::max(std::nextafter(answer.t, kInf), answer.t + step);
   return nbHits;
-}
-
-qz::qzTriMesh movedBy(const Point& way, const qz::qzTriMesh& mesh) {
-  std::vector<Point> positions;
-  for (int i = 0; i < mesh.getVertexBuffer()->getNbVertices(); ++i)
-    positions.push_back(along(mesh.getVertexBuffer()->Position3(i), 1.0f, way));
-  const int* indices = mesh.getIndexBuffer()->getIndices();
-  return qz::qzTriMesh(qz::qzVertexBuffer(std::move(positions)),
-                       qz::qzIndexBuffer(std::vector<int>(indices, indices + mesh.getIndexBuffer()->getNbIndices())));
 }
 
 }  // namespace
@@ -103,8 +88,8 @@ TEST_CASE("most points on an edge are reported by more than one triangle, and on
 
 TEST_CASE("a mesh far from the origin lets rays through, and none when mesh and rays are moved back") {
   const Point way(2048.0f, 2048.0f, 2048.0f);
-  const qz::qzTriMesh far = movedBy(way, sphereMesh(12, 24));
-  const qz::qzTriMesh near = movedBy(along(Point(0.0f, 0.0f, 0.0f), -1.0f, way), far);  // rounds nothing
+  const qz::qzTriMesh far = scaledAndMoved(sphereMesh(12, 24), 1.0f, way);
+  const qz::qzTriMesh near = scaledAndMoved(far, 1.0f, times(-1.0f, way));  // exact
   OpenQBVH farHierarchy, nearHierarchy;
   buildFromMesh(farHierarchy, qzQBVH::eTrianglesEquations, far, 4);
   buildFromMesh(nearHierarchy, qzQBVH::eTrianglesEquations, near, 4);
@@ -114,8 +99,8 @@ TEST_CASE("a mesh far from the origin lets rays through, and none when mesh and 
   int nbSlippedFar = 0, nbSlippedNear = 0;
   for (int i = 0; i < kNbRays; ++i) {
     AimedRay aimed = rayAtEdge(near, random);
-    const Point farOrigin = along(aimed.ray.origin, 1.0f, way);
-    aimed.ray.origin = along(farOrigin, -1.0f, way);  // what is left of it far out
+    const Point farOrigin = plus(aimed.ray.origin, way);
+    aimed.ray.origin = minus(farOrigin, way);  // what is left of it far out
     nbSlippedNear += nbHitsAround(nearHierarchy, aimed, 0.1f, 1.0f) == 0 ? 1 : 0;
     aimed.ray.origin = farOrigin;
     nbSlippedFar += nbHitsAround(farHierarchy, aimed, 0.1f, 1.0f) == 0 ? 1 : 0;

@@ -2,11 +2,9 @@
 
 #include <doctest/doctest.h>
 
-#include <iostream>
-#include <sstream>
-
 #include "support/qzObservers.h"
-#include "support/qzOpenQBVH.h"
+#include "support/qzRayScenes.h"
+#include "support/qzStandardStream.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;
@@ -15,35 +13,6 @@ namespace {
 
 const char kMessage[] = "error: QBVH is not built with the right data type (should be qzQBVH::eTrianglesEquations)";
 const Ray kDown{Point(0.1f, 0.1f, 5.0f), Point(0.0f, 0.0f, -1.0f)};
-
-/// A logger that wants records of one type only, and notes which types it was asked about.
-class LogOfOneType : public LogCapture {
- public:
-  explicit LogOfOneType(int type) : mType(type) {}
-  bool isLogTypeEnabled(qz::qzLogType type) const override {
-    mAsked.push_back(type);
-    return type == mType;
-  }
-  const std::vector<int>& asked() const { return mAsked; }
-
- private:
-  int mType;
-  mutable std::vector<int> mAsked;
-};
-
-/// Takes over std::clog while it lives.
-class ClogCapture {
- public:
-  ClogCapture() : mPrevious(std::clog.rdbuf(mText.rdbuf())) {}
-  ~ClogCapture() { std::clog.rdbuf(mPrevious); }
-  ClogCapture(const ClogCapture&) = delete;
-  ClogCapture& operator=(const ClogCapture&) = delete;
-  std::string text() const { return mText.str(); }
-
- private:
-  std::ostringstream mText;
-  std::streambuf* mPrevious;
-};
 
 bool isUntouched(const Answer& answer) {
   return sameAnswer(answer, Answer{false, kDown.t});
@@ -65,7 +34,7 @@ TEST_CASE("intersectRay without equations logs one record of type 2 and touches 
   for (const OpenQBVH* hierarchy : {&hierarchies.empty, &hierarchies.vertices}) {
     const LogCapture log;
     CHECK(isUntouched(cast(*hierarchy, kDown)));
-    CHECK(log.records() == std::vector<Record>{{qz::qzLogType(2), "", kMessage}});
+    CHECK(log.records() == std::vector<Record>{{qz::eLogError, "", kMessage}});
     CHECK(isUntouched(cast(*hierarchy, kDown)));
     CHECK(log.records().size() == 2);
   }
@@ -84,18 +53,10 @@ TEST_CASE("the record is made only when type 2 is enabled") {
 
 TEST_CASE("without a logger the record goes where the log object takes it") {
   const Hierarchies hierarchies;
-  qz::qzLog* const previous = qz::qzLog::msInstance;
-  qz::qzLog::msInstance = nullptr;
-  std::string text;
-  bool untouched;
-  {
-    const ClogCapture clog;
-    untouched = isUntouched(cast(hierarchies.vertices, kDown));
-    text = clog.text();
-  }
-  qz::qzLog::msInstance = previous;
-  CHECK(untouched);
-  CHECK(text == std::string(kMessage) + "\n");
+  const NoLog noLog;
+  const StandardStream clog(std::clog);
+  CHECK(isUntouched(cast(hierarchies.vertices, kDown)));
+  CHECK(clog.text() == std::string(kMessage) + "\n");
 }
 
 TEST_CASE("intersectRaySymmetric without equations says no in silence and touches no output") {

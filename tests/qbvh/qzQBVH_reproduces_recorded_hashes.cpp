@@ -3,50 +3,29 @@
 
 #include <doctest/doctest.h>
 
-#include "support/qzOpenQBVH.h"
+#include "support/qzHash.h"
+#include "support/qzRayScenes.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;
 
 namespace {
 
-/// FNV-1a over the bytes of words, the low byte first.
-class Hash {
- public:
-  void add(std::uint32_t word) {
-    for (int shift = 0; shift < 32; shift += 8) mValue = (mValue ^ (word >> shift & 0xFF)) * 0x100000001B3u;
-  }
-  void add(float value) { add(value == value ? bitsOf(value) : 0x7FC00000u); }  // one NaN for all of them
-  void add(const Words& words) {
-    for (std::uint32_t word : words) add(word);
-  }
-  void addFloats(const Words& words) {
-    for (std::uint32_t word : words) add(floatFromBits(word));
-  }
-  void add(const Answer& answer) {
-    add(answer.hit ? 1u : 0u);
-    add(answer.t);
-    add(answer.barycentric[0]);
-    add(answer.barycentric[1]);
-    add(answer.triangle);
-  }
-  std::uint64_t value() const { return mValue; }
-
- private:
-  std::uint64_t mValue = 0xCBF29CE484222325u;
-};
+void add(Hash& hash, const Words& words) {
+  for (const std::uint32_t word : words) hash.add(word);
+}
+void addFloats(Hash& hash, const Words& words) {
+  for (const std::uint32_t word : words) hash.addFloatBits(word);
+}
 
 std::uint64_t hashOfArrays(const Words& nodes, const Words& vertices, const Words& equations, const Words& indices,
                            const qzBBox& box) {
   Hash hash;
-  hash.add(nodes);
-  hash.add(vertices);
-  hash.addFloats(equations);
-  hash.add(indices);
-  for (int axis = 0; axis < 3; ++axis) {
-    hash.add(box.getMinPoint()[axis]);
-    hash.add(box.getMaxPoint()[axis]);
-  }
+  add(hash, nodes);
+  add(hash, vertices);
+  addFloats(hash, equations);
+  add(hash, indices);
+  hash.add(box);
   return hash.value();
 }
 
@@ -56,7 +35,8 @@ std::uint64_t hashOfRays(const Hierarchy& hierarchy, const qz::qzTriMesh& mesh, 
   Random random(1000);
   for (int i = 0; i < 5000; ++i) {
     const Ray ray = i % 8 != 0 ? ordinaryRay(mesh, random) : awkwardRay(mesh, random);
-    hash.add(symmetric ? castSymmetric(hierarchy, ray) : cast(hierarchy, ray));
+    const Answer answer = symmetric ? castSymmetric(hierarchy, ray) : cast(hierarchy, ray);
+    hash.addAll(answer.hit, answer.t, answer.barycentric, answer.triangle);
   }
   return hash.value();
 }

@@ -2,6 +2,7 @@
 
 #include "support/qzBits.h"
 #include "support/qzPrivateAccess.h"
+#include "support/qzSameTrees.h"
 
 #include <doctest/doctest.h>
 
@@ -25,15 +26,10 @@ struct BuilderMaxPerLeaf {
   using Type = unsigned int qzLinearGenericBVHBuilder::*;
   friend Type privateMember(BuilderMaxPerLeaf);
 };
-struct TreeNbPrimitives {
-  using Type = unsigned int qzGenericBVH::*;
-  friend Type privateMember(TreeNbPrimitives);
-};
 template struct PrivateAccess<BuilderIndices, &qzLinearGenericBVHBuilder::mIndices>;
 template struct PrivateAccess<BuilderBBox, &qzLinearGenericBVHBuilder::mBBox>;
 template struct PrivateAccess<BuilderNbPrimitives, &qzLinearGenericBVHBuilder::mNbPrimitives>;
 template struct PrivateAccess<BuilderMaxPerLeaf, &qzLinearGenericBVHBuilder::mMaxPrimitivesPerLeaf>;
-template struct PrivateAccess<TreeNbPrimitives, &qzGenericBVH::mNbPrimitives>;
 
 const std::vector<unsigned int>& indicesOf(const qzLinearGenericBVHBuilder& builder) {
   return builder.*privateMember(BuilderIndices());
@@ -47,9 +43,6 @@ unsigned int nbPrimitivesOf(const qzLinearGenericBVHBuilder& builder) {
 unsigned int maxPrimitivesPerLeafOf(const qzLinearGenericBVHBuilder& builder) {
   return builder.*privateMember(BuilderMaxPerLeaf());
 }
-unsigned int nbPrimitivesOf(const qzGenericBVH& tree) {
-  return tree.*privateMember(TreeNbPrimitives());
-}
 
 namespace {
 
@@ -60,35 +53,21 @@ std::size_t firstDifference(const std::vector<T>& a, const std::vector<T>& b) {
   return static_cast<std::size_t>(where - a.begin());
 }
 
-std::string describe(const qzGNode& node) {
-  const qzBBox& box = node.getBBox();
-  std::string text = node.isLeaf() ? "leaf " : "inner ";
-  for (const unsigned int word : {node.getAxis() >> 30, node.getLeftChildIdx(), node.getNoPrimitives()}) {
-    text += std::to_string(word) + ' ';
-  }
-  for (const Wm4::Vector3<float>& corner : {box.getMinPoint(), box.getMaxPoint()}) {
-    for (int c = 0; c < 3; ++c) text += std::to_string(corner[c]) + ' ';
-  }
-  return text;
-}
-
-// Empty when all nodes are what they must be. Nodes from nbLinked on belong to nobody yet: they hold what stood there
-// before or what a new node holds.
+// The first node that is not as in the plain form; empty if there is none. Nodes from nbLinked on are not linked into the
+// tree: they may also hold what the array held before the build, or be default nodes.
 std::string differenceOfNodes(const std::vector<qzGNode>& nodes, const std::vector<qzGNode>& plainNodes,
                               const std::vector<qzGNode>& before, std::uint64_t nbLinked) {
-  if (nodes.size() != plainNodes.size()) {
-    return std::to_string(nodes.size()) + " nodes instead of " + std::to_string(plainNodes.size());
+  std::vector<qzGNode> expected = plainNodes;
+  if (nodes.size() == expected.size()) {
+    for (std::size_t i = nbLinked; i < nodes.size(); ++i) {
+      const bool isAsBefore = i < before.size() && sameBits(nodes[i], before[i]);
+      if (isAsBefore || sameBits(nodes[i], qzGNode())) expected[i] = nodes[i];
+    }
   }
-  for (std::size_t i = 0; i < nodes.size(); ++i) {
-    if (sameBits(nodes[i], plainNodes[i])) continue;
-    const bool isFree = i >= nbLinked;
-    if (isFree && (sameBits(nodes[i], qzGNode()) || (i < before.size() && sameBits(nodes[i], before[i])))) continue;
-    return "node " + std::to_string(i) + ": " + describe(nodes[i]) + "instead of " + describe(plainNodes[i]);
-  }
-  return "";
+  return qzTest::differenceOfNodes(nodes, expected);
 }
 
-// Where the storage of a tree is, to see that nobody touched it.
+// Where the storage of a tree is, to show that a build did not replace it.
 struct Storage {
   const void* nodes;
   const void* primitives;
@@ -132,7 +111,7 @@ bool BothBuilders::build(const std::vector<qzBBox>& boxes, unsigned int bitsPerA
   for (std::size_t i = 0; i < nbRecords; ++i) {
     CHECK(mJournal.records[i].text == plainJournal.records[i].text);
     CHECK(mJournal.records[i].category == "bvh");
-    CHECK(mJournal.records[i].type == qz::qzLogType(1));
+    CHECK(mJournal.records[i].type == qz::eLogInfo);
     CHECK(mJournal.eventsBeforeRecord[i] == plainJournal.eventsBeforeRecord[i]);
   }
 

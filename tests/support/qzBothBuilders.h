@@ -1,9 +1,9 @@
 #pragma once
-// The library's linear builder and its plain form side by side: every build is done by both, and checked to be the
-// same.
+// The library's linear builder and its plain form side by side. Every build is done with both and compared.
 
 #include "plain/qzPlainLinearBuilder.h"
 #include "support/qzBuildJournal.h"
+#include "support/qzOpenBVH.h"
 
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
@@ -14,20 +14,20 @@
 
 namespace qzTest {
 
-/// Members of the library's classes that only tests look at.
+/// Private members of the builder.
 const std::vector<unsigned int>& indicesOf(const qzLinearGenericBVHBuilder& builder);
 const qzBBox& bboxOf(const qzLinearGenericBVHBuilder& builder);
 unsigned int nbPrimitivesOf(const qzLinearGenericBVHBuilder& builder);
 unsigned int maxPrimitivesPerLeafOf(const qzLinearGenericBVHBuilder& builder);
-unsigned int nbPrimitivesOf(const qzGenericBVH& tree);
 
 class BothBuilders {
  public:
   explicit BothBuilders(unsigned int maxPrimitivesPerLeaf = 4) { setMaxPrimitivesPerLeaf(maxPrimitivesPerLeaf); }
   void setMaxPrimitivesPerLeaf(unsigned int max);
 
-  /// Builds with both and checks that nobody can tell them apart: result, journal, every bit of the tree. Returns what
-  /// the builds returned. The cancel interface says "cancel" at poll number cancelAt and ever after.
+  /// Builds with both and checks that they agree on everything a caller can observe: the return value, the journal and
+  /// every bit of the tree. Returns what they returned. The cancel interface cancels at poll number cancelAt and at every
+  /// later one.
   bool build(const std::vector<qzBBox>& boxes, unsigned int bitsPerAxis, std::uint64_t cancelAt = kNoInterface);
 
   const qzGenericBVH& tree() const { return mTree; }

@@ -5,6 +5,7 @@
 
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -13,13 +14,6 @@ namespace qzTest {
 namespace {
 
 using Point = Wm4::Vector3<float>;
-
-std::vector<qzBBox> boxesOf(const qz::qzTriMesh& mesh) {
-  const qzBVHTriangleContainer container(mesh);
-  std::vector<qzBBox> boxes;
-  for (unsigned int i = 0; i < container.getQuantity(); ++i) boxes.push_back(*container.getBBox(i));
-  return boxes;
-}
 
 // count boxes, each made by make().
 template <class Make>
@@ -45,6 +39,18 @@ float anyOrder(Random& random, int low, int high) {
 }
 
 }  // namespace
+
+std::vector<qzBBox> boxesOf(const qz::qzTriMesh& mesh) {
+  const qzBVHTriangleContainer container(mesh);
+  std::vector<qzBBox> boxes;
+  for (unsigned int i = 0; i < container.getQuantity(); ++i) boxes.push_back(*container.getBBox(i));
+  return boxes;
+}
+
+bool sameBoxes(const std::vector<qzBBox>& a, const std::vector<qzBBox>& b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](const qzBBox& p, const qzBBox& q) { return sameBits(p, q); });
+}
 
 std::vector<qzBBox> randomBoxes(std::uint32_t count, float size, std::uint32_t seed) {
   Random random(seed);

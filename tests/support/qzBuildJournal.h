@@ -1,5 +1,5 @@
 #pragma once
-// Everything that a build lets its caller see, in one order: calls to the container, polls and log records.
+// The journal of a build: calls to the container, polls and log records, in the order in which they came.
 
 #include "support/qzObservers.h"
 
@@ -14,15 +14,11 @@ struct Journal {
   std::vector<std::size_t> eventsBeforeRecord;  // one number per record
 };
 
-/// The logger while it lives; notes every record in a journal.
-class JournalLog : public qz::qzLog {
+/// A logger that notes every record in a journal.
+class JournalLog : public InstalledLog {
  public:
-  explicit JournalLog(Journal& journal) : mJournal(journal), mPrevious(msInstance) { msInstance = this; }
-  ~JournalLog() override { msInstance = mPrevious; }
-  JournalLog(const JournalLog&) = delete;
-  JournalLog& operator=(const JournalLog&) = delete;
+  explicit JournalLog(Journal& journal) : mJournal(journal) {}
 
-  bool isLogTypeEnabled(qz::qzLogType) const override { return true; }
   void write(qz::qzLogType type, const std::string& category, const std::string& text) override {
     mJournal.records.push_back({type, category, text});
     mJournal.eventsBeforeRecord.push_back(mJournal.events.size());
@@ -30,13 +26,12 @@ class JournalLog : public qz::qzLog {
 
  private:
   Journal& mJournal;
-  qz::qzLog* mPrevious;
 };
 
-/// cancelAt of a build that gets no cancel interface at all.
+/// Stands for cancelAt when a build gets no cancel interface.
 constexpr std::uint64_t kNoInterface = CancelAtPoll::kNever - 1;
 
-/// One build with everything noted. Builder and Tree are the library's classes or those of the plain form.
+/// Builds and notes everything in journal. Builder and Tree are the library's classes or those of the plain form.
 template <class Builder, class Tree>
 bool buildWithJournal(Builder& builder, Tree& tree, const std::vector<qzBBox>& boxes, unsigned int bitsPerAxis,
                       std::uint64_t cancelAt, Journal& journal) {

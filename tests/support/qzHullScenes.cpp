@@ -1,32 +1,20 @@
 #include "support/qzHullScenes.h"
 
 #include <cmath>
-#include <cstring>
 #include <sstream>
 
 #include "support/qzObservers.h"
+#include "support/qzVectors.h"
 
 namespace qzTest {
 
 namespace {
 
-Point plus(const Point& a, float s, const Point& b) {
-  return Point(a[0] + s * b[0], a[1] + s * b[1], a[2] + s * b[2]);
-}
-Point minus(const Point& a, const Point& b) {
-  return plus(a, -1.0f, b);
-}
-float dot(const Point& a, const Point& b) {
-  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
-}
-Point cross(const Point& a, const Point& b) {
-  return Point(a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]);
-}
 Point normalized(const Point& a) {
-  return plus(Point(0.0f, 0.0f, 0.0f), 1.0f / std::sqrt(dot(a, a)), a);
+  return along(Point(0.0f, 0.0f, 0.0f), 1.0f / std::sqrt(dot(a, a)), a);
 }
 
-/// Inside is where the normal points to.
+/// The half-space that the normal points into.
 Plane planeThrough(const Point& p, const Point& normal) {
   return Plane(normal[0], normal[1], normal[2], -dot(normal, p));
 }
@@ -34,15 +22,7 @@ Plane opposite(const Plane& plane) {
   return Plane(-plane[0], -plane[1], -plane[2], -plane[3]);
 }
 
-/// The words of an array of blocks.
-template <class Block>
-std::vector<std::uint32_t> wordsOf(const Block* blocks, std::size_t count) {
-  std::vector<std::uint32_t> words(count * sizeof(Block) / sizeof(std::uint32_t));
-  if (!words.empty()) std::memcpy(words.data(), blocks, count * sizeof(Block));
-  return words;
-}
-
-/// Through corners, edges and faces of the mesh's triangles.
+/// A plane through a corner, an edge or the face of a triangle.
 Plane planeThroughCorners(const qz::qzTriMesh& mesh, Random& random) {
   const unsigned int triangle = random.below(nbTrianglesOf(mesh));
   const Point a = cornerOf(mesh, triangle, 0), b = cornerOf(mesh, triangle, 1), c = cornerOf(mesh, triangle, 2);
@@ -85,39 +65,10 @@ void HullQBVH::build(const qz::qzTriMesh& mesh, unsigned int maxLeafSize) {
   buildFromMesh(eTrianglesVertices, mesh, maxLeafSize);
 }
 
-void HullQBVH::allocateEmpty(unsigned int noNodes, unsigned int noQuadruplets) {
-  allocate(eTrianglesVertices, noNodes, noQuadruplets);
-  for (unsigned int node = 0; node < noNodes; ++node) {
-    for (int lane = 0; lane < 4; ++lane) setLane(node, lane, qzBBox(), kNoChild, 0);
-  }
-  const Point origin(0.0f, 0.0f, 0.0f);
-  for (unsigned int quadruplet = 0; quadruplet < noQuadruplets; ++quadruplet) {
-    for (int lane = 0; lane < 4; ++lane) setTriangle(quadruplet, lane, origin, origin, origin);
-  }
-}
-
-void HullQBVH::setLane(unsigned int node, int lane, const qzBBox& box, unsigned int index, unsigned int quadruplets) {
-  for (int axis = 0; axis < 3; ++axis) {
-    mNodes[node].mMin[axis][lane] = box.getMinPoint()[axis];
-    mNodes[node].mMax[axis][lane] = box.getMaxPoint()[axis];
-  }
-  mNodes[node].mChildIndex[lane] = index;
-  mNodes[node].mChildQuadruplets[lane] = quadruplets;
-  mIsNested = mIsSnug = false;  // whatever was known of the boxes
-}
-
-void HullQBVH::setTriangle(unsigned int quadruplet, int lane, const Point& v0, const Point& v1, const Point& v2) {
-  const Point* vertices[3] = {&v0, &v1, &v2};
-  mIsSnug = false;  // whatever was known of the triangles
-  for (int v = 0; v < 3; ++v) {
-    for (int axis = 0; axis < 3; ++axis) mTriangleVertices[quadruplet].mVertex[v][axis][lane] = (*vertices[v])[axis];
-  }
-}
-
 qzPlain::tQBVH HullQBVH::plain() const {
   qzPlain::tQBVH plain;
-  plain.mNodes = wordsOf(mNodes, mNoNodes);
-  plain.mVertices = wordsOf(mTriangleVertices, mNoQuadruplets);
+  plain.mNodes = nodeWords();
+  plain.mVertices = vertexWords();
   plain.mFlags = mFlags;
   plain.mNoNodes = mNoNodes;
   plain.mNoQuadruplets = mNoQuadruplets;
@@ -149,14 +100,14 @@ Planes insideOf(const qzBBox& box) {
 
 Planes cubeAround(const Point& center, float half) {
   const Point diagonal(1.0f, 1.0f, 1.0f);
-  return insideOf(qzBBox::Make(plus(center, -half, diagonal), plus(center, half, diagonal)));
+  return insideOf(qzBBox::Make(along(center, -half, diagonal), along(center, half, diagonal)));
 }
 
 Point anyPointOn(const qz::qzTriMesh& mesh, Random& random) {
   const unsigned int triangle = random.below(nbTrianglesOf(mesh));
   const Point a = cornerOf(mesh, triangle, 0), b = cornerOf(mesh, triangle, 1), c = cornerOf(mesh, triangle, 2);
   const float u = random.unit(), v = random.unit() * (1.0f - u);
-  return plus(plus(a, u, minus(b, a)), v, minus(c, a));
+  return along(along(a, u, minus(b, a)), v, minus(c, a));
 }
 
 Point anyDirection(Random& random) {
@@ -170,8 +121,8 @@ Planes turnedCube(const Point& center, float half, Random& random) {
   const Point x = anyDirection(random), y = normalized(cross(x, anyDirection(random))), z = cross(x, y);
   Planes planes;
   for (const Point& axis : {x, y, z}) {
-    planes.push_back(planeThrough(plus(center, -half, axis), axis));
-    planes.push_back(opposite(planeThrough(plus(center, half, axis), axis)));
+    planes.push_back(planeThrough(along(center, -half, axis), axis));
+    planes.push_back(opposite(planeThrough(along(center, half, axis), axis)));
   }
   return planes;
 }
@@ -182,11 +133,20 @@ Planes frustum(const Point& eye, const Point& target, float slope, Random& rando
   Planes planes;
   for (const Point& side : {right, up}) {
     for (float sign : {1.0f, -1.0f}) {
-      planes.push_back(planeThrough(eye, plus(plus(Point(0.0f, 0.0f, 0.0f), sign, side), slope, forward)));
+      planes.push_back(planeThrough(eye, along(along(Point(0.0f, 0.0f, 0.0f), sign, side), slope, forward)));
     }
   }
-  planes.push_back(planeThrough(plus(eye, 0.01f, forward), forward));
-  planes.push_back(opposite(planeThrough(plus(eye, 10.0f, forward), forward)));
+  planes.push_back(planeThrough(along(eye, 0.01f, forward), forward));
+  planes.push_back(opposite(planeThrough(along(eye, 10.0f, forward), forward)));
+  return planes;
+}
+
+Planes aroundCircle(unsigned int count) {
+  Planes planes;
+  for (unsigned int i = 0; i < count; ++i) {
+    const double angle = 2.0 * 3.14159265358979323846 * i / count;
+    planes.emplace_back(static_cast<float>(std::cos(angle)), static_cast<float>(std::sin(angle)), 0.0f, 1.0f);
+  }
   return planes;
 }
 
@@ -194,17 +154,17 @@ Planes aroundBall(const Point& center, float radius, unsigned int count, Random&
   Planes planes;
   for (unsigned int i = 0; i < count; ++i) {
     const Point normal = anyDirection(random);
-    planes.push_back(planeThrough(plus(center, -radius, normal), normal));
+    planes.push_back(planeThrough(along(center, -radius, normal), normal));
   }
   return planes;
 }
 
 Planes ordinaryPlanes(const qz::qzTriMesh& mesh, Random& random) {
-  // Near the surface at about the size of the region: half of these meet something.
+  // About as far from the surface as the region is large, so half of the regions intersect something.
   float size = random.unit();
   for (int i = 0; i < 2; ++i) size *= random.unit();
   const Point on = anyPointOn(mesh, random), away = anyDirection(random);
-  const Point near = plus(on, 7.0f * size * random.unit(), away);
+  const Point near = along(on, 7.0f * size * random.unit(), away);
   Planes planes;
   switch (random.below(6)) {
     case 0:
@@ -214,15 +174,15 @@ Planes ordinaryPlanes(const qz::qzTriMesh& mesh, Random& random) {
       planes = cubeAround(near, size);
       break;
     case 2:
-      planes = frustum(plus(near, 3.0f, anyDirection(random)), near, 0.2f * size, random);
+      planes = frustum(along(near, 3.0f, anyDirection(random)), near, 0.2f * size, random);
       break;
     case 3:
       planes = aroundBall(near, size, random.below(30) + 4, random);
       break;
     case 4: {
       const Point normal = anyDirection(random);  // a slab
-      planes = {planeThrough(plus(near, -size, normal), normal),
-                opposite(planeThrough(plus(near, size, normal), normal))};
+      planes = {planeThrough(along(near, -size, normal), normal),
+                opposite(planeThrough(along(near, size, normal), normal))};
       break;
     }
     default: {

@@ -12,34 +12,25 @@
 
 #include "plain/qzPlainHull.h"
 #include "support/qzBits.h"
+#include "support/qzOpenQBVH.h"
 #include "support/qzTestMeshes.h"
 
 namespace qzTest {
 
-using Point = Wm4::Vector3<float>;
 using Plane = Wm4::Vector4<float>;
 using Planes = std::vector<Plane>;
 
-/// qzQBVH with its arrays open, to be read as words and written by hand.
-class HullQBVH : public qzQBVH {
+/// A hierarchy with vertices alone.
+class HullQBVH : public OpenQBVH {
  public:
-  using qzQBVH::allocate;
-  using qzQBVH::mRootBBox;
-  static constexpr unsigned int kInner = kInnerChild;
-
-  /// buildFromMesh with vertices, its log records kept to themselves.
+  /// buildFromMesh without log records.
   void build(const qz::qzTriMesh& mesh, unsigned int maxLeafSize);
 
-  /// Node numbers and quadruplets by hand; a lane starts as an empty one, a triangle as padding.
-  void allocateEmpty(unsigned int noNodes, unsigned int noQuadruplets);
-  void setLane(unsigned int node, int lane, const qzBBox& box, unsigned int index, unsigned int quadruplets);
-  void setTriangle(unsigned int quadruplet, int lane, const Point& v0, const Point& v1, const Point& v2);
-
-  /// The same hierarchy for the plain form.
+  /// The same hierarchy for the plain form of the query.
   qzPlain::tQBVH plain() const;
 };
 
-/// A set of the library's, released at the end.
+/// A plane set of the library, released at the end.
 class PlaneSet {
  public:
   explicit PlaneSet(const Planes& planes)
@@ -70,17 +61,20 @@ Point anyPointOn(const qz::qzTriMesh& mesh, Random& random);
 
 /// A direction of length 1, near enough.
 Point anyDirection(Random& random);
-/// Six planes of a cube turned anyhow.
+/// Six planes of a cube in any orientation.
 Planes turnedCube(const Point& center, float half, Random& random);
 /// Six planes: four through the eye, spread apart by slope, and two across.
 Planes frustum(const Point& eye, const Point& target, float slope, Random& random);
-/// Planes in touch with a ball, all with the ball inside.
+/// Planes that touch the unit circle around the z axis, at equal angles, the circle inside: they clip a large triangle to
+/// a polygon of count corners and more.
+Planes aroundCircle(unsigned int count);
+/// Planes that touch a ball, the ball inside.
 Planes aroundBall(const Point& center, float radius, unsigned int count, Random& random);
 
-/// A region that has a good chance to meet something of the mesh, and as good a one to pass it by.
+/// A region that intersects something of the mesh about every other time.
 Planes ordinaryPlanes(const qz::qzTriMesh& mesh, Random& random);
-/// A region to break things with: planes through vertices and faces, doubled and opposite ones, around the origin, of
-/// any floats, and up to several hundred.
+/// A degenerate region: planes through vertices and faces, repeated and opposite ones, around the origin, of any floats,
+/// up to several hundred.
 Planes awkwardPlanes(const qz::qzTriMesh& mesh, Random& random);
 
 }  // namespace qzTest

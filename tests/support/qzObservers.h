@@ -1,5 +1,5 @@
 #pragma once
-// What a build lets its caller see: log records, polls of the cancel interface, calls to the container.
+// Observers of a build: loggers, a cancel interface and a container that note how they are called.
 
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
 #include <qzSceneGraph/qzCancelInterfaceReadOnly.h>
@@ -18,13 +18,24 @@ struct Record {
   bool operator==(const Record& o) const { return type == o.type && category == o.category && text == o.text; }
 };
 
-/// Installs itself as the logger while it lives and keeps every record.
-class LogCapture : public qz::qzLog {
+/// A logger that is installed while it lives. Every type of record is enabled.
+class InstalledLog : public qz::qzLog {
  public:
-  explicit LogCapture(bool enabled = true) : mEnabled(enabled), mPrevious(msInstance) { msInstance = this; }
-  ~LogCapture() override { msInstance = mPrevious; }
-  LogCapture(const LogCapture&) = delete;
-  LogCapture& operator=(const LogCapture&) = delete;
+  InstalledLog() : mPrevious(msInstance) { msInstance = this; }
+  ~InstalledLog() override { msInstance = mPrevious; }
+  InstalledLog(const InstalledLog&) = delete;
+  InstalledLog& operator=(const InstalledLog&) = delete;
+
+  bool isLogTypeEnabled(qz::qzLogType) const override { return true; }
+
+ private:
+  qz::qzLog* mPrevious;
+};
+
+/// Keeps every record.
+class LogCapture : public InstalledLog {
+ public:
+  explicit LogCapture(bool enabled = true) : mEnabled(enabled) {}
 
   bool isLogTypeEnabled(qz::qzLogType) const override { return mEnabled; }
   void write(qz::qzLogType type, const std::string& category, const std::string& text) override {
@@ -34,36 +45,56 @@ class LogCapture : public qz::qzLog {
 
  private:
   bool mEnabled;
-  qz::qzLog* mPrevious;
   std::vector<Record> mRecords;
 };
 
-/// Installs itself as the logger while it lives, has every record made and keeps none: takes nothing from the heap.
-class RecordCount : public qz::qzLog {
+/// Enables records of one type only, and notes which types it was asked about.
+class LogOfOneType : public LogCapture {
  public:
-  RecordCount() : mPrevious(msInstance) { msInstance = this; }
-  ~RecordCount() override { msInstance = mPrevious; }
-  RecordCount(const RecordCount&) = delete;
-  RecordCount& operator=(const RecordCount&) = delete;
+  explicit LogOfOneType(int type) : mType(type) {}
 
-  bool isLogTypeEnabled(qz::qzLogType) const override { return true; }
+  bool isLogTypeEnabled(qz::qzLogType type) const override {
+    mAsked.push_back(type);
+    return type == mType;
+  }
+  const std::vector<int>& asked() const { return mAsked; }
+
+ private:
+  int mType;
+  mutable std::vector<int> mAsked;
+};
+
+/// Counts the records and keeps none, so it does not allocate.
+class RecordCount : public InstalledLog {
+ public:
   void write(qz::qzLogType, const std::string&, const std::string&) override { ++mNbRecords; }
   int nbRecords() const { return mNbRecords; }
 
  private:
   int mNbRecords = 0;
+};
+
+/// While it lives, no logger is installed.
+class NoLog {
+ public:
+  NoLog() : mPrevious(qz::qzLog::msInstance) { qz::qzLog::msInstance = nullptr; }
+  ~NoLog() { qz::qzLog::msInstance = mPrevious; }
+  NoLog(const NoLog&) = delete;
+  NoLog& operator=(const NoLog&) = delete;
+
+ private:
   qz::qzLog* mPrevious;
 };
 
-/// One thing that a build asked of its caller: box i of the container, the quantity, or a poll.
+/// One call that a build made: getBBox(number) or getQuantity() of the container, or a poll of the cancel interface.
 struct Event {
   enum Kind : std::uint8_t { eBox, eQuantity, ePoll } kind;
   std::uint32_t number;
   bool operator==(const Event& o) const { return kind == o.kind && number == o.number; }
 };
 
-/// Says "cancel" at poll number mCancelAt (the first is 0) and ever after. Counts polls, and notes them if given a
-/// list.
+/// Cancels at poll number cancelAt (the first is 0) and at every later one. Counts the polls, and appends them to events
+/// if there are any.
 class CancelAtPoll : public qz::qzCancelInterfaceReadOnly {
  public:
   static constexpr std::uint64_t kNever = ~std::uint64_t(0);
@@ -82,7 +113,7 @@ class CancelAtPoll : public qz::qzCancelInterfaceReadOnly {
   mutable std::uint64_t mPolls = 0;
 };
 
-/// A list of boxes as primitives; notes the calls if given a list.
+/// A container of the given boxes. Appends the calls to events, if there are any.
 class BoxContainer : public qzLinearGenericBVHBuilder::tPrimitiveContainerInterface {
  public:
   explicit BoxContainer(std::vector<qzBBox> boxes, std::vector<Event>* events = nullptr)

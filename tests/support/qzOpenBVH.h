@@ -1,5 +1,5 @@
 #pragma once
-// The parts of qzGNode and qzGenericBVH that only builders reach.
+// Access to the private members of qzGenericBVH.
 
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
 
@@ -10,41 +10,62 @@
 
 namespace qzTest {
 
-struct NbPrimitives {
+struct BVHNbPrimitives {
   using Type = unsigned int qzGenericBVH::*;
-  friend Type privateMember(NbPrimitives);
+  friend Type privateMember(BVHNbPrimitives);
 };
-struct NbNodes {
+struct BVHNbNodes {
   using Type = unsigned int qzGenericBVH::*;
-  friend Type privateMember(NbNodes);
+  friend Type privateMember(BVHNbNodes);
 };
-struct SetNode {
+struct BVHSetNode {
   using Type = void (qzGenericBVH::*)(unsigned int, const qzGNode&);
-  friend Type privateMember(SetNode);
+  friend Type privateMember(BVHSetNode);
 };
-struct GetOrCreateNode {
+struct BVHGetOrCreateNode {
   using Type = qzGNode& (qzGenericBVH::*)(unsigned int);
-  friend Type privateMember(GetOrCreateNode);
+  friend Type privateMember(BVHGetOrCreateNode);
 };
-template struct PrivateAccess<NbPrimitives, &qzGenericBVH::mNbPrimitives>;
-template struct PrivateAccess<NbNodes, &qzGenericBVH::mNbNodes>;
-template struct PrivateAccess<SetNode, &qzGenericBVH::setNode>;
-template struct PrivateAccess<GetOrCreateNode, &qzGenericBVH::getOrCreateNode>;
+struct BVHGetInfoIter {
+  using Type = void (qzGenericBVH::*)(int, int&, int&, int&, int&, int&, int) const;
+  friend Type privateMember(BVHGetInfoIter);
+};
+struct BVHPrintNode {
+  using Type = void (qzGenericBVH::*)(unsigned int, unsigned int) const;
+  friend Type privateMember(BVHPrintNode);
+};
+template struct PrivateAccess<BVHNbPrimitives, &qzGenericBVH::mNbPrimitives>;
+template struct PrivateAccess<BVHNbNodes, &qzGenericBVH::mNbNodes>;
+template struct PrivateAccess<BVHSetNode, &qzGenericBVH::setNode>;
+template struct PrivateAccess<BVHGetOrCreateNode, &qzGenericBVH::getOrCreateNode>;
+template struct PrivateAccess<BVHGetInfoIter, &qzGenericBVH::getBVHInfoIter>;
+template struct PrivateAccess<BVHPrintNode, &qzGenericBVH::printNode>;
 
-inline unsigned int& nbPrimitives(qzGenericBVH& bvh) {
-  return bvh.*privateMember(NbPrimitives());
+inline unsigned int& nbPrimitivesOf(qzGenericBVH& tree) {
+  return tree.*privateMember(BVHNbPrimitives());
 }
-inline unsigned int& nbNodes(qzGenericBVH& bvh) {
-  return bvh.*privateMember(NbNodes());
+inline unsigned int nbPrimitivesOf(const qzGenericBVH& tree) {
+  return tree.*privateMember(BVHNbPrimitives());
 }
-inline void setNode(qzGenericBVH& bvh, unsigned int i, const qzGNode& node) {
-  (bvh.*privateMember(SetNode()))(i, node);
+inline unsigned int& nbNodesOf(qzGenericBVH& tree) {
+  return tree.*privateMember(BVHNbNodes());
 }
-inline qzGNode& getOrCreateNode(qzGenericBVH& bvh, unsigned int i) {
-  return (bvh.*privateMember(GetOrCreateNode()))(i);
+inline void setNode(qzGenericBVH& tree, unsigned int i, const qzGNode& node) {
+  (tree.*privateMember(BVHSetNode()))(i, node);
+}
+inline qzGNode& getOrCreateNode(qzGenericBVH& tree, unsigned int i) {
+  return (tree.*privateMember(BVHGetOrCreateNode()))(i);
+}
+inline void getBVHInfoIter(const qzGenericBVH& tree, int node, int& nbLeaves, int& minPrimitives, int& maxPrimitives,
+                           int& sumPrimitives, int& maxLocation, int level) {
+  (tree.*privateMember(BVHGetInfoIter()))(node, nbLeaves, minPrimitives, maxPrimitives, sumPrimitives, maxLocation,
+                                          level);
+}
+inline void printNode(const qzGenericBVH& tree, unsigned int node, unsigned int depth) {
+  (tree.*privateMember(BVHPrintNode()))(node, depth);
 }
 
-/// A hierarchy of two leaves as a builder leaves it: three nodes in use of 1024, three primitives.
+/// Two leaves below a root, as a builder leaves them: three nodes in use of 1024, three primitives.
 inline qzGenericBVH smallBVH() {
   qzGenericBVH bvh;
   bvh.editPrimitives() = {2, 0, 1};
@@ -58,8 +79,8 @@ inline qzGenericBVH smallBVH() {
   setNode(bvh, 0, root);
   setNode(bvh, 1, left);
   setNode(bvh, 2, right);
-  nbPrimitives(bvh) = 3;
-  nbNodes(bvh) = 3;
+  nbPrimitivesOf(bvh) = 3;
+  nbNodesOf(bvh) = 3;
   return bvh;
 }
 

@@ -1,5 +1,5 @@
 #pragma once
-// What a qzGenericBVH2D keeps private and a test looks at, and a builder whose members anybody may fill.
+// Access to the private members of qzGenericBVH2D, and to the protected ones of its builder.
 
 #include <qzCommonAddOns/builders/qzLinearGenericBVH2DBuilder.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH2D.h>

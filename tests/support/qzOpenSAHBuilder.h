@@ -1,5 +1,5 @@
 #pragma once
-// qzGenericBVHBuilder with everything open that a feeder reaches.
+// qzGenericBVHBuilder with its protected members open.
 
 #include <qzCommonAddOns/builders/qzGenericBVHBuilder.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
@@ -35,7 +35,7 @@ class OpenSAHBuilder : public qzGenericBVHBuilder {
   using qzGenericBVHBuilder::mSortScratch;
 
   OpenSAHBuilder() = default;
-  /// Filled as a feeder fills it: items in order, their union for the scene.
+  /// Items in order, the union of their boxes for the scene.
   explicit OpenSAHBuilder(const std::vector<qzBBox>& boxes) { fill(boxes); }
 
   void fill(const std::vector<qzBBox>& boxes) {

@@ -1,5 +1,6 @@
 #pragma once
-// Private data members for tests, by the legal way: an explicit instantiation may name what it has no access to.
+// Private members for tests, by a rule of the language: an explicit instantiation may name a member that it has no
+// access to.
 //
 //   namespace qzTest {
 //   struct Indices {

@@ -2,13 +2,13 @@
 // Every allocation of a piece of code refused in turn.
 
 #include <doctest/doctest.h>
-#include <xmmintrin.h>
 
 #include <cstdint>
 #include <initializer_list>
 #include <new>
 #include <string>
 
+#include "support/qzCallersFloatMode.h"
 #include "support/qzHeapWatch.h"
 
 namespace qzTest {
@@ -42,11 +42,10 @@ class Refusal {
 
   template <class Work>
   tOutcome outcomeOf(Work work) const {
-    constexpr unsigned int kFlags = 0x3Fu, kRoundUp = 0x4000u;  // what arithmetic has raised; a mode of the caller's
     tOutcome outcome;
-    const unsigned int before = _mm_getcsr(), mode = before | kRoundUp;
-    _mm_setcsr(mode);
+    bool isKept;
     {
+      const CallersFloatMode callers(CallersFloatMode::eRoundUp);
       const RefusedAllocation refused(mNumber, mSpan);
       try {
         work();
@@ -54,10 +53,9 @@ class Refusal {
         outcome.mHasThrown = true;
       }
       outcome.mIsRefused = refused.hasHappened();
+      isKept = callers.isKept();
     }
-    const unsigned int after = _mm_getcsr();
-    _mm_setcsr(before);
-    CHECK((after & ~kFlags) == (mode & ~kFlags));
+    CHECK(isKept);
     return outcome;
   }
 

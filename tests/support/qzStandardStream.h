@@ -1,5 +1,5 @@
 #pragma once
-// std::cout led into a string, with the formatting that a test sets; afterwards both are as before.
+// A standard stream redirected into a string.
 
 #include <iostream>
 #include <sstream>
@@ -7,15 +7,18 @@
 
 namespace qzTest {
 
+/// While it lives, std::cout (or std::clog) writes into a string, at first with the default formatting. Afterwards buffer
+/// and formatting are as before.
 class StandardStream {
  public:
-  StandardStream() : mFormat(nullptr), mPrevious(std::cout.rdbuf(&mBuffer)) {
-    mFormat.copyfmt(std::cout);
-    std::cout.copyfmt(std::ios(nullptr));  // the default formatting
+  explicit StandardStream(std::ostream& stream = std::cout)
+      : mStream(stream), mFormat(nullptr), mPrevious(stream.rdbuf(&mBuffer)) {
+    mFormat.copyfmt(mStream);
+    mStream.copyfmt(std::ios(nullptr));
   }
   ~StandardStream() {
-    std::cout.rdbuf(mPrevious);
-    std::cout.copyfmt(mFormat);
+    mStream.rdbuf(mPrevious);
+    mStream.copyfmt(mFormat);
   }
   StandardStream(const StandardStream&) = delete;
   StandardStream& operator=(const StandardStream&) = delete;
@@ -32,6 +35,7 @@ class StandardStream {
     }
   };
   Buffer mBuffer;
+  std::ostream& mStream;
   std::ios mFormat;
   std::streambuf* mPrevious;
 };

@@ -3,7 +3,6 @@
 
 #include <Wm4/Vector2.h>
 #include <qzCommonAddOns/geometry/qzBBox2D.h>
-#include <xmmintrin.h>
 
 #include <initializer_list>
 #include <sstream>
@@ -66,24 +65,5 @@ inline std::string describe(const Point& p) {
 inline std::string describe(const qzBBox2D& box) {
   return " [" + describe(box.getMinPoint()) + " |" + describe(box.getMaxPoint()) + " ]";
 }
-
-/// Sets the processor's floating-point mode while it lives.
-class ModeOfCaller {
- public:
-  static constexpr unsigned int kDefault = 0x1F80u;         // all traps masked, round to nearest, denormals kept
-  static constexpr unsigned int kFlushDenormals = 0x8040u;  // flush-to-zero and denormals-are-zero
-  static constexpr unsigned int kRoundDown = 0x2000u, kRoundUp = 0x4000u, kRoundToZero = 0x6000u;
-
-  explicit ModeOfCaller(unsigned int mode) : mPrevious(_mm_getcsr()) { _mm_setcsr(mode); }
-  ~ModeOfCaller() { _mm_setcsr(mPrevious); }
-  ModeOfCaller(const ModeOfCaller&) = delete;
-  ModeOfCaller& operator=(const ModeOfCaller&) = delete;
-
-  /// The mode now in force, without the flags of what arithmetic has raised.
-  static unsigned int now() { return _mm_getcsr() & ~0x3Fu; }
-
- private:
-  unsigned int mPrevious;
-};
 
 }  // namespace qzTest

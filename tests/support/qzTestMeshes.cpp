@@ -1,20 +1,14 @@
 #include "support/qzTestMeshes.h"
 
 #include "support/qzBits.h"
+#include "support/qzVectors.h"
 
 #include <cmath>
+#include <utility>
 
 namespace qzTest {
 
 using Point = Wm4::Vector3<float>;
-
-namespace {
-
-Point plus(const Point& a, const Point& b) {
-  return Point(a[0] + b[0], a[1] + b[1], a[2] + b[2]);
-}
-
-}  // namespace
 
 unsigned int nbTrianglesOf(const qz::qzTriMesh& mesh) {
   return static_cast<unsigned int>(mesh.getIndexBuffer()->getNbIndices()) / 3;
@@ -29,6 +23,16 @@ qz::qzTriMesh meshOfCorners(const std::vector<Point>& corners) {
   std::vector<int> indices(corners.size());
   for (std::size_t i = 0; i < indices.size(); ++i) indices[i] = static_cast<int>(i);
   return qz::qzTriMesh(qz::qzVertexBuffer(corners), qz::qzIndexBuffer(std::move(indices)));
+}
+
+qz::qzTriMesh scaledAndMoved(const qz::qzTriMesh& mesh, float scale, const Point& offset) {
+  std::vector<Point> positions;
+  for (int i = 0; i < mesh.getVertexBuffer()->getNbVertices(); ++i) {
+    positions.push_back(along(offset, scale, mesh.getVertexBuffer()->Position3(i)));
+  }
+  const int* const indices = mesh.getIndexBuffer()->getIndices();
+  return qz::qzTriMesh(qz::qzVertexBuffer(std::move(positions)),
+                       qz::qzIndexBuffer(std::vector<int>(indices, indices + mesh.getIndexBuffer()->getNbIndices())));
 }
 
 qz::qzTriMesh soupMesh(int nbTriangles, std::uint32_t seed) {
@@ -111,7 +115,7 @@ qz::qzTriMesh awkwardMesh(int nbTriangles, std::uint32_t seed) {
         b = Point(a[0], a[1], a[2] + 1.5f);
         break;
       case 6:
-        if (corners.size() >= 3) {  // the same place again
+        if (corners.size() >= 3) {  // a triangle that is there already
           const std::size_t same = 3 * random.below(static_cast<std::uint32_t>(corners.size() / 3));
           const Point p = corners[same], q = corners[same + 1], r = corners[same + 2];
           corners.insert(corners.end(), {p, q, r});

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstring>
 #include <memory>
 #include <thread>
 
@@ -17,61 +16,31 @@
 #include "support/qzObservers.h"
 #include "support/qzOpenBVH2D.h"
 #include "support/qzOpenSAHBuilder.h"
+#include "support/qzRayScenes.h"
 #include "support/qzSameTrees.h"
 #include "support/qzTestMeshes.h"
+#include "support/qzVectors.h"
 
 using namespace qzTest;
 
 namespace {
 
 constexpr std::size_t kNbQuerying = 8, kNbBuilding = 4, kNbRounds = 8;
-constexpr qzQBVH::tQBVHDataFlags kBoth = qzQBVH::eTrianglesVertices | qzQBVH::eTrianglesEquations;
 
-struct Ray {
-  Point origin, direction;
+/// Answers of both ray queries.
+struct BothAnswers {
+  Answer ray, symmetric;
+  bool operator==(const BothAnswers& o) const { return sameAnswer(ray, o.ray) && sameAnswer(symmetric, o.symmetric); }
 };
 
-/// What the four-wide hierarchy says about one ray, by both queries.
-struct RayAnswer {
-  bool hits[2];
-  float t[2];
-  Wm4::Vector2<float> weights[2];
-  unsigned triangles[2];
-
-  bool operator==(const RayAnswer& o) const {
-    for (int i = 0; i < 2; ++i) {
-      if (hits[i] != o.hits[i] || !sameBits(t[i], o.t[i]) || triangles[i] != o.triangles[i]) return false;
-      if (!sameBits(weights[i][0], o.weights[i][0]) || !sameBits(weights[i][1], o.weights[i][1])) return false;
-    }
-    return true;
-  }
-};
-
-RayAnswer cast(const qzQBVH& hierarchy, const Ray& ray) {
-  RayAnswer answer = {{}, {kInf, 1.0f}, {{0.0f, 0.0f}, {0.0f, 0.0f}}, {}};
-  answer.hits[0] = hierarchy.intersectRay(ray.origin, ray.direction, 0.0f, answer.t[0], answer.weights[0],
-                                          answer.triangles[0], qzQBVH::eIntersectBothFaces);
-  answer.hits[1] =
-      hierarchy.intersectRaySymmetric(ray.origin, ray.direction, answer.t[1], answer.weights[1], answer.triangles[1]);
-  return answer;
+BothAnswers castBoth(const qzQBVH& hierarchy, const Ray& ray) {
+  return {cast(hierarchy, ray), castSymmetric(hierarchy, ray)};
 }
 
-/// The arrays of a four-wide hierarchy to compare.
-class OpenQBVH : public qzQBVH {
- public:
-  bool sameAs(const OpenQBVH& o) const {
-    return mNoNodes == o.mNoNodes && mNoQuadruplets == o.mNoQuadruplets && sameBlocks(mNodes, o.mNodes, mNoNodes) &&
-           sameBlocks(mTriangleVertices, o.mTriangleVertices, mNoQuadruplets) &&
-           sameBlocks(mTriangleEquations, o.mTriangleEquations, mNoQuadruplets) &&
-           sameBlocks(mTriangleIndices, o.mTriangleIndices, mNoQuadruplets);
-  }
-
- private:
-  template <class Block>
-  static bool sameBlocks(const Block* a, const Block* b, std::size_t count) {
-    return std::memcmp(a, b, count * sizeof(Block)) == 0;
-  }
-};
+bool sameArrays(const OpenQBVH& a, const OpenQBVH& b) {
+  return a.nodeWords() == b.nodeWords() && a.vertexWords() == b.vertexWords() &&
+         a.equationWords() == b.equationWords() && a.indexWords() == b.indexWords();
+}
 
 /// What all threads read.
 struct Shared {
@@ -79,7 +48,7 @@ struct Shared {
   qzBVHTriangleContainer triangles{mesh};
   OpenQBVH hierarchy;
   std::vector<Ray> rays;
-  std::vector<RayAnswer> rayAnswers;
+  std::vector<BothAnswers> rayAnswers;
   std::vector<std::unique_ptr<PlaneSet>> regions;
   std::vector<bool> regionAnswers;
 
@@ -101,14 +70,16 @@ struct Shared {
     filled2D.mNbPrimitives = 1000;
     filled2D.mIndices.resize(1000);
 
-    hierarchy.buildFromMesh(kBoth, mesh, 4);
+    hierarchy.buildFromMesh(kBothArrays, mesh, 4);
     linearTree = buildLinear();
     surfaceAreaTree = buildSurfaceArea();
     build2D(tree2D);
     for (int i = 0; i < 1000; ++i) {
-      const Point origin = random.point(-2.0f, 2.0f), target = anyPointOn(mesh, random);
-      rays.push_back({origin, Point(target[0] - origin[0], target[1] - origin[1], target[2] - origin[2])});
-      rayAnswers.push_back(cast(hierarchy, rays.back()));
+      Ray ray;
+      ray.origin = random.point(-2.0f, 2.0f);
+      ray.direction = minus(anyPointOn(mesh, random), ray.origin);
+      rays.push_back(ray);
+      rayAnswers.push_back(castBoth(hierarchy, ray));
     }
     for (int i = 0; i < 500; ++i) {
       regions.push_back(std::make_unique<PlaneSet>(ordinaryPlanes(mesh, random)));
@@ -139,7 +110,7 @@ struct Shared {
     int nbWrong = 0;
     for (std::size_t i = 0; i < rays.size(); ++i) {
       const std::size_t ray = (i + thread * rays.size() / kNbQuerying) % rays.size();
-      if (!(cast(hierarchy, rays[ray]) == rayAnswers[ray])) ++nbWrong;
+      if (!(castBoth(hierarchy, rays[ray]) == rayAnswers[ray])) ++nbWrong;
     }
     for (std::size_t i = 0; i < regions.size(); ++i) {
       const std::size_t region = (i + thread * regions.size() / kNbQuerying) % regions.size();
@@ -158,10 +129,10 @@ struct Shared {
   int nbWrongTrees() const {
     int nbWrong = 0;
     OpenQBVH fromMesh, fromTree;
-    fromMesh.buildFromMesh(kBoth, mesh, 4);
-    fromTree.buildFromBVH(kBoth, linearTree, mesh);
-    if (!fromMesh.sameAs(hierarchy)) ++nbWrong;
-    if (!fromTree.sameAs(hierarchy)) ++nbWrong;
+    fromMesh.buildFromMesh(kBothArrays, mesh, 4);
+    fromTree.buildFromBVH(kBothArrays, linearTree, mesh);
+    if (!sameArrays(fromMesh, hierarchy)) ++nbWrong;
+    if (!sameArrays(fromTree, hierarchy)) ++nbWrong;
     if (!sameTree(buildLinear(), linearTree)) ++nbWrong;
     if (!sameTree(buildSurfaceArea(), surfaceAreaTree)) ++nbWrong;
     qzGenericBVH2D tree;
@@ -177,7 +148,7 @@ TEST_CASE("eight threads query one hierarchy while four build their own, and all
   const LogCapture quiet(false);
   const Shared shared;
   const auto nbHits = std::count_if(shared.rayAnswers.begin(), shared.rayAnswers.end(),
-                                    [](const RayAnswer& answer) { return answer.hits[0]; });
+                                    [](const BothAnswers& answers) { return answers.ray.hit; });
   const auto nbYes = std::count(shared.regionAnswers.begin(), shared.regionAnswers.end(), true);
   CHECK(nbHits > 500);
   CHECK(nbYes > 100);

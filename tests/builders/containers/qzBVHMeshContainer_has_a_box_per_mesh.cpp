@@ -2,13 +2,13 @@
 #include <qzCommonAddOns/builders/qzBVHMeshContainer.h>
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 #include <qzSceneGraph/qzTriMesh.h>
-#include <xmmintrin.h>
 
 #include <optional>
 #include <vector>
 
 #include "plain/qzPlainBBox.h"
 #include "support/qzBits.h"
+#include "support/qzCallersFloatMode.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;
@@ -89,14 +89,18 @@ TEST_CASE("the boxes equal their plain form for any floats, also under flushed d
   }
   std::vector<qz::qzTriMesh*> list;
   for (qz::qzTriMesh& mesh : meshes) list.push_back(&mesh);
-  for (const unsigned int mode : {0u, 0x8040u}) {
+  for (const CallersFloatMode::Mode mode : {CallersFloatMode::eDefault, CallersFloatMode::eFastMath}) {
     std::optional<qzBVHMeshContainer> container;
-    const unsigned int callers = _mm_getcsr();
-    _mm_setcsr(callers | mode);
-    container.emplace(list);
-    _mm_setcsr(callers);
+    bool isKept;
+    {
+      const CallersFloatMode callers(mode);
+      container.emplace(list);
+      isKept = callers.isKept();
+    }
+    CHECK(isKept);
     for (unsigned int k = 0; k < list.size(); ++k) {
-      if (!sameBits(*container->getBBox(k), plainBox(meshes[k]))) FAIL("mesh ", k, " mode ", mode);
+      if (!sameBits(*container->getBBox(k), plainBox(meshes[k])))
+        FAIL("mesh ", k, " mode ", static_cast<unsigned int>(mode));
     }
   }
 }

@@ -1,7 +1,6 @@
 #include <doctest/doctest.h>
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 #include <qzSceneGraph/qzTriMesh.h>
-#include <xmmintrin.h>
 
 #include <memory>
 #include <optional>
@@ -11,6 +10,7 @@
 
 #include "plain/qzPlainBBox.h"
 #include "support/qzBits.h"
+#include "support/qzCallersFloatMode.h"
 #include "support/qzHeapWatch.h"
 #include "support/qzPrivateAccess.h"
 #include "support/qzTestMeshes.h"
@@ -161,10 +161,13 @@ TEST_CASE("boxes do not depend on the caller's treatment of denormals") {
   }
   const qz::qzTriMesh mesh = meshOfCorners(corners);
   std::optional<qzBVHTriangleContainer> container;
-  const unsigned int callers = _mm_getcsr();
-  _mm_setcsr(callers | 0x8040u);
-  container.emplace(mesh);
-  _mm_setcsr(callers);
+  bool isKept;
+  {
+    const CallersFloatMode callers(CallersFloatMode::eFastMath);
+    container.emplace(mesh);
+    isKept = callers.isKept();
+  }
+  CHECK(isKept);
   CHECK(samePlainBoxes(*container, mesh));
 }
 

@@ -2,11 +2,9 @@
 
 #include "support/qzBothBuilders.h"
 #include "support/qzBoxScenes.h"
+#include "support/qzStandardStream.h"
 
 #include <doctest/doctest.h>
-
-#include <iostream>
-#include <sstream>
 
 using namespace qzTest;
 
@@ -36,20 +34,17 @@ std::vector<std::string> recordsOfAbandonedBuild(unsigned int count) {
   return texts;
 }
 
-// A logger that wants the first records only.
-class Quota : public qz::qzLog {
+// A logger that enables the first count records only.
+class Quota : public InstalledLog {
  public:
-  explicit Quota(std::size_t count) : mCount(count), mPrevious(msInstance) { msInstance = this; }
-  ~Quota() override { msInstance = mPrevious; }
-  Quota(const Quota&) = delete;
-  Quota& operator=(const Quota&) = delete;
+  explicit Quota(std::size_t count) : mCount(count) {}
+
   bool isLogTypeEnabled(qz::qzLogType type) const override { return type == qz::eLogInfo && mTexts.size() < mCount; }
   void write(qz::qzLogType, const std::string&, const std::string& text) override { mTexts.push_back(text); }
   const std::vector<std::string>& texts() const { return mTexts; }
 
  private:
   std::size_t mCount;
-  qz::qzLog* mPrevious;
   std::vector<std::string> mTexts;
 };
 
@@ -183,11 +178,9 @@ TEST_CASE("the logger is asked for every record") {
 TEST_CASE("without a logger the records go where such records go") {
   REQUIRE(qz::qzLog::msInstance == nullptr);
   const auto textOf = [](auto build) {
-    std::ostringstream text;
-    std::streambuf* const previous = std::clog.rdbuf(text.rdbuf());
+    const StandardStream clog(std::clog);
     build();
-    std::clog.rdbuf(previous);
-    return text.str();
+    return clog.text();
   };
   const BoxContainer container(randomBoxes(10, 0.1f, 52));
   const std::string library = textOf([&] {

@@ -7,33 +7,11 @@
 #include "support/qzHash.h"
 #include "support/qzTestMeshes.h"
 
-#include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
-
 #include <doctest/doctest.h>
 
 using namespace qzTest;
 
 namespace {
-
-std::uint64_t hashOf(const std::vector<qzGNode>& nodes, const std::vector<unsigned int>& primitives,
-                     unsigned int nbNodes) {
-  Hash hash;
-  hash.add(nbNodes);
-  for (const qzGNode& node : nodes) {
-    hash.add(node.getBBox());
-    hash.add(node.getAxis() | node.getLeftChildIdx());
-    hash.add(node.getNoPrimitives());
-  }
-  for (const unsigned int primitive : primitives) hash.add(primitive);
-  return hash.value();
-}
-
-std::vector<qzBBox> boxesOf(const qz::qzTriMesh& mesh) {
-  const qzBVHTriangleContainer container(mesh);
-  std::vector<qzBBox> boxes;
-  for (unsigned int i = 0; i < container.getQuantity(); ++i) boxes.push_back(*container.getBBox(i));
-  return boxes;
-}
 
 // Centres that overflow, vanish, wrap and are no numbers.
 std::vector<qzBBox> anyBoxes(std::uint32_t count, std::uint32_t seed) {
@@ -88,16 +66,16 @@ TEST_CASE("trees of seeded scenes have their recorded hashes, in the library and
     qzPlain::Tree plainTree;
     plainBuilder.setMaxPrimitivesPerLeaf(scene.maxPrimitivesPerLeaf);
     CHECK(plainBuilder.build(container, plainTree, nullptr, scene.bitsPerAxis));
-    CHECK(hashOf(plainTree.nodes, plainTree.primitives, plainTree.nbNodes) == scene.hash);
+    CHECK(hashOfTree(plainTree.nodes, plainTree.primitives, plainTree.nbNodes) == scene.hash);
 
     qzLinearGenericBVHBuilder builder;
     qzGenericBVH tree;
     builder.setMaxPrimitivesPerLeaf(scene.maxPrimitivesPerLeaf);
     CHECK(builder.build(container, tree, nullptr, scene.bitsPerAxis));
-    CHECK(hashOf(tree.getNodes(), tree.getPrimitives(), tree.getNbNodes()) == scene.hash);
+    CHECK(hashOfTree(tree) == scene.hash);
 
     const CancelAtPoll never(CancelAtPoll::kNever);
     CHECK(builder.build(container, tree, &never, scene.bitsPerAxis));
-    CHECK(hashOf(tree.getNodes(), tree.getPrimitives(), tree.getNbNodes()) == scene.hash);
+    CHECK(hashOfTree(tree) == scene.hash);
   }
 }

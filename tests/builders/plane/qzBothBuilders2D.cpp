@@ -2,9 +2,8 @@
 
 #include <doctest/doctest.h>
 
-#include <string>
-
-#include "support/qzTestBoxes2D.h"
+#include "support/qzBits.h"
+#include "support/qzSameTrees.h"
 
 namespace qzTest {
 
@@ -17,23 +16,6 @@ bool sameBitsEach(const std::vector<T>& a, const std::vector<T>& b) {
     if (!sameBits(a[i], b[i])) return false;
   }
   return true;
-}
-
-std::string describe(const qzGNode2D& node) {
-  return (node.isLeaf() ? "leaf " : "inner ") + std::to_string(node.getLeftChildIdx()) + ' ' +
-         std::to_string(node.getRightChildIdx()) + qzTest::describe(node.getBBox());
-}
-
-// Empty when all nodes are what they must be.
-std::string differenceOfNodes(const std::vector<qzGNode2D>& nodes, const std::vector<qzGNode2D>& plainNodes) {
-  if (nodes.size() != plainNodes.size()) {
-    return std::to_string(nodes.size()) + " nodes instead of " + std::to_string(plainNodes.size());
-  }
-  for (std::size_t i = 0; i < nodes.size(); ++i) {
-    if (sameBits(nodes[i], plainNodes[i])) continue;
-    return "node " + std::to_string(i) + ": " + describe(nodes[i]) + " instead of " + describe(plainNodes[i]);
-  }
-  return "";
 }
 
 }  // namespace

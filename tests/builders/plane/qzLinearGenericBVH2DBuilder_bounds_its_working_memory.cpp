@@ -6,6 +6,7 @@
 #include "support/qzHeapWatch.h"
 #include "support/qzOpenBVH2D.h"
 #include "support/qzRefusals.h"
+#include "support/qzSameTrees.h"
 #include "support/qzTestBoxes2D.h"
 
 using namespace qzTest;
@@ -20,14 +21,6 @@ OpenBuilder2D builderOf(const Scene2D& scene) {
   builder.mNbPrimitives = static_cast<unsigned int>(scene.points.size());
   builder.mIndices.resize(scene.points.size());
   return builder;
-}
-
-bool sameNodes(const qzGenericBVH2D& a, const qzGenericBVH2D& b) {
-  if (a.getNodes().size() != b.getNodes().size()) return false;
-  for (std::size_t i = 0; i < a.getNodes().size(); ++i) {
-    if (!sameBits(a.getNodes()[i], b.getNodes()[i])) return false;
-  }
-  return true;
 }
 
 }  // namespace

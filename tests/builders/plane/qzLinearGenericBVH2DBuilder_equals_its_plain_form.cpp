@@ -6,6 +6,7 @@
 #include "builders/plane/qzBothBuilders2D.h"
 #include "plain/qzPlainLinear2DBuilder.h"
 #include "plain/qzPlainLinearBuilder.h"
+#include "support/qzCallersFloatMode.h"
 #include "support/qzTestBoxes2D.h"
 
 #include <qzCommonAddOns/qzDetail/morton/qzMorton.h>
@@ -76,20 +77,19 @@ TEST_CASE("a 2D tree does not depend on the caller's rounding or treatment of de
   const std::uint32_t kSeed = 157;
   for (const Scene2D& scene : scenesOfEveryKind(60, kSeed)) {
     INFO(scene.name, ", seed ", kSeed);
-    for (const unsigned int mode : {ModeOfCaller::kFlushDenormals, ModeOfCaller::kRoundUp, ModeOfCaller::kRoundDown,
-                                    ModeOfCaller::kRoundToZero}) {
+    for (const CallersFloatMode::Mode mode : CallersFloatMode::kModes) {
       BothBuilders2D expected;
       expected.build(scene, 16);
       OpenBuilder2D builder = expected.builder();
       builder.mIndices.resize(builder.mNbPrimitives);
       qzGenericBVH2D tree;
-      unsigned int modeAfter;
+      bool isKept;
       {
-        const ModeOfCaller caller(ModeOfCaller::kDefault | mode);
+        const CallersFloatMode callers(mode);
         builder.build(tree, 16);
-        modeAfter = ModeOfCaller::now();
+        isKept = callers.isKept();
       }
-      CHECK(modeAfter == (ModeOfCaller::kDefault | mode));
+      CHECK(isKept);
       CHECK(primitivesOf(tree) == expected.primitives());
       REQUIRE(tree.getNodes().size() == expected.nodes().size());
       for (std::size_t i = 0; i < tree.getNodes().size(); ++i) {

@@ -16,10 +16,7 @@ std::uint64_t hashOf(const std::vector<qzGNode2D>& nodes, const std::vector<unsi
   Hash hash;
   hash.add(nbNodes);
   for (const qzGNode2D& node : nodes) {
-    const qzBBox2D& box = node.getBBox();
-    for (const float side : {box.xMin(), box.yMin(), box.xMax(), box.yMax()}) hash.add(side);
-    hash.add(node.getLeftChildIdx() | (node.isLeaf() ? 0xC0000000u : 0u));
-    hash.add(node.getRightChildIdx());
+    hash.addAll(node.getBBox(), node.getLeftChildIdx() | (node.isLeaf() ? 0xC0000000u : 0u), node.getRightChildIdx());
   }
   for (const unsigned int primitive : primitives) hash.add(primitive);
   return hash.value();

@@ -5,66 +5,15 @@
 #include <algorithm>
 
 #include "support/qzBits.h"
-#include "support/qzPrivateAccess.h"
+#include "support/qzBoxScenes.h"
+#include "support/qzOpenBVH.h"
+#include "support/qzSameTrees.h"
 
 namespace qzTest {
-
-struct TreeNbPrimitives {
-  using Type = unsigned int qzGenericBVH::*;
-  friend Type privateMember(TreeNbPrimitives);
-};
-struct TreeNodes {
-  using Type = std::vector<qzGNode> qzGenericBVH::*;
-  friend Type privateMember(TreeNodes);
-};
-struct TreeNbNodes {
-  using Type = unsigned int qzGenericBVH::*;
-  friend Type privateMember(TreeNbNodes);
-};
-template struct PrivateAccess<TreeNbPrimitives, &qzGenericBVH::mNbPrimitives>;
-template struct PrivateAccess<TreeNodes, &qzGenericBVH::mNodes>;
-template struct PrivateAccess<TreeNbNodes, &qzGenericBVH::mNbNodes>;
-
-unsigned int nbPrimitivesOf(const qzGenericBVH& tree) {
-  return tree.*privateMember(TreeNbPrimitives());
-}
 
 bool operator==(const CostCall& a, const CostCall& b) {
   return sameBits(a.box, b.box) && a.count == b.count;
 }
-
-namespace {
-
-std::string describe(const qzGNode& node) {
-  const qzBBox& box = node.getBBox();
-  std::string text = node.isLeaf() ? "leaf " : "inner ";
-  for (const unsigned int word : {node.getAxis() >> 30, node.getLeftChildIdx(), node.getNoPrimitives()}) {
-    text += std::to_string(word) + ' ';
-  }
-  for (const Wm4::Vector3<float>& corner : {box.getMinPoint(), box.getMaxPoint()}) {
-    for (int c = 0; c < 3; ++c) text += std::to_string(corner[c]) + ' ';
-  }
-  return text;
-}
-
-bool sameBoxes(const std::vector<qzBBox>& a, const std::vector<qzBBox>& b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](const qzBBox& p, const qzBBox& q) { return sameBits(p, q); });
-}
-
-// Empty when all nodes are the same.
-std::string difference(const std::vector<qzGNode>& nodes, const std::vector<qzGNode>& plainNodes) {
-  if (nodes.size() != plainNodes.size()) {
-    return std::to_string(nodes.size()) + " nodes instead of " + std::to_string(plainNodes.size());
-  }
-  for (std::size_t i = 0; i < nodes.size(); ++i) {
-    if (sameBits(nodes[i], plainNodes[i])) continue;
-    return "node " + std::to_string(i) + ": " + describe(nodes[i]) + "instead of " + describe(plainNodes[i]);
-  }
-  return "";
-}
-
-}  // namespace
 
 BothSAHBuilders::BothSAHBuilders(const std::vector<qzBBox>& boxes) : mBuilder(boxes) {
   mPlainBuilder.resizeItems(static_cast<int>(boxes.size()));
@@ -89,7 +38,7 @@ void BothSAHBuilders::setNbBins(unsigned int nbBins) {
 }
 
 void BothSAHBuilders::setNbNodes(std::size_t count) {
-  mTree.*privateMember(TreeNodes()) = std::vector<qzGNode>(count);
+  mTree.editNodes() = std::vector<qzGNode>(count);
   mPlainTree.nodes = std::vector<qzGNode>(count);
 }
 
@@ -118,12 +67,12 @@ void BothSAHBuilders::buildIterOfAll() {
   qzGNode all;
   all.setBBox(mBuilder.mSceneBBox);
   setNbNodes(1024);
-  (mTree.*privateMember(TreeNodes()))[0] = all;
+  mTree.getNode(0) = all;
   mPlainTree.nodes[0] = all;
-  mTree.*privateMember(TreeNbNodes()) = mPlainTree.nbNodes = 1;
+  nbNodesOf(mTree) = mPlainTree.nbNodes = 1;
   mBuilder.buildIter(0, mTree, 0, mBuilder.mNbItems, 0);
   mPlainBuilder.buildIter(0, mPlainTree, 0, mPlainBuilder.nbItems, 0);
-  CHECK(difference(mTree.getNodes(), mPlainTree.nodes) == "");
+  CHECK(differenceOfNodes(mTree.getNodes(), mPlainTree.nodes) == "");
   compareBins();
 }
 
@@ -141,7 +90,7 @@ std::vector<CostCall> BothSAHBuilders::build(NotingSAH::Formula formula) {
 }
 
 void BothSAHBuilders::compare() const {
-  CHECK(difference(mTree.getNodes(), mPlainTree.nodes) == "");
+  CHECK(differenceOfNodes(mTree.getNodes(), mPlainTree.nodes) == "");
   CHECK(mTree.getNbNodes() == mPlainTree.nbNodes);
   CHECK(nbPrimitivesOf(mTree) == mPlainTree.nbPrimitives);
   CHECK(bool(mTree.getPrimitives() == mPlainTree.primitives));

@@ -37,9 +37,6 @@ class NotingSAH : public qzSAHFunctionoid {
   mutable std::vector<CostCall> mCalls;
 };
 
-/// Primitive counter of a tree, which only builders reach.
-unsigned int nbPrimitivesOf(const qzGenericBVH& tree);
-
 class BothSAHBuilders {
  public:
   /// Filled as a feeder fills it: items in order, their union for the scene.

@@ -30,11 +30,6 @@ qzPlain::SAHBuilder plainOf(const OpenSAHBuilder& builder) {
   return plain;
 }
 
-bool sameBoxes(const std::vector<qzBBox>& a, const std::vector<qzBBox>& b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](const qzBBox& p, const qzBBox& q) { return sameBits(p, q); });
-}
-
 // The bin of x that one item lies in, in a node from 0 to 128 with bins of 1.
 unsigned int binOf(float x) {
   OpenSAHBuilder builder({qzBBox(Point(x, 0.5f, 0.5f))});

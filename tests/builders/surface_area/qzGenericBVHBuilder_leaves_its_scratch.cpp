@@ -2,9 +2,9 @@
 
 #include <doctest/doctest.h>
 
-#include "support/qzBoxScenes.h"
 #include "builders/surface_area/qzBothSAHBuilders.h"
 #include "support/qzBits.h"
+#include "support/qzBoxScenes.h"
 
 using namespace qzTest;
 

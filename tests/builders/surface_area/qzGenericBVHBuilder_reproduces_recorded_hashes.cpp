@@ -2,7 +2,6 @@
 // The scenes come from seeds through plain sums and products, so no library function of the platform has a say.
 
 #include <doctest/doctest.h>
-#include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 
 #include "builders/surface_area/qzBothSAHBuilders.h"
 #include "support/qzBoxScenes.h"
@@ -12,25 +11,6 @@
 using namespace qzTest;
 
 namespace {
-
-std::uint64_t hashOf(const qzGenericBVH& tree) {
-  Hash hash;
-  hash.add(tree.getNbNodes());
-  for (const qzGNode& node : tree.getNodes()) {
-    hash.add(node.getBBox());
-    hash.add(node.getAxis() | node.getLeftChildIdx());
-    hash.add(node.getNoPrimitives());
-  }
-  for (const unsigned int primitive : tree.getPrimitives()) hash.add(primitive);
-  return hash.value();
-}
-
-std::vector<qzBBox> boxesOf(const qz::qzTriMesh& mesh) {
-  const qzBVHTriangleContainer container(mesh);
-  std::vector<qzBBox> boxes;
-  for (unsigned int i = 0; i < container.getQuantity(); ++i) boxes.push_back(*container.getBBox(i));
-  return boxes;
-}
 
 // Boxes around which no scene box is: bins wrap, centroids are no numbers.
 std::vector<qzBBox> anyBoxes(std::uint32_t count, std::uint32_t seed) {
@@ -66,6 +46,6 @@ TEST_CASE("trees of seeded scenes have their recorded hashes, in the library and
     CAPTURE(scene.name);
     BothSAHBuilders both(scene.boxes);
     both.build();
-    CHECK(hashOf(both.tree()) == scene.hash);
+    CHECK(hashOfTree(both.tree()) == scene.hash);
   }
 }

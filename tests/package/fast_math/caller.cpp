@@ -11,72 +11,29 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
-#include <functional>
-#include <iostream>
 #include <map>
 #include <random>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "support/qzHash.h"
+#include "support/qzStandardStream.h"
+
 namespace {
 
 using Point = Wm4::Vector3<float>;
 using Point2 = Wm4::Vector2<float>;
 
-float floatFromBits(std::uint32_t bits) {
-  float value;
-  std::memcpy(&value, &bits, sizeof value);
-  return value;
-}
+using qzTest::floatFromBits;
+using qzTest::Hash;
+using qzTest::StandardStream;
 
-/// The FNV-1a hash of the results of one function.
-class Digest {
- public:
-  void word(std::uint32_t value) {
-    for (int shift = 0; shift < 32; shift += 8) mHash = (mHash ^ (value >> shift & 0xFF)) * 0x100000001B3u;
-  }
-  /// By its bits; any NaN counts as any other.
-  void add(const float& value) {
-    std::uint32_t bits;
-    std::memcpy(&bits, &value, sizeof bits);
-    word((bits & 0x7FFFFFFFu) > 0x7F800000u ? 0x7FC00000u : bits);
-  }
-  void add(bool value) { word(value); }
-  void add(std::uint32_t value) { word(value); }
-  void add(int value) { word(static_cast<std::uint32_t>(value)); }
-  void add(const Point2& p) {
-    for (int i = 0; i < 2; ++i) add(p[i]);
-  }
-  void add(const Point& p) {
-    for (int i = 0; i < 3; ++i) add(p[i]);
-  }
-  void add(const Wm4::Vector4<float>& p) {
-    for (int i = 0; i < 4; ++i) add(p[i]);
-  }
-  void add(const qzBBox& box) {
-    add(box.getMinPoint());
-    add(box.getMaxPoint());
-  }
-  void add(const qzBBox2D& box) {
-    add(box.getMinPoint());
-    add(box.getMaxPoint());
-  }
-  void add(const std::string& text) {
-    for (const char c : text) word(static_cast<unsigned char>(c));
-  }
-  std::uint64_t hash() const { return mHash; }
-
- private:
-  std::uint64_t mHash = 0xCBF29CE484222325u;
-};
-
-std::map<std::string, Digest> digests;
+std::map<std::string, Hash> hashes;
 
 template <class Value>
 void note(const char* function, const Value& value) {
-  digests[function].add(value);
+  hashes[function].add(value);
 }
 
 /// What goes in. Floats of one kind, from raw bits.
@@ -105,12 +62,7 @@ class Source {
     return floatFromBits(below(4) == 0 ? bits() : kOdd[below(16)]);
   }
   /// A positive number.
-  float size() {
-    float value = number();
-    std::uint32_t word;
-    std::memcpy(&word, &value, sizeof word);
-    return floatFromBits(word & 0x7FFFFFFFu);
-  }
+  float size() { return floatFromBits(qzTest::bitsOf(number()) & 0x7FFFFFFFu); }
   Point point() {
     const float x = number(), y = number(), z = number();
     return Point(x, y, z);
@@ -143,20 +95,6 @@ class Source {
  private:
   Kind mKind;
   std::mt19937 mEngine;
-};
-
-/// Catches what the library writes to standard output while it lives.
-class Output {
- public:
-  Output() : mPrevious(std::cout.rdbuf(mText.rdbuf())) {}
-  ~Output() { std::cout.rdbuf(mPrevious); }
-  Output(const Output&) = delete;
-  Output& operator=(const Output&) = delete;
-  std::string text() const { return mText.str(); }
-
- private:
-  std::ostringstream mText;
-  std::streambuf* mPrevious;
 };
 
 /// The log of the builds.
@@ -278,18 +216,14 @@ void callBoxes2D(Source& source) {
 }
 
 void noteTree(const char* function, const qzGenericBVH& bvh) {
-  for (const qzGNode& node : bvh.getNodes()) {
-    note(function, node.getBBox());
-    note(function, node.getAxis() | node.getLeftChildIdx());
-    note(function, node.getNoPrimitives());
-  }
-  for (const unsigned int primitive : bvh.getPrimitives()) note(function, primitive);
-  note(function, bvh.getNbNodes());
+  const std::uint64_t hash = qzTest::hashOfTree(bvh);
+  note(function, static_cast<std::uint32_t>(hash));
+  note(function, static_cast<std::uint32_t>(hash >> 32));
 }
 
 /// Leaf statistics and the dump.
 void callStatistics(const qzGenericBVH& bvh) {
-  const Output output;
+  const StandardStream output;
   int nbNodes, nbLeaves, minPrimitives, maxPrimitives;
   float avgPrimitives;
   bvh.getBVHInfo(nbNodes, nbLeaves, minPrimitives, maxPrimitives, avgPrimitives);
@@ -431,11 +365,11 @@ int main() {
     callTrees(source);
     callTrees2D(source);
     const char* names[] = {"ordinary", "small", "odd"};
-    for (const auto& [function, digest] : digests) {
+    for (const auto& [function, hash] : hashes) {
       std::printf("%s, %s floats: %016llx\n", function.c_str(), names[kind],
-                  static_cast<unsigned long long>(digest.hash()));
+                  static_cast<unsigned long long>(hash.value()));
     }
-    digests.clear();
+    hashes.clear();
   }
   return 0;
 }

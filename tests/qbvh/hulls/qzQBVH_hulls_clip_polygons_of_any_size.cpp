@@ -3,11 +3,10 @@
 
 #include <doctest/doctest.h>
 
-#include <cmath>
-
 #include "support/qzHeapWatch.h"
 #include "support/qzHullScenes.h"
 #include "support/qzTestMeshes.h"
+#include "support/qzVectors.h"
 
 using namespace qzTest;
 
@@ -25,16 +24,6 @@ class OneTriangle : public HullQBVH {
   }
   qzPlain::tClipping startClipping() const { return qzPlain::tClipping(plain().mVertices.data()); }
 };
-
-/// Planes in touch with the unit circle around the z axis, all the way round, the circle inside.
-Planes aroundCircle(unsigned int count) {
-  Planes planes;
-  for (unsigned int i = 0; i < count; ++i) {
-    const double angle = 2.0 * 3.14159265358979323846 * i / count;
-    planes.emplace_back(static_cast<float>(std::cos(angle)), static_cast<float>(std::sin(angle)), 0.0f, 1.0f);
-  }
-  return planes;
-}
 
 unsigned int mostCorners(const OneTriangle& triangle, const Planes& planes) {
   qzPlain::tClipping clipping = triangle.startClipping();
@@ -72,8 +61,8 @@ TEST_CASE("rounding makes polygons of more than plane count + 3 corners, and the
       unsigned int most = 0;
       for (int i = 0; i < 60; ++i) {
         const Point normal = anyDirection(random);
-        const float atCenter = normal[0] * center[0] + normal[1] * center[1] + normal[2] * center[2];
-        const Plane plane(normal[0], normal[1], normal[2], -atCenter + random.between(-4.0f * step, 4.0f * step));
+        const Plane plane(normal[0], normal[1], normal[2],
+                          -dot(normal, center) + random.between(-4.0f * step, 4.0f * step));
         Planes longer = planes;
         longer.push_back(plane);
         qzPlain::tClipping next = clipping;
@@ -129,13 +118,8 @@ TEST_CASE("a polygon of many corners that a plane along it makes longer is clipp
   const Point a(-9.1f, -9.3f, -4.1f), b(9.7f, -9.2f, 2.7f), c(0.3f, 9.6f, 1.3f);
   const OneTriangle triangle(a, b, c);
   const qzPlain::tQBVH plain = triangle.plain();
-  Point e1, e2;
-  for (int axis = 0; axis < 3; ++axis) {
-    e1[axis] = b[axis] - a[axis];
-    e2[axis] = c[axis] - a[axis];
-  }
-  const Point n(e1[1] * e2[2] - e1[2] * e2[1], e1[2] * e2[0] - e1[0] * e2[2], e1[0] * e2[1] - e1[1] * e2[0]);
-  const Plane along(n[0], n[1], n[2], -(n[0] * a[0] + n[1] * a[1] + n[2] * a[2]));
+  const Point n = cross(minus(b, a), minus(c, a));
+  const Plane coplanar(n[0], n[1], n[2], -dot(n, a));
   Random random(53);
   int nbLonger = 0, nbYes = 0, nbNo = 0;
   for (unsigned int count = 2 * 52; count <= 2 * 72; ++count) {
@@ -146,12 +130,12 @@ TEST_CASE("a polygon of many corners that a plane along it makes longer is clipp
     qzPlain::tClipping polygon = triangle.startClipping();
     for (const Plane& plane : planes) polygon.clip(plane);
     // Of many planes along the polygon, the one that leaves most corners.
-    Plane best = along;
+    Plane best = coplanar;
     unsigned int most = 0;
     for (int i = 0; i < 2000; ++i) {
       const float sign = i % 2 == 0 ? 1.0f : -1.0f;
-      const Plane plane(sign * along[0], sign * along[1], sign * along[2],
-                        sign * along[3] + random.between(-2e-4f, 2e-4f));
+      const Plane plane(sign * coplanar[0], sign * coplanar[1], sign * coplanar[2],
+                        sign * coplanar[3] + random.between(-2e-4f, 2e-4f));
       qzPlain::tClipping clipping = polygon;
       clipping.clip(plane);
       if (clipping.maxCount() <= most) continue;

@@ -2,11 +2,9 @@
 
 #include <doctest/doctest.h>
 
-#include <iostream>
-#include <sstream>
-
 #include "support/qzHullScenes.h"
 #include "support/qzObservers.h"
+#include "support/qzStandardStream.h"
 #include "support/qzTestMeshes.h"
 
 using namespace qzTest;
@@ -15,16 +13,6 @@ namespace {
 
 const char kMessage[] = "error: QBVH is not built with the right data type (should be qzQBVH::eTrianglesVertices)";
 const Planes kAllOfIt = cubeAround(Point(0.0f, 0.0f, 0.0f), 10.0f);
-
-/// A logger that wants records of one type only.
-class LogOfOneType : public LogCapture {
- public:
-  explicit LogOfOneType(int type) : mType(type) {}
-  bool isLogTypeEnabled(qz::qzLogType type) const override { return type == mType; }
-
- private:
-  int mType;
-};
 
 struct Hierarchies {
   qzQBVH empty, equations, vertices, both;
@@ -45,7 +33,7 @@ TEST_CASE("without vertices the answer is no, with one record of type 2 and no c
     for (const Planes& planes : {kAllOfIt, Planes()}) {
       const LogCapture log;
       CHECK_FALSE(meets(*hierarchy, planes));
-      CHECK(log.records() == std::vector<Record>{{qz::qzLogType(2), "", kMessage}});
+      CHECK(log.records() == std::vector<Record>{{qz::eLogError, "", kMessage}});
     }
   }
 }
@@ -62,15 +50,10 @@ TEST_CASE("the record is made only when type 2 is enabled") {
 
 TEST_CASE("without a logger the record goes where the log object takes it") {
   const Hierarchies hierarchies;
-  qz::qzLog* const logger = qz::qzLog::msInstance;
-  std::ostringstream text;
-  std::streambuf* const clog = std::clog.rdbuf(text.rdbuf());
-  qz::qzLog::msInstance = nullptr;
-  const bool answer = meets(hierarchies.equations, kAllOfIt);
-  qz::qzLog::msInstance = logger;
-  std::clog.rdbuf(clog);
-  CHECK_FALSE(answer);
-  CHECK(text.str() == std::string(kMessage) + "\n");
+  const NoLog noLog;
+  const StandardStream clog(std::clog);
+  CHECK_FALSE(meets(hierarchies.equations, kAllOfIt));
+  CHECK(clog.text() == std::string(kMessage) + "\n");
 }
 
 TEST_CASE("with vertices, with or without equations, it answers and logs nothing") {

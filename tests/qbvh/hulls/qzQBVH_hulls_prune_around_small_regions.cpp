@@ -9,6 +9,7 @@
 #include "support/qzHullScenes.h"
 #include "support/qzObservers.h"
 #include "support/qzTestMeshes.h"
+#include "support/qzVectors.h"
 
 using namespace qzTest;
 
@@ -28,26 +29,11 @@ void compare(const HullQBVH& hierarchy, const qzPlain::tQBVH& plain, const Plane
   ++(answer ? tally.nbYes : tally.nbNo);
 }
 
-qz::qzTriMesh moved(const qz::qzTriMesh& mesh, float scale, const Point& offset) {
-  const qz::qzVertexBuffer& vertices = *mesh.getVertexBuffer();
-  std::vector<Point> points;
-  for (int i = 0; i < vertices.getNbVertices(); ++i) {
-    Point p = vertices.Position3(i);
-    for (int axis = 0; axis < 3; ++axis) p[axis] = scale * p[axis] + offset[axis];
-    points.push_back(p);
-  }
-  const int* indices = mesh.getIndexBuffer()->getIndices();
-  return {qz::qzVertexBuffer(points),
-          qz::qzIndexBuffer(std::vector<int>(indices, indices + mesh.getIndexBuffer()->getNbIndices()))};
-}
-
 /// Three pairs of planes: a small cube about as far from a triangle as its size, upright or turned; or sheared, flat,
 /// with planes of any length and pairs in any order.
 Planes smallRegion(const qz::qzTriMesh& mesh, float size, Random& random) {
-  Point near = anyPointOn(mesh, random);
-  const Point direction = anyDirection(random);
-  const float away = random.between(0.0f, 2.0f * size);
-  for (int axis = 0; axis < 3; ++axis) near[axis] += away * direction[axis];
+  const Point on = anyPointOn(mesh, random), direction = anyDirection(random);
+  const Point near = along(on, random.between(0.0f, 2.0f * size), direction);
   switch (random.below(4)) {
     case 0:
       return cubeAround(near, size);
@@ -59,7 +45,7 @@ Planes smallRegion(const qz::qzTriMesh& mesh, float size, Random& random) {
   Planes planes;
   for (int pair = 0; pair < 3; ++pair) {
     const Point normal = anyDirection(random);
-    const float atNear = normal[0] * near[0] + normal[1] * near[1] + normal[2] * near[2];
+    const float atNear = dot(normal, near);
     for (const float sign : {1.0f, -1.0f}) {
       const float length = std::ldexp(1.0f, static_cast<int>(random.below(9)) - 4);
       const float half = size * random.between(0.0f, 1.0f);
@@ -82,8 +68,8 @@ TEST_CASE("small regions near the surface get the answer of the plain form, wher
       for (const Point& offset : offsets) {
         Random random(++seed);
         INFO("seed " << seed << ", scale " << scale << ", offset " << offset[0]);
-        const Point scaled(scale * offset[0], scale * offset[1], scale * offset[2]);
-        const qz::qzTriMesh scene = moved(mesh, scale, scaled);
+        const Point scaled = times(scale, offset);
+        const qz::qzTriMesh scene = scaledAndMoved(mesh, scale, scaled);
         HullQBVH hierarchy;
         hierarchy.build(scene, 1 + random.below(6));
         const qzPlain::tQBVH plain = hierarchy.plain();

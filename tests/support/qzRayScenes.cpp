@@ -1,4 +1,4 @@
-#include "support/qzOpenQBVH.h"
+#include "support/qzRayScenes.h"
 
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "support/qzObservers.h"
+#include "support/qzVectors.h"
 
 namespace qzTest {
 
@@ -81,7 +82,7 @@ class RandomBVHMaker {
     for (unsigned int i = 0; i < count / 8; ++i) primitives.push_back(mRandom.below(count));
     const unsigned int nbEntries = static_cast<unsigned int>(primitives.size());
 
-    // Node numbers in no order; what the walk does not take stays out of reach, some of it made to look in use.
+    // Nodes get random numbers. Those that are left over stay unreachable; some of them look like leaves.
     mNumbers = shuffledNumbers(8 * nbEntries + 8, mRandom);
     mBVH.editNodes().resize(mNumbers.size());
     for (qzGNode& node : mBVH.editNodes()) {
@@ -93,7 +94,7 @@ class RandomBVHMaker {
   }
 
  private:
-  /// A node over the primitive entries from first to before last; returns its number.
+  /// A node over the primitive entries [first, last); returns its number.
   unsigned int makeNode(unsigned int first, unsigned int last) {
     const unsigned int number = mNumbers[mNbTaken++];
     const unsigned int count = last - first;
@@ -157,10 +158,6 @@ class RandomBVHMaker {
   std::vector<unsigned int> mNumbers;
   unsigned int mNbTaken = 0;
 };
-
-Point minus(const Point& a, const Point& b) {
-  return Point(a[0] - b[0], a[1] - b[1], a[2] - b[2]);
-}
 
 Point anyPointOfTriangle(const qz::qzTriMesh& mesh, Random& random) {
   const float u = random.unit(), v = random.unit();
@@ -288,9 +285,13 @@ const std::vector<RayVariant>& rayVariants() {
 
 namespace {
 
-Answer walk(const RayVariant& variant, const OpenQBVH& hierarchy, const Ray& ray, const qzDetail::tRayQuery& query) {
+Answer traverse(const RayVariant& variant, const OpenQBVH& hierarchy, const Ray& ray,
+                const qzDetail::tRayQuery& query) {
+  const qzDetail::tRayHierarchy rows =
+      qzDetail::viewRows(hierarchy.mNodes, hierarchy.mTriangleEquations, hierarchy.mTriangleIndices,
+                         hierarchy.getNoNodes(), hierarchy.getNoTriangleQuadruplets(), hierarchy.mIsNested);
   qzDetail::tRayHit hit{ray.t};
-  variant.walk(hierarchy.rows(), query, hit);
+  variant.traverse(rows, query, hit);
   if (hit.mTriangle == kNoTriangle) return {false, ray.t, Answer::kUntouchedWeights, kNoTriangle};
   return {true, hit.mT, Wm4::Vector2<float>(hit.mW, hit.mU), hit.mTriangle};
 }
@@ -298,11 +299,11 @@ Answer walk(const RayVariant& variant, const OpenQBVH& hierarchy, const Ray& ray
 }  // namespace
 
 Answer cast(const RayVariant& variant, const OpenQBVH& hierarchy, const Ray& ray) {
-  return walk(variant, hierarchy, ray, qzDetail::makeRayQuery(ray.origin, ray.direction, ray.tMin, ray.policy));
+  return traverse(variant, hierarchy, ray, qzDetail::makeRayQuery(ray.origin, ray.direction, ray.tMin, ray.policy));
 }
 
 Answer castSymmetric(const RayVariant& variant, const OpenQBVH& hierarchy, const Ray& ray) {
-  return walk(variant, hierarchy, ray, qzDetail::makeSymmetricRayQuery(ray.origin, ray.direction));
+  return traverse(variant, hierarchy, ray, qzDetail::makeSymmetricRayQuery(ray.origin, ray.direction));
 }
 
 Ray ordinaryRay(const qz::qzTriMesh& mesh, Random& random) {
@@ -346,7 +347,7 @@ Ray ordinaryRay(const qz::qzTriMesh& mesh, Random& random) {
 
 Ray awkwardRay(const qz::qzTriMesh& mesh, Random& random) {
   Ray ray = ordinaryRay(mesh, random);
-  // One to three of the parts, each made odd in its own way.
+  // Makes one to three of its parts degenerate.
   for (unsigned int i = random.below(3) + 1; i > 0; --i) {
     const int axis = static_cast<int>(random.below(3));
     switch (random.below(8)) {
