@@ -176,6 +176,7 @@ TEST_CASE("no rays give no hits") {
   const Outcome outcome = runQuery({"cast", meshName, "-", "-o", "-"});
   CHECK(outcome.exitCode == 0);
   CHECK(outcome.output == "distance,triangle,weight0,weight1,weight2\n");
+  CHECK(outcome.error.find("\nrays: 0, 0 hit (0 %), cast in ") != std::string::npos);
 }
 
 TEST_CASE("the summary counts rays and hits") {

@@ -132,6 +132,35 @@ TEST_CASE("the shadow is on the floor below the mesh, whichever axis points up")
   CHECK(nbOthers < 30);
 }
 
+TEST_CASE("a plate that faces the camera is as bright as its light says, and free of its own shadow") {
+  const TemporaryFolder folder;
+  const std::string mesh = folder.write("mesh.obj", "v -1 0 -1\nv 1 0 -1\nv 1 0 1\nv -1 0 1\nf 1 2 3 4\n");
+  const Picture picture = render({mesh, "--size", "21x21", "--view", "front"});
+  const std::array<int, 3> expected = {175, 185, 197};  // 0.925 of the surface's colour, as sRGB
+  for (std::size_t channel = 0; channel < 3; ++channel) {
+    CHECK(std::abs(picture.at(10, 10)[channel] - expected[channel]) < 4);
+  }
+}
+
+TEST_CASE("a symmetric mesh gives a picture whose columns mirror each other") {
+  const TemporaryFolder folder;
+  const std::string mesh = folder.write("mesh.obj", "v -1 0 -1\nv 1 0 -1\nv 1 0 1\nv -1 0 1\nf 1 2 3 4\n");
+  for (const char* samples : {"2", "4"}) {
+    CAPTURE(samples);
+    const Picture picture =
+        render({mesh, "--size", "40x40", "--shading", "normal", "--view", "front", "--samples", samples});
+    const int contrast = picture.brightness(0, 20) - picture.brightness(20, 20);
+    int difference = 0;
+    for (int column = 0; column < 20; ++column) {
+      int sum = 0;
+      for (int row = 0; row < 40; ++row) sum += picture.brightness(column, row) - picture.brightness(39 - column, row);
+      difference += std::abs(sum);
+    }
+    CHECK(contrast > 200);
+    CHECK(difference < contrast * 40 / 4);  // a quarter of a pixel
+  }
+}
+
 TEST_CASE("edges are smooth: a pixel that the mesh covers in part has a colour in between") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.obj", "v -1 0 -1\nv 1 0 -0.8\nv 0.7 0 1\nv -1.2 0 0.9\nf 1 2 3 4\n");
