@@ -41,6 +41,10 @@ const tPlan kQuickPlan = {{"motorbike", {"build", "memory", "rays", "cancel"}},
                           {"terrain10k", {"build"}},
                           {"terrain1M", {"build", "rays", "sah", "threads"}}};
 
+/// Every measurement, on scenes that need no file.
+const tPlan kSmokePlan = {{"terrain10k", {"build", "memory", "cancel", "rays", "sah", "hulls", "threads"}},
+                          {"soup10k", {"build", "rays"}}};
+
 const tPlan kFullPlan = {{"motorbike", {"build", "memory", "cancel", "rays", "sah", "hulls", "threads"}},
                          {"dragon4", {"build", "rays"}},
                          {"dragon3", {"build", "rays", "hulls"}},
@@ -85,11 +89,12 @@ int main(int argc, char** argv) {
   for (const auto& [kind, measure] : kKinds) allKinds.push_back(kind);
   tNames kinds = allKinds, scenes;
   std::string folder = QZ_BENCH_SCENES, jsonFile, commit = "unknown";
-  bool isQuick = false, isProcessorAsked = false;
+  bool isQuick = false, isSmoke = false, isProcessorAsked = false;
   int rounds = 0;
 
   CLI::App app("Times the library and its peers on the same scenes, in turn, on one thread.");
   app.add_flag("--quick", isQuick, "fewer scenes, rays and rounds: a few minutes");
+  app.add_flag("--smoke", isSmoke, "every measurement for a moment, on small scenes; only the answers tell anything");
   app.add_option("--only", kinds, "measure only these kinds")->delimiter(',')->check(CLI::IsMember(allKinds));
   app.add_option("--scenes", scenes, "measure all kinds on these scenes")
       ->delimiter(',')
@@ -113,8 +118,15 @@ int main(int argc, char** argv) {
       settings.mSecondsPerRun = 0.02;
       settings.mLargestPlane = 1000000;
     }
+    if (isSmoke) {
+      settings.mRounds = 1;
+      settings.mRaySide = 32;
+      settings.mSecondsPerRun = 1000.0;  // no limit: the hash covers all regions
+      settings.mMostRegions = 400;
+      settings.mLargestPlane = 10000;
+    }
     if (rounds > 0) settings.mRounds = rounds;
-    tPlan plan = isQuick ? kQuickPlan : kFullPlan;
+    tPlan plan = isSmoke ? kSmokePlan : isQuick ? kQuickPlan : kFullPlan;
     if (!scenes.empty()) {
       plan.clear();
       for (const std::string& scene : scenes) plan.emplace_back(scene, allKinds);

@@ -11,6 +11,7 @@ struct qzSettings {
   int mRaySide = 512;            ///< its square is the number of camera rays, and of chords
   double mSecondsPerRun = 0.1;   ///< target for runs whose cost per query varies widely
   int mLargestPlane = 10000000;  ///< points of the largest two-dimensional build
+  int mMostRegions = 4000;       ///< of a run over regions
 };
 
 /// From a mesh in memory to the finished hierarchy, against Embree and CGAL.

@@ -16,20 +16,18 @@ namespace {
 /// tolerance, so a region that the mesh barely touches may get either answer.
 constexpr double kAgreement = 0.99;
 
-constexpr int kRegions = 4000;
-
-/// Runs the query of one contestant on as many regions as fit the time of a run, at least 4.
+/// Runs the query of one contestant on as many regions as fit the time of a run, from 4 to all.
 class tQuery {
  public:
-  tQuery(std::string name, std::function<double(std::vector<char>&)> run, double secondsPerRun)
+  tQuery(std::string name, std::function<double(std::vector<char>&)> run, std::size_t nbRegions, double secondsPerRun)
       : mName(std::move(name)), mRun(std::move(run)) {
     std::size_t count = 4;
     for (;;) {
       mAnswers.resize(count);
       const double seconds = mRun(mAnswers);
-      if (count >= kRegions || seconds > 0.5 * secondsPerRun) break;
+      if (count >= nbRegions || seconds > 0.5 * secondsPerRun) break;
       const double fitting = double(count) * secondsPerRun / std::max(seconds, 1e-6);
-      count = static_cast<std::size_t>(std::min({fitting, 8.0 * double(count), double(kRegions)}));
+      count = static_cast<std::size_t>(std::min({fitting, 8.0 * double(count), double(nbRegions)}));
     }
   }
 
@@ -59,21 +57,24 @@ void measureHulls(const qzScene& scene, const qzSettings& settings, qzReport& re
   qzOurs ours(scene);
   ours.build(qzQBVH::eTrianglesVertices);
   const std::pair<const char*, std::vector<qzRegion>> sets[] = {
-      {"hull/0.2% surface", makeBoxes(scene, 0.002f, true, kRegions)},
-      {"hull/1% anywhere", makeBoxes(scene, 0.01f, false, kRegions)},
-      {"hull/10% anywhere", makeBoxes(scene, 0.1f, false, kRegions)},
-      {"hull/frusta", makeFrusta(scene, kRegions)}};
+      {"hull/0.2% surface", makeBoxes(scene, 0.002f, true, settings.mMostRegions)},
+      {"hull/1% anywhere", makeBoxes(scene, 0.01f, false, settings.mMostRegions)},
+      {"hull/10% anywhere", makeBoxes(scene, 0.1f, false, settings.mMostRegions)},
+      {"hull/frusta", makeFrusta(scene, settings.mMostRegions)}};
   for (const auto& [name, regions] : sets) {
     const qzPlaneSets planes(regions);
     const qzBullet bullet(scene, regions);
     const qzFcl fcl(scene, regions);
     const double time = settings.mSecondsPerRun;
     tQuery oursQuery(
-        ours.getName(), [&](std::vector<char>& answers) { return ours.intersect(planes, answers); }, time);
+        ours.getName(), [&](std::vector<char>& answers) { return ours.intersect(planes, answers); }, regions.size(),
+        time);
     tQuery peers[] = {
-        {"Bullet by contacts", [&](std::vector<char>& answers) { return bullet.intersectByContacts(answers); }, time},
-        {"Bullet by triangles", [&](std::vector<char>& answers) { return bullet.intersectByTriangles(answers); }, time},
-        {fcl.getName(), [&](std::vector<char>& answers) { return fcl.intersect(answers); }, time}};
+        {"Bullet by contacts", [&](std::vector<char>& answers) { return bullet.intersectByContacts(answers); },
+         regions.size(), time},
+        {"Bullet by triangles", [&](std::vector<char>& answers) { return bullet.intersectByTriangles(answers); },
+         regions.size(), time},
+        {fcl.getName(), [&](std::vector<char>& answers) { return fcl.intersect(answers); }, regions.size(), time}};
 
     const std::vector<char>& answers = oursQuery.getAnswers();
     std::vector<qzContestant> contestants = {oursQuery.contest(nullptr)};
