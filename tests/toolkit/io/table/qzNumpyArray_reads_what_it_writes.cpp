@@ -108,6 +108,8 @@ TEST_CASE("what is not a plain table of floats is refused with its reason") {
   CHECK(errorOfArray(header("'<f8'", "False", "(2, 2)")) == "a.npy: the file is cut off: 2 elements instead of 2 x 2");
   CHECK(errorOfArray(header("'<f8'", "False", "(999999999999999999, 999999999999999999)")) ==
         "a.npy: the file is cut off: 2 elements instead of 999999999999999999 x 999999999999999999");
+  CHECK(errorOfArray(header("'<f8'", "False", "(4294967296, 4294967296)")) ==  // 2^64, which wraps to 0
+        "a.npy: the file is cut off: 2 elements instead of 4294967296 x 4294967296");
 }
 
 TEST_CASE("no beginning of an array passes for the whole") {
