@@ -2,7 +2,7 @@
 
 #include <qzCommonAddOns/bvh/qzGenericBVH2D.h>
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
-#include <qzCommonAddOns/qzDetail/base/qzPrefetch.h>
+#include <qzCommonAddOns/qzDetail/base/qzLanes.h>
 #include <qzCommonAddOns/qzDetail/base/qzScratch.h>
 #include <qzCommonAddOns/qzDetail/build/qzBoxLanes2D.h>
 #include <qzCommonAddOns/qzDetail/build/qzTreeWriter.h>

@@ -21,7 +21,7 @@ struct tContainerSource {
 
   std::uint32_t nbPrimitives() const { return mNbPrimitives; }
   tBoxLanes boxOf(std::uint32_t i) const { return tBoxLanes(*mContainer.getBBox(i)); }
-  __m128 centerOf(std::uint32_t i) const { return boxOf(i).center(); }
+  qzDetail::tFloat4 centerOf(std::uint32_t i) const { return boxOf(i).center(); }
 };
 
 }  // namespace

@@ -3,27 +3,18 @@
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <qzCommonAddOns/qzDetail/base/qzAlignedMemory.h>
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
+#include <qzCommonAddOns/qzDetail/base/qzLanes.h>
 #include <qzCommonAddOns/qzDetail/base/qzMinMax.h>
-#include <qzCommonAddOns/qzDetail/base/qzPrefetch.h>
 #include <qzCommonAddOns/qzDetail/base/qzScratch.h>
 #include <qzCommonAddOns/qzDetail/build/qzBoxLanes.h>
 #include <qzCommonAddOns/qzDetail/build/qzMeshTriangles.h>
-
-#include <emmintrin.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <vector>
 
-using qzDetail::allocateAligned;
-using qzDetail::maxOf;
-using qzDetail::minOf;
-using qzDetail::releaseAligned;
-using qzDetail::tBoxLanes;
-using qzDetail::tMeshTriangles;
-using qzDetail::tPoints;
-using qzDetail::tScratch;
+using namespace qzDetail;
 using Point = Wm4::Vector3<float>;
 
 namespace {
@@ -90,10 +81,6 @@ struct tPlaces {
   }
 };
 
-__m128 allSet() {
-  return _mm_castsi128_ps(_mm_set1_epi32(-1));
-}
-
 }  // namespace
 
 qzQBVH::~qzQBVH() {
@@ -130,7 +117,7 @@ struct qzQBVH::tConversion {
   const tMeshTriangles& mTriangles;
   const tPlaces mPlaces;
   // Whether every box so far lies within the one around it and is not inverted, by the lanes of tBoxLanes.
-  __m128 mIsMinNested = allSet(), mIsMaxNested = allSet();
+  tMask4 mIsMinNested = mask4(true), mIsMaxNested = mask4(true);
   bool mIsSnug = true;  // whether every triangle so far lies within the box of its leaf
 
   tConversion(qzQBVH& qbvh, tQBVHDataFlags flags, const tBinaryTree& tree, const tMeshTriangles& triangles)
@@ -152,7 +139,7 @@ struct qzQBVH::tConversion {
       fillLanes(target, 0, node.getLeftChildIdx(), around);
       fillLanes(target, 2, node.getRightChildIdx(), around);
     }
-    mQBVH.mIsNested = (_mm_movemask_ps(mIsMinNested) & 7) == 7 && (_mm_movemask_ps(mIsMaxNested) & 14) == 14;
+    mQBVH.mIsNested = (bitsOf(mIsMinNested) & 7) == 7 && (bitsOf(mIsMaxNested) & 14) == 14;
   }
 
   static tBoxLanes everywhere() {
@@ -185,11 +172,11 @@ struct qzQBVH::tConversion {
 
   // A lane without triangles counts as empty in a query, so its box must not be anything else.
   void checkNesting(const tBoxLanes& box, const tBoxLanes& around, bool isWithoutTriangles) {
-    const __m128 min = _mm_shuffle_ps(box.mMin, box.mMin, _MM_SHUFFLE(2, 1, 0, 0));  // where the maximum has its lanes
-    mIsMinNested = _mm_and_ps(mIsMinNested, _mm_cmpge_ps(box.mMin, around.mMin));
-    mIsMaxNested = _mm_and_ps(mIsMaxNested, _mm_cmple_ps(box.mMax, around.mMax));
-    mIsMaxNested = _mm_and_ps(mIsMaxNested, _mm_cmple_ps(min, box.mMax));
-    if (isWithoutTriangles) mIsMaxNested = _mm_setzero_ps();
+    const tFloat4 min = shuffle<0, 0, 1, 2>(box.mMin);  // where the maximum has its lanes
+    mIsMinNested &= box.mMin >= around.mMin;
+    mIsMaxNested &= box.mMax <= around.mMax;
+    mIsMaxNested &= min <= box.mMax;
+    if (isWithoutTriangles) mIsMaxNested = mask4(false);
   }
 
   static void fillEmptyLane(tSOANode& target, int lane) {
@@ -267,7 +254,8 @@ struct qzQBVH::tConversion {
         checkSnugness(batch.mCorners[i], batch.mCounts[i], mTree.mNodes[batch.mLeaves[i]].getBBox());
       }
       if (mQBVH.mFlags & eTrianglesEquations) {
-        const tPoints corners[3] = {load(batch.mCorners[i], 0), load(batch.mCorners[i], 1), load(batch.mCorners[i], 2)};
+        const tPoints corners[3] = {pointsOf(batch.mCorners[i], 0), pointsOf(batch.mCorners[i], 1),
+                                    pointsOf(batch.mCorners[i], 2)};
         qzDetail::fillEquations(mQBVH.mTriangleEquations[quadruplet], corners, batch.mCounts[i]);
       }
     }
@@ -276,21 +264,21 @@ struct qzQBVH::tConversion {
 
   // Of the first count lanes; a NaN lies nowhere.
   void checkSnugness(const tSOATriangleVertices& corners, unsigned int count, const qzBBox& box) {
-    __m128 isWithin = allSet();
+    tMask4 isWithin = mask4(true);
     for (int axis = 0; axis < 3; ++axis) {
-      const __m128 min = _mm_set1_ps(box.getMinPoint()[axis]), max = _mm_set1_ps(box.getMaxPoint()[axis]);
+      const tFloat4 min = float4(box.getMinPoint()[axis]), max = float4(box.getMaxPoint()[axis]);
       for (const auto& corner : corners.mVertex) {
-        const __m128 row = _mm_load_ps(corner[axis]);
-        isWithin = _mm_and_ps(isWithin, _mm_and_ps(_mm_cmpge_ps(row, min), _mm_cmple_ps(row, max)));
+        const tFloat4 row = load(corner[axis]);
+        isWithin &= (row >= min) & (row <= max);
       }
     }
     const int lanes = (1 << count) - 1;
-    mIsSnug &= (_mm_movemask_ps(isWithin) & lanes) == lanes;
+    mIsSnug &= (bitsOf(isWithin) & lanes) == lanes;
   }
 
-  static tPoints load(const tSOATriangleVertices& corners, int corner) {
+  static tPoints pointsOf(const tSOATriangleVertices& corners, int corner) {
     const float(*rows)[4] = corners.mVertex[corner];
-    return {_mm_load_ps(rows[0]), _mm_load_ps(rows[1]), _mm_load_ps(rows[2])};
+    return {load(rows[0]), load(rows[1]), load(rows[2])};
   }
 };
 

@@ -3,13 +3,12 @@
 
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
+#include <qzCommonAddOns/qzDetail/base/qzLanes.h>
 #include <qzCommonAddOns/qzDetail/base/qzScratch.h>
 #include <qzCommonAddOns/qzDetail/build/qzBoxLanes.h>
 #include <qzCommonAddOns/qzDetail/build/qzFourWidePlan.h>
 #include <qzCommonAddOns/qzDetail/build/qzLinearBuild.h>
 #include <qzCommonAddOns/qzDetail/build/qzMeshTriangles.h>
-
-#include <emmintrin.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -18,11 +17,7 @@
 #include <memory>
 #include <stdexcept>
 
-using qzDetail::tBoxLanes;
-using qzDetail::tFourWidePlan;
-using qzDetail::tMeshTriangles;
-using qzDetail::tPoints;
-using qzDetail::tScratch;
+using namespace qzDetail;
 
 namespace {
 
@@ -44,13 +39,13 @@ class tTriangleCenters {
       tBoxLanes box;
       for (std::size_t k = 0; k < 3; ++k) box.expand(triangles.corner(t, k));
       mScene.unite(box);
-      _mm_storeu_ps(&mCenters[3 * std::size_t(t)], box.center());  // the next one writes over the fourth component
+      storeUnaligned(&mCenters[3 * std::size_t(t)], box.center());  // the next one writes over the fourth component
     }
   }
 
   const tBoxLanes& scene() const { return mScene; }
   std::uint32_t nbPrimitives() const { return mNbTriangles; }
-  __m128 centerOf(std::uint32_t i) const { return _mm_loadu_ps(&mCenters[3 * std::size_t(i)]); }
+  tFloat4 centerOf(std::uint32_t i) const { return loadUnaligned(&mCenters[3 * std::size_t(i)]); }
 
  private:
   std::uint32_t mNbTriangles;
@@ -69,7 +64,7 @@ class tSortedCorners {
   void fetchUpTo(std::uint32_t end) {
     while (mNbFetched < end) fetchBlock();
   }
-  const __m128* of(std::uint32_t position) const { return mCorners[position % kNbKept]; }
+  const tFloat4* of(std::uint32_t position) const { return mCorners[position % kNbKept]; }
 
  private:
   static constexpr std::uint32_t kBlock = 64, kNbKept = 2 * kBlock;
@@ -80,7 +75,7 @@ class tSortedCorners {
       if (mNbTriangles - k > kBlock) mTriangles.prefetch(mSorted[k + kBlock]);
       for (std::size_t c = 0; c < 3; ++c) {
         const Wm4::Vector3<float> p = mTriangles.corner(mSorted[k], c);
-        mCorners[k % kNbKept][c] = _mm_setr_ps(p[0], p[1], p[2], 0.0f);
+        mCorners[k % kNbKept][c] = float4(p[0], p[1], p[2], 0.0f);
       }
     }
     mNbFetched = end;
@@ -89,35 +84,35 @@ class tSortedCorners {
   const tMeshTriangles& mTriangles;
   const unsigned int* mSorted;
   std::uint32_t mNbTriangles, mNbFetched = 0;
-  __m128 mCorners[kNbKept][3];
+  tFloat4 mCorners[kNbKept][3];
 };
 
 // A box while it grows, by [ x y z . ]. The forms of minimum and maximum are those of tBoxLanes.
 struct tBox {
-  __m128 mMin = _mm_set1_ps(kInfinity), mMax = _mm_set1_ps(-kInfinity);
+  tFloat4 mMin = float4(kInfinity), mMax = float4(-kInfinity);
 
-  void unite(__m128 otherMin, __m128 otherMax) {
-    mMin = _mm_min_ps(otherMin, mMin);
-    mMax = _mm_max_ps(otherMax, mMax);
+  void unite(tFloat4 otherMin, tFloat4 otherMax) {
+    mMin = smallerOf(otherMin, mMin);
+    mMax = largerOf(otherMax, mMax);
   }
   qzBBox toBBox() const {
     tBoxLanes lanes;
     lanes.mMin = mMin;
-    lanes.mMax = _mm_shuffle_ps(mMax, mMax, _MM_SHUFFLE(2, 1, 0, 0));
+    lanes.mMax = shuffle<0, 0, 1, 2>(mMax);
     return lanes.toBBox();
   }
 };
 
 // [ x y z . ] to [ x y z word ].
-__m128 withLast(__m128 a, unsigned int word) {
-  const __m128 last = _mm_castsi128_ps(_mm_cvtsi32_si128(static_cast<int>(word)));  // [ word  0     0     0    ]
-  const __m128 zAndLast = _mm_shuffle_ps(a, last, _MM_SHUFFLE(0, 0, 2, 2));         // [ z     z     word  word ]
-  return _mm_shuffle_ps(a, zAndLast, _MM_SHUFFLE(2, 0, 1, 0));                      // [ x     y     z     word ]
+tFloat4 withLast(tFloat4 a, unsigned int word) {
+  const tFloat4 last = firstWord(word);                   // [ word  0     0     0    ]
+  const tFloat4 zAndLast = shuffle<2, 2, 0, 0>(a, last);  // [ z     z     word  word ]
+  return shuffle<0, 1, 0, 2>(a, zAndLast);                // [ x     y     z     word ]
 }
 
 // One lane of a node as a column: the rows of the minimum and the index, those of the maximum and the quadruplets.
 struct tColumn {
-  __m128 mMinAndIndex, mMaxAndQuadruplets;
+  tFloat4 mMinAndIndex, mMaxAndQuadruplets;
 
   tColumn() = default;
   tColumn(const tBox& box, unsigned int index, unsigned int quadruplets)
@@ -133,8 +128,8 @@ struct qzQBVH::tMeshBuild {
   const unsigned int* mSorted;  // the triangles in sorted order
   tSortedCorners mCorners;
   tFourWidePlan& mPlan;
-  __m128 mIsUpright = _mm_castsi128_ps(_mm_set1_epi32(-1));  // whether no leaf's box is inverted, by axis
-  __m128 mIsNumber = mIsUpright;                             // whether no coordinate is NaN, by lane
+  tMask4 mIsUpright = mask4(true);  // whether no leaf's box is inverted, by axis
+  tMask4 mIsNumber = mIsUpright;    // whether no coordinate is NaN, by lane
 
   // A binary node that waits for the other half of its split: as the lane that it takes itself, and as the two lanes
   // that stand for it in the node above, which are its children's if it is an inner node of odd depth.
@@ -166,9 +161,9 @@ struct qzQBVH::tMeshBuild {
       first = last + 1;
     }
     // Inner boxes are unions, so nothing but an inverted leaf can lie outside of what is around it.
-    mQBVH.mIsNested = mQBVH.mNoNodes == 0 || (_mm_movemask_ps(mIsUpright) & 7) == 7;
+    mQBVH.mIsNested = mQBVH.mNoNodes == 0 || (bitsOf(mIsUpright) & kXyz) == kXyz;
     // A box goes around all of its triangles but for what is NaN.
-    mQBVH.mIsSnug = (mQBVH.mFlags & eTrianglesVertices) != 0 && _mm_movemask_ps(mIsNumber) == 0xF;
+    mQBVH.mIsSnug = (mQBVH.mFlags & eTrianglesVertices) != 0 && bitsOf(mIsNumber) == kAllLanes;
     if (!mQBVH.computeRootNodeBBox()) mQBVH.mRootBBox = halves[0].mBox.toBBox();
   }
 
@@ -179,7 +174,7 @@ struct qzQBVH::tMeshBuild {
     for (std::uint32_t p = 0; p < nbQuadruplets; ++p) {
       fillQuadruplet(next + p, first + 4 * p, std::min(count - 4 * p, 4u), half.mBox);
     }
-    mIsUpright = _mm_and_ps(mIsUpright, _mm_cmple_ps(half.mBox.mMin, half.mBox.mMax));
+    mIsUpright &= half.mBox.mMin <= half.mBox.mMax;
     half.mSelf = tColumn(half.mBox, next, nbQuadruplets);
     takeOneLane(half);
     next += nbQuadruplets;
@@ -206,46 +201,46 @@ struct qzQBVH::tMeshBuild {
 
   static void fillNode(tSOANode& node, const tHalf& left, const tHalf& right) {
     const tColumn &c0 = left.mLanes[0], &c1 = left.mLanes[1], &c2 = right.mLanes[0], &c3 = right.mLanes[1];
-    __m128 x = c0.mMinAndIndex, y = c1.mMinAndIndex, z = c2.mMinAndIndex, word = c3.mMinAndIndex;
-    _MM_TRANSPOSE4_PS(x, y, z, word);
+    tFloat4 x = c0.mMinAndIndex, y = c1.mMinAndIndex, z = c2.mMinAndIndex, word = c3.mMinAndIndex;
+    transpose(x, y, z, word);
     storeRows(node.mMin, x, y, z);
-    _mm_store_si128(reinterpret_cast<__m128i*>(node.mChildIndex), _mm_castps_si128(word));
+    store(node.mChildIndex, word);
     x = c0.mMaxAndQuadruplets, y = c1.mMaxAndQuadruplets, z = c2.mMaxAndQuadruplets, word = c3.mMaxAndQuadruplets;
-    _MM_TRANSPOSE4_PS(x, y, z, word);
+    transpose(x, y, z, word);
     storeRows(node.mMax, x, y, z);
-    _mm_store_si128(reinterpret_cast<__m128i*>(node.mChildQuadruplets), _mm_castps_si128(word));
+    store(node.mChildQuadruplets, word);
   }
 
-  static void storeRows(float (*rows)[4], __m128 x, __m128 y, __m128 z) {
-    _mm_store_ps(rows[0], x);
-    _mm_store_ps(rows[1], y);
-    _mm_store_ps(rows[2], z);
+  static void storeRows(float (*rows)[4], tFloat4 x, tFloat4 y, tFloat4 z) {
+    store(rows[0], x);
+    store(rows[1], y);
+    store(rows[2], z);
   }
 
   // Up to four triangles into the lanes, padding into the rest; the box grows around them.
   void fillQuadruplet(std::uint32_t quadruplet, std::uint32_t first, std::uint32_t count, tBox& box) {
     mCorners.fetchUpTo(first + count);
     tSOATriangleIndices& numbers = mQBVH.mTriangleIndices[quadruplet];
-    __m128 corners[3][4];  // [corner][triangle], then [corner][axis]
+    tFloat4 corners[3][4];  // [corner][triangle], then [corner][axis]
     for (unsigned int lane = 0; lane < 4; ++lane) {
       const bool isTriangle = lane < count;
       numbers.mTriangle[lane] = isTriangle ? mSorted[first + lane] : kNoTriangle;
       for (int c = 0; c < 3; ++c) {
-        corners[c][lane] = isTriangle ? mCorners.of(first + lane)[c] : _mm_setzero_ps();
+        corners[c][lane] = isTriangle ? mCorners.of(first + lane)[c] : float4(0.0f);
         if (isTriangle) box.unite(corners[c][lane], corners[c][lane]);
       }
     }
     tPoints points[3];
     for (int c = 0; c < 3; ++c) {
-      _MM_TRANSPOSE4_PS(corners[c][0], corners[c][1], corners[c][2], corners[c][3]);
+      transpose(corners[c][0], corners[c][1], corners[c][2], corners[c][3]);
       points[c] = {corners[c][0], corners[c][1], corners[c][2]};
     }
     if (mQBVH.mFlags & eTrianglesVertices) {
       float(*vertices)[3][4] = mQBVH.mTriangleVertices[quadruplet].mVertex;
       for (int c = 0; c < 3; ++c) {
         storeRows(vertices[c], points[c].x, points[c].y, points[c].z);
-        mIsNumber = _mm_and_ps(mIsNumber, _mm_cmpord_ps(points[c].x, points[c].y));
-        mIsNumber = _mm_and_ps(mIsNumber, _mm_cmpord_ps(points[c].z, points[c].z));
+        mIsNumber &= areOrdered(points[c].x, points[c].y);
+        mIsNumber &= areOrdered(points[c].z, points[c].z);
       }
     }
     if (mQBVH.mFlags & eTrianglesEquations) {

@@ -1,17 +1,18 @@
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
 #include <qzCommonAddOns/qzDetail/base/qzAlignedMemory.h>
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
+#include <qzCommonAddOns/qzDetail/base/qzLanes.h>
 #include <qzCommonAddOns/qzDetail/base/qzLogRecord.h>
-#include <qzCommonAddOns/qzDetail/base/qzPrefetch.h>
 #include <qzCommonAddOns/qzDetail/query/hull/qzRegionBox.h>
-
-#include <emmintrin.h>
+#include <qzCommonAddOns/qzDetail/query/qzNodeRows.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <limits>
 #include <vector>
+
+using namespace qzDetail;
 
 namespace {
 
@@ -129,9 +130,8 @@ struct qzQBVH::tHullQuery {
     alignas(16) int mInner[4];
   };
 
-  static constexpr int kStackSize = 128;  // a tree of our own builders needs 3 entries a level, up to 32 levels
-  static constexpr unsigned int kMaxCorners = 32;
-  static constexpr float kModerate = 1e18f;  // the product of two such numbers is far from overflow
+  static constexpr unsigned int kMaxOrderlyPlanes = 32;  // room in mCorners
+  static constexpr float kModerate = 1e18f;              // the product of two such numbers is far from overflow
 
   const qzQBVH& mQBVH;
   const tPlane* mPlanes;
@@ -139,33 +139,33 @@ struct qzQBVH::tHullQuery {
   bool mHasModeratePlanes, mIsOriginInside;
   bool mIsOrderly;     // boxes and planes are such that judgeOrderly holds
   bool mHasRegionBox;  // and judgeNear
-  qzDetail::tRegionBox mRegionBox;
-  tCorners mCorners[kMaxCorners];
+  tRegionBox mRegionBox;
+  tCorners mCorners[kMaxOrderlyPlanes];
   tPolygon mPolygon;
 
   tHullQuery(const qzQBVH& qbvh, const tPlane* planes, unsigned int nbPlanes)
       : mQBVH(qbvh), mPlanes(planes), mNbPlanes(nbPlanes) {
     readPlanes();
-    mIsOrderly = mHasModeratePlanes && nbPlanes <= kMaxCorners && qbvh.mIsNested && qbvh.mNoNodes != 0;
+    mIsOrderly = mHasModeratePlanes && nbPlanes <= kMaxOrderlyPlanes && qbvh.mIsNested && qbvh.mNoNodes != 0;
     mHasRegionBox = false;
     if (!mIsOrderly) return;
     const float reach = reachOf(qbvh.mNodes[0]);
     mIsOrderly = reach <= kModerate;
     // Padding triangles are at the origin, not within the box of their leaf.
-    mHasRegionBox =
-        mIsOrderly && qbvh.mIsSnug && !mIsOriginInside && nbPlanes == 6 && isSmall(0.125f * extentOf(qbvh.mRootBBox));
+    mHasRegionBox = mIsOrderly && qbvh.mIsSnug && !mIsOriginInside && nbPlanes == tRegionBox::kNbPlanes &&
+                    isSmall(0.125f * extentOf(qbvh.mRootBBox));
     if (mHasRegionBox) mRegionBox.setAround(planes, reach);
   }
 
   // The largest coordinate of the root's four boxes, within which all others lie. An empty lane has none.
   static float reachOf(const tSOANode& root) {
-    __m128 largest = _mm_setzero_ps();
+    tFloat4 largest = float4(0.0f);
     for (int axis = 0; axis < 3; ++axis) {
-      const __m128 min = _mm_load_ps(root.mMin[axis]), max = _mm_load_ps(root.mMax[axis]);
-      largest = _mm_max_ps(largest, _mm_max_ps(_mm_xor_ps(min, _mm_set1_ps(-0.0f)), max));
+      const tFloat4 min = load(root.mMin[axis]), max = load(root.mMax[axis]);
+      largest = largerOf(largest, largerOf(-min, max));
     }
-    const __m128 pair = _mm_max_ps(largest, _mm_movehl_ps(largest, largest));
-    return _mm_cvtss_f32(_mm_max_ss(pair, _mm_shuffle_ps(pair, pair, _MM_SHUFFLE(1, 1, 1, 1))));
+    const tFloat4 pairs = largerOf(largest, upperPair(largest));  // [ 0 or 2  1 or 3  .  . ]
+    return firstOf(largerOf(pairs, spread<1>(pairs)));
   }
 
   // Only tells whether a region box is worth its while: answers do not depend on the root box.
@@ -175,28 +175,27 @@ struct qzQBVH::tHullQuery {
   }
 
   void readPlanes() {
-    __m128 isModerate = _mm_castsi128_ps(_mm_set1_epi32(-1)), isPositive = isModerate;
+    tMask4 isModerate = mask4(true), isPositive = isModerate;
     for (unsigned int i = 0; i < mNbPlanes; ++i) {
       const float(*p)[4] = mPlanes[i].mCoefficient;
-      const __m128 plane = _mm_movelh_ps(_mm_unpacklo_ps(_mm_load_ps(p[0]), _mm_load_ps(p[1])),
-                                         _mm_unpacklo_ps(_mm_load_ps(p[2]), _mm_load_ps(p[3])));  // a b c d
-      const __m128 magnitude = _mm_andnot_ps(_mm_set1_ps(-0.0f), plane);
-      isModerate = _mm_and_ps(isModerate, _mm_cmple_ps(magnitude, _mm_set1_ps(kModerate)));
-      isPositive = _mm_and_ps(isPositive, _mm_cmpgt_ps(plane, _mm_setzero_ps()));
-      if (i >= kMaxCorners) continue;
-      const __m128i toOther = _mm_and_si128(_mm_srai_epi32(_mm_castps_si128(plane), 31), _mm_set1_epi32(3 * 4));
-      const __m128i min = _mm_setr_epi32(0, 4, 8, 0), max = _mm_add_epi32(min, _mm_set1_epi32(3 * 4));
-      _mm_store_si128(reinterpret_cast<__m128i*>(mCorners[i].mOuter), _mm_add_epi32(min, toOther));
-      _mm_store_si128(reinterpret_cast<__m128i*>(mCorners[i].mInner), _mm_sub_epi32(max, toOther));
+      const tFloat4 plane =
+          lowerPairs(interleaveLower(load(p[0]), load(p[1])), interleaveLower(load(p[2]), load(p[3])));  // a b c d
+      isModerate &= magnitude(plane) <= float4(kModerate);
+      isPositive &= plane > float4(0.0f);
+      if (i >= kMaxOrderlyPlanes) continue;
+      const tInt4 toOther = signs(plane) & int4(kMaxRows);
+      const tInt4 min = int4(0, kRow, 2 * kRow, 0), max = min + int4(kMaxRows);
+      store(mCorners[i].mOuter, min + toOther);
+      store(mCorners[i].mInner, max - toOther);
     }
-    mHasModeratePlanes = _mm_movemask_ps(isModerate) == 0xF;
-    mIsOriginInside = (_mm_movemask_ps(isPositive) & 8) != 0;
+    mHasModeratePlanes = bitsOf(isModerate) == kAllLanes;
+    mIsOriginInside = (bitsOf(isPositive) & 8) != 0;
   }
 
   // Whether the planes of each pair, if they are opposite and parallel, are no farther apart than that.
   bool isSmall(float distance) const {
     bool result = true;
-    for (unsigned int i = 0; i < 6; i += 2) {
+    for (unsigned int i = 0; i < tRegionBox::kNbPlanes; i += 2) {
       const float(*p)[4] = mPlanes[i].mCoefficient;
       const float size = std::max(std::max(std::fabs(p[0][0]), std::fabs(p[1][0])), std::fabs(p[2][0]));
       result &= p[3][0] + mPlanes[i + 1].mCoefficient[3][0] <= distance * size;
@@ -235,29 +234,27 @@ struct qzQBVH::tHullQuery {
   // The four boxes against all planes, in this order of operations and operands. A NaN never makes a box lie outside,
   // and in the smallest distance it gives way to the next plane's.
   tVerdict judge(const tSOANode& node) const {
-    const __m128 minX = _mm_load_ps(node.mMin[0]), minY = _mm_load_ps(node.mMin[1]), minZ = _mm_load_ps(node.mMin[2]);
-    const __m128 maxX = _mm_load_ps(node.mMax[0]), maxY = _mm_load_ps(node.mMax[1]), maxZ = _mm_load_ps(node.mMax[2]);
-    __m128 smallest = _mm_set1_ps(std::numeric_limits<float>::infinity()), depth = smallest;
-    __m128 outside = _mm_setzero_ps();
+    const tFloat4 minX = load(node.mMin[0]), minY = load(node.mMin[1]), minZ = load(node.mMin[2]);
+    const tFloat4 maxX = load(node.mMax[0]), maxY = load(node.mMax[1]), maxZ = load(node.mMax[2]);
+    tFloat4 smallest = float4(std::numeric_limits<float>::infinity()), depth = smallest;
+    tMask4 outside = mask4(false);
     for (unsigned int i = 0; i < mNbPlanes; ++i) {
       const float(*plane)[4] = mPlanes[i].mCoefficient;
-      const __m128 a = _mm_load_ps(plane[0]), b = _mm_load_ps(plane[1]);
-      const __m128 c = _mm_load_ps(plane[2]), d = _mm_load_ps(plane[3]);
-      const __m128 x1 = _mm_mul_ps(a, minX), x2 = _mm_mul_ps(a, maxX);
-      const __m128 y1 = _mm_mul_ps(b, minY), y2 = _mm_mul_ps(b, maxY);
-      const __m128 z1 = _mm_mul_ps(c, minZ), z2 = _mm_mul_ps(c, maxZ);
-      const __m128 lo =
-          _mm_add_ps(_mm_add_ps(_mm_min_ps(y1, y2), _mm_min_ps(x1, x2)), _mm_add_ps(_mm_min_ps(z1, z2), d));
-      const __m128 hi =
-          _mm_add_ps(_mm_add_ps(_mm_max_ps(y1, y2), _mm_max_ps(x1, x2)), _mm_add_ps(_mm_max_ps(z1, z2), d));
-      smallest = _mm_min_ps(smallest, lo);
-      outside = _mm_or_ps(outside, _mm_cmplt_ps(hi, _mm_setzero_ps()));
-      depth = _mm_min_ps(depth, _mm_add_ps(lo, hi));
+      const tFloat4 a = load(plane[0]), b = load(plane[1]);
+      const tFloat4 c = load(plane[2]), d = load(plane[3]);
+      const tFloat4 x1 = a * minX, x2 = a * maxX;
+      const tFloat4 y1 = b * minY, y2 = b * maxY;
+      const tFloat4 z1 = c * minZ, z2 = c * maxZ;
+      const tFloat4 lo = smallerOf(y1, y2) + smallerOf(x1, x2) + (smallerOf(z1, z2) + d);
+      const tFloat4 hi = largerOf(y1, y2) + largerOf(x1, x2) + (largerOf(z1, z2) + d);
+      smallest = smallerOf(smallest, lo);
+      outside |= hi < float4(0.0f);
+      depth = smallerOf(depth, lo + hi);
     }
     tVerdict verdict;
-    verdict.mInside = _mm_movemask_ps(_mm_cmpgt_ps(smallest, _mm_setzero_ps()));
-    verdict.mOpen = filledLanes(node) & ~_mm_movemask_ps(outside);
-    _mm_store_ps(verdict.mDepth, depth);
+    verdict.mInside = bitsOf(smallest > float4(0.0f));
+    verdict.mOpen = filledLanes(node) & ~bitsOf(outside);
+    store(verdict.mDepth, depth);
     return verdict;
   }
 
@@ -267,16 +264,16 @@ struct qzQBVH::tHullQuery {
   // comparison sees.
   tVerdict judgeOrderly(const tSOANode& node) const {
     const float* rows = reinterpret_cast<const float*>(&node);
-    __m128 leastOuter = _mm_set1_ps(std::numeric_limits<float>::infinity()), leastInner = leastOuter;
+    tFloat4 leastOuter = float4(std::numeric_limits<float>::infinity()), leastInner = leastOuter;
     for (unsigned int i = 0; i < mNbPlanes; ++i) {
-      leastOuter = _mm_min_ps(leastOuter, cornerDistance(rows, mCorners[i].mOuter, mPlanes[i]));
-      leastInner = _mm_min_ps(leastInner, cornerDistance(rows, mCorners[i].mInner, mPlanes[i]));
+      leastOuter = smallerOf(leastOuter, cornerDistance(rows, mCorners[i].mOuter, mPlanes[i]));
+      leastInner = smallerOf(leastInner, cornerDistance(rows, mCorners[i].mInner, mPlanes[i]));
     }
     const int filled = filledLanes(node);
     tVerdict verdict;
-    verdict.mInside = filled & _mm_movemask_ps(_mm_cmpgt_ps(leastOuter, _mm_setzero_ps()));
-    verdict.mOpen = filled & ~_mm_movemask_ps(_mm_cmplt_ps(leastInner, _mm_setzero_ps()));
-    _mm_store_ps(verdict.mDepth, _mm_add_ps(leastOuter, leastInner));
+    verdict.mInside = filled & bitsOf(leastOuter > float4(0.0f));
+    verdict.mOpen = filled & ~bitsOf(leastInner < float4(0.0f));
+    store(verdict.mDepth, leastOuter + leastInner);
     return verdict;
   }
 
@@ -285,36 +282,35 @@ struct qzQBVH::tHullQuery {
     const float* rows = reinterpret_cast<const float*>(&node);
     tVerdict verdict;
     verdict.mInside = 0;
-    verdict.mOpen = filledLanes(node) & ~_mm_movemask_ps(mRegionBox.isApart(rows));
+    verdict.mOpen = filledLanes(node) & ~bitsOf(mRegionBox.isApart(rows));
     if (verdict.mOpen == 0) return verdict;
-    __m128 leastInner = _mm_set1_ps(std::numeric_limits<float>::infinity());
-    for (unsigned int i = 0; i < 6; ++i) {
-      leastInner = _mm_min_ps(leastInner, cornerDistance(rows, mCorners[i].mInner, mPlanes[i]));
+    tFloat4 leastInner = float4(std::numeric_limits<float>::infinity());
+    for (unsigned int i = 0; i < tRegionBox::kNbPlanes; ++i) {
+      leastInner = smallerOf(leastInner, cornerDistance(rows, mCorners[i].mInner, mPlanes[i]));
     }
-    verdict.mOpen &= ~_mm_movemask_ps(_mm_cmplt_ps(leastInner, _mm_setzero_ps()));
-    if ((verdict.mOpen & ~_mm_movemask_ps(mRegionBox.reachesOut(rows))) != 0) {
-      __m128 leastOuter = _mm_set1_ps(std::numeric_limits<float>::infinity());
-      for (unsigned int i = 0; i < 6; ++i) {
-        leastOuter = _mm_min_ps(leastOuter, cornerDistance(rows, mCorners[i].mOuter, mPlanes[i]));
+    verdict.mOpen &= ~bitsOf(leastInner < float4(0.0f));
+    if ((verdict.mOpen & ~bitsOf(mRegionBox.reachesOut(rows))) != 0) {
+      tFloat4 leastOuter = float4(std::numeric_limits<float>::infinity());
+      for (unsigned int i = 0; i < tRegionBox::kNbPlanes; ++i) {
+        leastOuter = smallerOf(leastOuter, cornerDistance(rows, mCorners[i].mOuter, mPlanes[i]));
       }
-      verdict.mInside = verdict.mOpen & _mm_movemask_ps(_mm_cmpgt_ps(leastOuter, _mm_setzero_ps()));
+      verdict.mInside = verdict.mOpen & bitsOf(leastOuter > float4(0.0f));
     }
-    _mm_store_ps(verdict.mDepth, leastInner);
+    store(verdict.mDepth, leastInner);
     return verdict;
   }
 
   // In the order of judge.
-  static __m128 cornerDistance(const float* rows, const int* corner, const tPlane& plane) {
+  static tFloat4 cornerDistance(const float* rows, const int* corner, const tPlane& plane) {
     const float(*p)[4] = plane.mCoefficient;
-    const __m128 x = _mm_mul_ps(_mm_load_ps(p[0]), _mm_load_ps(rows + corner[0]));
-    const __m128 y = _mm_mul_ps(_mm_load_ps(p[1]), _mm_load_ps(rows + corner[1]));
-    const __m128 z = _mm_mul_ps(_mm_load_ps(p[2]), _mm_load_ps(rows + corner[2]));
-    return _mm_add_ps(_mm_add_ps(y, x), _mm_add_ps(z, _mm_load_ps(p[3])));
+    const tFloat4 x = load(p[0]) * load(rows + corner[0]);
+    const tFloat4 y = load(p[1]) * load(rows + corner[1]);
+    const tFloat4 z = load(p[2]) * load(rows + corner[2]);
+    return y + x + (z + load(p[3]));
   }
 
   static int filledLanes(const tSOANode& node) {
-    const __m128i quadruplets = _mm_load_si128(reinterpret_cast<const __m128i*>(node.mChildQuadruplets));
-    return 0xF & ~_mm_movemask_ps(_mm_castsi128_ps(_mm_cmpeq_epi32(quadruplets, _mm_setzero_si128())));
+    return kAllLanes & ~bitsOf(maskOf(load(node.mChildQuadruplets) == int4(0)));
   }
 
   // The children to look into, the deepest inside last and of equals the lowest lane. Returns how many.
@@ -408,11 +404,11 @@ struct qzQBVH::tHullQuery {
     int insideAll[3] = {0xF, 0xF, 0xF};  // lanes, by vertex
     unsigned int firstCut[4] = {};
     for (unsigned int i = 0; i < mNbPlanes; ++i) {
-      __m128 distances[3];
+      tFloat4 distances[3];
       int inside[3];
       for (int vertex = 0; vertex < 3; ++vertex) {
         distances[vertex] = distance(quadruplet.mVertex[vertex], mPlanes[i]);
-        inside[vertex] = _mm_movemask_ps(_mm_cmpgt_ps(distances[vertex], _mm_setzero_ps()));
+        inside[vertex] = bitsOf(distances[vertex] > float4(0.0f));
         insideAll[vertex] &= inside[vertex];
       }
       const int outside = left & ~(inside[0] | inside[1] | inside[2]);
@@ -435,11 +431,11 @@ struct qzQBVH::tHullQuery {
   }
 
   // In the order of tPolygon.
-  static __m128 distance(const float (*vertex)[4], const tPlane& plane) {
+  static tFloat4 distance(const float (*vertex)[4], const tPlane& plane) {
     const float(*p)[4] = plane.mCoefficient;
-    const __m128 z = _mm_add_ps(_mm_mul_ps(_mm_load_ps(p[2]), _mm_load_ps(vertex[2])), _mm_load_ps(p[3]));
-    const __m128 yz = _mm_add_ps(z, _mm_mul_ps(_mm_load_ps(p[1]), _mm_load_ps(vertex[1])));
-    return _mm_add_ps(yz, _mm_mul_ps(_mm_load_ps(p[0]), _mm_load_ps(vertex[0])));
+    const tFloat4 z = load(p[2]) * load(vertex[2]) + load(p[3]);
+    const tFloat4 yz = z + load(p[1]) * load(vertex[1]);
+    return yz + load(p[0]) * load(vertex[0]);
   }
 
   // Lanes whose vertices are so far outside of a plane that whatever other planes made of the triangle is outside, too.
@@ -448,23 +444,21 @@ struct qzQBVH::tHullQuery {
   // less than 6 u m, with u = 2^-24 and m the largest coordinate there is. It so gains less than 6 u (|a| + |b| + |c|)
   // m on the plane, at most once for each of the others, and computing a distance is off by less than 5 u times
   // (|a| + |b| + |c|) m + |d|. The margin is larger than all of these together, and has room for underflow.
-  int farOutside(const tSOATriangleVertices& quadruplet, const __m128* distances, const tPlane& plane) const {
+  int farOutside(const tSOATriangleVertices& quadruplet, const tFloat4* distances, const tPlane& plane) const {
     if (!mHasModeratePlanes) return 0;
     constexpr float kSmallest = std::numeric_limits<float>::min();
-    const __m128 sign = _mm_set1_ps(-0.0f);
-    const auto magnitude = [&](const float* row) { return _mm_andnot_ps(sign, _mm_load_ps(row)); };
-    __m128 largest = _mm_set1_ps(kSmallest);
+    const auto size = [](const float* row) { return magnitude(load(row)); };
+    tFloat4 largest = float4(kSmallest);
     for (const auto& vertex : quadruplet.mVertex) {
-      for (const float* row : vertex) largest = _mm_max_ps(magnitude(row), largest);
+      for (const float* row : vertex) largest = largerOf(size(row), largest);
     }
     const float(*p)[4] = plane.mCoefficient;
-    const __m128 slope = _mm_add_ps(_mm_add_ps(magnitude(p[0]), magnitude(p[1])), magnitude(p[2]));
-    const __m128 terms = _mm_add_ps(_mm_mul_ps(slope, largest), magnitude(p[3]));
-    const __m128 share = _mm_set1_ps((8.0f * static_cast<float>(mNbPlanes) + 32.0f) / 16777216.0f);
-    const __m128 margin = _mm_add_ps(_mm_mul_ps(share, terms), _mm_set1_ps(kSmallest));
-    const __m128 nearest = _mm_max_ps(_mm_max_ps(distances[0], distances[1]), distances[2]);
-    return _mm_movemask_ps(
-        _mm_and_ps(_mm_cmplt_ps(nearest, _mm_xor_ps(margin, sign)), _mm_cmple_ps(largest, _mm_set1_ps(kModerate))));
+    const tFloat4 slope = size(p[0]) + size(p[1]) + size(p[2]);
+    const tFloat4 terms = slope * largest + size(p[3]);
+    const tFloat4 share = float4((8.0f * static_cast<float>(mNbPlanes) + 32.0f) / 16777216.0f);
+    const tFloat4 margin = share * terms + float4(kSmallest);
+    const tFloat4 nearest = largerOf(largerOf(distances[0], distances[1]), distances[2]);
+    return bitsOf((nearest < -margin) & (largest <= float4(kModerate)));
   }
 
   // Whether something is left of a triangle after the planes from the given one on. A clipped polygon is empty or has
@@ -486,7 +480,7 @@ qzQBVH::tSOASinglePlaneEqn* qzQBVH::CreateSOAPlaneEquationSet(const Wm4::Vector4
 
 void qzQBVH::InitSOAPlaneEquationSet(const Wm4::Vector4<float>* planes, tSOASinglePlaneEqn* out, unsigned count) {
   for (unsigned int i = 0; i < count; ++i) {
-    for (int row = 0; row < 4; ++row) _mm_store_ps(out[i].mCoefficient[row], _mm_set1_ps(planes[i][row]));
+    for (int row = 0; row < 4; ++row) store(out[i].mCoefficient[row], float4(planes[i][row]));
   }
 }
 

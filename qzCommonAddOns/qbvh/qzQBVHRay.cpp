@@ -17,13 +17,16 @@ void castRay(const qzDetail::tRayHierarchy& hierarchy, const qzDetail::tRayQuery
 // Hands the hit to the caller, whose t and weights stay as they are when there is none.
 bool report(const qzDetail::tRayHit& hit, float& t, Wm4::Vector2<float>& barycentric, unsigned& triangle) {
   triangle = hit.mTriangle;
-  if (triangle == 0xFFFFFFFFu) return false;
+  if (triangle == qzDetail::kNoTriangleHit) return false;
   t = hit.mT;
   barycentric = Wm4::Vector2<float>(hit.mW, hit.mU);
   return true;
 }
 
 }  // namespace
+
+static_assert(qzQBVH::eIntersectFrontFaces == qzDetail::kFrontFacesOnly);
+static_assert(qzQBVH::eIntersectBackFaces == qzDetail::kBackFacesOnly);
 
 bool qzQBVH::intersectRay(const Wm4::Vector3<float>& origin, const Wm4::Vector3<float>& direction, float tMin, float& t,
                           Wm4::Vector2<float>& barycentric, unsigned& triangle, tIntersectionPolicy policy) const {

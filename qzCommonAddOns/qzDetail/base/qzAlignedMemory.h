@@ -3,12 +3,15 @@
 // A block of several megabytes starts on a large page and asks the system for large pages: a walk touches such a block
 // at random, and finding a small page costs it more than finding the data.
 
-#include <xmmintrin.h>
+#if defined(_WIN32)
+#include <malloc.h>
+#endif
 #if defined(__linux__)
 #include <sys/mman.h>
 #endif
 
 #include <cstddef>
+#include <cstdlib>
 
 namespace qzDetail {
 
@@ -29,18 +32,35 @@ inline void preferLargePages(void* block, std::size_t bytes) {
 #endif
 }
 
+inline void* allocateBlock(std::size_t bytes, std::size_t alignment) {
+#if defined(_WIN32)
+  return _aligned_malloc(bytes, alignment);
+#else
+  void* block = nullptr;
+  return posix_memalign(&block, alignment, bytes) == 0 ? block : nullptr;
+#endif
+}
+
+inline void releaseBlock(void* block) {
+#if defined(_WIN32)
+  _aligned_free(block);
+#else
+  std::free(block);
+#endif
+}
+
 template <class T>
 T* allocateAligned(std::size_t count) {
   const std::size_t bytes = count * sizeof(T);
   const bool isLarge = isWorthLargePages(bytes);
-  void* block = _mm_malloc(bytes, isLarge ? kLargePage : kCacheLine);
+  void* block = allocateBlock(bytes, isLarge ? kLargePage : kCacheLine);
   if (isLarge) preferLargePages(block, bytes);
   return static_cast<T*>(block);
 }
 
 template <class T>
 void releaseAligned(T*& block) {
-  if (block != nullptr) _mm_free(block);
+  if (block != nullptr) releaseBlock(block);
   block = nullptr;
 }
 

@@ -3,34 +3,34 @@
 // A program linked with -ffast-math starts with flush-to-zero and denormals-are-zero set, and a caller may have changed
 // the rounding; either would change results. The check costs a few cycles, a change only happens when it is needed.
 
-#include <xmmintrin.h>
+#include <qzCommonAddOns/qzDetail/base/qzLanes.h>
 
 #include <atomic>
 #include <type_traits>
 
 namespace qzDetail {
 
-/// While one lives, SSE arithmetic rounds to nearest, keeps denormals and raises no trap. Puts the caller's mode back,
+/// While one lives, vector arithmetic rounds to nearest, keeps denormals and raises no trap. Puts the caller's mode back,
 /// with the exception flags that were raised meanwhile.
 /// To a compiler, arithmetic has nothing to do with the mode. What is read from memory is read, and what is written is
 /// written, while one lives; but what a function returns in a register may be computed past its end, where the caller's
 /// mode is back: such a result goes through keep.
 class tFloatMode {
  public:
-  tFloatMode() : mCallers(_mm_getcsr()) {
-    if ((mCallers & ~kFlags) != kDefault) _mm_setcsr(kDefault | (mCallers & kFlags));
+  tFloatMode() : mCallers(readFloatControl()) {
+    if ((mCallers & ~kFloatFlags) != kFloatDefault) writeFloatControl(kFloatDefault | (mCallers & kFloatFlags));
     stayInOrder();
   }
   ~tFloatMode() {
     stayInOrder();
-    if ((mCallers & ~kFlags) != kDefault) _mm_setcsr(mCallers | (_mm_getcsr() & kFlags));
+    if ((mCallers & ~kFloatFlags) != kFloatDefault) writeFloatControl(mCallers | (readFloatControl() & kFloatFlags));
   }
   /// The value, computed here and not later.
   template <class T>
   T keep(T value) const {
 #if defined(__GNUC__)
     if constexpr (std::is_same_v<T, float>) {
-      asm volatile("" : "+x"(value) : : "memory");
+      computeHere(value);
     } else {
       asm volatile("" : "+m"(value) : : "memory");
     }
@@ -44,9 +44,6 @@ class tFloatMode {
   tFloatMode& operator=(const tFloatMode&) = delete;
 
  private:
-  static constexpr unsigned int kFlags = 0x3Fu;      // exceptions raised so far
-  static constexpr unsigned int kDefault = 0x1F80u;  // all exceptions masked, round to nearest, denormals kept
-
   static void stayInOrder() {
 #if defined(__GNUC__)
     asm volatile("" : : : "memory");
@@ -55,7 +52,7 @@ class tFloatMode {
 #endif
   }
 
-  unsigned int mCallers;
+  tFloatControl mCallers;
 };
 
 }  // namespace qzDetail

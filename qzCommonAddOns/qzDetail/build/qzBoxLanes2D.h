@@ -1,30 +1,30 @@
 #pragma once
 // tBoxLanes2D: a qzBBox2D in one register while it grows, for the builder's inner loops.
-// The maximum is held negated: -a < -b is a > b, equal stays equal and NaN stays NaN, so one _mm_min_ps(other, atHand),
+// The maximum is held negated: -a < -b is a > b, equal stays equal and NaN stays NaN, so one smallerOf(other, atHand),
 // which is (other < atHand ? other : atHand), does both corners in the form of qzBBox2D.
 
-#include <emmintrin.h>
 #include <qzCommonAddOns/geometry/qzBBox2D.h>
+#include <qzCommonAddOns/qzDetail/base/qzLanes.h>
 
 #include <limits>
 
 namespace qzDetail {
 
 struct tBoxLanes2D {
-  __m128 mLanes;  // [ x min  y min  -x max  -y max ]
+  tFloat4 mLanes;  // [ x min  y min  -x max  -y max ]
 
   /// The empty box.
-  tBoxLanes2D() : mLanes(_mm_set1_ps(std::numeric_limits<float>::infinity())) {}
+  tBoxLanes2D() : mLanes(float4(std::numeric_limits<float>::infinity())) {}
 
   /// A box as it stands in memory: four floats.
   explicit tBoxLanes2D(const qzBBox2D& bbox)
-      : mLanes(withMaxNegated(_mm_loadu_ps(reinterpret_cast<const float*>(&bbox)))) {}
+      : mLanes(withMaxNegated(loadUnaligned(reinterpret_cast<const float*>(&bbox)))) {}
 
-  void unite(const tBoxLanes2D& other) { mLanes = _mm_min_ps(other.mLanes, mLanes); }
+  void unite(const tBoxLanes2D& other) { mLanes = smallerOf(other.mLanes, mLanes); }
 
   qzBBox2D toBBox() const {
     qzBBox2D bbox;
-    _mm_storeu_ps(reinterpret_cast<float*>(&bbox), withMaxNegated(mLanes));
+    storeUnaligned(reinterpret_cast<float*>(&bbox), withMaxNegated(mLanes));
     return bbox;
   }
 
@@ -36,7 +36,7 @@ struct tBoxLanes2D {
 
  private:
   // Flips the sign bits of the maximum, also those of zeros and NaN; twice is nothing.
-  static __m128 withMaxNegated(__m128 lanes) { return _mm_xor_ps(lanes, _mm_setr_ps(0.0f, 0.0f, -0.0f, -0.0f)); }
+  static tFloat4 withMaxNegated(tFloat4 lanes) { return flipSigns(lanes, float4(0.0f, 0.0f, -0.0f, -0.0f)); }
 };
 
 }  // namespace qzDetail

@@ -8,6 +8,7 @@
 // left and to its right that no smaller level hides; of each level there is at most one on either side, so a word with
 // a bit per level holds them, and their number is the depth of the node.
 
+#include <qzCommonAddOns/qzDetail/base/qzBits.h>
 #include <qzCommonAddOns/qzDetail/base/qzScratch.h>
 #include <qzCommonAddOns/qzDetail/morton/qzCodeGroups.h>
 #include <qzCommonAddOns/qzDetail/morton/qzMorton.h>

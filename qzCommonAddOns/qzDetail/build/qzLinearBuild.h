@@ -52,22 +52,21 @@ class tGrid3 {
     const float edgeYZ = dy > dz ? dy : dz;
     const float edge = dx > edgeYZ ? dx : edgeYZ;
     for (int axis = 0; axis < 3; ++axis) mAxes[axis] = gridAxis(min[axis], max[axis], edge, bits);
-    mOrigin = _mm_setr_ps(mAxes[0].mOrigin, mAxes[1].mOrigin, mAxes[2].mOrigin, 0.0f);
-    mScale = _mm_set1_ps(mAxes[0].mScale);  // the same on all axes
+    mOrigin = float4(mAxes[0].mOrigin, mAxes[1].mOrigin, mAxes[2].mOrigin, 0.0f);
+    mScale = float4(mAxes[0].mScale);  // the same on all axes
   }
 
   /// Morton code of the cell that a point [ x y z . ] lies in.
-  std::uint64_t codeOf(__m128 center) const {
-    const __m128i cells = _mm_cvttps_epi32(_mm_mul_ps(_mm_sub_ps(center, mOrigin), mScale));
+  std::uint64_t codeOf(tFloat4 center) const {
+    const tInt4 cells = truncate((center - mOrigin) * mScale);
     alignas(16) std::int32_t cell[4];
-    _mm_store_si128(reinterpret_cast<__m128i*>(cell), cells);
+    store(cell, cells);
 
     // From 0 to the last cell the 32-bit conversion is the 64-bit one; all else is left to the axes.
-    const __m128i isOutside =
-        _mm_or_si128(_mm_srai_epi32(cells, 31), _mm_cmpgt_epi32(cells, _mm_set1_epi32(static_cast<int>(mLastCell))));
-    if ((_mm_movemask_ps(_mm_castsi128_ps(isOutside)) & 7) != 0) {
+    const tInt4 isOutside = signs(cells) | (cells > int4(static_cast<int>(mLastCell)));
+    if ((bitsOf(maskOf(isOutside)) & kXyz) != 0) {
       alignas(16) float centers[4];
-      _mm_store_ps(centers, center);
+      store(centers, center);
       for (int axis = 0; axis < 3; ++axis) {
         cell[axis] = static_cast<std::int32_t>(mAxes[axis].cellOf(centers[axis], mLastCell));
       }
@@ -79,7 +78,7 @@ class tGrid3 {
  private:
   std::uint32_t mLastCell;
   tGridAxis mAxes[3];
-  __m128 mOrigin, mScale;
+  tFloat4 mOrigin, mScale;
 };
 
 /// Writes the primitive numbers in the order of their Morton codes to indices, and reads the splits off the sorted

@@ -2,9 +2,8 @@
 // The triangles of a mesh by their corners, and the arithmetic on four triangles at a time that a four-wide hierarchy
 // keeps of them.
 
-#include <emmintrin.h>
+#include <qzCommonAddOns/qzDetail/base/qzLanes.h>
 #include <qzCommonAddOns/qzDetail/base/qzPlatformAdapter.h>
-#include <qzCommonAddOns/qzDetail/base/qzPrefetch.h>
 
 #include <cstddef>
 #include <limits>
@@ -26,43 +25,35 @@ struct tMeshTriangles {
 
 /// A point of each of four triangles.
 struct tPoints {
-  __m128 x, y, z;
+  tFloat4 x, y, z;
 };
 
 inline tPoints operator-(const tPoints& a, const tPoints& b) {
-  return {_mm_sub_ps(a.x, b.x), _mm_sub_ps(a.y, b.y), _mm_sub_ps(a.z, b.z)};
+  return {a.x - b.x, a.y - b.y, a.z - b.z};
 }
-inline tPoints operator*(__m128 s, const tPoints& a) {
-  return {_mm_mul_ps(s, a.x), _mm_mul_ps(s, a.y), _mm_mul_ps(s, a.z)};
+inline tPoints operator*(tFloat4 s, const tPoints& a) {
+  return {s * a.x, s * a.y, s * a.z};
 }
-inline __m128 dot(const tPoints& a, const tPoints& b) {
-  return _mm_add_ps(_mm_add_ps(_mm_mul_ps(a.x, b.x), _mm_mul_ps(a.y, b.y)), _mm_mul_ps(a.z, b.z));
+inline tFloat4 dot(const tPoints& a, const tPoints& b) {
+  return a.x * b.x + a.y * b.y + a.z * b.z;
 }
 inline tPoints cross(const tPoints& a, const tPoints& b) {
-  return {_mm_sub_ps(_mm_mul_ps(a.y, b.z), _mm_mul_ps(a.z, b.y)),
-          _mm_sub_ps(_mm_mul_ps(a.z, b.x), _mm_mul_ps(a.x, b.z)),
-          _mm_sub_ps(_mm_mul_ps(a.x, b.y), _mm_mul_ps(a.y, b.x))};
-}
-inline __m128 negate(__m128 a) {
-  return _mm_xor_ps(a, _mm_set1_ps(-0.0f));
+  return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
 
 /// a where the mask is set, b elsewhere.
-inline __m128 select(__m128 mask, __m128 a, __m128 b) {
-  return _mm_or_ps(_mm_and_ps(mask, a), _mm_andnot_ps(mask, b));
-}
-inline tPoints select(__m128 mask, const tPoints& a, const tPoints& b) {
+inline tPoints select(tMask4 mask, const tPoints& a, const tPoints& b) {
   return {select(mask, a.x, b.x), select(mask, a.y, b.y), select(mask, a.z, b.z)};
 }
 
 /// Writes three coefficients and a constant as four rows; lanes outside the mask get zeros and the constant for
 /// padding.
-inline void storeEquation(float (*rows)[4], const tPoints& coefficients, __m128 constant, __m128 isTriangle,
+inline void storeEquation(float (*rows)[4], const tPoints& coefficients, tFloat4 constant, tMask4 isTriangle,
                           float padding) {
-  _mm_store_ps(rows[0], _mm_and_ps(isTriangle, coefficients.x));
-  _mm_store_ps(rows[1], _mm_and_ps(isTriangle, coefficients.y));
-  _mm_store_ps(rows[2], _mm_and_ps(isTriangle, coefficients.z));
-  _mm_store_ps(rows[3], select(isTriangle, constant, _mm_set1_ps(padding)));
+  store(rows[0], zeroUnless(isTriangle, coefficients.x));
+  store(rows[1], zeroUnless(isTriangle, coefficients.y));
+  store(rows[2], zeroUnless(isTriangle, coefficients.z));
+  store(rows[3], select(isTriangle, constant, float4(padding)));
 }
 
 /// Plane and barycentric equations of four triangles, in this order of operations; only the first count lanes hold
@@ -70,27 +61,26 @@ inline void storeEquation(float (*rows)[4], const tPoints& coefficients, __m128 
 template <class Equations>
 void fillEquations(Equations& equations, const tPoints (&corners)[3], unsigned int count) {
   const tPoints &v0 = corners[0], e1 = corners[1] - v0, e2 = corners[2] - v0;
-  const __m128 one = _mm_set1_ps(1.0f);
-  const __m128 isTriangle =
-      _mm_castsi128_ps(_mm_cmplt_epi32(_mm_setr_epi32(0, 1, 2, 3), _mm_set1_epi32(static_cast<int>(count))));
+  const tFloat4 one = float4(1.0f);
+  const tMask4 isTriangle = maskOf(int4(0, 1, 2, 3) < int4(static_cast<int>(count)));
 
   const tPoints normal = cross(e1, e2);
-  const __m128 length = _mm_sqrt_ps(dot(normal, normal));
-  const __m128 hasArea = _mm_cmpgt_ps(length, _mm_setzero_ps());
-  const tPoints unit = _mm_div_ps(one, length) * normal;
-  storeEquation(equations.mPlane, select(hasArea, unit, normal), select(hasArea, negate(dot(unit, v0)), one),
-                isTriangle, std::numeric_limits<float>::infinity());
+  const tFloat4 length = squareRoot(dot(normal, normal));
+  const tMask4 hasArea = length > float4(0.0f);
+  const tPoints unit = one / length * normal;
+  storeEquation(equations.mPlane, select(hasArea, unit, normal), select(hasArea, -dot(unit, v0), one), isTriangle,
+                std::numeric_limits<float>::infinity());
 
   // The dual basis of (e1, e2) within the plane.
-  const __m128 a11 = dot(e1, e1), a22 = dot(e2, e2), a12 = dot(e1, e2);
-  const __m128 i1 = _mm_div_ps(one, a11), i2 = _mm_div_ps(one, a22);
-  const __m128 along1 = _mm_mul_ps(a12, i1), along2 = _mm_mul_ps(a12, i2);
-  const __m128 s = _mm_div_ps(one, _mm_sub_ps(one, _mm_mul_ps(along2, along1)));
-  const __m128 s1 = _mm_mul_ps(s, i1), s2 = _mm_mul_ps(s, i2);
-  const tPoints u = s1 * e1 - _mm_mul_ps(along2, s1) * e2;
-  const tPoints w = s2 * e2 - _mm_mul_ps(along1, s2) * e1;
-  storeEquation(equations.mU, u, negate(dot(u, v0)), isTriangle, -1.0f);
-  storeEquation(equations.mW, w, negate(dot(w, v0)), isTriangle, -1.0f);
+  const tFloat4 a11 = dot(e1, e1), a22 = dot(e2, e2), a12 = dot(e1, e2);
+  const tFloat4 i1 = one / a11, i2 = one / a22;
+  const tFloat4 along1 = a12 * i1, along2 = a12 * i2;
+  const tFloat4 s = one / (one - along2 * along1);
+  const tFloat4 s1 = s * i1, s2 = s * i2;
+  const tPoints u = s1 * e1 - along2 * s1 * e2;
+  const tPoints w = s2 * e2 - along1 * s2 * e1;
+  storeEquation(equations.mU, u, -dot(u, v0), isTriangle, -1.0f);
+  storeEquation(equations.mW, w, -dot(w, v0), isTriangle, -1.0f);
 }
 
 }  // namespace qzDetail

@@ -13,17 +13,11 @@ namespace qzDetail {
 
 namespace {
 
-// x, y and z of the upper corner in lanes 0 to 2.
-__m128 maxOf(const tBoxLanes& box) {
-  return _mm_shuffle_ps(box.mMax, box.mMax, _MM_SHUFFLE(3, 3, 2, 1));
-}
-
 // surfaceAreaCost of a box in registers.
 float costOf(const tBoxLanes& box, unsigned int count) {
-  const __m128 d = _mm_sub_ps(maxOf(box), box.mMin);  // [ dx  dy  dz  . ]
-  const __m128 dy = _mm_shuffle_ps(d, d, _MM_SHUFFLE(1, 1, 1, 1)), dz = _mm_movehl_ps(d, d);
-  const __m128 area = _mm_add_ss(_mm_mul_ss(d, _mm_add_ss(dz, dy)), _mm_mul_ss(dz, dy));
-  return _mm_cvtss_f32(area) * static_cast<float>(count + 4);
+  const tFloat4 extent = box.maxInFront() - box.mMin;  // [ dx  dy  dz  . ]
+  const float dx = firstOf(extent), dy = laneOf<1>(extent), dz = firstOf(upperPair(extent));
+  return ((dz + dy) * dx + dz * dy) * static_cast<float>(count + 4);
 }
 
 // Bins of all three axes for one item at a time.
@@ -34,35 +28,32 @@ class tGrid {
     for (int axis = 0; axis < 3; ++axis) {
       mAxes[axis] = {min[axis], static_cast<float>(nbBins) / (max[axis] - min[axis])};
     }
-    mOrigin = _mm_setr_ps(mAxes[0].mOrigin, mAxes[1].mOrigin, mAxes[2].mOrigin, 0.0f);
-    mScale = _mm_setr_ps(mAxes[0].mScale, mAxes[1].mScale, mAxes[2].mScale, 0.0f);
+    mOrigin = float4(mAxes[0].mOrigin, mAxes[1].mOrigin, mAxes[2].mOrigin, 0.0f);
+    mScale = float4(mAxes[0].mScale, mAxes[1].mScale, mAxes[2].mScale, 0.0f);
   }
 
   // Bins of x, y and z in the three low bytes: tGridAxis::cellOf on every axis.
   std::uint32_t binsOf(const tBoxLanes& box) const {
-    const __m128 centroid = _mm_mul_ps(_mm_add_ps(box.mMin, maxOf(box)), _mm_set1_ps(0.5f));
-    const __m128i bins = _mm_cvttps_epi32(_mm_mul_ps(_mm_sub_ps(centroid, mOrigin), mScale));
+    const tFloat4 centroid = box.center();
+    const tInt4 bins = truncate((centroid - mOrigin) * mScale);
     // The lowest number stands for all that 32 bits cannot hold.
-    const __m128i isTooLarge = _mm_cmpeq_epi32(bins, _mm_set1_epi32(std::numeric_limits<int>::min()));
-    if ((_mm_movemask_ps(_mm_castsi128_ps(isTooLarge)) & 7) != 0) return binsOf(centroid);
+    const tInt4 isTooLarge = bins == int4(std::numeric_limits<int>::min());
+    if ((bitsOf(maskOf(isTooLarge)) & kXyz) != 0) return binsOf(centroid);
     // As unsigned numbers the negative ones lie above the last bin.
-    const __m128i last = _mm_set1_epi32(static_cast<int>(mLastBin));
-    const __m128i isOutside = _mm_or_si128(_mm_cmplt_epi32(bins, _mm_setzero_si128()), _mm_cmpgt_epi32(bins, last));
-    const __m128i inside = _mm_or_si128(_mm_and_si128(isOutside, last), _mm_andnot_si128(isOutside, bins));
-    const __m128i words = _mm_packs_epi32(inside, inside);
-    return static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_packus_epi16(words, words)));
+    const tInt4 last = int4(static_cast<int>(mLastBin));
+    return packBytes(select((bins < int4(0)) | (bins > last), last, bins));
   }
 
  private:
-  std::uint32_t binsOf(__m128 centroid) const {
+  std::uint32_t binsOf(tFloat4 centroid) const {
     alignas(16) float c[4];
-    _mm_store_ps(c, centroid);
+    store(c, centroid);
     std::uint32_t bins = 0;
     for (int axis = 0; axis < 3; ++axis) bins |= mAxes[axis].cellOf(c[axis], mLastBin) << (8 * axis);
     return bins;
   }
 
-  __m128 mOrigin, mScale;  // [ x  y  z  0 ]
+  tFloat4 mOrigin, mScale;  // [ x  y  z  0 ]
   tGridAxis mAxes[3];
   unsigned int mLastBin;
 };
@@ -74,7 +65,7 @@ unsigned int binOf(std::uint32_t bins, int axis) {
 // The bins of one axis; boxes of empty bins are unset.
 struct tBins {
   struct tBox {
-    __m128 mMin, mMax;  // as in tBoxLanes
+    tFloat4 mMin, mMax;  // as in tBoxLanes
 
     void operator=(const tBoxLanes& box) {
       mMin = box.mMin;

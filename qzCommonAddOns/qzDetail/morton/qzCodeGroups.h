@@ -7,8 +7,8 @@
 // levels, every split's group reaches to the nearest splits of a smaller level on either side, and one pass with a
 // stack of at most B entries meets every group after its halves. Source: Lauterbach et al. 2009.
 
+#include <qzCommonAddOns/qzDetail/base/qzBits.h>
 #include <qzCommonAddOns/qzDetail/base/qzScratch.h>
-#include <qzCommonAddOns/qzDetail/morton/qzMorton.h>
 
 #include <cstdint>
 

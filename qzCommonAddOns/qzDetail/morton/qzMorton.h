@@ -1,10 +1,7 @@
 #pragma once
 // Morton codes: the bits of grid coordinates interleaved, so that codes that share their top bits share a cell.
 
-#include <xmmintrin.h>
-#if defined(_MSC_VER)
-#include <intrin.h>
-#endif
+#include <qzCommonAddOns/qzDetail/base/qzLanes.h>
 
 #include <cstdint>
 
@@ -53,7 +50,7 @@ struct tGridAxis {
   /// Cell of a coordinate: truncated toward zero as a 64-bit integer, of which the low 32 bits count, at most the last
   /// cell. So a coordinate a cell or more below the origin lies in the last cell, a NaN or an infinity in cell 0.
   std::uint32_t cellOf(float coordinate, std::uint32_t lastCell) const {
-    const auto cell = static_cast<std::uint32_t>(_mm_cvttss_si64(_mm_set_ss((coordinate - mOrigin) * mScale)));
+    const auto cell = static_cast<std::uint32_t>(truncate64((coordinate - mOrigin) * mScale));
     return cell < lastCell ? cell : lastCell;
   }
 };
@@ -61,17 +58,6 @@ struct tGridAxis {
 /// The grid of a cube (a square) with edge E around the middle of min to max on one axis.
 inline tGridAxis gridAxis(float min, float max, float edge, unsigned int bits) {
   return {(min + max) * 0.5f - edge * 0.5f, static_cast<float>(1u << bits) / edge};
-}
-
-/// Number of the highest set bit of a value that has one.
-inline unsigned int highestBit(std::uint64_t value) {
-#if defined(_MSC_VER)
-  unsigned long bit;
-  _BitScanReverse64(&bit, value);
-  return bit;
-#else
-  return 63u - static_cast<unsigned int>(__builtin_clzll(value));
-#endif
 }
 
 }  // namespace qzDetail

@@ -6,8 +6,8 @@
 // runs, which an insertion sort finishes. A large array is first dealt out by its top digit into pieces that fit a
 // cache.
 
+#include <qzCommonAddOns/qzDetail/base/qzBits.h>
 #include <qzCommonAddOns/qzDetail/base/qzScratch.h>
-#include <qzCommonAddOns/qzDetail/morton/qzMorton.h>
 
 #include <cstdint>
 #include <utility>

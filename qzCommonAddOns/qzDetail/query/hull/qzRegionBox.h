@@ -1,7 +1,8 @@
 #pragma once
 // A box around what the hull query can find within six planes.
 
-#include <emmintrin.h>
+#include <qzCommonAddOns/qzDetail/base/qzLanes.h>
+#include <qzCommonAddOns/qzDetail/query/qzNodeRows.h>
 
 #include <limits>
 
@@ -37,53 +38,55 @@ namespace qzDetail {
 /// - Limits on A, m and k keep everything far from overflow and underflow.
 class tRegionBox {
  public:
-  /// Around the region inside six planes, each of 4 coefficients x 4 equal lanes. A box is anything before.
+  static constexpr unsigned int kNbPlanes = 6;  // three pairs
+
+  /// Around the region inside kNbPlanes planes, each of 4 coefficients x 4 equal lanes. A box is anything before.
   template <class Plane>
   void setAround(const Plane* planes, float reach) {
     for (int axis = 0; axis < 3; ++axis) {
-      mMin[axis] = _mm_set1_ps(-std::numeric_limits<float>::infinity());
-      mMax[axis] = _mm_set1_ps(std::numeric_limits<float>::infinity());
+      mMin[axis] = float4(-std::numeric_limits<float>::infinity());
+      mMax[axis] = float4(std::numeric_limits<float>::infinity());
     }
     if (!(reach >= 0x1p-60f && reach <= 0x1p60f)) return;
     tPlanes pairs[3];
-    __m128 isGood = _mm_castsi128_ps(_mm_set1_epi32(-1));
+    tMask4 isGood = mask4(true);
     for (int i = 0; i < 3; ++i) {
       for (int row = 0; row < 4; ++row) {
-        pairs[i].mRows[row] = _mm_unpacklo_ps(_mm_load_ps(planes[2 * i].mCoefficient[row]),
-                                              _mm_load_ps(planes[2 * i + 1].mCoefficient[row]));
+        pairs[i].mRows[row] =
+            interleaveLower(load(planes[2 * i].mCoefficient[row]), load(planes[2 * i + 1].mCoefficient[row]));
       }
-      isGood = _mm_and_ps(isGood, pairs[i].moveOut(_mm_set1_ps(reach)));
+      isGood &= pairs[i].moveOut(float4(reach));
     }
-    if (_mm_movemask_ps(isGood) != 0xF) return;
+    if (bitsOf(isGood) != kAllLanes) return;
     // Lanes are the four pairs of a plane of the first pair and one of the second: with each plane of the third pair
     // that makes eight triples.
-    const tPlanes &p = pairs[0], q = pairs[1].shuffled<_MM_SHUFFLE(1, 1, 0, 0)>();
-    bound(p, q, pairs[2].shuffled<_MM_SHUFFLE(0, 0, 0, 0)>(), _mm_set1_ps(reach));
-    bound(p, q, pairs[2].shuffled<_MM_SHUFFLE(1, 1, 1, 1)>(), _mm_set1_ps(reach));
+    const tPlanes &p = pairs[0], q = pairs[1].shuffled<0, 0, 1, 1>();
+    bound(p, q, pairs[2].shuffled<0, 0, 0, 0>(), float4(reach));
+    bound(p, q, pairs[2].shuffled<1, 1, 1, 1>(), float4(reach));
     for (int axis = 0; axis < 3; ++axis) {
-      mMin[axis] = _mm_max_ps(mMin[axis], _mm_movehl_ps(mMin[axis], mMin[axis]));
-      mMax[axis] = _mm_min_ps(mMax[axis], _mm_movehl_ps(mMax[axis], mMax[axis]));
-      mMin[axis] = _mm_max_ps(spread<0>(mMin[axis]), spread<1>(mMin[axis]));
-      mMax[axis] = _mm_min_ps(spread<0>(mMax[axis]), spread<1>(mMax[axis]));
+      mMin[axis] = largerOf(mMin[axis], upperPair(mMin[axis]));
+      mMax[axis] = smallerOf(mMax[axis], upperPair(mMax[axis]));
+      mMin[axis] = largerOf(spread<0>(mMin[axis]), spread<1>(mMin[axis]));
+      mMax[axis] = smallerOf(spread<0>(mMax[axis]), spread<1>(mMax[axis]));
     }
   }
 
   /// All lanes of which boxes do not touch this one, as a mask. Rows are min x, y, z, max x, y, z of four boxes.
-  __m128 isApart(const float* rows) const {
-    __m128 result = _mm_setzero_ps();
+  tMask4 isApart(const float* rows) const {
+    tMask4 result = mask4(false);
     for (int axis = 0; axis < 3; ++axis) {
-      result = _mm_or_ps(result, _mm_cmpgt_ps(_mm_load_ps(rows + 4 * axis), mMax[axis]));
-      result = _mm_or_ps(result, _mm_cmplt_ps(_mm_load_ps(rows + 4 * (axis + 3)), mMin[axis]));
+      result |= load(rows + kMinRows + kRow * axis) > mMax[axis];
+      result |= load(rows + kMaxRows + kRow * axis) < mMin[axis];
     }
     return result;
   }
 
   /// Lanes of which boxes do not lie within this one, as a mask.
-  __m128 reachesOut(const float* rows) const {
-    __m128 result = _mm_setzero_ps();
+  tMask4 reachesOut(const float* rows) const {
+    tMask4 result = mask4(false);
     for (int axis = 0; axis < 3; ++axis) {
-      result = _mm_or_ps(result, _mm_cmplt_ps(_mm_load_ps(rows + 4 * axis), mMin[axis]));
-      result = _mm_or_ps(result, _mm_cmpgt_ps(_mm_load_ps(rows + 4 * (axis + 3)), mMax[axis]));
+      result |= load(rows + kMinRows + kRow * axis) < mMin[axis];
+      result |= load(rows + kMaxRows + kRow * axis) > mMax[axis];
     }
     return result;
   }
@@ -91,77 +94,67 @@ class tRegionBox {
  private:
   static constexpr float kRounding = 1.0f / 16777216.0f;  // u
 
-  template <int kLane>
-  static __m128 spread(__m128 x) {
-    return _mm_shuffle_ps(x, x, _MM_SHUFFLE(kLane, kLane, kLane, kLane));
-  }
-  static __m128 magnitude(__m128 x) { return _mm_andnot_ps(_mm_set1_ps(-0.0f), x); }
-
   // Four planes: rows a, b, c, d.
   struct tPlanes {
-    __m128 mRows[4], mSize;
+    tFloat4 mRows[4], mSize;
 
     // Takes the size and moves the planes out. Returns the lanes within the limits.
-    __m128 moveOut(__m128 reach) {
-      const __m128 a = magnitude(mRows[0]), b = magnitude(mRows[1]), c = magnitude(mRows[2]);
-      mSize = _mm_max_ps(_mm_max_ps(a, b), c);
-      const __m128 slope = _mm_add_ps(_mm_add_ps(a, b), c);
-      const __m128 terms = _mm_add_ps(_mm_mul_ps(slope, reach), magnitude(mRows[3]));
-      mRows[3] = _mm_add_ps(mRows[3], _mm_mul_ps(_mm_set1_ps(96.0f * kRounding), terms));
-      const __m128 isMiddling =
-          _mm_and_ps(_mm_cmpge_ps(mSize, _mm_set1_ps(0x1p-16f)), _mm_cmple_ps(slope, _mm_set1_ps(0x1p16f)));
-      const __m128 most = _mm_mul_ps(_mm_set1_ps(4.0f), _mm_mul_ps(mSize, reach));
-      return _mm_and_ps(isMiddling, _mm_cmple_ps(magnitude(mRows[3]), most));
+    tMask4 moveOut(tFloat4 reach) {
+      const tFloat4 a = magnitude(mRows[0]), b = magnitude(mRows[1]), c = magnitude(mRows[2]);
+      mSize = largerOf(largerOf(a, b), c);
+      const tFloat4 slope = a + b + c;
+      const tFloat4 terms = slope * reach + magnitude(mRows[3]);
+      mRows[3] = mRows[3] + float4(96.0f * kRounding) * terms;
+      const tMask4 isMiddling = (mSize >= float4(0x1p-16f)) & (slope <= float4(0x1p16f));
+      const tFloat4 most = float4(4.0f) * (mSize * reach);
+      return isMiddling & (magnitude(mRows[3]) <= most);
     }
 
-    template <int kOrder>
+    template <int k0, int k1, int k2, int k3>
     tPlanes shuffled() const {
       tPlanes result;
-      for (int row = 0; row < 4; ++row) result.mRows[row] = _mm_shuffle_ps(mRows[row], mRows[row], kOrder);
-      result.mSize = _mm_shuffle_ps(mSize, mSize, kOrder);
+      for (int row = 0; row < 4; ++row) result.mRows[row] = shuffle<k0, k1, k2, k3>(mRows[row]);
+      result.mSize = shuffle<k0, k1, k2, k3>(mSize);
       return result;
     }
   };
 
-  static void cross(const tPlanes& p, const tPlanes& q, __m128* result) {
+  static void cross(const tPlanes& p, const tPlanes& q, tFloat4* result) {
     for (int axis = 0; axis < 3; ++axis) {
       const int next = (axis + 1) % 3, other = (axis + 2) % 3;
-      result[axis] = _mm_sub_ps(_mm_mul_ps(p.mRows[next], q.mRows[other]), _mm_mul_ps(p.mRows[other], q.mRows[next]));
+      result[axis] = p.mRows[next] * q.mRows[other] - p.mRows[other] * q.mRows[next];
     }
   }
 
   // Brings the sides as near as four triples tell, each lane for itself. A NaN gives way.
-  void bound(const tPlanes& p, const tPlanes& q, const tPlanes& r, __m128 reach) {
-    const __m128 zero = _mm_setzero_ps();
-    __m128 qr[3], rp[3], pq[3];
+  void bound(const tPlanes& p, const tPlanes& q, const tPlanes& r, tFloat4 reach) {
+    const tFloat4 zero = float4(0.0f);
+    tFloat4 qr[3], rp[3], pq[3];
     cross(q, r, qr);
     cross(r, p, rp);
     cross(p, q, pq);
-    const __m128 det = _mm_add_ps(_mm_add_ps(_mm_mul_ps(r.mRows[0], pq[0]), _mm_mul_ps(r.mRows[1], pq[1])),
-                                  _mm_mul_ps(r.mRows[2], pq[2]));
-    const __m128 inverse = _mm_div_ps(_mm_set1_ps(1.0f), det);
-    const __m128 k = _mm_mul_ps(_mm_mul_ps(_mm_mul_ps(p.mSize, q.mSize), r.mSize), magnitude(inverse));
-    const __m128 isTold = _mm_cmple_ps(k, _mm_set1_ps(0x1p20f));
-    const __m128 slack = _mm_mul_ps(_mm_mul_ps(_mm_set1_ps(kRounding), reach),
-                                    _mm_add_ps(_mm_mul_ps(_mm_set1_ps(400.0f), k), _mm_set1_ps(48.0f)));
+    const tFloat4 det = r.mRows[0] * pq[0] + r.mRows[1] * pq[1] + r.mRows[2] * pq[2];
+    const tFloat4 inverse = float4(1.0f) / det;
+    const tFloat4 k = p.mSize * q.mSize * r.mSize * magnitude(inverse);
+    const tMask4 isTold = k <= float4(0x1p20f);
+    const tFloat4 slack = float4(kRounding) * reach * (float4(400.0f) * k + float4(48.0f));
     for (int axis = 0; axis < 3; ++axis) {
-      const __m128 wp = _mm_mul_ps(qr[axis], inverse);
-      const __m128 wq = _mm_mul_ps(rp[axis], inverse);
-      const __m128 wr = _mm_mul_ps(pq[axis], inverse);
-      const __m128 corner = _mm_add_ps(_mm_add_ps(_mm_mul_ps(wp, p.mRows[3]), _mm_mul_ps(wq, q.mRows[3])),
-                                       _mm_mul_ps(wr, r.mRows[3]));  // the other way round
-      const __m128 isUpper = _mm_and_ps(isTold, _mm_cmple_ps(_mm_max_ps(_mm_max_ps(wp, wq), wr), zero));
-      const __m128 isLower = _mm_and_ps(isTold, _mm_cmpge_ps(_mm_min_ps(_mm_min_ps(wp, wq), wr), zero));
+      const tFloat4 wp = qr[axis] * inverse;
+      const tFloat4 wq = rp[axis] * inverse;
+      const tFloat4 wr = pq[axis] * inverse;
+      const tFloat4 corner = wp * p.mRows[3] + wq * q.mRows[3] + wr * r.mRows[3];  // the other way round
+      const tMask4 isUpper = isTold & (largerOf(largerOf(wp, wq), wr) <= zero);
+      const tMask4 isLower = isTold & (smallerOf(smallerOf(wp, wq), wr) >= zero);
       // Moved out to infinity where the signs are not right.
-      const __m128 infinity = _mm_set1_ps(std::numeric_limits<float>::infinity());
-      const __m128 upper = _mm_add_ps(_mm_sub_ps(slack, corner), _mm_andnot_ps(isUpper, infinity));
-      const __m128 lower = _mm_sub_ps(_mm_sub_ps(zero, _mm_add_ps(corner, slack)), _mm_andnot_ps(isLower, infinity));
-      mMax[axis] = _mm_min_ps(upper, mMax[axis]);
-      mMin[axis] = _mm_max_ps(lower, mMin[axis]);
+      const tFloat4 infinity = float4(std::numeric_limits<float>::infinity());
+      const tFloat4 upper = slack - corner + zeroWhere(isUpper, infinity);
+      const tFloat4 lower = zero - (corner + slack) - zeroWhere(isLower, infinity);
+      mMax[axis] = smallerOf(upper, mMax[axis]);
+      mMin[axis] = largerOf(lower, mMin[axis]);
     }
   }
 
-  __m128 mMin[3], mMax[3];
+  tFloat4 mMin[3], mMax[3];
 };
 
 }  // namespace qzDetail

@@ -2,9 +2,17 @@
 // What a ray query asks of a four-wide hierarchy, in plain numbers, and the variants of the walk that answers it.
 
 #include <Wm4/Vector3.h>
-#include <xmmintrin.h>
+#include <qzCommonAddOns/qzDetail/base/qzLanes.h>
+#include <qzCommonAddOns/qzDetail/query/qzNodeRows.h>
+
+#include <cstddef>
 
 namespace qzDetail {
+
+constexpr unsigned int kInner = 0xFFFFFFFFu;          // number of quadruplets of an inner child
+constexpr unsigned int kNoTriangleHit = 0xFFFFFFFFu;  // triangle of a padding lane, and of no hit
+constexpr int kEquationFloats = 12 * kRow;            // equations of a quadruplet: plane, U and W, four rows each
+constexpr int kURow = 4 * kRow, kWRow = 8 * kRow;
 
 /// The arrays of a four-wide hierarchy as rows of four lanes: 8 rows a node, 12 rows and 4 triangle numbers a
 /// quadruplet.
@@ -21,7 +29,9 @@ struct tRayHierarchy {
 template <class Node, class Equations, class Indices>
 tRayHierarchy viewRows(const Node* nodes, const Equations* equations, const Indices* indices, unsigned int noNodes,
                        unsigned int noQuadruplets, bool isNested) {
-  static_assert(sizeof(Node) == 8 * 16 && sizeof(Equations) == 12 * 16 && sizeof(Indices) == 16);
+  static_assert(hasNodeRows<Node>() && sizeof(Indices) == 4 * sizeof(unsigned int));
+  static_assert(sizeof(Equations) == kEquationFloats * sizeof(float));
+  static_assert(offsetof(Equations, mU) == kURow * sizeof(float) && offsetof(Equations, mW) == kWRow * sizeof(float));
   return {reinterpret_cast<const float*>(nodes),
           reinterpret_cast<const float*>(equations),
           reinterpret_cast<const unsigned int*>(indices),
@@ -31,36 +41,38 @@ tRayHierarchy viewRows(const Node* nodes, const Equations* equations, const Indi
 }
 
 struct tRayQuery {
-  __m128 mOrigin, mDirection;  // x, y, z; the fourth lanes are 0 and 1
-  float mTMin;                 // not read when symmetric
-  bool mFront;                 // triangles with normal . direction <= 0 count
-  bool mBack;                  // those with normal . direction >= 0 count
+  tFloat4 mOrigin, mDirection;  // x, y, z; the fourth lanes are 0 and 1
+  float mTMin;                  // not read when symmetric
+  bool mFront;                  // triangles with normal . direction <= 0 count
+  bool mBack;                   // those with normal . direction >= 0 count
   bool mIsSymmetric;
 };
+
+constexpr unsigned int kFrontFacesOnly = 1, kBackFacesOnly = 2;  // qzQBVH::tIntersectionPolicy
 
 /// A query of qzQBVH::intersectRay; policy is a qzQBVH::tIntersectionPolicy.
 inline tRayQuery makeRayQuery(const Wm4::Vector3<float>& origin, const Wm4::Vector3<float>& direction, float tMin,
                               unsigned int policy) {
-  return {_mm_setr_ps(origin[0], origin[1], origin[2], 0.0f),
-          _mm_setr_ps(direction[0], direction[1], direction[2], 1.0f),
+  return {float4(origin[0], origin[1], origin[2], 0.0f),
+          float4(direction[0], direction[1], direction[2], 1.0f),
           tMin,
-          policy != 2,
-          policy != 1,
+          policy != kBackFacesOnly,
+          policy != kFrontFacesOnly,
           false};
 }
 
 /// A query of qzQBVH::intersectRaySymmetric: both ways, front faces only.
 inline tRayQuery makeSymmetricRayQuery(const Wm4::Vector3<float>& origin, const Wm4::Vector3<float>& direction) {
-  tRayQuery query = makeRayQuery(origin, direction, 0.0f, 1);
+  tRayQuery query = makeRayQuery(origin, direction, 0.0f, kFrontFacesOnly);
   query.mIsSymmetric = true;
   return query;
 }
 
 /// The nearest hit so far.
 struct tRayHit {
-  float mT;                              // in: farthest distance looked at
-  float mW = 0.0f, mU = 0.0f;            // weights of the first and the second vertex
-  unsigned int mTriangle = 0xFFFFFFFFu;  // none
+  float mT;                    // in: farthest distance looked at
+  float mW = 0.0f, mU = 0.0f;  // weights of the first and the second vertex
+  unsigned int mTriangle = kNoTriangleHit;
 };
 
 /// The walk compiled for the baseline, and for processors with AVX: same source, same bits.

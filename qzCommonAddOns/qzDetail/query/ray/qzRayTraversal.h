@@ -2,23 +2,16 @@
 // The walk of a ray through a four-wide hierarchy, four boxes or four triangles a step.
 //
 // Everything here follows one scalar form lane by lane: the order of the operations, of the operands of minimum and
-// maximum and of the comparisons decides bits. min(x, y) is (x < y ? x : y), _mm_min_ps as it stands; max likewise.
+// maximum and of the comparisons decides bits. smallerOf(x, y) is (x < y ? x : y), largerOf likewise.
 // The file is compiled once for every kind of processor, each time in a namespace of its own.
 
-#include <emmintrin.h>
-#if defined(__SSE4_1__)
-#include <smmintrin.h>
-#endif
-#include <qzCommonAddOns/qzDetail/base/qzPrefetch.h>
+#include <qzCommonAddOns/qzDetail/base/qzBits.h>
+#include <qzCommonAddOns/qzDetail/base/qzLanes.h>
 #include <qzCommonAddOns/qzDetail/query/ray/qzRayQuery.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <limits>
-
-#if defined(_MSC_VER)
-#include <intrin.h>
-#endif
 
 #if !defined(QZ_RAY_VARIANT)
 #define QZ_RAY_VARIANT qzRayBaseline
@@ -74,24 +67,24 @@ class tRayTraversal {
   static_assert(!(kIsSymmetric && kIsPlain));
 
  public:
-  tRayTraversal(const tRayHierarchy& hierarchy, const tRayQuery& query, __m128 origin, __m128 direction, __m128 inverse,
-                tRayHit& hit, Observer observer)
+  tRayTraversal(const tRayHierarchy& hierarchy, const tRayQuery& query, tFloat4 origin, tFloat4 direction,
+                tFloat4 inverse, tRayHit& hit, Observer observer)
       : mHierarchy(hierarchy),
         mRows{hierarchy.mNodes, hierarchy.mEquations},
-        mOrigin{lane<0>(origin), lane<1>(origin), lane<2>(origin)},
-        mDirection{lane<0>(direction), lane<1>(direction), lane<2>(direction)},
-        mInverse{lane<0>(inverse), lane<1>(inverse), lane<2>(inverse)},
-        mTMin(_mm_set1_ps(query.mTMin)),
-        mFront(_mm_castsi128_ps(_mm_set1_epi32(query.mFront ? -1 : 0))),
-        mBack(_mm_castsi128_ps(_mm_set1_epi32(query.mBack ? -1 : 0))),
+        mOrigin{spread<0>(origin), spread<1>(origin), spread<2>(origin)},
+        mDirection{spread<0>(direction), spread<1>(direction), spread<2>(direction)},
+        mInverse{spread<0>(inverse), spread<1>(inverse), spread<2>(inverse)},
+        mTMin(float4(query.mTMin)),
+        mFront(mask4(query.mFront)),
+        mBack(mask4(query.mBack)),
         mHit(hit),
         mObserver(observer) {
     // Without a jump: the signs of a ray say nothing about those of the next one.
-    const std::ptrdiff_t negative = _mm_movemask_ps(inverse);
+    const std::ptrdiff_t negative = signBitsOf(inverse);
     for (int axis = 0; axis < 3; ++axis) {
       const std::ptrdiff_t isNegative = negative >> axis & 1;
-      mNear[axis] = 4 * axis + 12 * isNegative;
-      mFar[axis] = 4 * axis + 12 - 12 * isNegative;
+      mNear[axis] = kRow * axis + kMaxRows * isNegative;
+      mFar[axis] = kRow * axis + kMaxRows - kMaxRows * isNegative;
     }
   }
 
@@ -105,10 +98,6 @@ class tRayTraversal {
   }
 
  private:
-  static constexpr unsigned int kInner = 0xFFFFFFFFu;  // number of quadruplets of an inner child
-  static constexpr unsigned int kNoTriangle = 0xFFFFFFFFu;
-  static constexpr int kStackSize = 128;  // a tree of our own builders needs 3 entries a level, up to 32 levels
-
   struct tChild {
     float mKey;
     unsigned int mIndex, mQuadruplets;
@@ -138,14 +127,14 @@ class tRayTraversal {
   // node, the others go onto the stack, farthest first. Returns whether there is any.
   QZ_ALWAYS_INLINE bool enter(tChild& child, tChild* stack, int& size) {
     mObserver.nodeVisited();
-    const float* node = mHierarchy.mNodes + std::size_t(child.mIndex) * 32;
-    __m128 key;
+    const float* node = mHierarchy.mNodes + std::size_t(child.mIndex) * kNodeFloats;
+    tFloat4 key;
     const int hits = kIsPlain ? meetPlain(node, key) : meet(node, key);
     alignas(16) float keys[4];
-    _mm_store_ps(keys, key);
+    store(keys, key);
     const auto childAt = [&](int lane) {
-      const tChild found = {keys[lane], reinterpret_cast<const unsigned int*>(node + 24)[lane],
-                            reinterpret_cast<const unsigned int*>(node + 28)[lane]};
+      const tChild found = {keys[lane], reinterpret_cast<const unsigned int*>(node + kChildIndexRow)[lane],
+                            reinterpret_cast<const unsigned int*>(node + kChildQuadrupletsRow)[lane]};
       return found;
     };
     const auto push = [&](int lane) {
@@ -214,14 +203,15 @@ class tRayTraversal {
   // or not, at random.
   QZ_ALWAYS_INLINE void prefetch(const tChild& child) const {
     const std::size_t isLeaf = child.mQuadruplets != kInner;
-    const float* rows = mRows[isLeaf] + std::size_t(child.mIndex) * (32 + 16 * isLeaf);
+    const float* rows =
+        mRows[isLeaf] + std::size_t(child.mIndex) * (kNodeFloats + (kEquationFloats - kNodeFloats) * isLeaf);
     prefetchLine(rows);
     prefetchLine(rows + 16);
     prefetchLine(rows + 32);
   }
 
   QZ_ALWAYS_INLINE void prefetchQuadruplet(unsigned int quadruplet) const {
-    const float* equations = mHierarchy.mEquations + std::size_t(quadruplet) * 48;
+    const float* equations = mHierarchy.mEquations + std::size_t(quadruplet) * kEquationFloats;
     prefetchLine(equations);
     prefetchLine(equations + 16);
     prefetchLine(equations + 32);
@@ -230,97 +220,90 @@ class tRayTraversal {
 
   // Slabs and keys in their general form. A key is the point of [entry, exit] nearest to 0, +inf for a miss. Returns
   // the lanes that are met, empty ones left out: their test does nothing, but their keys take part in the order.
-  int meet(const float* node, __m128& key) {
-    const __m128 t = _mm_set1_ps(mHit.mT);
-    const __m128 hi = kIsSymmetric ? absolute(t) : t;
-    const __m128 lo = kIsSymmetric ? negate(hi) : mTMin;
-    __m128 t1[3], t2[3];
+  int meet(const float* node, tFloat4& key) {
+    const tFloat4 t = float4(mHit.mT);
+    const tFloat4 hi = kIsSymmetric ? magnitude(t) : t;
+    const tFloat4 lo = kIsSymmetric ? -hi : mTMin;
+    tFloat4 t1[3], t2[3];
     for (int axis = 0; axis < 3; ++axis) {
-      t1[axis] = slab(node + 4 * axis, axis);
-      t2[axis] = slab(node + 4 * (axis + 3), axis);
+      t1[axis] = slab(node + kMinRows + kRow * axis, axis);
+      t2[axis] = slab(node + kMaxRows + kRow * axis, axis);
     }
-    const __m128 entry = _mm_max_ps(_mm_max_ps(_mm_max_ps(_mm_min_ps(t1[0], t2[0]), lo), _mm_min_ps(t1[1], t2[1])),
-                                    _mm_min_ps(t1[2], t2[2]));
-    const __m128 exit = _mm_min_ps(_mm_min_ps(_mm_min_ps(_mm_max_ps(t1[0], t2[0]), hi), _mm_max_ps(t1[1], t2[1])),
-                                   _mm_max_ps(t1[2], t2[2]));
-    const __m128 zero = _mm_setzero_ps(), infinity = _mm_set1_ps(kInfinity);
-    const __m128 nearest = _mm_or_ps(_mm_min_ps(exit, zero), _mm_max_ps(entry, zero));
-    key = select(_mm_cmple_ps(entry, exit), nearest, infinity);
-    return _mm_movemask_ps(_mm_andnot_ps(emptyLanes(node), _mm_cmplt_ps(key, infinity)));
+    const tFloat4 entry =
+        largerOf(largerOf(largerOf(smallerOf(t1[0], t2[0]), lo), smallerOf(t1[1], t2[1])), smallerOf(t1[2], t2[2]));
+    const tFloat4 exit =
+        smallerOf(smallerOf(smallerOf(largerOf(t1[0], t2[0]), hi), largerOf(t1[1], t2[1])), largerOf(t1[2], t2[2]));
+    const tFloat4 zero = float4(0.0f), infinity = float4(kInfinity);
+    const tFloat4 nearest = uniteBits(smallerOf(exit, zero), largerOf(entry, zero));
+    key = select(entry <= exit, nearest, infinity);
+    return bitsOf(except(key < infinity, emptyLanes(node)));
   }
 
   // The same for a plain ray: the direction's signs say which row is the near one, and keys are entry distances. Those
   // of the lanes that are not met mean nothing here.
-  int meetPlain(const float* node, __m128& key) {
-    const __m128 entry = _mm_max_ps(_mm_max_ps(slab(node + mNear[0], 0), slab(node + mNear[1], 1)),
-                                    _mm_max_ps(slab(node + mNear[2], 2), mTMin));
-    const __m128 farthest = _mm_min_ps(_mm_set1_ps(mHit.mT), _mm_set1_ps(kLargest));
-    const __m128 exit = _mm_min_ps(_mm_min_ps(slab(node + mFar[0], 0), slab(node + mFar[1], 1)),
-                                   _mm_min_ps(slab(node + mFar[2], 2), farthest));
+  int meetPlain(const float* node, tFloat4& key) {
+    const tFloat4 entry = largerOf(largerOf(slab(node + mNear[0], 0), slab(node + mNear[1], 1)),
+                                   largerOf(slab(node + mNear[2], 2), mTMin));
+    const tFloat4 farthest = smallerOf(float4(mHit.mT), float4(kLargest));
+    const tFloat4 exit = smallerOf(smallerOf(slab(node + mFar[0], 0), slab(node + mFar[1], 1)),
+                                   smallerOf(slab(node + mFar[2], 2), farthest));
     key = entry;
-    return _mm_movemask_ps(_mm_cmple_ps(entry, exit));
+    return bitsOf(entry <= exit);
   }
 
   // The keys of a plain ray as the order wants them: +inf where a box is missed. An empty lane, which is unbounded in
   // the general form, misses here; it has the key tMin.
-  __m128 orderKeys(const float* node, int hits, __m128 entry) const {
-    const __m128i lanes = _mm_setr_epi32(1, 2, 4, 8);
-    const __m128 isMet = _mm_castsi128_ps(_mm_cmpeq_epi32(_mm_and_si128(_mm_set1_epi32(hits), lanes), lanes));
-    return select(isMet, entry, select(emptyLanes(node), mTMin, _mm_set1_ps(kInfinity)));
+  tFloat4 orderKeys(const float* node, int hits, tFloat4 entry) const {
+    const tInt4 bits = int4(1, 2, 4, 8);
+    const tMask4 isMet = maskOf((int4(hits) & bits) == bits);
+    return select(isMet, entry, select(emptyLanes(node), mTMin, float4(kInfinity)));
   }
 
   // Distance to four planes across one axis.
-  __m128 slab(const float* planes, int axis) const {
-    return _mm_mul_ps(_mm_sub_ps(_mm_load_ps(planes), mOrigin[axis]), mInverse[axis]);
-  }
+  tFloat4 slab(const float* planes, int axis) const { return (load(planes) - mOrigin[axis]) * mInverse[axis]; }
 
-  static __m128 emptyLanes(const float* node) {
-    const __m128i quadruplets = _mm_load_si128(reinterpret_cast<const __m128i*>(node + 28));
-    return _mm_castsi128_ps(_mm_cmpeq_epi32(quadruplets, _mm_setzero_si128()));
+  static tMask4 emptyLanes(const float* node) {
+    return maskOf(load(reinterpret_cast<const unsigned int*>(node + kChildQuadrupletsRow)) == int4(0));
   }
 
   // The answers that tOrders wants, at the bits that tOrders::bitOf names.
-  static int greaterBits(__m128 key) {
-    const __m128 next1 = _mm_shuffle_ps(key, key, _MM_SHUFFLE(0, 3, 2, 1));
-    const __m128 next2 = _mm_shuffle_ps(key, key, _MM_SHUFFLE(1, 0, 3, 2));
-    const __m128 next3 = _mm_shuffle_ps(key, key, _MM_SHUFFLE(2, 1, 0, 3));
-    return _mm_movemask_ps(_mm_cmpgt_ps(key, next1)) | _mm_movemask_ps(_mm_cmpgt_ps(key, next2)) << 4 |
-           _mm_movemask_ps(_mm_cmpgt_ps(key, next3)) << 8;
+  static int greaterBits(tFloat4 key) {
+    const tFloat4 next1 = shuffle<1, 2, 3, 0>(key);
+    const tFloat4 next2 = shuffle<2, 3, 0, 1>(key);
+    const tFloat4 next3 = shuffle<3, 0, 1, 2>(key);
+    return bitsOf(key > next1) | bitsOf(key > next2) << 4 | bitsOf(key > next3) << 8;
   }
 
   void testLeaf(unsigned int first, unsigned int count) {
-    const __m128 entryT = kIsSymmetric ? absolute(_mm_set1_ps(mHit.mT)) : _mm_set1_ps(mHit.mT);
-    __m128 best = _mm_set1_ps(kInfinity);
-    __m128 bestW = _mm_setzero_ps(), bestU = _mm_setzero_ps();
-    __m128 bestTriangle = _mm_castsi128_ps(_mm_set1_epi32(-1));
+    const tFloat4 entryT = kIsSymmetric ? magnitude(float4(mHit.mT)) : float4(mHit.mT);
+    tFloat4 best = float4(kInfinity);
+    tFloat4 bestW = float4(0.0f), bestU = float4(0.0f);
+    tFloat4 bestTriangle = asFloats(int4(-1));
     int accepted = 0;
     for (unsigned int i = 0; i < count && first + i < mHierarchy.mNoQuadruplets; ++i) {
-      const float* plane = mHierarchy.mEquations + std::size_t(first + i) * 48;
+      const float* plane = mHierarchy.mEquations + std::size_t(first + i) * kEquationFloats;
       prefetchQuadruplet(first + i);
 
       // Distance to the planes.
-      const __m128 denominator =
-          _mm_add_ps(_mm_add_ps(_mm_mul_ps(row(plane, 2), mDirection[2]), _mm_mul_ps(row(plane, 1), mDirection[1])),
-                     _mm_mul_ps(row(plane, 0), mDirection[0]));
-      const __m128 h = negate(_mm_div_ps(value(plane, mOrigin), denominator));
-      const __m128 distance = kIsSymmetric ? absolute(h) : h;
-      __m128 isAccepted = _mm_and_ps(_mm_cmple_ps(distance, entryT), _mm_cmplt_ps(distance, best));
-      if (!kIsSymmetric) isAccepted = _mm_and_ps(isAccepted, _mm_cmple_ps(mTMin, h));
-      if (_mm_movemask_ps(isAccepted) == 0) continue;
+      const tFloat4 denominator =
+          row(plane, 2) * mDirection[2] + row(plane, 1) * mDirection[1] + row(plane, 0) * mDirection[0];
+      const tFloat4 h = -(value(plane, mOrigin) / denominator);
+      const tFloat4 distance = kIsSymmetric ? magnitude(h) : h;
+      tMask4 isAccepted = (distance <= entryT) & (distance < best);
+      if (!kIsSymmetric) isAccepted &= mTMin <= h;
+      if (bitsOf(isAccepted) == 0) continue;
 
-      const __m128 isFacing = _mm_or_ps(_mm_and_ps(mFront, _mm_cmple_ps(denominator, _mm_setzero_ps())),
-                                        _mm_and_ps(mBack, _mm_cmpge_ps(denominator, _mm_setzero_ps())));
-      isAccepted = _mm_and_ps(isAccepted, isFacing);
+      const tMask4 isFacing = (mFront & (denominator <= float4(0.0f))) | (mBack & (denominator >= float4(0.0f)));
+      isAccepted &= isFacing;
 
       // Weights of the three vertices where the ray meets the planes.
-      __m128 p[3];
-      for (int axis = 0; axis < 3; ++axis) p[axis] = _mm_add_ps(_mm_mul_ps(h, mDirection[axis]), mOrigin[axis]);
-      const __m128 u = value(plane + 16, p), v = value(plane + 32, p);
-      const __m128 w = _mm_sub_ps(_mm_set1_ps(1.0f), _mm_add_ps(v, u));
-      const __m128 tolerance = _mm_set1_ps(-0.0001f);
-      isAccepted = _mm_and_ps(_mm_and_ps(isAccepted, _mm_cmplt_ps(tolerance, w)),
-                              _mm_and_ps(_mm_cmplt_ps(tolerance, v), _mm_cmplt_ps(tolerance, u)));
-      const int lanes = _mm_movemask_ps(isAccepted);
+      tFloat4 p[3];
+      for (int axis = 0; axis < 3; ++axis) p[axis] = h * mDirection[axis] + mOrigin[axis];
+      const tFloat4 u = value(plane + kURow, p), v = value(plane + kWRow, p);
+      const tFloat4 w = float4(1.0f) - (v + u);
+      const tFloat4 tolerance = float4(-0.0001f);
+      isAccepted = isAccepted & (tolerance < w) & ((tolerance < v) & (tolerance < u));
+      const int lanes = bitsOf(isAccepted);
       if (lanes == 0) continue;
 
       accepted |= lanes;
@@ -328,22 +311,22 @@ class tRayTraversal {
       best = select(isAccepted, distance, best);
       bestW = select(isAccepted, w, bestW);
       bestU = select(isAccepted, u, bestU);
-      bestTriangle = select(isAccepted, _mm_load_ps(triangles), bestTriangle);
+      bestTriangle = select(isAccepted, load(triangles), bestTriangle);
     }
     if (accepted != 0) takeNearestLane(accepted, best, bestW, bestU, bestTriangle);
   }
 
   // Lanes in order: one that is nearer replaces the hit, and so does the first one at the very distance of entry.
-  void takeNearestLane(int accepted, __m128 best, __m128 bestW, __m128 bestU, __m128 bestTriangle) {
+  void takeNearestLane(int accepted, tFloat4 best, tFloat4 bestW, tFloat4 bestU, tFloat4 bestTriangle) {
     alignas(16) float t[4], w[4], u[4];
     alignas(16) unsigned int triangle[4];
-    _mm_store_ps(t, best);
-    _mm_store_ps(w, bestW);
-    _mm_store_ps(u, bestU);
-    _mm_store_ps(reinterpret_cast<float*>(triangle), bestTriangle);
+    store(t, best);
+    store(w, bestW);
+    store(u, bestU);
+    store(reinterpret_cast<float*>(triangle), bestTriangle);
     for (; accepted != 0; accepted &= accepted - 1) {
-      const int lane = lowestLane(accepted);
-      const bool isFirst = triangle[lane] != kNoTriangle && mHit.mTriangle == kNoTriangle;
+      const int lane = lowestBit(accepted);
+      const bool isFirst = triangle[lane] != kNoTriangleHit && mHit.mTriangle == kNoTriangleHit;
       if (mHit.mT > t[lane] || (mHit.mT == t[lane] && isFirst)) {
         mHit = {t[lane], w[lane], u[lane], triangle[lane]};
       }
@@ -351,47 +334,19 @@ class tRayTraversal {
   }
 
   // Value of four equations at a point: z and the constant first, then y, then x.
-  static __m128 value(const float* equation, const __m128* p) {
-    const __m128 z = _mm_add_ps(_mm_mul_ps(row(equation, 2), p[2]), row(equation, 3));
-    const __m128 yz = _mm_add_ps(z, _mm_mul_ps(row(equation, 1), p[1]));
-    return _mm_add_ps(yz, _mm_mul_ps(row(equation, 0), p[0]));
+  static tFloat4 value(const float* equation, const tFloat4* p) {
+    const tFloat4 z = row(equation, 2) * p[2] + row(equation, 3);
+    const tFloat4 yz = z + row(equation, 1) * p[1];
+    return yz + row(equation, 0) * p[0];
   }
 
-  // The lowest lane of a set that is not empty.
-  static int lowestLane(int lanes) {
-#if defined(_MSC_VER)
-    unsigned long lane;
-    _BitScanForward(&lane, static_cast<unsigned long>(lanes));
-    return static_cast<int>(lane);
-#else
-    return __builtin_ctz(static_cast<unsigned int>(lanes));
-#endif
-  }
-  template <int kLane>
-  static __m128 lane(__m128 a) {
-    return _mm_shuffle_ps(a, a, _MM_SHUFFLE(kLane, kLane, kLane, kLane));
-  }
-  static __m128 row(const float* rows, int number) {
-    return _mm_load_ps(rows + 4 * number);
-  }
-  static __m128 negate(__m128 a) {
-    return _mm_xor_ps(a, _mm_set1_ps(-0.0f));
-  }
-  static __m128 absolute(__m128 a) {
-    return _mm_andnot_ps(_mm_set1_ps(-0.0f), a);
-  }
-  static __m128 select(__m128 mask, __m128 a, __m128 b) {
-#if defined(__SSE4_1__)
-    return _mm_blendv_ps(b, a, mask);
-#else
-    return _mm_or_ps(_mm_and_ps(mask, a), _mm_andnot_ps(mask, b));
-#endif
-  }
+  static tFloat4 row(const float* rows, int number) { return load(rows + kRow * number); }
 
   const tRayHierarchy mHierarchy;
   const float* const mRows[2];  // of nodes, of equations
-  __m128 mOrigin[3], mDirection[3], mInverse[3];
-  __m128 mTMin, mFront, mBack;
+  tFloat4 mOrigin[3], mDirection[3], mInverse[3];
+  tFloat4 mTMin;
+  tMask4 mFront, mBack;
   std::ptrdiff_t mNear[3], mFar[3];  // where in a node the near and the far planes of every axis stand
   tRayHit& mHit;
   Observer mObserver;
@@ -400,15 +355,15 @@ class tRayTraversal {
 /// Finds the nearest hit; see qzQBVH::intersectRay and intersectRaySymmetric.
 template <class Observer = tNoRayObserver>
 void castRay(const tRayHierarchy& hierarchy, const tRayQuery& query, tRayHit& hit, Observer observer = Observer()) {
-  const __m128 origin = query.mOrigin, direction = query.mDirection;
-  const __m128 inverse = _mm_div_ps(_mm_set1_ps(1.0f), direction);
+  const tFloat4 origin = query.mOrigin, direction = query.mDirection;
+  const tFloat4 inverse = float4(1.0f) / direction;
 
   // Only the direction matters: nothing accepts a ray whose origin is infinite or NaN, nor one whose direction is, as
   // the point where it meets a plane is not finite. NaN fails the comparison.
-  const __m128 size = _mm_andnot_ps(_mm_set1_ps(-0.0f), inverse);
-  const __m128 isFinite = _mm_cmple_ps(size, _mm_set1_ps(kLargest));
+  const tFloat4 size = magnitude(inverse);
+  const tMask4 isFinite = size <= float4(kLargest);
   const bool isPlain =
-      hierarchy.mIsNested && 0.0f <= query.mTMin && query.mTMin <= hit.mT && (_mm_movemask_ps(isFinite) & 7) == 7;
+      hierarchy.mIsNested && 0.0f <= query.mTMin && query.mTMin <= hit.mT && (bitsOf(isFinite) & kXyz) == kXyz;
   if (query.mIsSymmetric) {
     tRayTraversal<true, false, Observer>(hierarchy, query, origin, direction, inverse, hit, observer).run();
   } else if (isPlain) {

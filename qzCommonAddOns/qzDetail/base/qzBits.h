@@ -1,0 +1,36 @@
+#pragma once
+// Numbers of bits in a word, from the lowest, which is 0.
+
+#include <qzCommonAddOns/qzDetail/base/qzInline.h>
+
+#if defined(_MSC_VER)
+#include <intrin.h>
+#endif
+
+#include <cstdint>
+
+namespace qzDetail {
+
+/// Number of the highest set bit of a value that has one.
+QZ_ALWAYS_INLINE unsigned int highestBit(std::uint64_t value) {
+#if defined(_MSC_VER)
+  unsigned long bit;
+  _BitScanReverse64(&bit, value);
+  return bit;
+#else
+  return 63u - static_cast<unsigned int>(__builtin_clzll(value));
+#endif
+}
+
+/// Number of the lowest set bit of a value that has one.
+QZ_ALWAYS_INLINE int lowestBit(int value) {
+#if defined(_MSC_VER)
+  unsigned long bit;
+  _BitScanForward(&bit, static_cast<unsigned long>(value));
+  return static_cast<int>(bit);
+#else
+  return __builtin_ctz(static_cast<unsigned int>(value));
+#endif
+}
+
+}  // namespace qzDetail
