@@ -172,14 +172,19 @@ TEST_CASE("a box of one point or without thickness is tested like any other") {
 TEST_CASE("any floats whatever get the answer of the plain form") {
   const std::uint32_t seed = 2;
   Random random(seed);
+  int nbOverlaps = 0;
   for (int i = 0; i < 300000; ++i) {
     const qzBBox box = i % 3 == 0 ? anyBox(random) : i % 3 == 1 ? properBox(random) : unitCube();
     Triangle t;
     for (Point& p : t) p = random.below(3) == 0 ? anyPoint(random) : random.point(-2.0f, 2.0f);
     if (random.below(8) == 0) t[2] = t[random.below(2)];
+    const bool overlaps = box.overlapsTriangle(t[0], t[1], t[2]);
+    nbOverlaps += overlaps;
     INFO("round ", i, ", seed ", seed, describe(box), describe(t[0]), describe(t[1]), describe(t[2]));
-    REQUIRE(box.overlapsTriangle(t[0], t[1], t[2]) == (qzPlain::firstSeparatingAxis(box, t[0], t[1], t[2]) == 0));
+    REQUIRE(overlaps == (qzPlain::firstSeparatingAxis(box, t[0], t[1], t[2]) == 0));
   }
+  CHECK(nbOverlaps > 10000);
+  CHECK(nbOverlaps < 290000);
 }
 
 TEST_CASE("sizes at either end of the floats get the answer of the plain form") {
@@ -187,6 +192,7 @@ TEST_CASE("sizes at either end of the floats get the answer of the plain form") 
   const std::uint32_t seed = 6;
   Random random(seed);
   for (const float scale : {0x1p126f, 0x1p64f, 0x1p62f, 0x1p-74f, 0x1p-126f, 0x1p-147f}) {
+    int nbOverlaps = 0;
     for (int i = 0; i < 20000; ++i) {
       const auto point = [&] {
         const Point p = random.point(-2.0f, 2.0f);
@@ -195,8 +201,17 @@ TEST_CASE("sizes at either end of the floats get the answer of the plain form") 
       const Point a = point(), b = point();
       const qzBBox box = qzBBox::RobustMake(a, b);
       const Triangle t = {point(), point(), point()};
+      const bool overlaps = box.overlapsTriangle(t[0], t[1], t[2]);
+      nbOverlaps += overlaps;
       INFO("round ", i, ", seed ", seed, describe(box), describe(t[0]), describe(t[1]), describe(t[2]));
-      REQUIRE(box.overlapsTriangle(t[0], t[1], t[2]) == (qzPlain::firstSeparatingAxis(box, t[0], t[1], t[2]) == 0));
+      REQUIRE(overlaps == (qzPlain::firstSeparatingAxis(box, t[0], t[1], t[2]) == 0));
+    }
+    INFO("scale ", scale);
+    if (scale > 1.0f) {
+      CHECK(nbOverlaps == 0);  // the products of the plane test overflow, and no triangle is reported
+    } else {
+      CHECK(nbOverlaps > 500);
+      CHECK(nbOverlaps < 19500);
     }
   }
 }
@@ -247,15 +262,19 @@ TEST_CASE("products of few floats, corners of a grid and boxes on it get the ans
 TEST_CASE("the answer is that of clipping in double precision, but for touches within rounding") {
   const std::uint32_t seed = 4;
   Random random(seed);
+  int nbOverlaps = 0;
   for (int i = 0; i < 200000; ++i) {
     const qzBBox box = properBox(random);
     const Triangle t = {random.point(-3.0f, 3.0f), random.point(-3.0f, 3.0f), random.point(-3.0f, 3.0f)};
     const bool overlaps = box.overlapsTriangle(t[0], t[1], t[2]);
     INFO("round ", i, ", seed ", seed, describe(box), describe(t[0]), describe(t[1]), describe(t[2]));
+    nbOverlaps += overlaps;
     // A hair more or less of box brackets the exact answer.
     if (overlaps) REQUIRE(hasCommonPoint(box.grow(1e-4f), t));
     if (!overlaps) REQUIRE_FALSE(hasCommonPoint(box.grow(-1e-4f), t));
   }
+  CHECK(nbOverlaps > 10000);
+  CHECK(nbOverlaps < 190000);
 }
 
 TEST_CASE("the caller's floating-point mode does not change the answer and is left as it was") {

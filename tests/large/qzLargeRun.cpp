@@ -134,6 +134,7 @@ void checkRaysAtAll(const OpenQBVH& hierarchy, qzPlain::tQBVH& plain, const qz::
   }
   std::printf("  %d rays, %d of them hit, against all triangles  %.1f s\n", kNbRaysAtAll, nbHits, seconds());
   if (nbDifferent != 0) complain(std::to_string(nbDifferent) + " rays are answered otherwise by trying all triangles");
+  if (nbHits < kNbRaysAtAll / 4) complain("too few rays hit to tell anything");
 }
 
 void checkRegions(const OpenQBVH& hierarchy, const qzPlain::tQBVH& plain, const qz::qzTriMesh& mesh) {

@@ -88,9 +88,18 @@ class Comparison {
   std::string mFirstDifference;
 };
 
-/// Ordinary and awkward rays by turns, half of them again with the hit at an end of the interval. Each query has to hit
-/// now and then.
-void compareRays(const Scene& scene, std::uint32_t seed, int nbRays, int smallestNbHits) {
+/// How many rays hit, by query.
+struct Hits {
+  int ray = 0, symmetric = 0;
+  void operator+=(const Hits& o) {
+    ray += o.ray;
+    symmetric += o.symmetric;
+  }
+};
+
+/// Ordinary and awkward rays by turns, half of them again with the hit at an end of the interval. Each query must hit
+/// at least smallestNbHits times.
+Hits compareRays(const Scene& scene, std::uint32_t seed, int nbRays, int smallestNbHits) {
   Random random(seed);
   Comparison comparison(scene);
   for (int i = 0; i < nbRays; ++i) {
@@ -103,6 +112,7 @@ void compareRays(const Scene& scene, std::uint32_t seed, int nbRays, int smalles
   CHECK(comparison.nbDifferences() == 0);
   CHECK(comparison.nbHits() >= smallestNbHits);
   CHECK(comparison.nbSymmetricHits() >= smallestNbHits);
+  return {comparison.nbHits(), comparison.nbSymmetricHits()};
 }
 
 /// Triangles that are there several times, so that rays meet equal distances in lanes, quadruplets and leaves.
@@ -185,6 +195,7 @@ TEST_CASE("rays on hierarchies of any shape and with any boxes are those of the 
   int nbNested = 0, nbScenes = 0;
   for (BoxKind boxes : {eTightBoxes, eNestedBoxes, eCroppedBoxes, eOddBoxes}) {
     CAPTURE(boxes);
+    Hits hits;
     for (std::uint32_t seed = 1; seed <= 60; ++seed) {
       CAPTURE(seed);
       Random random(seed);
@@ -192,10 +203,12 @@ TEST_CASE("rays on hierarchies of any shape and with any boxes are those of the 
       const auto mesh = random.below(2) == 0 ? soupMesh(count, seed) : awkwardMesh(count, seed);
       const unsigned int leafSize = random.below(12);
       const Scene scene(mesh, randomBVH(mesh, leafSize, boxes, random));
-      compareRays(scene, seed, 800, boxes == eTightBoxes ? 3 : 0);
+      hits += compareRays(scene, seed, 800, boxes == eTightBoxes ? 3 : 0);
       nbNested += scene.library.mIsNested ? 1 : 0;
       ++nbScenes;
     }
+    CHECK(hits.ray > 1000);
+    CHECK(hits.symmetric > 1000);
   }
   CHECK(nbNested > 40);  // a query may treat these in another way
   CHECK(nbScenes - nbNested > 80);
@@ -235,6 +248,7 @@ TEST_CASE("rays on a lattice, where boxes, origins and hits coincide, are those 
 }
 
 TEST_CASE("rays on vertices that are infinite, huge, tiny or NaN are those of the plain form") {
+  Hits hits;
   for (std::uint32_t seed = 301; seed <= 340; ++seed) {
     CAPTURE(seed);
     Random random(seed);
@@ -247,8 +261,11 @@ TEST_CASE("rays on vertices that are infinite, huge, tiny or NaN are those of th
     }
     const auto mesh = meshOfCorners(corners);
     const bool isLinear = random.below(2) == 0;
-    compareRays(Scene(mesh, isLinear ? linearBVH(mesh, 3) : randomBVH(mesh, 5, eOddBoxes, random)), seed, 800, 0);
+    hits +=
+        compareRays(Scene(mesh, isLinear ? linearBVH(mesh, 3) : randomBVH(mesh, 5, eOddBoxes, random)), seed, 800, 0);
   }
+  CHECK(hits.ray > 1000);
+  CHECK(hits.symmetric > 1000);
 }
 
 TEST_CASE("a deep chain of nodes is walked to its end as in the plain form, whatever is left to visit on the way") {

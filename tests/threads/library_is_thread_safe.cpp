@@ -42,6 +42,28 @@ bool sameArrays(const OpenQBVH& a, const OpenQBVH& b) {
          a.equationWords() == b.equationWords() && a.indexWords() == b.indexWords();
 }
 
+struct Statistics2D {
+  int nbNodes = 0, nbLeaves = 0, min = 0, max = 0;
+  float average = 0.0f;
+  bool operator==(const Statistics2D& o) const {
+    return nbNodes == o.nbNodes && nbLeaves == o.nbLeaves && min == o.min && max == o.max &&
+           sameBits(average, o.average);
+  }
+};
+
+Statistics2D statisticsOf(const qzGenericBVH2D& tree) {
+  Statistics2D s;
+  tree.getBVHInfo(s.nbNodes, s.nbLeaves, s.min, s.max, s.average);
+  return s;
+}
+
+bool samePrimitives(const qzGenericBVH2D& a, const qzGenericBVH2D& b) {
+  for (unsigned int i = 0; i < 1000; ++i) {
+    if (a.getPrimitive(i) != b.getPrimitive(i)) return false;
+  }
+  return true;
+}
+
 /// What all threads read.
 struct Shared {
   qz::qzTriMesh mesh = terrainMesh(30, 41);
@@ -58,6 +80,7 @@ struct Shared {
 
   qzGenericBVH linearTree, surfaceAreaTree;
   qzGenericBVH2D tree2D;
+  Statistics2D statistics2D;
 
   Shared() {
     Random random(43);
@@ -74,6 +97,7 @@ struct Shared {
     linearTree = buildLinear();
     surfaceAreaTree = buildSurfaceArea();
     build2D(tree2D);
+    statistics2D = statisticsOf(tree2D);
     for (int i = 0; i < 1000; ++i) {
       Ray ray;
       ray.origin = random.point(-2.0f, 2.0f);
@@ -116,10 +140,7 @@ struct Shared {
       const std::size_t region = (i + thread * regions.size() / kNbQuerying) % regions.size();
       if (regions[region]->meets(hierarchy) != regionAnswers[region]) ++nbWrong;
     }
-    int nbNodes, nbLeaves, min, max;
-    float average;
-    tree2D.getBVHInfo(nbNodes, nbLeaves, min, max, average);
-    if (nbLeaves == 0) ++nbWrong;
+    if (!(statisticsOf(tree2D) == statistics2D)) ++nbWrong;
     const qzGenericBVH copy(linearTree);
     if (!sameTree(copy, linearTree)) ++nbWrong;
     return nbWrong;
@@ -137,7 +158,7 @@ struct Shared {
     if (!sameTree(buildSurfaceArea(), surfaceAreaTree)) ++nbWrong;
     qzGenericBVH2D tree;
     build2D(tree);
-    if (!sameNodes(tree, tree2D)) ++nbWrong;
+    if (!sameNodes(tree, tree2D) || !samePrimitives(tree, tree2D)) ++nbWrong;
     return nbWrong;
   }
 };
@@ -150,6 +171,7 @@ TEST_CASE("eight threads query one hierarchy while four build their own, and all
   const auto nbHits = std::count_if(shared.rayAnswers.begin(), shared.rayAnswers.end(),
                                     [](const BothAnswers& answers) { return answers.ray.hit; });
   const auto nbYes = std::count(shared.regionAnswers.begin(), shared.regionAnswers.end(), true);
+  CHECK(shared.statistics2D.nbLeaves > 10);
   CHECK(nbHits > 500);
   CHECK(nbYes > 100);
   CHECK(nbYes < 400);

@@ -225,12 +225,11 @@ TEST_CASE("assigning a container to itself leaves the boxes unchanged") {
   CHECK(vertexBufferOf(container) == mesh.getVertexBuffer());
 }
 
-TEST_CASE("getBBox points into one array, in triangle order, and computes nothing") {
+TEST_CASE("getBBox points into one array, in triangle order") {
   const qz::qzTriMesh mesh = terrainMesh(4, 70);
   const qzBVHTriangleContainer container(mesh);
   for (unsigned int i = 0; i < container.getQuantity(); ++i) {
     CHECK(container.getBBox(i) == container.getBBox(0) + i);
-    CHECK(container.getBBox(i) == container.getBBox(i));
   }
 }
 

@@ -65,12 +65,16 @@ TEST_CASE("one builder and one tree cancelled again and again behave like the pl
   const std::vector<Scene> scenes = scenesOfEveryKind(30, kSeed);
   BothBuilders both;
   Random random(kSeed);
+  int nbComplete = 0;
   for (int round = 0; round < 1500; ++round) {
     const Scene& scene = scenes[random.below(static_cast<std::uint32_t>(scenes.size()))];
     INFO("round ", round, ": ", scene.name, ", seed ", kSeed);
     both.setMaxPrimitivesPerLeaf(1 + random.below(6));
-    both.build(scene.boxes, random.below(22), random.below(400));
+    const unsigned int bits = random.below(22);
+    nbComplete += both.build(scene.boxes, bits, random.below(400));
   }
+  CHECK(nbComplete > 100);
+  CHECK(nbComplete < 1400);
 }
 
 TEST_CASE("up to the counting of the codes a cancelled build leaves the tree alone") {
