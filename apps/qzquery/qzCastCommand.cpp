@@ -3,8 +3,6 @@
 #include <toolkit/base/qzError.h>
 #include <toolkit/io/table/qzRayFile.h>
 #include <toolkit/query/qzRayCast.h>
-#include <toolkit/run/qzProgress.h>
-#include <toolkit/run/qzThreads.h>
 
 #include <CLI/CLI.hpp>
 #include <functional>
@@ -12,8 +10,14 @@
 #include <nlohmann/json.hpp>
 
 #include "qzChoice.h"
+#include "qzClock.h"
 #include "qzCommands.h"
+#include "qzConsole.h"
+#include "qzFormat.h"
 #include "qzJson.h"
+#include "qzOptions.h"
+#include "qzProgramThreads.h"
+#include "qzProgressLine.h"
 #include "qzScene.h"
 
 namespace qzQuery {
@@ -40,19 +44,21 @@ std::function<qzToolkit::qzHit(const qzToolkit::qzRay&)> queryOf(const tCastArgu
   };
 }
 
-void cast(const tCastArguments& arguments, const tOptions& options) {
-  const qzScene scene(arguments.mMeshName, options);
-  const qzToolkit::qzThreads threads(options.mNbThreads);
-  const double start = now();
-  qzToolkit::qzRayReader rays(arguments.mRaysName);
-  qzToolkit::qzHitWriter hits(arguments.mHitsName, rays.getNbRays());
+void cast(const tCastArguments& arguments, const tOptions& options, const qzToolkit::tCancel& cancel) {
+  const qzScene scene(arguments.mMeshName, options, cancel);
+  say(options, arguments.mMeshName, scene);
+  const qzProgramThreads pool(options.mNbThreads);
+  const qzToolkit::qzThreads& threads = pool.get();
+  const qzClock clock;
+  qzToolkit::qzRayReader rays(arguments.mRaysName, &cancel);
+  qzToolkit::qzHitWriter hits(arguments.mHitsName, &cancel, rays.getNbRays());
   qzToolkit::qzCastCounts counts;
   {
-    qzToolkit::qzProgress progress("casting rays", rays.getSize(), !options.mQuiet);
-    counts = castRays(rays, hits, queryOf(arguments, scene.getHierarchy()), threads, progress);
+    qzProgressLine progress("casting rays", rays.getSize(), !options.mQuiet);
+    counts = castRays(rays, hits, queryOf(arguments, scene.getHierarchy()), threads, &cancel, &progress);
   }
   hits.commit();
-  const double duration = now() - start;
+  const double duration = clock.getSeconds();
 
   if (options.mAsJson) {
     nlohmann::ordered_json answer = describeWork(arguments.mMeshName, scene, options, threads.getNbThreads());
@@ -64,12 +70,12 @@ void cast(const tCastArguments& arguments, const tOptions& options) {
   }
   say(options, "rays: " + std::to_string(counts.mNbRays) + ", " + std::to_string(counts.mNbHits) + " hit (" +
                    percent(counts.mNbHits, counts.mNbRays) + "), cast in " + seconds(duration) + " by " +
-                   std::to_string(threads.getNbThreads()) + (threads.getNbThreads() == 1 ? " thread" : " threads"));
+                   countOfThreads(threads.getNbThreads()));
 }
 
 }  // namespace
 
-void addCastCommand(CLI::App& app, tOptions& options) {
+void addCastCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel) {
   CLI::App& command = *app.add_subcommand("cast", "Find the nearest hit of every ray in a file");
   const auto arguments = std::make_shared<tCastArguments>();
   command.add_option("MESH", arguments->mMeshName, "Mesh file, perhaps with .gz behind its name")->required();
@@ -95,7 +101,7 @@ void addCastCommand(CLI::App& app, tOptions& options) {
                 "Look both ways along every line, for front faces only; distances are without sign")
       ->excludes(policy);
   addOptions(command, options);
-  command.callback([arguments, &options] { cast(*arguments, options); });
+  command.callback([arguments, &options, &cancel] { cast(*arguments, options, cancel); });
 }
 
 }  // namespace qzQuery

@@ -1,5 +1,7 @@
 #pragma once
-// The subcommands of qzquery and the options that all of them take.
+// The subcommands of qzquery.
+
+#include <toolkit/run/qzCancelToken.h>
 
 namespace CLI {
 class App;
@@ -7,27 +9,16 @@ class App;
 
 namespace qzQuery {
 
-enum class tBuilder { eLinear, eSurfaceArea };
+struct tOptions;
 
-struct tOptions {
-  tBuilder mBuilder = tBuilder::eLinear;
-  unsigned mLeafSize = 4;  // of the linear builder
-  int mNbThreads = 0;      // as many as the machine has
-  bool mQuiet = false;
-  bool mVerbose = false;
-  bool mAsJson = false;
-};
-
-/// Adds --builder, --leaf, --threads, --quiet, --verbose and --json to a subcommand.
-void addOptions(CLI::App& command, tOptions& options);
-
-// Each adds a subcommand that runs when it is chosen on the command line. options must outlive app.
-void addInfoCommand(CLI::App& app, tOptions& options);
-void addInspectCommand(CLI::App& app, tOptions& options);
-void addRenderCommand(CLI::App& app, tOptions& options);
-void addCastCommand(CLI::App& app, tOptions& options);
+// Each adds a subcommand that runs when it is chosen on the command line, and throws a qzInterrupted when it is
+// canceled. options and cancel must outlive app.
+void addInfoCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel);
+void addInspectCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel);
+void addRenderCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel);
+void addCastCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel);
 
 /// Makes app the whole of qzquery: its description, its own options and all subcommands.
-void addCommands(CLI::App& app, tOptions& options);
+void addCommands(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel);
 
 }  // namespace qzQuery

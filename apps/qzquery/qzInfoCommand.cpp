@@ -14,23 +14,28 @@
 #include <sstream>
 
 #include "qzCommands.h"
+#include "qzFormat.h"
 #include "qzJson.h"
+#include "qzOptions.h"
 #include "qzScene.h"
 
 namespace qzQuery {
 
 namespace {
 
-std::size_t countDegenerateTriangles(const qzScene& scene) {
+std::size_t countDegenerateTriangles(const qzScene& scene, const qzToolkit::tCancel& cancel) {
   std::size_t count = 0;
-  for (std::size_t i = 0; i < scene.getNbTriangles(); ++i) count += !qzToolkit::hasNormal(scene.getMesh(), i);
+  for (std::size_t i = 0; i < scene.getNbTriangles(); ++i) {
+    qzToolkit::throwIfCanceled(&cancel);
+    count += !qzToolkit::hasNormal(scene.getMesh(), i);
+  }
   return count;
 }
 
 // Of testing two boxes and of testing a triangle; what a program measures for itself.
 constexpr double kNodeCost = 1.0, kTriangleCost = 1.0;
 
-nlohmann::ordered_json describeBinaryHierarchy(const qzGenericBVH& bvh) {
+nlohmann::ordered_json describeBinaryHierarchy(const qzGenericBVH& bvh, const qzToolkit::tCancel& cancel) {
   int nbLeaves = 0, min = std::numeric_limits<int>::max(), max = 0, sum = 0, location = 0;
   qzDetail::tLeafStatistics statistics{nbLeaves, min, max, sum, location};
   qzDetail::addLeaves(bvh.getNodes().data(), 0, 0, statistics);
@@ -38,24 +43,24 @@ nlohmann::ordered_json describeBinaryHierarchy(const qzGenericBVH& bvh) {
   info["nodes"] = 2 * nbLeaves - 1;
   info["leaves"] = nbLeaves;
   info["leafTriangles"] = {{"min", min}, {"max", max}, {"average", double(sum) / nbLeaves}};
-  info["expectedCost"] = qzToolkit::expectedTraversalCost(bvh, kNodeCost, kTriangleCost);
+  info["expectedCost"] = qzToolkit::expectedTraversalCost(bvh, kNodeCost, kTriangleCost, &cancel);
   return info;
 }
 
-nlohmann::ordered_json describe(const std::string& meshName, const tOptions& options) {
-  tOptions quiet = options;
-  quiet.mQuiet = true;  // the answer says it all
-  const qzScene scene(meshName, quiet);
+nlohmann::ordered_json describe(const std::string& meshName, const tOptions& options,
+                                const qzToolkit::tCancel& cancel) {
+  qzGenericBVH binary;
+  const qzScene scene(meshName, options, cancel, &binary);
   const qzBBox box = qzToolkit::boxOf(scene.getMesh());
   nlohmann::ordered_json info;
   info["file"] = meshName;
   info["triangles"] = scene.getNbTriangles();
-  info["degenerateTriangles"] = countDegenerateTriangles(scene);
+  info["degenerateTriangles"] = countDegenerateTriangles(scene, cancel);
   info["vertices"] = scene.getMesh().getVertexBuffer()->getNbVertices();
   info["box"]["min"] = {box.xMin(), box.yMin(), box.zMin()};
   info["box"]["max"] = {box.xMax(), box.yMax(), box.zMax()};
   addHierarchy(info, scene, options);
-  info["binary"] = describeBinaryHierarchy(buildBinaryHierarchy(scene.getMesh(), options));
+  info["binary"] = describeBinaryHierarchy(binary, cancel);
   return info;
 }
 
@@ -82,17 +87,17 @@ std::string formatForPeople(const nlohmann::ordered_json& info) {
 
 }  // namespace
 
-void addInfoCommand(CLI::App& app, tOptions& options) {
+void addInfoCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel) {
   CLI::App& command = *app.add_subcommand("info", "Tell the size of a mesh and of the hierarchy over it");
   const auto meshName = std::make_shared<std::string>();
   command.add_option("MESH", *meshName, "Mesh file, perhaps with .gz behind its name")->required();
   addOptions(command, options);
-  command.callback([meshName, &options] {
-    const nlohmann::ordered_json info = describe(*meshName, options);
+  command.callback([meshName, &options, &cancel] {
+    const nlohmann::ordered_json info = describe(*meshName, options, cancel);
     if (options.mAsJson) {
       writeJson(info);
     } else {
-      qzToolkit::writeFile("-", formatForPeople(info));
+      qzToolkit::writeFile("-", formatForPeople(info), &cancel);
     }
   });
 }

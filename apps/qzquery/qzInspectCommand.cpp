@@ -5,7 +5,6 @@
 #include <toolkit/inspect/qzMeshReport.h>
 #include <toolkit/io/file/qzFile.h>
 #include <toolkit/io/mesh/qzMeshFile.h>
-#include <toolkit/run/qzThreads.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -18,9 +17,13 @@
 #include <utility>
 #include <vector>
 
+#include "qzClock.h"
 #include "qzCommands.h"
+#include "qzFormat.h"
+#include "qzHierarchyBuild.h"
 #include "qzJson.h"
-#include "qzScene.h"
+#include "qzOptions.h"
+#include "qzProgramThreads.h"
 
 namespace qzQuery {
 
@@ -35,7 +38,7 @@ struct tEstimate {
   double mBytes = 0.0, mBuildSeconds = 0.0;
 };
 
-tEstimate estimate(const qz::qzTriMesh& mesh, const tOptions& options) {
+tEstimate estimate(const qz::qzTriMesh& mesh, const tOptions& options, const qzToolkit::tCancel& cancel) {
   const std::size_t nbTriangles = qzToolkit::countTriangles(mesh);
   std::vector<Wm4::Vector3<float>> positions;
   for (std::size_t i = 0; i < nbTriangles && positions.size() < 3 * kMaxSampleTriangles; ++i) {
@@ -50,8 +53,10 @@ tEstimate estimate(const qz::qzTriMesh& mesh, const tOptions& options) {
   std::vector<int> numbers(positions.size());
   for (std::size_t i = 0; i < numbers.size(); ++i) numbers[i] = static_cast<int>(i);
   const qz::qzTriMesh sample(qz::qzVertexBuffer(std::move(positions)), qz::qzIndexBuffer(std::move(numbers)));
-  qzToolkit::qzVisitCounter hierarchy;
-  const double seconds = buildHierarchy(sample, options, hierarchy);
+  qzToolkit::qzHierarchy hierarchy;
+  const qzClock clock;
+  buildHierarchy(sample, options, cancel, hierarchy);
+  const double seconds = clock.getSeconds();
   const double scale = static_cast<double>(nbTriangles) / static_cast<double>(result.mNbSampleTriangles);
   result.mBytes = scale * static_cast<double>(hierarchy.getBytes());
   result.mBuildSeconds = scale * seconds;
@@ -84,7 +89,7 @@ nlohmann::ordered_json asJson(const std::string& meshName, const qzToolkit::qzMe
   answer["coordinateStep"] = report.mCoordinateStep;
   answer["stepsAcross"] = report.mStepsAcross;
   nlohmann::ordered_json& expected = answer["estimate"];
-  expected["builder"] = options.mBuilder == tBuilder::eLinear ? "linear" : "sah";
+  expected["builder"] = nameOf(options.mBuilder);
   expected["sampleTriangles"] = estimate.mNbSampleTriangles;
   expected["bytes"] = std::llround(estimate.mBytes);
   if (options.mBuilder == tBuilder::eLinear) expected["peakBytes"] = std::llround(kLinearPeak * estimate.mBytes);
@@ -126,21 +131,22 @@ std::string asText(const std::string& meshName, const qzToolkit::qzMeshReport& r
   return text.str();
 }
 
-void inspect(const std::string& meshName, const tOptions& options) {
-  const qz::qzTriMesh mesh = qzToolkit::loadMesh(meshName, qzToolkit::kMaxTriangles, qzToolkit::tNonFinite::eKeep);
-  const qzToolkit::qzThreads threads(options.mNbThreads);
-  const qzToolkit::qzMeshReport report = qzToolkit::inspectMesh(mesh);
-  const tEstimate expected = estimate(mesh, options);
+void inspect(const std::string& meshName, const tOptions& options, const qzToolkit::tCancel& cancel) {
+  const qz::qzTriMesh mesh =
+      qzToolkit::loadMesh(meshName, &cancel, qzToolkit::kMaxTriangles, qzToolkit::tNonFinite::eKeep);
+  const qzProgramThreads pool(options.mNbThreads);
+  const qzToolkit::qzMeshReport report = qzToolkit::inspectMesh(mesh, pool.get(), &cancel);
+  const tEstimate expected = estimate(mesh, options, cancel);
   if (options.mAsJson) {
     writeJson(asJson(meshName, report, expected, options));
   } else {
-    qzToolkit::writeFile("-", asText(meshName, report, expected, options));
+    qzToolkit::writeFile("-", asText(meshName, report, expected, options), &cancel);
   }
 }
 
 }  // namespace
 
-void addInspectCommand(CLI::App& app, tOptions& options) {
+void addInspectCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel) {
   CLI::App& command = *app.add_subcommand("inspect", "Tell what is wrong with a mesh and what a hierarchy will take");
   const auto meshName = std::make_shared<std::string>();
   command.add_option("MESH", *meshName, "Mesh file, perhaps with .gz behind its name")->required();
@@ -149,7 +155,7 @@ void addInspectCommand(CLI::App& app, tOptions& options) {
       "that "
       "the file does not have.");
   addOptions(command, options);
-  command.callback([meshName, &options] { inspect(*meshName, options); });
+  command.callback([meshName, &options, &cancel] { inspect(*meshName, options, cancel); });
 }
 
 }  // namespace qzQuery

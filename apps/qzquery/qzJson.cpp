@@ -5,10 +5,12 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
+#include "qzOptions.h"
+
 namespace qzQuery {
 
 void addHierarchy(nlohmann::ordered_json& answer, const qzScene& scene, const tOptions& options) {
-  answer["builder"] = options.mBuilder == tBuilder::eLinear ? "linear" : "sah";
+  answer["builder"] = nameOf(options.mBuilder);
   if (options.mBuilder == tBuilder::eLinear) answer["leafSize"] = options.mLeafSize;
   answer["nodes"] = scene.getHierarchy().getNoNodes();
   answer["quadruplets"] = scene.getHierarchy().getNoTriangleQuadruplets();

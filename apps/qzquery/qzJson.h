@@ -4,10 +4,11 @@
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 
-#include "qzCommands.h"
 #include "qzScene.h"
 
 namespace qzQuery {
+
+struct tOptions;
 
 /// Adds what there is to say about a hierarchy and how it was built.
 void addHierarchy(nlohmann::ordered_json& answer, const qzScene& scene, const tOptions& options);

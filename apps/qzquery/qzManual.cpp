@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "qzCommands.h"
+#include "qzOptions.h"
 
 namespace {
 
@@ -130,8 +131,9 @@ int main(int argc, char** argv) {
     return 2;
   }
   qzQuery::tOptions options;
+  const qzToolkit::qzCancelToken neverCanceled;
   CLI::App app;
-  qzQuery::addCommands(app, options);
+  qzQuery::addCommands(app, options, neverCanceled);
   const CLI::App& program = app;
   const std::vector<const CLI::App*> commands = program.get_subcommands([](const CLI::App*) { return true; });
   qzToolkit::writeFile(argv[1], manual(app, commands));

@@ -15,8 +15,14 @@
 #include <optional>
 
 #include "qzChoice.h"
+#include "qzClock.h"
 #include "qzCommands.h"
+#include "qzConsole.h"
+#include "qzFormat.h"
 #include "qzJson.h"
+#include "qzOptions.h"
+#include "qzProgramThreads.h"
+#include "qzProgressLine.h"
 #include "qzRenderer.h"
 #include "qzScene.h"
 
@@ -27,6 +33,7 @@ namespace {
 constexpr int kMaxSide = 16384;
 constexpr int kMaxPixels = 1 << 26;
 constexpr int kMaxViews = 360;
+constexpr int kMaxSamples = 16;
 
 struct tRenderArguments {
   std::string mMeshName, mImageName, mDepthName, mSize = "1280x960", mView;
@@ -107,38 +114,50 @@ nlohmann::ordered_json describe(const qzToolkit::qzCamera& camera) {
   return answer;
 }
 
-void render(const tRenderArguments& arguments, const tOptions& options) {
+void render(const tRenderArguments& arguments, const tOptions& options, const qzToolkit::tCancel& cancel) {
   const qzSheet sheet = makeSheet(arguments);
   const bool wantsDepth = !arguments.mDepthName.empty();
   if (wantsDepth && isSameFile(arguments.mDepthName, arguments.mImageName)) {
     throw qzToolkit::qzError("--depth", "names the same file as --output");
   }
   const qzToolkit::qzCamera::tVector direction = qzToolkit::qzCamera::Direction(arguments.mView, arguments.mUp);
-  const qzScene scene(arguments.mMeshName, options);
+  const qzScene scene(arguments.mMeshName, options, cancel);
+  say(options, arguments.mMeshName, scene);
   const double aspect = double(sheet.getViewWidth()) / sheet.getViewHeight();
   const std::vector<qzToolkit::qzCamera> cameras =
       arguments.mNbViews > 0
-          ? qzToolkit::qzCamera::FrameTurning(scene.getMesh(), direction, arguments.mUp, aspect, arguments.mNbViews)
-          : std::vector{qzToolkit::qzCamera::Frame(scene.getMesh(), direction, arguments.mUp, aspect)};
+          ? qzToolkit::qzCamera::FrameTurning(scene.getMesh(), direction, arguments.mUp, aspect, arguments.mNbViews,
+                                              &cancel)
+          : std::vector{qzToolkit::qzCamera::Frame(scene.getMesh(), direction, arguments.mUp, aspect, &cancel)};
   const qzRenderer renderer(scene.getMesh(), scene.getHierarchy(), cameras, arguments.mUp, arguments.mShading);
 
-  const qzToolkit::qzThreads threads(options.mNbThreads);
-  const double start = now();
+  const qzProgramThreads pool(options.mNbThreads);
+  const qzToolkit::qzThreads& threads = pool.get();
+  const auto progressOf = [&](const char* label) {
+    return qzProgressLine(label, static_cast<std::size_t>(sheet.getHeight()), !options.mQuiet);
+  };
+  const qzClock clock;
   qzRenderer::tStatistics statistics;
-  const qzToolkit::qzImage image = renderer.render(sheet, arguments.mNbSamples, threads, !options.mQuiet, statistics);
-  const double duration = now() - start;
+  const qzToolkit::qzImage image = [&] {
+    qzProgressLine progress = progressOf("casting rays");
+    return renderer.render(sheet, arguments.mNbSamples, threads, cancel, progress, statistics);
+  }();
+  const double duration = clock.getSeconds();
   tDepthRange depthRange;
   {
     // Both files take their places when both could be written.
     std::optional<qzToolkit::qzFileWriter> depthFile;
     if (wantsDepth) {
-      const qzToolkit::qzFloatMap depths = renderer.measureDepth(sheet, threads, !options.mQuiet);
+      const qzToolkit::qzFloatMap depths = [&] {
+        qzProgressLine progress = progressOf("measuring depth");
+        return renderer.measureDepth(sheet, threads, cancel, progress);
+      }();
       depthRange = rangeOf(depths);
-      depthFile.emplace(arguments.mDepthName);
+      depthFile.emplace(arguments.mDepthName, &cancel);
       depthFile->append(depths.encode(arguments.mDepthName));
     }
-    qzToolkit::qzFileWriter imageFile(arguments.mImageName);
-    imageFile.append(image.encodePng());
+    qzToolkit::qzFileWriter imageFile(arguments.mImageName, &cancel);
+    imageFile.append(image.encodePng(&cancel));
     imageFile.commit();
     if (depthFile) depthFile->commit();
   }
@@ -171,8 +190,7 @@ void render(const tRenderArguments& arguments, const tOptions& options) {
   }
   say(options, "camera rays: " + std::to_string(statistics.mNbRays) + ", " + std::to_string(statistics.mNbHits) +
                    " hit (" + percent(statistics.mNbHits, statistics.mNbRays) + "), rendered in " + seconds(duration) +
-                   " by " + std::to_string(threads.getNbThreads()) +
-                   (threads.getNbThreads() == 1 ? " thread" : " threads"));
+                   " by " + countOfThreads(threads.getNbThreads()));
   if (arguments.mShading == tShading::eCost) {
     char text[128];
     std::snprintf(text, sizeof text, "cost: %.1f nodes a ray, %.1f in the brightest pixel", statistics.mMeanVisits,
@@ -194,7 +212,7 @@ void render(const tRenderArguments& arguments, const tOptions& options) {
 
 }  // namespace
 
-void addRenderCommand(CLI::App& app, tOptions& options) {
+void addRenderCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel) {
   CLI::App& command = *app.add_subcommand("render", "Make a picture of a mesh");
   const auto arguments = std::make_shared<tRenderArguments>();
   command.add_option("MESH", arguments->mMeshName, "Mesh file, perhaps with .gz behind its name")->required();
@@ -237,10 +255,10 @@ void addRenderCommand(CLI::App& app, tOptions& options) {
                        {"cost", tShading::eCost}},
                       "What colours show, cost being the nodes that a pixel's rays visit; facing without it");
   command.add_option("--samples", arguments->mNbSamples, "Rays across a pixel, so the square of it in a pixel")
-      ->check(CLI::Range(1, 16))
+      ->check(CLI::Range(1, kMaxSamples))
       ->capture_default_str();
   addOptions(command, options);
-  command.callback([arguments, &options] { render(*arguments, options); });
+  command.callback([arguments, &options, &cancel] { render(*arguments, options, cancel); });
 }
 
 }  // namespace qzQuery

@@ -3,7 +3,6 @@
 #include <toolkit/base/qzMeshGeometry.h>
 #include <toolkit/base/qzVectorMath.h>
 #include <toolkit/query/qzRayCast.h>
-#include <toolkit/run/qzProgress.h>
 
 #include <algorithm>
 #include <atomic>
@@ -91,7 +90,7 @@ class qzRenderer::tRandom {
   std::array<double, 2> mPair;
 };
 
-qzRenderer::qzRenderer(const qz::qzTriMesh& mesh, const qzToolkit::qzVisitCounter& hierarchy,
+qzRenderer::qzRenderer(const qz::qzTriMesh& mesh, const qzToolkit::qzHierarchy& hierarchy,
                        std::vector<qzToolkit::qzCamera> cameras, qzToolkit::qzCamera::tUp up, tShading shading)
     : mMesh(mesh),
       mHierarchy(hierarchy),
@@ -108,11 +107,11 @@ qzRenderer::qzRenderer(const qz::qzTriMesh& mesh, const qzToolkit::qzVisitCounte
 /// Calls function for every pixel that shows something, from several threads: with its column and row in the sheet, the
 /// camera, and its place in the view.
 template <class tFunction>
-void qzRenderer::forEachPixel(const qzSheet& sheet, const qzToolkit::qzThreads& threads, const std::string& label,
-                              bool showProgress, const tFunction& function) const {
+void qzRenderer::forEachPixel(const qzSheet& sheet, const qzToolkit::qzThreads& threads,
+                              const qzToolkit::tCancel& cancel, qzToolkit::qzProgress& progress,
+                              const tFunction& function) const {
   const auto nbRows = static_cast<std::size_t>(sheet.getHeight());
-  qzToolkit::qzProgress progress(label, nbRows, showProgress);
-  threads.forEachBlock(nbRows, kRowsInBlock, [&](std::size_t begin, std::size_t end) {
+  threads.forEachBlock(nbRows, kRowsInBlock, &cancel, [&](std::size_t begin, std::size_t end) {
     for (int row = static_cast<int>(begin); row < static_cast<int>(end); ++row) {
       for (int column = 0; column < sheet.getWidth(); ++column) {
         const int view = sheet.getView(column, row);
@@ -126,7 +125,8 @@ void qzRenderer::forEachPixel(const qzSheet& sheet, const qzToolkit::qzThreads& 
 }
 
 qzToolkit::qzImage qzRenderer::render(const qzSheet& sheet, int nbSamples, const qzToolkit::qzThreads& threads,
-                                      bool showProgress, tStatistics& statistics) const {
+                                      const qzToolkit::tCancel& cancel, qzToolkit::qzProgress& progress,
+                                      tStatistics& statistics) const {
   const int width = sheet.getWidth(), height = sheet.getHeight();
   qzToolkit::qzImage image(width, height, kBackground);
   const auto indexOf = [width](int x, int y) {
@@ -151,7 +151,7 @@ qzToolkit::qzImage qzRenderer::render(const qzSheet& sheet, int nbSamples, const
     if (!visits.empty()) visits[indexOf(column, row)] = static_cast<float>(nbVisits / (nbSamples * nbSamples));
     nbHits += nbHitsHere;
   };
-  forEachPixel(sheet, threads, "casting rays", showProgress, shootPixel);
+  forEachPixel(sheet, threads, cancel, progress, shootPixel);
 
   const std::size_t nbPixels = static_cast<std::size_t>(sheet.getNbViews()) *
                                static_cast<std::size_t>(sheet.getViewWidth()) *
@@ -166,6 +166,7 @@ qzToolkit::qzImage qzRenderer::render(const qzSheet& sheet, int nbSamples, const
     statistics.mMaxPixelVisits = *std::max_element(visits.begin(), visits.end());
     const double scale = 1.0 / std::max(1.0, statistics.mMaxPixelVisits);
     for (int y = 0; y < height; ++y) {
+      qzToolkit::throwIfCanceled(&cancel);
       for (int x = 0; x < width; ++x) image.setPixel(x, y, heat(visits[indexOf(x, y)] * scale));
     }
   }
@@ -173,14 +174,15 @@ qzToolkit::qzImage qzRenderer::render(const qzSheet& sheet, int nbSamples, const
 }
 
 qzToolkit::qzFloatMap qzRenderer::measureDepth(const qzSheet& sheet, const qzToolkit::qzThreads& threads,
-                                               bool showProgress) const {
+                                               const qzToolkit::tCancel& cancel,
+                                               qzToolkit::qzProgress& progress) const {
   qzToolkit::qzFloatMap depths(sheet.getWidth(), sheet.getHeight(), std::numeric_limits<float>::infinity());
   const auto measurePixel = [&](int column, int row, const qzToolkit::qzCamera& camera, int x, int y) {
     const qzRay ray = rayThrough(camera, (x + 0.5) / sheet.getViewWidth(), (y + 0.5) / sheet.getViewHeight());
     const qzHit hit = castRay(mHierarchy, ray, qzQBVH::eIntersectBothFaces);
     if (hit.isHit()) depths.setPixel(column, row, static_cast<float>(depthOf(hit, ray, camera)));
   };
-  forEachPixel(sheet, threads, "measuring depth", showProgress, measurePixel);
+  forEachPixel(sheet, threads, cancel, progress, measurePixel);
   return depths;
 }
 

@@ -3,16 +3,17 @@
 // Both depend on what they show alone, not on the number of threads.
 
 #include <qzSceneGraph/qzTriMesh.h>
-#include <toolkit/inspect/qzVisitCounter.h>
 #include <toolkit/io/picture/qzFloatMap.h>
 #include <toolkit/io/picture/qzImage.h>
+#include <toolkit/query/qzHierarchy.h>
+#include <toolkit/run/qzCancelToken.h>
+#include <toolkit/run/qzProgress.h>
 #include <toolkit/run/qzThreads.h>
 #include <toolkit/view/qzCamera.h>
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <string>
 #include <vector>
 
 #include "qzSheet.h"
@@ -34,20 +35,22 @@ class qzRenderer {
   };
 
   /// Keeps references to mesh and hierarchy. Every camera makes a view.
-  qzRenderer(const qz::qzTriMesh& mesh, const qzToolkit::qzVisitCounter& hierarchy,
+  qzRenderer(const qz::qzTriMesh& mesh, const qzToolkit::qzHierarchy& hierarchy,
              std::vector<qzToolkit::qzCamera> cameras, qzToolkit::qzCamera::tUp up, tShading shading);
 
   /// sheet  has as many views as there are cameras; a view does not depend on its place, but colours of eDepth and
   ///        eCost have one scale in all
   /// nbSamples  rays across a pixel, so nbSamples^2 in it
-  qzToolkit::qzImage render(const qzSheet& sheet, int nbSamples, const qzToolkit::qzThreads& threads, bool showProgress,
+  /// progress   counts rows of the sheet
+  qzToolkit::qzImage render(const qzSheet& sheet, int nbSamples, const qzToolkit::qzThreads& threads,
+                            const qzToolkit::tCancel& cancel, qzToolkit::qzProgress& progress,
                             tStatistics& statistics) const;
 
   /// How far the first triangle on the ray through the centre of a pixel is from the camera along its line of sight, in
   /// units of the mesh: the distance that the hierarchy finds, times the cosine of the angle between the ray and that
   /// line. +inf where the ray meets nothing and at empty places.
   qzToolkit::qzFloatMap measureDepth(const qzSheet& sheet, const qzToolkit::qzThreads& threads,
-                                     bool showProgress) const;
+                                     const qzToolkit::tCancel& cancel, qzToolkit::qzProgress& progress) const;
 
  private:
   using tColor = std::array<double, 3>;  // linear light
@@ -60,8 +63,8 @@ class qzRenderer {
     bool mIsHit = false;
   };
   template <class tFunction>
-  void forEachPixel(const qzSheet& sheet, const qzToolkit::qzThreads& threads, const std::string& label,
-                    bool showProgress, const tFunction& function) const;
+  void forEachPixel(const qzSheet& sheet, const qzToolkit::qzThreads& threads, const qzToolkit::tCancel& cancel,
+                    qzToolkit::qzProgress& progress, const tFunction& function) const;
   tSample shoot(const qzToolkit::qzCamera& camera, double x, double y, tRandom& random) const;
   tColor shadeHit(const qzToolkit::qzCamera& camera, const qzToolkit::qzRay& ray, const qzToolkit::qzHit& hit,
                   tRandom& random) const;
@@ -70,7 +73,7 @@ class qzRenderer {
   double openness(const tVector& point, const tVector& normal, double reach, int nbRays, tRandom& random) const;
 
   const qz::qzTriMesh& mMesh;
-  const qzToolkit::qzVisitCounter& mHierarchy;
+  const qzToolkit::qzHierarchy& mHierarchy;
   const std::vector<qzToolkit::qzCamera> mCameras;
   const tShading mShading;
   std::size_t mUpAxis;

@@ -2,7 +2,6 @@
 
 #include <qzSystem/qzLog.h>
 #include <toolkit/base/qzError.h>
-#include <toolkit/run/qzInterruption.h>
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -10,6 +9,7 @@
 #include <string>
 
 #include "qzCommands.h"
+#include "qzOptions.h"
 
 namespace qzQuery {
 
@@ -34,12 +34,12 @@ class tLogSink : public qz::qzLog {
 
 int fail(const std::string& line) {
   std::fprintf(stderr, "qzquery: %s\n", line.substr(0, line.find('\n')).c_str());
-  return 2;
+  return kExitFailure;
 }
 
 }  // namespace
 
-void addCommands(CLI::App& app, tOptions& options) {
+void addCommands(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel) {
   app.name("qzquery");
   app.description("Asks a triangle mesh in a file what it is, what a ray meets and what it looks like.");
   app.set_version_flag("--version", "qzquery " QZQUERY_VERSION);
@@ -48,30 +48,30 @@ void addCommands(CLI::App& app, tOptions& options) {
       "Exit codes: 0 when all was done; 2 when the command line or a file is no good, or something cannot be written, "
       "after one line that says why; 128 and the number of the signal when SIGINT (by Ctrl-C: 130), SIGTERM or SIGHUP "
       "stopped it. No file is left half-written.");
-  addInfoCommand(app, options);
-  addInspectCommand(app, options);
-  addRenderCommand(app, options);
-  addCastCommand(app, options);
+  addInfoCommand(app, options, cancel);
+  addInspectCommand(app, options, cancel);
+  addRenderCommand(app, options, cancel);
+  addCastCommand(app, options, cancel);
 }
 
-int run(int argc, const char* const* argv) {
+int run(int argc, const char* const* argv, const qzToolkit::qzCancelToken& cancel) {
   tOptions options;
   const tLogSink logSink(options);
   CLI::App app;
-  addCommands(app, options);
+  addCommands(app, options, cancel);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return error.get_exit_code() == 0 ? app.exit(error) : fail(error.what());  // 0: --help or --version
+    return error.get_exit_code() == kExitSuccess ? app.exit(error) : fail(error.what());  // 0: --help or --version
   } catch (const qzToolkit::qzInterrupted& interruption) {
     fail(interruption.what());
-    return 128 + qzToolkit::qzInterruption::Signal();
+    return kExitSignalBase + cancel.getReason();
   } catch (const std::bad_alloc&) {
     return fail("not enough memory");
   } catch (const std::exception& error) {
     return fail(error.what());
   }
-  return 0;
+  return kExitSuccess;
 }
 
 }  // namespace qzQuery

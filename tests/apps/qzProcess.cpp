@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <stdlib.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -33,9 +34,10 @@ pid_t start(std::vector<std::string> arguments, int input, int output, int error
   const pid_t child = ::fork();
   if (child < 0) throw std::runtime_error("cannot fork");
   if (child == 0) {
-    ::dup2(input, STDIN_FILENO);
-    ::dup2(output, STDOUT_FILENO);
-    ::dup2(error, STDERR_FILENO);
+    // The descriptors may be 0 to 2 where a standard stream of this process is closed: out of the way first.
+    const int streams[] = {::fcntl(input, F_DUPFD_CLOEXEC, 3), ::fcntl(output, F_DUPFD_CLOEXEC, 3),
+                           ::fcntl(error, F_DUPFD_CLOEXEC, 3)};
+    for (int number = 0; number < 3; ++number) ::dup2(streams[number], number);
     std::signal(SIGXFSZ, SIG_DFL);  // as a shell starts it, whatever a FileSizeLimit does here
     ::execv(QZQUERY, pointers.data());
     ::_exit(127);
@@ -44,11 +46,15 @@ pid_t start(std::vector<std::string> arguments, int input, int output, int error
   return child;
 }
 
+int codeOf(int status) {
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
 int waitFor(pid_t child) {
   int status = 0;
   while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+  return codeOf(status);
 }
 
 }  // namespace
@@ -87,6 +93,18 @@ Outcome runQueryUntil(const std::string& line, int signal, const std::vector<std
   ::close(inputEnds[1]);
   ::close(errorEnds[0]);
   return {exitCode, "", error};
+}
+
+Outcome runQueryUntilRead(int pipe, int signal, const std::vector<std::string>& arguments) {
+  const TemporaryFolder folder;
+  const int errorFile = openOrThrow(folder.path("error"), O_WRONLY | O_CREAT | O_CLOEXEC);
+  const pid_t child = start(arguments, openOrThrow("/dev/null", O_RDONLY | O_CLOEXEC),
+                            openOrThrow("/dev/null", O_WRONLY | O_CLOEXEC), errorFile);
+  int nbUnread = 1;
+  while (::ioctl(pipe, FIONREAD, &nbUnread) == 0 && nbUnread > 0) ::poll(nullptr, 0, 10);
+  int status = 0;
+  for (::kill(child, signal); ::waitpid(child, &status, WNOHANG) == 0; ::kill(child, signal)) ::poll(nullptr, 0, 50);
+  return {codeOf(status), "", folder.read("error")};
 }
 
 Outcome converse(const std::vector<std::string>& arguments,

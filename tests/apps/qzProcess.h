@@ -23,6 +23,9 @@ Outcome runQuery(const std::vector<std::string>& arguments, const std::string& i
 Outcome runQueryUntil(const std::string& line, int signal, const std::vector<std::string>& arguments,
                       const std::string& input);
 
+/// Runs qzquery until it has read all that is in a pipe, and sends it a signal then. The caller holds both ends.
+Outcome runQueryUntilRead(int pipe, int signal, const std::vector<std::string>& arguments);
+
 /// Runs qzquery with its standard input and output in pipes. Writes input bit by bit: the next part as soon as so many
 /// lines as the part before it stands with have come out, or after ten seconds without a line.
 Outcome converse(const std::vector<std::string>& arguments,

@@ -4,6 +4,7 @@
 #include <toolkit/io/table/qzNumpyArray.h>
 #include <toolkit/io/table/qzRayFile.h>
 
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "apps/qzProcess.h"
@@ -109,10 +110,16 @@ TEST_CASE("the builder changes where time goes, not what is hit") {
   CAPTURE(kSeed);
   const std::string mesh = folder.write("mesh.ply", asPlyBytes(soupMesh(4000, kSeed), false));
   const std::string rays = folder.write("rays.csv", asText(randomRays(true)));
-  const Outcome outcome = runQuery({"cast", mesh, rays, "-o", "-", "--builder", "sah"});
-  CHECK(outcome.exitCode == 0);
-  CHECK(outcome.output == runQuery({"cast", mesh, rays, "-o", "-", "--builder", "linear"}).output);
-  CHECK(outcome.error != runQuery({"cast", mesh, rays, "-o", "-"}).error);  // other numbers of nodes
+  const Outcome sah = runQuery({"cast", mesh, rays, "-o", "-", "--json", "--builder", "sah"}),
+                linear = runQuery({"cast", mesh, rays, "-o", "-", "--json", "--builder", "linear"});
+  CHECK(sah.exitCode == 0);
+  CHECK(linear.exitCode == 0);
+  CHECK(sah.output == linear.output);
+  const nlohmann::json sahWork = nlohmann::json::parse(sah.error), linearWork = nlohmann::json::parse(linear.error);
+  CHECK(sahWork["builder"] == "sah");
+  CHECK(linearWork["builder"] == "linear");
+  CHECK(sahWork["nodes"] != linearWork["nodes"]);
+  CHECK(sahWork["hits"] == linearWork["hits"]);
 }
 
 TEST_CASE("files, streams and .npy give the same hits") {

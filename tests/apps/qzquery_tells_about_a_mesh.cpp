@@ -3,7 +3,7 @@
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
 #include <toolkit/build/qzSAHFeeder.h>
 #include <toolkit/inspect/qzTraversalCost.h>
-#include <toolkit/inspect/qzVisitCounter.h>
+#include <toolkit/query/qzHierarchy.h>
 
 #include <nlohmann/json.hpp>
 
@@ -46,7 +46,7 @@ TEST_CASE("the JSON answer has the numbers of the mesh and of the library's hier
     CHECK(outcome.exitCode == 0);
     CHECK(outcome.error.empty());
     const nlohmann::json info = nlohmann::json::parse(outcome.output);
-    qzToolkit::qzVisitCounter hierarchy;
+    qzToolkit::qzHierarchy hierarchy;
     hierarchy.buildFromMesh(qzQBVH::eTrianglesEquations, mesh, leafSize);
     CHECK(info["file"] == name);
     CHECK(info["triangles"] == 800);
@@ -83,7 +83,7 @@ TEST_CASE("the answer tells the leaves and the expected cost of the binary hiera
   feeder.setMesh(mesh);
   qzGenericBVH bySurface;
   feeder.build(bySurface);
-  qzToolkit::qzVisitCounter hierarchy;
+  qzToolkit::qzHierarchy hierarchy;
   hierarchy.buildFromBVH(qzQBVH::eTrianglesEquations, bySurface, mesh);
   info = nlohmann::json::parse(runQuery({"info", name, "--json", "--builder", "sah"}).output);
   CHECK(info["builder"] == "sah");

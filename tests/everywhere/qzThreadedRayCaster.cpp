@@ -1,5 +1,6 @@
 #include "everywhere/qzRayCaster.h"
 
+#include <tbb/global_control.h>
 #include <toolkit/query/qzRayCast.h>
 #include <toolkit/run/qzThreads.h>
 
@@ -17,8 +18,10 @@ std::vector<RayAnswer> castAll(const qzQBVH& hierarchy, const RayBatch& batch, s
     rays.push_back({batch.rays[i].origin, batch.rays[i].direction, batch.rays[i].tMin, batch.rays[i].t});
   }
   std::vector<qzToolkit::qzHit> hits(rays.size());
+  const tbb::global_control allowance(tbb::global_control::max_allowed_parallelism,
+                                      static_cast<std::size_t>(nbThreads));
   const qzToolkit::qzThreads threads(nbThreads);
-  threads.forEachBlock(rays.size(), 4096, [&](std::size_t begin, std::size_t end) {
+  threads.forEachBlock(rays.size(), 4096, nullptr, [&](std::size_t begin, std::size_t end) {
     for (std::size_t i = begin; i < end; ++i) {
       hits[i] = batch.policy == RayBatch::eSymmetric
                     ? qzToolkit::castRaySymmetric(hierarchy, rays[i])

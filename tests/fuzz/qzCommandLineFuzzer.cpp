@@ -162,10 +162,11 @@ int runIn(const qzTest::TemporaryFolder& folder, const qzTest::TemporaryFolder& 
   std::filesystem::current_path(folder.path(""));
   int exitCode;
   {
+    const qzToolkit::qzCancelToken neverCanceled;
     const Redirection input(STDIN_FILENO, "/dev/null", O_RDONLY);
     const Redirection output(STDOUT_FILENO, streams.path("output"), O_WRONLY | O_CREAT);
     const Redirection error(STDERR_FILENO, streams.path("error"), O_WRONLY | O_CREAT);
-    exitCode = qzQuery::run(static_cast<int>(arguments.size()), pointers.data());
+    exitCode = qzQuery::run(static_cast<int>(arguments.size()), pointers.data(), neverCanceled);
     std::cout.flush();
     std::fflush(nullptr);
   }

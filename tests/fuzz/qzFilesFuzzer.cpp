@@ -21,7 +21,7 @@ using qzFuzz::fail;
 constexpr std::size_t kMaxTriangles = 5000;
 
 void expectMesh(const std::string& path) {
-  const qz::qzTriMesh mesh = qzToolkit::loadMesh(path, kMaxTriangles);
+  const qz::qzTriMesh mesh = qzToolkit::loadMesh(path, nullptr, kMaxTriangles);
   const qz::qzVertexBuffer& vertices = *mesh.getVertexBuffer();
   const qz::qzIndexBuffer& indices = *mesh.getIndexBuffer();
   const int nbIndices = indices.getNbIndices();

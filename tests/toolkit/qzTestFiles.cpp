@@ -202,7 +202,7 @@ std::string gzip(const std::string& bytes) {
 
 std::vector<qzToolkit::qzRay> readRays(const std::string& name, std::size_t blockSize) {
   std::vector<qzToolkit::qzRay> rays;
-  qzToolkit::qzRayReader reader(name, blockSize);
+  qzToolkit::qzRayReader reader(name, nullptr, blockSize);
   for (qzToolkit::qzRayBlock block; reader.read(block);) {
     reader.decode(block, [&](const qzToolkit::qzRay& ray) { rays.push_back(ray); });
   }

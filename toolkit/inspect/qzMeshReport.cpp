@@ -3,12 +3,12 @@
 #include <tbb/parallel_sort.h>
 #include <toolkit/base/qzMeshGeometry.h>
 #include <toolkit/base/qzVectorMath.h>
-#include <toolkit/run/qzInterruption.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <tuple>
 #include <utility>
@@ -18,11 +18,19 @@ namespace qzToolkit {
 
 namespace {
 
+/// Sorts on the threads of the pool. cancel is polled before the sort, not within it.
+template <class tElement, class tLess>
+void sort(std::vector<tElement>& elements, const qzThreads& threads, const tCancel* cancel, const tLess& less) {
+  throwIfCanceled(cancel);
+  threads.execute([&] { tbb::parallel_sort(elements.begin(), elements.end(), less); });
+}
+
 /// Calls function(begin, end) for every run of elements of a sorted array that are alike.
 template <class tElement, class tAlike, class tFunction>
-void forEachRun(const std::vector<tElement>& elements, const tAlike& alike, const tFunction& function) {
+void forEachRun(const std::vector<tElement>& elements, const tCancel* cancel, const tAlike& alike,
+                const tFunction& function) {
   for (auto begin = elements.begin(); begin != elements.end();) {
-    checkInterruption();
+    throwIfCanceled(cancel);
     const auto end = std::find_if(begin, elements.end(), [&](const tElement& e) { return !alike(*begin, e); });
     function(begin, end);
     begin = end;
@@ -30,7 +38,7 @@ void forEachRun(const std::vector<tElement>& elements, const tAlike& alike, cons
 }
 
 /// For every vertex the smallest number of a vertex at the same place.
-std::vector<int> mergePlaces(const qz::qzTriMesh& mesh) {
+std::vector<int> mergePlaces(const qz::qzTriMesh& mesh, const qzThreads& threads, const tCancel* cancel) {
   struct tPlace {
     std::uint32_t mBits[3];
     int mVertex;
@@ -45,12 +53,12 @@ std::vector<int> mergePlaces(const qz::qzTriMesh& mesh) {
       std::memcpy(&places[i].mBits[axis], &coordinate, sizeof coordinate);
     }
   }
-  tbb::parallel_sort(places.begin(), places.end(), [](const tPlace& a, const tPlace& b) {
+  sort(places, threads, cancel, [](const tPlace& a, const tPlace& b) {
     return a.place() != b.place() ? a.place() < b.place() : a.mVertex < b.mVertex;
   });
   std::vector<int> firstAtPlace(places.size());
   forEachRun(
-      places, [](const tPlace& a, const tPlace& b) { return a.place() == b.place(); },
+      places, cancel, [](const tPlace& a, const tPlace& b) { return a.place() == b.place(); },
       [&](auto begin, auto end) {
         for (auto place = begin; place != end; ++place) {
           firstAtPlace[static_cast<std::size_t>(place->mVertex)] = begin->mVertex;
@@ -75,11 +83,10 @@ struct tFace {
   }
 };
 
-void countDuplicates(std::vector<tFace> faces, qzMeshReport& report) {
-  tbb::parallel_sort(faces.begin(), faces.end(),
-                     [](const tFace& a, const tFace& b) { return a.places() < b.places(); });
+void countDuplicates(std::vector<tFace> faces, const qzThreads& threads, const tCancel* cancel, qzMeshReport& report) {
+  sort(faces, threads, cancel, [](const tFace& a, const tFace& b) { return a.places() < b.places(); });
   forEachRun(
-      faces, [](const tFace& a, const tFace& b) { return a.places() == b.places(); },
+      faces, cancel, [](const tFace& a, const tFace& b) { return a.places() == b.places(); },
       [&](auto begin, auto end) {
         const auto nbOdd = std::count_if(begin, end, [](const tFace& face) { return face.mIsOdd; });
         report.mNbDuplicateTriangles += static_cast<std::size_t>(end - begin - 1);
@@ -87,7 +94,8 @@ void countDuplicates(std::vector<tFace> faces, qzMeshReport& report) {
       });
 }
 
-void countEdges(const std::vector<tFace>& faces, qzMeshReport& report) {
+void countEdges(const std::vector<tFace>& faces, const qzThreads& threads, const tCancel* cancel,
+                qzMeshReport& report) {
   // An edge is its two places and, in the lowest bit, whether its triangle runs along it downwards.
   std::vector<std::uint64_t> edges;
   edges.reserve(3 * faces.size());
@@ -99,9 +107,9 @@ void countEdges(const std::vector<tFace>& faces, qzMeshReport& report) {
     add(face.mPlaces[1], face.mPlaces[2], face.mIsOdd);
     add(face.mPlaces[0], face.mPlaces[2], !face.mIsOdd);
   }
-  tbb::parallel_sort(edges.begin(), edges.end());
+  sort(edges, threads, cancel, std::less<>());
   forEachRun(
-      edges, [](std::uint64_t a, std::uint64_t b) { return a >> 1 == b >> 1; },
+      edges, cancel, [](std::uint64_t a, std::uint64_t b) { return a >> 1 == b >> 1; },
       [&](auto begin, auto end) {
         ++report.mNbEdges;
         if (end - begin == 1) ++report.mNbBorderEdges;
@@ -131,9 +139,9 @@ bool hasNormal(const qz::qzTriMesh& mesh, std::size_t triangle) {
   return squaredLength > 0.0f && std::isfinite(squaredLength);
 }
 
-qzMeshReport inspectMesh(const qz::qzTriMesh& mesh) {
+qzMeshReport inspectMesh(const qz::qzTriMesh& mesh, const qzThreads& threads, const tCancel* cancel) {
   qzMeshReport report;
-  const std::vector<int> firstAtPlace = mergePlaces(mesh);
+  const std::vector<int> firstAtPlace = mergePlaces(mesh, threads, cancel);
   report.mNbVertices = firstAtPlace.size();
   report.mNbTriangles = countTriangles(mesh);
 
@@ -150,7 +158,7 @@ qzMeshReport inspectMesh(const qz::qzTriMesh& mesh) {
   std::vector<tFace> faces;
   faces.reserve(report.mNbTriangles);
   for (std::size_t triangle = 0; triangle < report.mNbTriangles; ++triangle) {
-    checkInterruption();
+    throwIfCanceled(cancel);
     const int* const corners = mesh.getIndexBuffer()->getIndices() + 3 * triangle;
     bool isInRange = true, isWhole = true;
     int places[3] = {};
@@ -182,8 +190,8 @@ qzMeshReport inspectMesh(const qz::qzTriMesh& mesh) {
   }
   report.mNbUnusedVertices = static_cast<std::size_t>(std::count(isUsed.begin(), isUsed.end(), 0));
 
-  countEdges(faces, report);
-  countDuplicates(std::move(faces), report);
+  countEdges(faces, threads, cancel, report);
+  countDuplicates(std::move(faces), threads, cancel, report);
   if (report.mNbTriangles > report.mNbOutOfRangeTriangles + report.mNbNonFiniteTriangles) measurePrecision(report);
   return report;
 }

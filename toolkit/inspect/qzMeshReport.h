@@ -3,6 +3,7 @@
 
 #include <qzCommonAddOns/geometry/qzBBox.h>
 #include <qzSceneGraph/qzTriMesh.h>
+#include <toolkit/run/qzThreads.h>
 
 #include <cstddef>
 
@@ -36,9 +37,13 @@ struct qzMeshReport {
   double mStepsAcross = 0.0;        ///< steps in the longest side of the box
 };
 
-/// Looks at all triangles of a mesh, of which nothing is expected. Sorts on all threads that oneTBB has; takes about 40
-/// bytes a triangle meanwhile.
-qzMeshReport inspectMesh(const qz::qzTriMesh& mesh);
+/// Looks at all triangles of a mesh. Accepts any mesh, bad indices included.
+///
+/// threads  sort; everything else is done by the calling thread
+/// cancel   polled between stages and triangles, not within a sort
+///
+/// Cost: n log n, about 40 bytes a triangle.
+qzMeshReport inspectMesh(const qz::qzTriMesh& mesh, const qzThreads& threads, const tCancel* cancel = nullptr);
 
 /// Whether a triangle with vertices in range has a normal in single precision. Without one no ray can hit it: it has no
 /// area, or one that is too small or too large for a float.

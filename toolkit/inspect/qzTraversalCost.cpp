@@ -6,12 +6,13 @@
 
 namespace qzToolkit {
 
-double expectedTraversalCost(const qzGenericBVH& bvh, double nodeCost, double primitiveCost) {
+double expectedTraversalCost(const qzGenericBVH& bvh, double nodeCost, double primitiveCost, const tCancel* cancel) {
   if (bvh.getNodes().empty()) return 0.0;
   const double rootArea = static_cast<double>(bvh.getNode(0).getBBox().halfArea());
   double cost = 0.0;
   std::vector<unsigned int> open = {0};
   while (!open.empty()) {
+    throwIfCanceled(cancel);
     const qzGNode& node = bvh.getNode(open.back());
     open.pop_back();
     if (node.isLeaf() && node.getNoPrimitives() == 0) continue;  // its box is empty, too, and has an infinite area

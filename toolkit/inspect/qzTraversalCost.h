@@ -1,6 +1,8 @@
 #pragma once
 // What a ray is expected to cost in a binary hierarchy.
 
+#include <toolkit/run/qzCancelToken.h>
+
 class qzGenericBVH;
 
 namespace qzToolkit {
@@ -14,9 +16,11 @@ namespace qzToolkit {
 /// bvh            as a builder leaves it; without nodes the cost is 0
 /// nodeCost       of testing the two children of a node
 /// primitiveCost  of testing one primitive, in the same unit
+/// cancel         polled for every node
 ///
 /// Leaves without primitives cost nothing. If the root has no area, every node counts as met.
 /// Source: Goldsmith and Salmon 1987, MacDonald and Booth 1990.
-double expectedTraversalCost(const qzGenericBVH& bvh, double nodeCost, double primitiveCost);
+double expectedTraversalCost(const qzGenericBVH& bvh, double nodeCost, double primitiveCost,
+                             const tCancel* cancel = nullptr);
 
 }  // namespace qzToolkit

@@ -38,7 +38,7 @@ qzHit castRaySymmetric(const qzQBVH& hierarchy, const qzRay& ray) {
 }
 
 qzCastCounts castRays(qzRayReader& rays, qzHitWriter& hits, const std::function<qzHit(const qzRay&)>& cast,
-                      const qzThreads& threads, qzProgress& progress) {
+                      const qzThreads& threads, const tCancel* cancel, qzProgress* progress) {
   struct tBlock {
     qzRayBlock mRays;
     std::string mHits;
@@ -69,10 +69,10 @@ qzCastCounts castRays(qzRayReader& rays, qzHitWriter& hits, const std::function<
     hits.write(block.mHits, block.mCounts.mNbRays);
     counts.mNbRays += block.mCounts.mNbRays;
     counts.mNbHits += block.mCounts.mNbHits;
-    progress.advance(block.mRays.mBytes.size());
+    if (progress != nullptr) progress->advance(block.mRays.mBytes.size());
   };
   try {
-    threads.streamBlocks(blocks.size(), read, work, write);
+    threads.streamBlocks(blocks.size(), cancel, read, work, write);
   } catch (const tRefusal& refusal) {  // all blocks before it are written
     throw qzError(rays.getName() + ": ray " + std::to_string(counts.mNbRays + refusal.mNo), refusal.mReason);
   }

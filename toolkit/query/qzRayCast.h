@@ -3,6 +3,7 @@
 
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
 #include <toolkit/base/qzRay.h>
+#include <toolkit/run/qzCancelToken.h>
 
 #include <cstddef>
 #include <functional>
@@ -30,9 +31,11 @@ struct qzCastCounts {
 /// Casts every ray of a file and writes the hits in the same order, block by block: a few blocks for each thread are in
 /// memory at once, however many there are. The answers do not depend on the number of threads, nor does what was
 /// written before a failure, which is that of the first ray or row that is no good. A qzError of cast gets the name of
-/// the file and the number of the ray, from 0, put before it. progress counts bytes of the file with the rays. hits are
-/// complete when the caller commits them.
+/// the file and the number of the ray, from 0, put before it. hits are complete when the caller commits them.
+///
+/// cancel    polled before each block
+/// progress  counts bytes of the file with the rays; may be null
 qzCastCounts castRays(qzRayReader& rays, qzHitWriter& hits, const std::function<qzHit(const qzRay&)>& cast,
-                      const qzThreads& threads, qzProgress& progress);
+                      const qzThreads& threads, const tCancel* cancel = nullptr, qzProgress* progress = nullptr);
 
 }  // namespace qzToolkit

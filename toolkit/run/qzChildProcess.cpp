@@ -1,9 +1,10 @@
 #include <toolkit/run/qzChildProcess.h>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
-#include <toolkit/run/qzInterruption.h>
+#include <toolkit/run/qzDescriptorWait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -60,7 +61,9 @@ void qzChildProcess::tOutput::write(const void* bytes, std::size_t size) const {
   }
 }
 
-qzChildProcess::qzChildProcess(const tLimits& limits, const std::function<void(const tOutput&)>& work) {
+qzChildProcess::qzChildProcess(const tLimits& limits, const std::function<void(const tOutput&)>& work,
+                               const tCancel* cancel)
+    : mCancel(cancel) {
   int ends[2];
   if (::pipe2(ends, O_CLOEXEC) != 0) throw tFailure(std::string("cannot be started: ") + std::strerror(errno));
   mProcess = ::fork();
@@ -95,8 +98,8 @@ qzChildProcess::~qzChildProcess() {
 void qzChildProcess::read(void* bytes, std::size_t size) {
   char* next = static_cast<char*>(bytes);
   while (size > 0) {
+    waitFor(mInput, POLLIN, mCancel);
     const ssize_t count = ::read(mInput, next, size);
-    checkInterruption();
     if (count < 0 && errno == EINTR) continue;
     if (count <= 0) fail();
     next += count;

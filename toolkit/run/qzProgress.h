@@ -1,33 +1,17 @@
 #pragma once
-// qzProgress: how far a long loop has come, as one line on a terminal that goes away at the end.
+// qzProgress: how a long operation reports its progress. The caller implements it and owns the object; the toolkit
+// itself shows nothing.
 
-#include <atomic>
-#include <chrono>
 #include <cstddef>
-#include <mutex>
-#include <string>
 
 namespace qzToolkit {
 
 class qzProgress {
  public:
-  /// Counts towards total on standard error, beginning with label. Shows nothing when it is not enabled or standard
-  /// error is not a terminal.
-  qzProgress(std::string label, std::size_t total, bool enabled);
-  ~qzProgress();
-  qzProgress(const qzProgress&) = delete;
-  qzProgress& operator=(const qzProgress&) = delete;
+  virtual ~qzProgress() = default;
 
-  /// count more are done; from any thread.
-  void advance(std::size_t count);
-
- private:
-  const std::string mLabel;
-  const std::size_t mTotal;
-  const bool mShown;
-  std::atomic<std::size_t> mDone{0};
-  std::mutex mMutex;  // guards the terminal and the time
-  std::chrono::steady_clock::time_point mLastTime;
+  /// count more units of work are done; the operation says what its units are. Called from any thread, several at once.
+  virtual void advance(std::size_t count) = 0;
 };
 
 }  // namespace qzToolkit

@@ -1,11 +1,12 @@
 #include <toolkit/run/qzThreads.h>
 
+#include <tbb/global_control.h>
 #include <tbb/parallel_for.h>
 #include <tbb/parallel_pipeline.h>
-#include <toolkit/run/qzInterruption.h>
 
 #include <algorithm>
 #include <exception>
+#include <limits>
 #include <vector>
 
 // oneTBB is not built with the thread sanitizer, which therefore does not see how a loop or a stream hands work over
@@ -44,14 +45,22 @@ class tAtExit {
   Function mFunction;
 };
 
+/// nbThreads within what oneTBB grants: it ignores what is beyond, and warns on standard error.
+int grantedThreads(int nbThreads) {
+  const std::size_t limit = tbb::global_control::active_value(tbb::global_control::max_allowed_parallelism);
+  const int most = static_cast<int>(std::min<std::size_t>(limit, std::numeric_limits<int>::max()));
+  return nbThreads > 0 ? std::min(nbThreads, most) : most;
+}
+
 }  // namespace
 
-qzThreads::qzThreads(int nbThreads)
-    : mNbThreads(nbThreads > 0 ? nbThreads : tbb::this_task_arena::max_concurrency()),
-      mLimit(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(mNbThreads)),
-      mArena(mNbThreads) {}
+qzThreads::qzThreads(int nbThreads) : mNbThreads(grantedThreads(nbThreads)), mArena(mNbThreads) {}
 
-void qzThreads::forEachBlock(std::size_t count, std::size_t blockSize,
+void qzThreads::execute(const std::function<void()>& function) const {
+  mArena.execute([&] { function(); });
+}
+
+void qzThreads::forEachBlock(std::size_t count, std::size_t blockSize, const tCancel* cancel,
                              const std::function<void(std::size_t, std::size_t)>& body) const {
   const std::size_t nbBlocks = count / blockSize + (count % blockSize != 0);
   tHandOver start, end;
@@ -59,14 +68,14 @@ void qzThreads::forEachBlock(std::size_t count, std::size_t blockSize,
   const auto work = [&](std::size_t block) {
     start.acquire();
     const tAtExit releaseEnd([&] { end.release(); });
-    checkInterruption();
+    throwIfCanceled(cancel);
     body(block * blockSize, std::min(count, (block + 1) * blockSize));
   };
   const tAtExit acquireEnd([&] { end.acquire(); });
   mArena.execute([&] { tbb::parallel_for(std::size_t(0), nbBlocks, work); });
 }
 
-void qzThreads::streamBlocks(std::size_t nbSlots, const std::function<bool(std::size_t)>& read,
+void qzThreads::streamBlocks(std::size_t nbSlots, const tCancel* cancel, const std::function<bool(std::size_t)>& read,
                              const std::function<void(std::size_t)>& work,
                              const std::function<void(std::size_t)>& write) const {
   struct tSlot {
@@ -105,7 +114,7 @@ void qzThreads::streamBlocks(std::size_t nbSlots, const std::function<bool(std::
   const auto workOn = [&](std::size_t number) {
     if (slots[number].mFailure != nullptr) return number;
     guarded(slots[number], [&] {
-      checkInterruption();
+      throwIfCanceled(cancel);
       work(number);
     });
     return number;

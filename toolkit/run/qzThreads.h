@@ -1,8 +1,9 @@
 #pragma once
-// qzThreads: parallel loops and streams over a given number of threads.
+// qzThreads: a thread pool with parallel loops and streams. Its owner passes it to whatever may use several threads.
+// It is a task arena of oneTBB; two pools at the same time are independent, but share the worker threads of the process.
 
-#include <tbb/global_control.h>
 #include <tbb/task_arena.h>
+#include <toolkit/run/qzCancelToken.h>
 
 #include <cstddef>
 #include <functional>
@@ -11,17 +12,21 @@ namespace qzToolkit {
 
 class qzThreads {
  public:
-  /// nbThreads threads, more than the machine has if need be; 0 and below: as many as the machine has.
-  /// The limit holds for everything that uses oneTBB while the object lives, so keep one at a time.
+  /// At most nbThreads threads, the calling one included; 0 and below: as many as possible. oneTBB runs no more than the
+  /// process has processors, unless the process allows others by a tbb::global_control of max_allowed_parallelism
+  /// before the pool is made; the pool sets no limit of the process.
   explicit qzThreads(int nbThreads);
 
+  /// Threads that may run at once.
   int getNbThreads() const { return mNbThreads; }
+
+  /// Calls function in the calling thread; algorithms of oneTBB in it use the threads of this pool.
+  void execute(const std::function<void()>& function) const;
 
   /// Calls body(begin, end) once for every block of at most blockSize of the numbers 0 to count - 1, in any order and
   /// from several threads at once, and returns when all are done. The blocks do not depend on the number of threads.
-  /// An exception of body ends the loop early and comes out here, and so does that of checkInterruption(), which is
-  /// asked before each block.
-  void forEachBlock(std::size_t count, std::size_t blockSize,
+  /// An exception of body ends the loop early and comes out here. cancel is polled before each block.
+  void forEachBlock(std::size_t count, std::size_t blockSize, const tCancel* cancel,
                     const std::function<void(std::size_t begin, std::size_t end)>& body) const;
 
   /// Streams blocks of work, as many as there are, through a few places that the caller has for one block each,
@@ -34,14 +39,13 @@ class qzThreads {
   ///
   /// Returns when all blocks are written. An exception ends the stream early and comes out here: that of the first
   /// block, in the order of reading, that has one in any of the three, after all blocks before it were written. So it
-  /// does not depend on the number of threads. checkInterruption() is asked before the work on each block.
-  void streamBlocks(std::size_t nbSlots, const std::function<bool(std::size_t slot)>& read,
+  /// does not depend on the number of threads. cancel is polled before the work on each block.
+  void streamBlocks(std::size_t nbSlots, const tCancel* cancel, const std::function<bool(std::size_t slot)>& read,
                     const std::function<void(std::size_t slot)>& work,
                     const std::function<void(std::size_t slot)>& write) const;
 
  private:
   int mNbThreads;
-  tbb::global_control mLimit;
   mutable tbb::task_arena mArena;
 };
 

@@ -103,10 +103,12 @@ double qzCamera::place(const tReach& reach) {
   return z;
 }
 
-qzCamera qzCamera::Frame(const qz::qzTriMesh& mesh, const tVector& direction, tUp up, double aspect) {
+qzCamera qzCamera::Frame(const qz::qzTriMesh& mesh, const tVector& direction, tUp up, double aspect,
+                         const tCancel* cancel) {
   qzCamera camera(direction, up, aspect);
   tReach reach(camera);
   forEachCorner(mesh, [&](const Wm4::Vector3<float>& corner) {
+    throwIfCanceled(cancel);
     const tVector p = toDouble(corner);
     const double side[2] = {dot(p, camera.mRight), dot(p, camera.mUp)}, depth = dot(p, camera.mBackward);
     for (int k = 0; k < 2; ++k) {
@@ -122,6 +124,7 @@ qzCamera qzCamera::Frame(const qz::qzTriMesh& mesh, const tVector& direction, tU
   camera.mNearest = -kLowest;
   camera.mFarthest = kLowest;
   forEachCorner(mesh, [&](const Wm4::Vector3<float>& corner) {
+    throwIfCanceled(cancel);
     const tVector p = toDouble(corner);
     const double distance = -dot(difference(p, origin), camera.mBackward);
     camera.mNearest = std::min(camera.mNearest, distance);
@@ -131,7 +134,7 @@ qzCamera qzCamera::Frame(const qz::qzTriMesh& mesh, const tVector& direction, tU
 }
 
 std::vector<qzCamera> qzCamera::FrameTurning(const qz::qzTriMesh& mesh, const tVector& direction, tUp up, double aspect,
-                                             int nbViews) {
+                                             int nbViews, const tCancel* cancel) {
   const qzBBox box = boxOf(mesh);
   const tVector low = toDouble(box.getMinPoint()), high = toDouble(box.getMaxPoint());
   const tVector middle = {(low[0] + high[0]) / 2, (low[1] + high[1]) / 2, (low[2] + high[2]) / 2};
@@ -154,6 +157,7 @@ std::vector<qzCamera> qzCamera::FrameTurning(const qz::qzTriMesh& mesh, const tV
     below.emplace_back(difference(tilted, sides[k]), axis);
   }
   forEachCorner(mesh, [&](const Wm4::Vector3<float>& corner) {
+    throwIfCanceled(cancel);
     const tVector p = toDouble(corner);
     const tParts vertex(difference(p, middle), axis);
     const auto largest = [&](const tParts& v) { return vertex.mAlong * v.mAlong + vertex.mAcross * v.mAcross; };

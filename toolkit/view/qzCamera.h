@@ -3,6 +3,7 @@
 
 #include <Wm4/Vector3.h>
 #include <toolkit/base/qzVectorMath.h>
+#include <toolkit/run/qzCancelToken.h>
 
 #include <string>
 #include <vector>
@@ -27,14 +28,15 @@ class qzCamera {
 
   /// The camera that looks at mesh from direction, as near as it can be with every vertex in the picture. A direction
   /// of length 0 throws a qzError. aspect  width of the picture over its height
-  static qzCamera Frame(const qz::qzTriMesh& mesh, const tVector& direction, tUp up, double aspect);
+  static qzCamera Frame(const qz::qzTriMesh& mesh, const tVector& direction, tUp up, double aspect,
+                        const tCancel* cancel = nullptr);
 
   /// nbViews cameras around mesh. The first one looks from direction; each next one stands 1 / nbViews of a full turn
   /// farther on the way from front to right, about the vertical line through the middle of the mesh's box. They are as
   /// near as they can be with every vertex in the picture at any turn. So the mesh does not change its size and place
   /// from view to view, nor with nbViews.
   static std::vector<qzCamera> FrameTurning(const qz::qzTriMesh& mesh, const tVector& direction, tUp up, double aspect,
-                                            int nbViews);
+                                            int nbViews, const tCancel* cancel = nullptr);
 
   Wm4::Vector3<float> getOrigin() const;
 

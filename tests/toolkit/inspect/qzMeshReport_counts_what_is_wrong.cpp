@@ -11,7 +11,6 @@
 #include "toolkit/qzTestFiles.h"
 
 using namespace qzTest;
-using qzToolkit::inspectMesh;
 using qzToolkit::qzMeshReport;
 
 namespace {
@@ -27,10 +26,14 @@ const std::vector<Place> kCorners = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}}
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 constexpr float kNoNumber = std::numeric_limits<float>::quiet_NaN();
 
+qzMeshReport inspect(const qz::qzTriMesh& mesh) {
+  return qzToolkit::inspectMesh(mesh, qzToolkit::qzThreads(0));
+}
+
 }  // namespace
 
 TEST_CASE("a closed tetrahedron has six edges and nothing wrong with it") {
-  const qzMeshReport report = inspectMesh(meshOf(kCorners, {0, 2, 1, 0, 1, 3, 1, 2, 3, 2, 0, 3}));
+  const qzMeshReport report = inspect(meshOf(kCorners, {0, 2, 1, 0, 1, 3, 1, 2, 3, 2, 0, 3}));
   CHECK(report.mNbVertices == 4);
   CHECK(report.mNbTriangles == 4);
   CHECK(report.mNbEdges == 6);
@@ -48,7 +51,7 @@ TEST_CASE("vertices of its own for every triangle change nothing but the vertice
   for (int corner : {0, 2, 1, 0, 1, 3, 1, 2, 3, 2, 0, 3})
     vertices.push_back(kCorners[static_cast<std::size_t>(corner)]);
   vertices[0] = {-0.0f, 0.0f, -0.0f};
-  const qzMeshReport report = inspectMesh(meshOf(vertices, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}));
+  const qzMeshReport report = inspect(meshOf(vertices, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}));
   CHECK(report.mNbVertices == 12);
   CHECK(report.mNbRepeatedVertices == 8);
   CHECK(report.mNbEdges == 6);
@@ -57,14 +60,14 @@ TEST_CASE("vertices of its own for every triangle change nothing but the vertice
 }
 
 TEST_CASE("one triangle turned over has three edges where front faces change sides") {
-  const qzMeshReport report = inspectMesh(meshOf(kCorners, {0, 1, 2, 0, 1, 3, 1, 2, 3, 2, 0, 3}));
+  const qzMeshReport report = inspect(meshOf(kCorners, {0, 1, 2, 0, 1, 3, 1, 2, 3, 2, 0, 3}));
   CHECK(report.mNbTurnedEdges == 3);
   CHECK(report.mNbBorderEdges == 0);
 }
 
 TEST_CASE("three triangles on one edge crowd it, and their other edges are borders") {
   const qzMeshReport report =
-      inspectMesh(meshOf({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {0, -1, 0}}, {0, 1, 2, 1, 0, 3, 0, 1, 4}));
+      inspect(meshOf({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {0, -1, 0}}, {0, 1, 2, 1, 0, 3, 0, 1, 4}));
   CHECK(report.mNbEdges == 7);
   CHECK(report.mNbCrowdedEdges == 1);
   CHECK(report.mNbBorderEdges == 6);
@@ -72,10 +75,10 @@ TEST_CASE("three triangles on one edge crowd it, and their other edges are borde
 }
 
 TEST_CASE("duplicates are all but one of the triangles over three corners, and those turned over are told apart") {
-  CHECK(inspectMesh(meshOf(kCorners, {0, 1, 2, 1, 2, 0, 2, 0, 1})).mNbDuplicateTriangles == 2);
-  CHECK(inspectMesh(meshOf(kCorners, {0, 1, 2, 1, 2, 0, 2, 0, 1})).mNbTurnedDuplicateTriangles == 0);
+  CHECK(inspect(meshOf(kCorners, {0, 1, 2, 1, 2, 0, 2, 0, 1})).mNbDuplicateTriangles == 2);
+  CHECK(inspect(meshOf(kCorners, {0, 1, 2, 1, 2, 0, 2, 0, 1})).mNbTurnedDuplicateTriangles == 0);
   for (const std::vector<int>& turned : {std::vector<int>{0, 1, 2, 0, 2, 1}, {0, 1, 2, 2, 1, 0}, {0, 1, 2, 1, 0, 2}}) {
-    const qzMeshReport report = inspectMesh(meshOf(kCorners, turned));
+    const qzMeshReport report = inspect(meshOf(kCorners, turned));
     CHECK(report.mNbDuplicateTriangles == 1);
     CHECK(report.mNbTurnedDuplicateTriangles == 1);
     CHECK(report.mNbEdges == 3);
@@ -87,7 +90,7 @@ TEST_CASE("a triangle with two corners at one place is degenerate, whether it na
   std::vector<Place> vertices = kCorners;
   vertices.push_back(vertices[0]);
   vertices.push_back({2, 0, 0});
-  const qzMeshReport report = inspectMesh(meshOf(vertices, {0, 0, 1, 0, 4, 1, 0, 1, 5, 0, 1, 2}));
+  const qzMeshReport report = inspect(meshOf(vertices, {0, 0, 1, 0, 4, 1, 0, 1, 5, 0, 1, 2}));
   CHECK(report.mNbDegenerateTriangles == 3);
   CHECK(report.mNbRepeatedCornerTriangles == 2);
   CHECK(report.mNbUnusedVertices == 1);
@@ -100,7 +103,7 @@ TEST_CASE("indices out of range and coordinates that are not finite are counted 
   vertices.push_back({0, -kInfinity, 0});
   vertices.push_back({7, 7, 7});
   const qzMeshReport report =
-      inspectMesh(meshOf(vertices, {0, 1, 2, 0, 1, 7, -1, 2, 3, 0, 1, 4, 5, 1, 2, 2000000000, 4, 0}));
+      inspect(meshOf(vertices, {0, 1, 2, 0, 1, 7, -1, 2, 3, 0, 1, 4, 5, 1, 2, 2000000000, 4, 0}));
   CHECK(report.mNbTriangles == 6);
   CHECK(report.mNbOutOfRangeTriangles == 3);
   CHECK(report.mNbNonFiniteTriangles == 2);
@@ -113,11 +116,11 @@ TEST_CASE("indices out of range and coordinates that are not finite are counted 
 }
 
 TEST_CASE("precision is what floats leave between the corners of the box") {
-  const qzMeshReport near = inspectMesh(meshOf(kCorners, {0, 1, 2}));
+  const qzMeshReport near = inspect(meshOf(kCorners, {0, 1, 2}));
   CHECK(near.mLargestCoordinate == 1.0f);
   CHECK(near.mCoordinateStep == 0x1p-23f);
   CHECK(near.mStepsAcross == 0x1p23);
-  const qzMeshReport far = inspectMesh(meshOf({{-4194304, 0, 0}, {-4194304, 2, 0}, {-4194303, 0, 0}}, {0, 1, 2}));
+  const qzMeshReport far = inspect(meshOf({{-4194304, 0, 0}, {-4194304, 2, 0}, {-4194303, 0, 0}}, {0, 1, 2}));
   CHECK(far.mLargestCoordinate == 4194304.0f);
   CHECK(far.mCoordinateStep == 0.5f);
   CHECK(far.mStepsAcross == 4.0);
@@ -125,12 +128,12 @@ TEST_CASE("precision is what floats leave between the corners of the box") {
 
 TEST_CASE("a mesh without any good triangle, or none at all, has an empty box and no precision") {
   for (const std::vector<int>& indices : {std::vector<int>{}, {0, 1, 4}}) {
-    const qzMeshReport report = inspectMesh(meshOf(kCorners, indices));
+    const qzMeshReport report = inspect(meshOf(kCorners, indices));
     CHECK(report.mBox.xMin() > report.mBox.xMax());
     CHECK(report.mStepsAcross == 0.0);
     CHECK(report.mNbEdges == 0);
   }
-  CHECK(inspectMesh(meshOf({}, {})).mNbVertices == 0);
+  CHECK(inspect(meshOf({}, {})).mNbVertices == 0);
 }
 
 TEST_CASE("edges and duplicates of random triangles are those of a plain count") {
@@ -167,7 +170,7 @@ TEST_CASE("edges and duplicates of random triangles are those of a plain count")
       nbTurnedEdges += ways.size() == 2 && ways[0] == ways[1];
     }
     for (const auto& [corners, turns] : faces) nbTurned += turns.size() == 2;
-    const qzMeshReport report = inspectMesh(meshOf(vertices, indices));
+    const qzMeshReport report = inspect(meshOf(vertices, indices));
     CHECK(report.mNbEdges == edges.size());
     CHECK(report.mNbBorderEdges == nbBorder);
     CHECK(report.mNbCrowdedEdges == nbCrowded);

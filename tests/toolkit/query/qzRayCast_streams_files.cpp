@@ -18,6 +18,7 @@
 #include "support/qzFileSizeLimit.h"
 #include "support/qzTemporaryFolder.h"
 #include "support/qzTestMeshes.h"
+#include "toolkit/qzAllowedThreads.h"
 #include "toolkit/qzTestFiles.h"
 
 using namespace qzTest;
@@ -36,11 +37,18 @@ qzHit miss(const qzRay&) {
 
 qzCastCounts castFile(const std::string& rays, const std::string& hits, const tQuery& query, int nbThreads,
                       std::size_t blockSize) {
+  const AllowedThreads allowed(nbThreads);
   const qzThreads threads(nbThreads);
-  qzProgress silent("", 0, false);
-  qzRayReader reader(rays, blockSize);
-  qzHitWriter writer(hits, reader.getNbRays());
-  const qzCastCounts counts = castRays(reader, writer, query, threads, silent);
+  CHECK(threads.getNbThreads() == nbThreads);
+  struct tSum : qzProgress {
+    std::atomic<std::size_t> bytes{0};
+    void advance(std::size_t count) override { bytes += count; }
+  } progress;
+  qzRayReader reader(rays, nullptr, blockSize);
+  qzHitWriter writer(hits, nullptr, reader.getNbRays());
+  const qzCastCounts counts = castRays(reader, writer, query, threads, nullptr, &progress);
+  CHECK(progress.bytes <= reader.getSize());
+  CHECK((progress.bytes > 0 || counts.mNbRays == 0));
   writer.commit();
   return counts;
 }

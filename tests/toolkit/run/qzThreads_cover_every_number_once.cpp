@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <future>
 #include <mutex>
 #include <set>
 #include <stdexcept>
@@ -11,15 +12,37 @@
 #include <thread>
 #include <vector>
 
+#include "toolkit/qzAllowedThreads.h"
+
+using qzTest::AllowedThreads;
 using qzToolkit::qzThreads;
 
+namespace {
+
+/// How many threads of a pool run at once, which should be nbExpected.
+int mostAtOnce(const qzThreads& threads, int nbExpected) {
+  std::atomic<int> running{0}, most{0};
+  const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);  // a busy machine may take its time
+  threads.forEachBlock(64, 1, nullptr, [&](std::size_t, std::size_t) {
+    const int now = ++running;
+    for (int before = most; now > before && !most.compare_exchange_weak(before, now);) {
+    }
+    while (most < nbExpected && std::chrono::steady_clock::now() < end) std::this_thread::yield();
+    --running;
+  });
+  return most;
+}
+
+}  // namespace
+
 TEST_CASE("every number is in exactly one block, for any count and block size") {
+  const AllowedThreads allowed(3);
   const qzThreads threads(3);
   for (std::size_t count : {0u, 1u, 7u, 64u, 1000u}) {
     for (std::size_t blockSize : {1u, 7u, 64u, 5000u}) {
       std::vector<std::atomic<int>> seen(count);
       std::atomic<bool> isBlockInside{true};
-      threads.forEachBlock(count, blockSize, [&](std::size_t begin, std::size_t end) {
+      threads.forEachBlock(count, blockSize, nullptr, [&](std::size_t begin, std::size_t end) {
         if (!(begin % blockSize == 0 && begin < end && end <= count && end - begin <= blockSize)) isBlockInside = false;
         for (std::size_t i = begin; i < end; ++i) ++seen[i];
       });
@@ -29,27 +52,42 @@ TEST_CASE("every number is in exactly one block, for any count and block size") 
   }
 }
 
-TEST_CASE("as many threads as asked for may run, and no more") {
-  for (int nbThreads : {1, 2, 5}) {
-    const qzThreads threads(nbThreads);
+TEST_CASE("as many threads run at once as the pool says, in two pools at the same time too") {
+  const AllowedThreads allowed(8);
+  for (const int nbThreads : {1, 2, 5}) {
+    const qzThreads threads(nbThreads), others(3);
     CHECK(threads.getNbThreads() == nbThreads);
-    std::atomic<int> running{0}, most{0};
-    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);  // a busy machine may take its time
-    threads.forEachBlock(64, 1, [&](std::size_t, std::size_t) {
-      const int now = ++running;
-      for (int before = most; now > before && !most.compare_exchange_weak(before, now);) {
-      }
-      while (most < nbThreads && std::chrono::steady_clock::now() < end) std::this_thread::yield();
-      --running;
-    });
-    CHECK(most == nbThreads);
+    CHECK(others.getNbThreads() == 3);
+    std::future<int> most = std::async(std::launch::async, [&] { return mostAtOnce(threads, nbThreads); });
+    CHECK(mostAtOnce(others, 3) == 3);
+    CHECK(most.get() == nbThreads);
   }
-  CHECK(qzThreads(0).getNbThreads() >= 1);
+}
+
+TEST_CASE("a pool has no more threads than the process allows, and changes nothing for others") {
+  const int nbProcessors = qzThreads(0).getNbThreads();
+  CHECK(nbProcessors >= 1);
+  CHECK(qzThreads(1).getNbThreads() == 1);
+  CHECK(qzThreads(0).getNbThreads() == nbProcessors);
+  CHECK(qzThreads(1000).getNbThreads() == nbProcessors);
+  CHECK(qzThreads(-1).getNbThreads() == nbProcessors);
+  const AllowedThreads allowed(nbProcessors + 3);
+  CHECK(qzThreads(1000).getNbThreads() == nbProcessors + 3);
+  CHECK(qzThreads(0).getNbThreads() == nbProcessors + 3);
+}
+
+TEST_CASE("algorithms of oneTBB use the threads of the pool that executes them") {
+  const AllowedThreads allowed(8);
+  for (const int nbThreads : {1, 3}) {
+    int found = 0;
+    qzThreads(nbThreads).execute([&] { found = tbb::this_task_arena::max_concurrency(); });
+    CHECK(found == nbThreads);
+  }
 }
 
 TEST_CASE("an exception in a block comes out") {
   const qzThreads threads(2);
-  CHECK_THROWS_WITH_AS(threads.forEachBlock(100, 1,
+  CHECK_THROWS_WITH_AS(threads.forEachBlock(100, 1, nullptr,
                                             [](std::size_t begin, std::size_t) {
                                               if (begin == 50) throw std::runtime_error("fifty");
                                             }),
@@ -62,12 +100,13 @@ TEST_CASE("a stream reads and writes in order, one block at a time, and works on
       CAPTURE(nbThreads);
       CAPTURE(nbSlots);
       constexpr int kNbBlocks = 300;
+      const AllowedThreads allowed(nbThreads);
       const qzThreads threads(nbThreads);
       std::vector<int> blocks(nbSlots, -1), written;
       std::atomic<int> nbReading{0}, nbWriting{0}, nbInside{0}, most{0}, nbWrong{0};
       int nbRead = 0;
       threads.streamBlocks(
-          nbSlots,
+          nbSlots, nullptr,
           [&](std::size_t slot) {
             nbWrong += ++nbReading != 1;
             nbWrong += slot >= nbSlots || blocks[slot] != -1;  // taken away before it is used again
@@ -96,11 +135,12 @@ TEST_CASE("a stream reads and writes in order, one block at a time, and works on
 }
 
 TEST_CASE("several blocks of a stream are worked on at once") {
+  const AllowedThreads allowed(2);
   const qzThreads threads(2);
   std::atomic<int> nbStarted{0};
   int nbRead = 0;
   threads.streamBlocks(
-      2, [&](std::size_t) { return nbRead++ < 2; },
+      2, nullptr, [&](std::size_t) { return nbRead++ < 2; },
       [&](std::size_t) {
         for (++nbStarted; nbStarted < 2;) std::this_thread::yield();  // each waits for the other
       },
@@ -113,6 +153,7 @@ TEST_CASE("of a stream the first exception in the order of reading comes out, af
     for (const char* stage : {"read", "work", "write"}) {
       CAPTURE(nbThreads);
       CAPTURE(stage);
+      const AllowedThreads allowed(nbThreads);
       const qzThreads threads(nbThreads);
       constexpr std::size_t kNbSlots = 7;
       int blocks[kNbSlots], nbRead = 0, nbWritten = 0;
@@ -120,7 +161,7 @@ TEST_CASE("of a stream the first exception in the order of reading comes out, af
         if (stage == where && block >= 50) throw std::runtime_error(std::to_string(block));
       };
       CHECK_THROWS_WITH_AS(threads.streamBlocks(
-                               kNbSlots,
+                               kNbSlots, nullptr,
                                [&](std::size_t slot) {
                                  failIn("read", nbRead);
                                  blocks[slot] = nbRead;

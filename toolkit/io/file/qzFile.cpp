@@ -4,7 +4,7 @@
 #include <poll.h>
 #include <sys/stat.h>
 #include <toolkit/base/qzError.h>
-#include <toolkit/run/qzInterruption.h>
+#include <toolkit/run/qzDescriptorWait.h>
 #include <unistd.h>
 #include <zlib.h>
 
@@ -27,18 +27,26 @@ constexpr std::size_t kBlock = std::size_t(1) << 20;
   throw qzError(name, std::string(action) + ": " + std::strerror(number));
 }
 
-/// open() of the system, which may have to wait for the other end of a pipe.
-qzDescriptor open(const std::string& path, int flags, const std::string& name, const char* action) {
-  for (;;) {
-    qzDescriptor file(::open(path.c_str(), flags | O_CLOEXEC, 0666));
-    checkInterruption();
-    if (file.isOpen()) return file;
-    if (errno != EINTR) throwErrno(name, action, errno);
+/// Opens a file. Does not wait in open() itself for the other end of a pipe with a name, which nothing but a signal to
+/// the same thread would end.
+qzDescriptor open(const std::string& path, int flags, const std::string& name, const char* action,
+                  const tCancel* cancel) {
+  for (;; waitForRetry(cancel)) {
+    throwIfCanceled(cancel);
+    struct stat status;
+    const bool isPipe = ::stat(path.c_str(), &status) == 0 && S_ISFIFO(status.st_mode);
+    qzDescriptor file(::open(path.c_str(), flags | O_CLOEXEC | (isPipe ? O_NONBLOCK : 0), 0666));
+    if (file.isOpen()) {
+      if (isPipe) ::fcntl(file.get(), F_SETFL, flags);  // from here on reads and writes wait, as for any other file
+      return file;
+    }
+    const bool hasNoReaderYet = isPipe && errno == ENXIO;
+    if (errno != EINTR && !hasNoReaderYet) throwErrno(name, action, errno);
   }
 }
 
-qzDescriptor openForReading(const std::string& name) {
-  return name == "-" ? qzDescriptor(STDIN_FILENO) : open(name, O_RDONLY, name, "cannot be opened");
+qzDescriptor openForReading(const std::string& name, const tCancel* cancel) {
+  return name == "-" ? qzDescriptor(STDIN_FILENO) : open(name, O_RDONLY, name, "cannot be opened", cancel);
 }
 
 bool isRegular(const qzDescriptor& file) {
@@ -46,38 +54,27 @@ bool isRegular(const qzDescriptor& file) {
   return ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-/// Waits until there is something to read, or until it can be written. A signal that asks to stop may come to another
-/// thread than the one that waits, or just before it does, so the wait is looked up from now and then.
-void waitFor(const qzDescriptor& file, short events) {
-  constexpr int kMilliseconds = 100;
-  pollfd request = {file.get(), events, 0};
-  int nbReady;
-  do {
-    checkInterruption();
-    nbReady = ::poll(&request, 1, kMilliseconds);
-  } while (nbReady == 0 || (nbReady < 0 && errno == EINTR));
-}
-
 /// A call of the system for some bytes: how many it took care of.
 template <class tCall>
 std::size_t transfer(const qzDescriptor& file, short events, const std::string& name, const char* action,
-                     const tCall& call) {
+                     const tCancel* cancel, const tCall& call) {
   for (;;) {
-    waitFor(file, events);
+    waitFor(file.get(), events, cancel);
     const ssize_t count = call();
     if (count >= 0) return static_cast<std::size_t>(count);
     if (errno != EINTR) throwErrno(name, action, errno);
   }
 }
 
-std::size_t readSome(const qzDescriptor& file, const std::string& name, char* bytes, std::size_t size) {
-  return transfer(file, POLLIN, name, "cannot be read", [&] { return ::read(file.get(), bytes, size); });
+std::size_t readSome(const qzDescriptor& file, const std::string& name, char* bytes, std::size_t size,
+                     const tCancel* cancel) {
+  return transfer(file, POLLIN, name, "cannot be read", cancel, [&] { return ::read(file.get(), bytes, size); });
 }
 
-void writeAll(const qzDescriptor& file, const std::string& name, std::string_view bytes) {
+void writeAll(const qzDescriptor& file, const std::string& name, std::string_view bytes, const tCancel* cancel) {
   const std::size_t most = isRegular(file) ? kBlock : PIPE_BUF;  // so many do not wait in a pipe that has room
   while (!bytes.empty()) {
-    bytes.remove_prefix(transfer(file, POLLOUT, name, "cannot be written",
+    bytes.remove_prefix(transfer(file, POLLOUT, name, "cannot be written", cancel,
                                  [&] { return ::write(file.get(), bytes.data(), std::min(bytes.size(), most)); }));
   }
 }
@@ -109,22 +106,24 @@ qzDescriptor createWithoutName(const std::string& name) {
 
 }  // namespace
 
-qzFileReader::qzFileReader(const std::string& name) : mName(name), mFile(openForReading(name)), mSize(0) {
+qzFileReader::qzFileReader(const std::string& name, const tCancel* cancel)
+    : mName(name), mCancel(cancel), mFile(openForReading(name, cancel)), mSize(0) {
   struct stat status;
   if (::fstat(mFile.get(), &status) == 0 && S_ISREG(status.st_mode)) mSize = static_cast<std::size_t>(status.st_size);
 }
 
 std::size_t qzFileReader::read(char* bytes, std::size_t size) {
-  return readSome(mFile, mName, bytes, size);
+  return readSome(mFile, mName, bytes, size, mCancel);
 }
 
-qzFileWriter::qzFileWriter(const std::string& name, bool isRewritten) : mName(name) {
+qzFileWriter::qzFileWriter(const std::string& name, const tCancel* cancel, bool isRewritten)
+    : mName(name), mCancel(cancel) {
   struct stat status;
   if (name == "-") {
     mName = "standard output";
     mFile = qzDescriptor(STDOUT_FILENO);
   } else if (::stat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
-    mFile = open(name, O_WRONLY, name, "cannot be written");
+    mFile = open(name, O_WRONLY, name, "cannot be written", cancel);
   } else {
     std::error_code failure;
     const std::filesystem::path followed = std::filesystem::canonical(name, failure);
@@ -144,12 +143,12 @@ qzFileWriter::~qzFileWriter() {
 }
 
 void qzFileWriter::append(std::string_view bytes) {
-  writeAll(mFile, mName, bytes);
+  writeAll(mFile, mName, bytes, mCancel);
 }
 
 void qzFileWriter::rewriteStart(std::string_view bytes) {
   if (::lseek(mFile.get(), 0, SEEK_SET) < 0) throwErrno(mName, "cannot be written", errno);
-  writeAll(mFile, mName, bytes);
+  writeAll(mFile, mName, bytes, mCancel);
   if (::lseek(mFile.get(), 0, SEEK_END) < 0) throwErrno(mName, "cannot be written", errno);
 }
 
@@ -157,8 +156,8 @@ void qzFileWriter::commit() {
   if (mDevice.isOpen()) {
     if (::lseek(mFile.get(), 0, SEEK_SET) < 0) throwErrno(mName, "cannot be written", errno);
     std::string bytes(kBlock, '\0');
-    while (const std::size_t count = readSome(mFile, mName, bytes.data(), bytes.size())) {
-      writeAll(mDevice, mName, std::string_view(bytes).substr(0, count));
+    while (const std::size_t count = readSome(mFile, mName, bytes.data(), bytes.size(), mCancel)) {
+      writeAll(mDevice, mName, std::string_view(bytes).substr(0, count), mCancel);
     }
   }
   if (mTemporary.empty()) return;
@@ -168,8 +167,8 @@ void qzFileWriter::commit() {
   mTemporary.clear();
 }
 
-std::string readFile(const std::string& name) {
-  qzFileReader file(name);
+std::string readFile(const std::string& name, const tCancel* cancel) {
+  qzFileReader file(name, cancel);
   std::string bytes;
   bytes.reserve(file.getSize() + 1);
   for (std::size_t size = 0;;) {
@@ -184,8 +183,8 @@ std::string readFile(const std::string& name) {
   }
 }
 
-std::string readGzipFile(const std::string& name) {
-  qzDescriptor descriptor = openForReading(name);
+std::string readGzipFile(const std::string& name, const tCancel* cancel) {
+  qzDescriptor descriptor = openForReading(name, cancel);
   struct stat status;
   if (::fstat(descriptor.get(), &status) == 0 && S_ISDIR(status.st_mode)) throwErrno(name, "cannot be read", EISDIR);
   const gzFile file = gzdopen(descriptor.get(), "rb");
@@ -202,7 +201,7 @@ std::string readGzipFile(const std::string& name) {
     const std::size_t size = bytes.size();
     bytes.resize(size + kBlock);
     const int count = gzread(file, bytes.data() + size, kBlock);
-    checkInterruption();
+    throwIfCanceled(cancel);
     bytes.resize(size + static_cast<std::size_t>(std::max(count, 0)));
     if (count > 0) continue;
     // zlib passes through what is not compressed at all, and tells of a cut file at its end only.
@@ -221,8 +220,8 @@ std::string readGzipFile(const std::string& name) {
   }
 }
 
-void writeFile(const std::string& name, std::string_view bytes) {
-  qzFileWriter file(name);
+void writeFile(const std::string& name, std::string_view bytes, const tCancel* cancel) {
+  qzFileWriter file(name, cancel);
   file.append(bytes);
   file.commit();
 }

@@ -2,7 +2,6 @@
 
 #include <toolkit/base/qzError.h>
 #include <toolkit/base/qzNumber.h>
-#include <toolkit/run/qzInterruption.h>
 
 #include <algorithm>
 
@@ -10,7 +9,7 @@ namespace qzToolkit {
 
 bool qzLines::next() {
   while (!mText.empty()) {
-    checkInterruption();
+    throwIfCanceled(mCancel);
     const std::size_t end = mText.find('\n');
     mLine = mText.substr(0, end);
     mText.remove_prefix(end == std::string_view::npos ? mText.size() : end + 1);

@@ -1,6 +1,8 @@
 #pragma once
 // Reading a text line by line and word by word.
 
+#include <toolkit/run/qzCancelToken.h>
+
 #include <charconv>
 #include <cstddef>
 #include <optional>
@@ -12,10 +14,12 @@ namespace qzToolkit {
 /// The lines of a text with their numbers, comments behind "#" and blank ends cut off.
 class qzLines {
  public:
-  /// name  of the file, for messages; it and text must outlive the object
-  qzLines(const std::string& name, std::string_view text) : mName(name), mText(text) {}
+  /// name    of the file, for messages; it and text must outlive the object
+  /// cancel  polled for every line
+  qzLines(const std::string& name, std::string_view text, const tCancel* cancel = nullptr)
+      : mName(name), mText(text), mCancel(cancel) {}
 
-  /// Moves on to the next line that has something on it; false at the end. Asks checkInterruption() for every line.
+  /// Moves on to the next line that has something on it; false at the end.
   bool next();
 
   std::string_view line() const { return mLine; }
@@ -28,6 +32,7 @@ class qzLines {
  private:
   const std::string& mName;
   std::string_view mText, mLine;
+  const tCancel* mCancel;
   std::size_t mNumber = 0;
 };
 

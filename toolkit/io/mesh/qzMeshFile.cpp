@@ -194,14 +194,15 @@ bool isConsistent(const qzPolygonMesh& mesh) {
 }
 
 /// The same in a process of its own: assimp crashes, leaks or comes to no end on some damaged files.
-qzPolygonMesh readWithAssimpApart(const tFile& file) {
+qzPolygonMesh readWithAssimpApart(const tFile& file, const tCancel* cancel) {
   constexpr std::size_t kSeconds = 20, kBytesPerSecond = 100000;  // a tenth of the speed of the slowest readers
   const std::size_t memory =
       static_cast<std::size_t>(::sysconf(_SC_PHYS_PAGES)) * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
   const qzChildProcess::tLimits limits{static_cast<unsigned>(kSeconds + file.mBytes.size() / kBytesPerSecond),
                                        memory / 2};
   try {
-    qzChildProcess process(limits, [&](const qzChildProcess::tOutput& output) { writeAnswer(output, file); });
+    qzChildProcess process(
+        limits, [&](const qzChildProcess::tOutput& output) { writeAnswer(output, file); }, cancel);
     tAnswer answer;
     process.read(&answer, sizeof answer);
     if (answer.mErrorSize > 0) {
@@ -220,16 +221,16 @@ qzPolygonMesh readWithAssimpApart(const tFile& file) {
   }
 }
 
-qzPolygonMesh readPolygons(const std::string& name, tNonFinite nonFinite) {
+qzPolygonMesh readPolygons(const std::string& name, const tCancel* cancel, tNonFinite nonFinite) {
   if (name == "-") throw qzError("standard input", "a mesh must come from a file, whose name tells its format");
   const bool isPacked = fileExtension(name) == "gz";
   const tFile file{name, fileExtension(isPacked ? name.substr(0, name.size() - 3) : name),
-                   isPacked ? readGzipFile(name) : readFile(name), isPacked};
+                   isPacked ? readGzipFile(name, cancel) : readFile(name, cancel), isPacked};
   if (file.mBytes.find_first_not_of(" \t\r\n") == std::string::npos) throw qzError(name, "the file is empty");
   if (file.mExtension.empty()) throw qzError(name, "the file name has no extension that tells the format");
-  if (file.mExtension == "obj") return readObj(name, file.mBytes, nonFinite);
-  checkMeshFile(name, file.mExtension, file.mBytes);
-  return readWithAssimpApart(file);
+  if (file.mExtension == "obj") return readObj(name, file.mBytes, cancel, nonFinite);
+  checkMeshFile(name, file.mExtension, file.mBytes, cancel);
+  return readWithAssimpApart(file, cancel);
 }
 
 void checkVertices(const std::string& name, const qzPolygonMesh& mesh) {
@@ -241,15 +242,15 @@ void checkVertices(const std::string& name, const qzPolygonMesh& mesh) {
 
 }  // namespace
 
-qz::qzTriMesh loadMesh(const std::string& name, std::size_t maxTriangles, tNonFinite nonFinite) {
-  qzPolygonMesh mesh = readPolygons(name, nonFinite);
+qz::qzTriMesh loadMesh(const std::string& name, const tCancel* cancel, std::size_t maxTriangles, tNonFinite nonFinite) {
+  qzPolygonMesh mesh = readPolygons(name, cancel, nonFinite);
   if (nonFinite == tNonFinite::eRefuse) checkVertices(name, mesh);
   const std::size_t nbTriangles = mesh.countTriangles();
   if (nbTriangles == 0) throw qzError(name, "no triangles in the file");
   if (nbTriangles > maxTriangles) {
     throw qzError(name, "more triangles than the limit of " + std::to_string(maxTriangles));
   }
-  return mesh.triangulate();
+  return mesh.triangulate(cancel);
 }
 
 }  // namespace qzToolkit

@@ -13,6 +13,7 @@ namespace qzToolkit {
 ///
 /// name          the file; its extension tells the format. With ".gz" behind ("bike.obj.gz") it is unpacked in memory,
 ///               and other files that it refers to are not looked for
+/// cancel        polled all the time; canceled work throws a qzInterrupted
 /// maxTriangles  more are an error
 /// nonFinite     eKeep lets coordinates that are NaN or infinite pass
 ///
@@ -28,7 +29,7 @@ namespace qzToolkit {
 ///
 /// assimp crashes, leaks or loops for ever over some damaged files, so it works in a copy of this process (fork) with a
 /// limit on processor time and memory, and what happens there is an error like others. OBJ is read right here.
-qz::qzTriMesh loadMesh(const std::string& name, std::size_t maxTriangles = kMaxTriangles,
-                       tNonFinite nonFinite = tNonFinite::eRefuse);
+qz::qzTriMesh loadMesh(const std::string& name, const tCancel* cancel = nullptr,
+                       std::size_t maxTriangles = kMaxTriangles, tNonFinite nonFinite = tNonFinite::eRefuse);
 
 }  // namespace qzToolkit

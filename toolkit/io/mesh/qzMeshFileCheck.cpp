@@ -138,12 +138,13 @@ class tPlyWalker {
   std::string_view mRest;
 };
 
-void checkPly(const std::string& name, std::string_view bytes) {
+void checkPly(const std::string& name, std::string_view bytes, const tCancel* cancel) {
   const tPlyHeader header = readPlyHeader(name, bytes);
   tPlyWalker walker(header);
   for (const tPlyElement& element : header.mElements) {
     if (element.mProperties.empty()) continue;
     for (std::uint64_t i = 0; i < element.mCount; ++i) {
+      throwIfCanceled(cancel);
       if (walker.skipElement(element)) continue;
       throw qzError(name, "the file is cut off or damaged at " + element.mName + " " + std::to_string(i) + " of " +
                               std::to_string(element.mCount));
@@ -177,8 +178,8 @@ void checkStl(const std::string& name, std::string_view bytes) {
 
 // OFF: the word OFF (with letters before it for extra columns), three counts, then lines of vertices and of faces.
 
-void checkOff(const std::string& name, std::string_view text) {
-  qzLines lines(name, text);
+void checkOff(const std::string& name, std::string_view text, const tCancel* cancel) {
+  qzLines lines(name, text, cancel);
   if (!lines.next()) throw qzError(name, "not an OFF file");
   std::string_view rest = lines.line();
   const std::string_view keyword = takeWord(rest);
@@ -223,9 +224,10 @@ void checkOff(const std::string& name, std::string_view text) {
 
 // COLLADA: XML in which the vertex numbers of a primitive are the text of an element named p.
 
-void checkCollada(const std::string& name, std::string_view text) {
+void checkCollada(const std::string& name, std::string_view text, const tCancel* cancel) {
   constexpr std::string_view kStart = "<p>";
   for (std::size_t start = text.find(kStart); start != std::string_view::npos; start = text.find(kStart, start + 1)) {
+    throwIfCanceled(cancel);
     const std::size_t stop = text.find_first_not_of("0123456789 \t\r\n", start + kStart.size());
     if (stop == std::string_view::npos || text[stop] == '<') continue;
     const auto lineNumber = 1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(stop), '\n');
@@ -235,11 +237,12 @@ void checkCollada(const std::string& name, std::string_view text) {
 
 }  // namespace
 
-void checkMeshFile(const std::string& name, const std::string& extension, std::string_view bytes) {
-  if (extension == "ply") checkPly(name, bytes);
+void checkMeshFile(const std::string& name, const std::string& extension, std::string_view bytes,
+                   const tCancel* cancel) {
+  if (extension == "ply") checkPly(name, bytes, cancel);
   if (extension == "stl") checkStl(name, bytes);
-  if (extension == "off") checkOff(name, bytes);
-  if (extension == "dae") checkCollada(name, bytes);
+  if (extension == "off") checkOff(name, bytes, cancel);
+  if (extension == "dae") checkCollada(name, bytes, cancel);
 }
 
 }  // namespace qzToolkit

@@ -15,8 +15,8 @@ namespace {
 // A line is a keyword and values. Faces name vertices from 1, or backwards from the last one before the face.
 class tObjReader {
  public:
-  tObjReader(const std::string& name, std::string_view text, tNonFinite nonFinite)
-      : mLines(name, text), mNonFinite(nonFinite) {}
+  tObjReader(const std::string& name, std::string_view text, const tCancel* cancel, tNonFinite nonFinite)
+      : mLines(name, text, cancel), mNonFinite(nonFinite) {}
 
   qzPolygonMesh read() {
     std::string joined;
@@ -96,8 +96,8 @@ class tObjReader {
 
 }  // namespace
 
-qzPolygonMesh readObj(const std::string& name, std::string_view text, tNonFinite nonFinite) {
-  return tObjReader(name, text, nonFinite).read();
+qzPolygonMesh readObj(const std::string& name, std::string_view text, const tCancel* cancel, tNonFinite nonFinite) {
+  return tObjReader(name, text, cancel, nonFinite).read();
 }
 
 }  // namespace qzToolkit

@@ -14,6 +14,7 @@ namespace qzToolkit {
 /// Failure: a vertex without three finite coordinates, or a face without three corners or with a vertex that the file
 /// does not have, throws a qzError that names the line. A file without faces is none. A number that is too large for a
 /// float fails even where infinities are kept.
-qzPolygonMesh readObj(const std::string& name, std::string_view text, tNonFinite nonFinite = tNonFinite::eRefuse);
+qzPolygonMesh readObj(const std::string& name, std::string_view text, const tCancel* cancel = nullptr,
+                      tNonFinite nonFinite = tNonFinite::eRefuse);
 
 }  // namespace qzToolkit

@@ -13,7 +13,8 @@ namespace {
 /// the polygon. A convex polygon becomes a fan around its first corner.
 class tEarClipper {
  public:
-  explicit tEarClipper(const std::vector<Wm4::Vector3<float>>& vertices) : mVertices(vertices) {}
+  tEarClipper(const std::vector<Wm4::Vector3<float>>& vertices, const tCancel* cancel)
+      : mVertices(vertices), mCancel(cancel) {}
 
   void appendTriangles(const int* corners, int nbCorners, std::vector<int>& triangles) {
     flatten(corners, nbCorners);
@@ -29,6 +30,7 @@ class tEarClipper {
     for (std::size_t i = 0; i < rest.size(); ++i) rest[i] = i;
     std::size_t ear = 1, nbRefused = 0;
     while (rest.size() >= 3) {
+      throwIfCanceled(mCancel);
       ear %= rest.size();
       const std::size_t before = rest[(ear + rest.size() - 1) % rest.size()], after = rest[(ear + 1) % rest.size()];
       // A polygon without an ear crosses itself or has no area: then any corner will do.
@@ -82,6 +84,7 @@ class tEarClipper {
   const Wm4::Vector3<float>& vertex(int i) const { return mVertices[static_cast<std::size_t>(i)]; }
 
   const std::vector<Wm4::Vector3<float>>& mVertices;
+  const tCancel* mCancel;
   std::vector<tPoint> mPoints;       // the polygon's corners on the plane
   std::vector<std::size_t> mHollow;  // corners that do not bulge
   std::vector<std::size_t> mRest;    // corners not cut off yet
@@ -95,12 +98,13 @@ std::size_t qzPolygonMesh::countTriangles() const {
   return count;
 }
 
-qz::qzTriMesh qzPolygonMesh::triangulate() {
+qz::qzTriMesh qzPolygonMesh::triangulate(const tCancel* cancel) {
   std::vector<int> triangles;
   triangles.reserve(3 * countTriangles());
-  tEarClipper clipper(mVertices);
+  tEarClipper clipper(mVertices, cancel);
   const int* corners = mCorners.data();
   for (int nbCorners : mNbCorners) {
+    throwIfCanceled(cancel);
     if (nbCorners == 3) triangles.insert(triangles.end(), corners, corners + 3);
     if (nbCorners > 3) clipper.appendTriangles(corners, nbCorners, triangles);
     corners += nbCorners;

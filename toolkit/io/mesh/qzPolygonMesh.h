@@ -3,6 +3,7 @@
 
 #include <Wm4/Vector3.h>
 #include <qzSceneGraph/qzTriMesh.h>
+#include <toolkit/run/qzCancelToken.h>
 
 #include <cstddef>
 #include <vector>
@@ -24,7 +25,7 @@ class qzPolygonMesh {
   /// The mesh with every face divided into triangles, in the order of the faces. Vertex numbers must be in range. A
   /// face of three corners stays as it is; a simple polygon, which may have notches, keeps its area and its side; one
   /// that crosses itself or bends gives some triangles over its corners. Takes the vertices out of this object.
-  qz::qzTriMesh triangulate();
+  qz::qzTriMesh triangulate(const tCancel* cancel = nullptr);
 };
 
 }  // namespace qzToolkit

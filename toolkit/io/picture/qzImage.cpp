@@ -5,6 +5,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
+#include <exception>
+#include <new>
+#include <utility>
 
 namespace qzToolkit {
 
@@ -15,6 +19,41 @@ std::uint8_t encodeChannel(double linear) {
   const double encoded = value <= 0.0031308 ? 12.92 * value : 1.055 * std::pow(value, 1.0 / 2.4) - 0.055;  // sRGB
   return static_cast<std::uint8_t>(std::lround(255.0 * encoded));
 }
+
+/// A stream of the C library that collects bytes in memory, and fails once cancel is set: the one way to stop libpng.
+class tPngStream {
+ public:
+  explicit tPngStream(const tCancel* cancel) : mCancel(cancel) {
+    cookie_io_functions_t functions = {};
+    functions.write = Write;
+    mFile = ::fopencookie(this, "w", functions);
+    if (mFile == nullptr) throw std::bad_alloc();
+  }
+  ~tPngStream() { std::fclose(mFile); }
+  tPngStream(const tPngStream&) = delete;
+  tPngStream& operator=(const tPngStream&) = delete;
+
+  std::FILE* get() const { return mFile; }
+  bool flush() const { return std::fflush(mFile) == 0; }
+  std::string takeBytes() { return std::move(mBytes); }
+
+ private:
+  /// Called by C, so it must not throw. Returns 0 for a failure.
+  static ssize_t Write(void* stream, const char* bytes, std::size_t size) {
+    tPngStream& self = *static_cast<tPngStream*>(stream);
+    if (self.mCancel != nullptr && self.mCancel->isCanceled()) return 0;
+    try {
+      self.mBytes.append(bytes, size);
+    } catch (const std::exception&) {
+      return 0;
+    }
+    return static_cast<ssize_t>(size);
+  }
+
+  const tCancel* mCancel;
+  std::FILE* mFile = nullptr;
+  std::string mBytes;
+};
 
 }  // namespace
 
@@ -30,19 +69,18 @@ void qzImage::setPixel(int x, int y, const std::array<double, 3>& color) {
   for (std::size_t channel = 0; channel < 3; ++channel) pixel[channel] = encodeChannel(color[channel]);
 }
 
-std::string qzImage::encodePng() const {
+std::string qzImage::encodePng(const tCancel* cancel) const {
   png_image description = {};
   description.version = PNG_IMAGE_VERSION;
   description.width = static_cast<png_uint_32>(mWidth);
   description.height = static_cast<png_uint_32>(mHeight);
   description.format = PNG_FORMAT_RGB;
-  std::string bytes(PNG_IMAGE_PNG_SIZE_MAX(description), '\0');
-  png_alloc_size_t size = bytes.size();
-  if (png_image_write_to_memory(&description, bytes.data(), &size, 0, mBytes.data(), 0, nullptr) == 0) {
+  tPngStream stream(cancel);
+  if (png_image_write_to_stdio(&description, stream.get(), 0, mBytes.data(), 0, nullptr) == 0 || !stream.flush()) {
+    throwIfCanceled(cancel);
     throw qzError("PNG", description.message);
   }
-  bytes.resize(size);
-  return bytes;
+  return stream.takeBytes();
 }
 
 }  // namespace qzToolkit

@@ -1,6 +1,8 @@
 #pragma once
 // qzImage: a picture of 8-bit red, green and blue, rows from the top.
 
+#include <toolkit/run/qzCancelToken.h>
+
 #include <array>
 #include <cstdint>
 #include <string>
@@ -20,8 +22,8 @@ class qzImage {
   /// may be set by different threads.
   void setPixel(int x, int y, const std::array<double, 3>& color);
 
-  /// The picture as a PNG file.
-  std::string encodePng() const;
+  /// The picture as a PNG file. cancel is polled while it is compressed.
+  std::string encodePng(const tCancel* cancel = nullptr) const;
 
  private:
   int mWidth, mHeight;

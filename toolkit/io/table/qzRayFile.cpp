@@ -101,8 +101,8 @@ bool isNumpyName(const std::string& name) {
 
 }  // namespace
 
-qzRayReader::qzRayReader(const std::string& name, std::size_t blockSize)
-    : mName(name == "-" ? "standard input" : name), mFile(name), mBlockSize(blockSize) {
+qzRayReader::qzRayReader(const std::string& name, const tCancel* cancel, std::size_t blockSize)
+    : mName(name == "-" ? "standard input" : name), mFile(name, cancel), mBlockSize(blockSize) {
   constexpr std::size_t kMagicSize = 6;
   while (mRest.size() < kMagicSize && readMore(mRest, mBlockSize)) {
   }
@@ -221,8 +221,8 @@ void qzRayReader::decodeRows(const qzRayBlock& block, const std::function<void(c
   }
 }
 
-qzHitWriter::qzHitWriter(const std::string& name, std::optional<std::size_t> nbHits)
-    : mIsNumpy(isNumpyName(name)), mFile(name, mIsNumpy && !nbHits), mNbHitsInHeader(nbHits.value_or(0)) {}
+qzHitWriter::qzHitWriter(const std::string& name, const tCancel* cancel, std::optional<std::size_t> nbHits)
+    : mIsNumpy(isNumpyName(name)), mFile(name, cancel, mIsNumpy && !nbHits), mNbHitsInHeader(nbHits.value_or(0)) {}
 
 void qzHitWriter::encode(const qzHit& hit, std::string& rows) const {
   if (mIsNumpy) {

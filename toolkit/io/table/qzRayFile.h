@@ -30,8 +30,9 @@ class qzRayReader {
  public:
   static constexpr std::size_t kBlockSize = std::size_t(1) << 18;
 
-  /// Blocks have about blockSize bytes at most, but a whole row at least.
-  explicit qzRayReader(const std::string& name, std::size_t blockSize = kBlockSize);
+  /// cancel     polled while the file is read
+  /// blockSize  bytes of a block at most, about; a block has a whole row at least
+  explicit qzRayReader(const std::string& name, const tCancel* cancel = nullptr, std::size_t blockSize = kBlockSize);
 
   /// For messages.
   const std::string& getName() const { return mName; }
@@ -69,9 +70,11 @@ class qzRayReader {
 /// when the file appears.
 class qzHitWriter {
  public:
+  /// cancel  polled while the file is written
   /// nbHits  how many there will be, if that is known. When it is not, a .npy file that is no regular file gets its
   ///         bytes at commit only, out of a temporary file.
-  explicit qzHitWriter(const std::string& name, std::optional<std::size_t> nbHits = std::nullopt);
+  explicit qzHitWriter(const std::string& name, const tCancel* cancel = nullptr,
+                       std::optional<std::size_t> nbHits = std::nullopt);
 
   /// Appends the row of a hit to rows. From any thread.
   void encode(const qzHit& hit, std::string& rows) const;

@@ -74,7 +74,7 @@ TEST_CASE("reading and writing leave no file open, also when they fail") {
     CHECK(errorOf([&] { readGzipFile(name); }).substr(0, name.size()) == name);
   }
   CHECK(errorOf([&] { writeFile("/dev/full", "bytes"); }) != "nothing thrown");
-  qzFileWriter("/dev/null", true).append("bytes");
+  qzFileWriter("/dev/null", nullptr, true).append("bytes");
   CHECK(openFiles() == before);
 }
 
@@ -82,7 +82,7 @@ TEST_CASE("programs that this one starts do not get its files") {
   const TemporaryFolder folder;
   const std::set<int> before = openFiles();
   const qzFileReader reader(folder.write("read", "bytes"));
-  const qzFileWriter file(folder.path("written")), device("/dev/null", true);
+  const qzFileWriter file(folder.path("written")), device("/dev/null", nullptr, true);
   int nbFiles = 0;
   for (int number : openFiles()) {
     if (before.count(number) != 0) continue;

@@ -99,7 +99,7 @@ TEST_CASE("bytes that wait for a pipe or a device are in a file without a name")
   const char* const before = ::getenv("TMPDIR");
   const std::string previous = before == nullptr ? "" : before;
   ::setenv("TMPDIR", folder.path("").c_str(), 1);
-  qzFileWriter file("/dev/null", true);
+  qzFileWriter file("/dev/null", nullptr, true);
   file.append("bytes");
   CHECK(folder.names().empty());
   before == nullptr ? ::unsetenv("TMPDIR") : ::setenv("TMPDIR", previous.c_str(), 1);
@@ -159,7 +159,7 @@ TEST_CASE("a file written bit by bit appears with the commit, or not at all") {
     CHECK(folder.names() == std::set<std::string>{"old"});
   }
   for (const char* name : {"old", "new"}) {
-    qzFileWriter file(folder.path(name), true);
+    qzFileWriter file(folder.path(name), nullptr, true);
     file.append("one, ");
     file.append("two");
     file.rewriteStart("ONE");
@@ -177,12 +177,12 @@ TEST_CASE("a pipe gets bytes as they are written, and rewritten ones with the co
   for (const bool isRewritten : {false, true}) {
     const std::string pipe = folder.path(isRewritten ? "rewritten" : "plain");
     std::future<std::string> bytes = readPipe(pipe);
-    qzFileWriter(pipe, isRewritten).append("of a writer without commit");
+    qzFileWriter(pipe, nullptr, isRewritten).append("of a writer without commit");
     CHECK(bytes.get() == (isRewritten ? "" : "of a writer without commit"));
     std::filesystem::remove(pipe);
     bytes = readPipe(pipe);
     {
-      qzFileWriter file(pipe, isRewritten);
+      qzFileWriter file(pipe, nullptr, isRewritten);
       file.append("one" + many);
       if (isRewritten) file.rewriteStart("ONE");
       file.append("two");

@@ -41,8 +41,8 @@ std::string plyOf(const std::string& vertices, const std::string& faces) {
 TEST_CASE("more triangles than the nodes of a hierarchy can number are refused") {
   const TemporaryFolder folder;
   const std::string path = folder.write("two.obj", kVertices + "f 1 2 3\nf 3 2 1\n");
-  CHECK(qzToolkit::loadMesh(path, 2).getIndexBuffer()->getNbIndices() == 6);
-  CHECK(errorOf([&] { qzToolkit::loadMesh(path, 1); }) == path + ": more triangles than the limit of 1");
+  CHECK(qzToolkit::loadMesh(path, nullptr, 2).getIndexBuffer()->getNbIndices() == 6);
+  CHECK(errorOf([&] { qzToolkit::loadMesh(path, nullptr, 1); }) == path + ": more triangles than the limit of 1");
 }
 
 TEST_CASE("a file that is missing, a folder, and standard input") {
@@ -99,8 +99,8 @@ TEST_CASE("a file without triangles") {
 TEST_CASE("more triangles than the limit") {
   const TemporaryFolder folder;
   const std::string path = folder.write("a.obj", asObj(gridMesh(2)));
-  CHECK(qzToolkit::loadMesh(path, 8).getIndexBuffer()->getNbIndices() == 24);
-  CHECK(errorOf([&] { qzToolkit::loadMesh(path, 7); }) == path + ": more triangles than the limit of 7");
+  CHECK(qzToolkit::loadMesh(path, nullptr, 8).getIndexBuffer()->getNbIndices() == 24);
+  CHECK(errorOf([&] { qzToolkit::loadMesh(path, nullptr, 7); }) == path + ": more triangles than the limit of 7");
 }
 
 TEST_CASE("OBJ: what is wrong is named with its line") {
@@ -152,7 +152,7 @@ TEST_CASE("PLY: what is wrong is named with its vertex or face") {
 TEST_CASE("OBJ: NaN and infinity may be kept, but no number beyond the range of float, and no index out of range") {
   const TemporaryFolder folder;
   const auto load = [&](const std::string& bytes) {
-    return qzToolkit::loadMesh(folder.write("a.obj", bytes), 9, qzToolkit::tNonFinite::eKeep);
+    return qzToolkit::loadMesh(folder.write("a.obj", bytes), nullptr, 9, qzToolkit::tNonFinite::eKeep);
   };
   const qz::qzTriMesh mesh = load("v nan 0 0\nv 1 inf 0\nv 0 1 -inf\nf 1 2 3\n");
   CHECK(std::isnan(mesh.getVertexBuffer()->Position3(0)[0]));

@@ -29,7 +29,7 @@ std::string errorOfRays(const TemporaryFolder& folder, const std::string& bytes,
 
 std::string bytesOf(const TemporaryFolder& folder, const std::string& name, const std::vector<qzHit>& hits,
                     std::optional<std::size_t> nbHits = std::nullopt) {
-  qzHitWriter writer(folder.path(name), nbHits);
+  qzHitWriter writer(folder.path(name), nullptr, nbHits);
   for (const qzHit& hit : hits) {
     std::string row;
     writer.encode(hit, row);

@@ -1,4 +1,4 @@
-#include <toolkit/inspect/qzVisitCounter.h>
+#include <toolkit/query/qzHierarchy.h>
 
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 #include <qzCommonAddOns/qzDetail/query/ray/qzRayTraversal.h>
@@ -14,7 +14,7 @@ struct tNodeCounter {
 
 }  // namespace
 
-qzHit qzVisitCounter::castRayCounting(const qzRay& ray, tIntersectionPolicy policy, unsigned& nbVisits) const {
+qzHit qzHierarchy::castRayCounting(const qzRay& ray, tIntersectionPolicy policy, unsigned& nbVisits) const {
   const qzDetail::tFloatMode mode;
   qzDetail::tRayHit hit{ray.mTMax};
   nbVisits = 0;
@@ -24,7 +24,7 @@ qzHit qzVisitCounter::castRayCounting(const qzRay& ray, tIntersectionPolicy poli
   return hit.mTriangle == kNoTriangle ? qzHit() : qzHit(hit.mT, hit.mTriangle, {hit.mW, hit.mU});
 }
 
-std::size_t qzVisitCounter::getBytes() const {
+std::size_t qzHierarchy::getBytes() const {
   std::size_t bytes = mNoNodes * sizeof(tSOANode);
   if (mTriangleVertices != nullptr) bytes += mNoQuadruplets * sizeof(tSOATriangleVertices);
   if (mTriangleEquations != nullptr) bytes += mNoQuadruplets * sizeof(tSOATriangleEquations);

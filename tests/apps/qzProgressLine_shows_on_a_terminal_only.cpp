@@ -1,7 +1,7 @@
+#include <apps/qzquery/qzProgressLine.h>
 #include <doctest/doctest.h>
 #include <fcntl.h>
 #include <stdlib.h>
-#include <toolkit/run/qzProgress.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -10,7 +10,7 @@
 #include "support/qzTemporaryFolder.h"
 
 using namespace qzTest;
-using qzToolkit::qzProgress;
+using qzQuery::qzProgressLine;
 
 namespace {
 
@@ -32,7 +32,7 @@ class ErrorTo {
 };
 
 void count(bool enabled) {
-  qzProgress progress("counting", 4, enabled);
+  qzProgressLine progress("counting", 4, enabled);
   for (int i = 0; i < 4; ++i) progress.advance(1);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
-// qzVisitCounter: a four-wide hierarchy that also tells what a ray costs. It has the library's own walk, compiled once
-// more with a counter in it, so it finds the same hits to the bit.
+// qzHierarchy: a four-wide hierarchy with what programs ask of it besides: its memory, and rays that count the nodes they
+// visit. Counting uses the library's own traversal, compiled once more with a counter in it, so that it finds the same
+// hits to the bit.
 
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
 #include <toolkit/base/qzRay.h>
@@ -9,11 +10,11 @@
 
 namespace qzToolkit {
 
-class qzVisitCounter : public qzQBVH {
+class qzHierarchy : public qzQBVH {
  public:
-  qzVisitCounter() = default;
-  qzVisitCounter(const qzVisitCounter&) = delete;  // a copy would share the arrays
-  qzVisitCounter& operator=(const qzVisitCounter&) = delete;
+  qzHierarchy() = default;
+  qzHierarchy(const qzHierarchy&) = delete;  // a copy would share the arrays
+  qzHierarchy& operator=(const qzHierarchy&) = delete;
 
   /// The hit that castRay finds. The hierarchy must have been built with eTrianglesEquations, or be empty.
   /// nbVisits  out: nodes whose four boxes were tested

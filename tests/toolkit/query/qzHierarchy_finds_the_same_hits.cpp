@@ -1,5 +1,5 @@
 #include <doctest/doctest.h>
-#include <toolkit/inspect/qzVisitCounter.h>
+#include <toolkit/query/qzHierarchy.h>
 #include <toolkit/query/qzRayCast.h>
 
 #include "support/qzBits.h"
@@ -11,7 +11,7 @@ using namespace qzToolkit;
 TEST_CASE("counting changes no hit, for every policy") {
   const std::uint32_t seed = 12;
   CAPTURE(seed);
-  qzVisitCounter hierarchy;
+  qzHierarchy hierarchy;
   hierarchy.buildFromMesh(qzQBVH::eTrianglesEquations, awkwardMesh(3000, seed), 4);
   Random random(seed);
   int nbHits = 0;
@@ -35,7 +35,7 @@ TEST_CASE("counting changes no hit, for every policy") {
 }
 
 TEST_CASE("a ray visits the root alone when it meets no box, and nothing when there are no nodes") {
-  qzVisitCounter hierarchy;
+  qzHierarchy hierarchy;
   const qzRay away = {{0.0f, 0.0f, 5.0f}, {0.0f, 0.0f, 1.0f}};
   const qzRay through = {{0.0f, 0.0f, 5.0f}, {0.0f, 0.0f, -1.0f}};
   unsigned nbVisits = 99;
@@ -52,7 +52,7 @@ TEST_CASE("a ray visits the root alone when it meets no box, and nothing when th
 }
 
 TEST_CASE("the bytes are those of the arrays that the flags ask for") {
-  qzVisitCounter hierarchy;
+  qzHierarchy hierarchy;
   CHECK(hierarchy.getBytes() == 0);
   const qz::qzTriMesh mesh = sphereMesh(8, 12);
   const auto sizeOf = [&](std::size_t bytesInQuadruplet) {

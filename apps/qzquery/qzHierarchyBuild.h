@@ -1,0 +1,23 @@
+#pragma once
+// Building the hierarchies that the options ask for.
+
+#include <qzCommonAddOns/bvh/qzGenericBVH.h>
+#include <qzSceneGraph/qzTriMesh.h>
+#include <toolkit/query/qzHierarchy.h>
+#include <toolkit/run/qzCancelToken.h>
+
+namespace qzQuery {
+
+struct tOptions;
+
+/// The binary hierarchy over the triangles of a mesh. Throws a qzInterrupted when it is canceled. The surface-area
+/// builder cannot be canceled: meanwhile the signals of a qzSignals end the process at once.
+qzGenericBVH buildBinaryHierarchy(const qz::qzTriMesh& mesh, const tOptions& options, const qzToolkit::tCancel& cancel);
+
+/// The same converted to a four-wide hierarchy with triangle equations. qzQBVH::buildFromMesh builds it in one go and
+/// faster, but cannot be canceled.
+/// binary  out: the binary hierarchy, unless it is null
+void buildHierarchy(const qz::qzTriMesh& mesh, const tOptions& options, const qzToolkit::tCancel& cancel,
+                    qzToolkit::qzHierarchy& hierarchy, qzGenericBVH* binary = nullptr);
+
+}  // namespace qzQuery

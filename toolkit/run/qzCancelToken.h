@@ -1,0 +1,58 @@
+#pragma once
+// Cooperative cancellation. The caller owns a token and passes it to whatever may run long; the work polls it at its own
+// pace, tidies up and throws a qzInterrupted. There is no token of the process: two jobs with two tokens are
+// independent.
+
+#include <qzSceneGraph/qzCancelInterfaceReadOnly.h>
+
+#include <atomic>
+#include <exception>
+
+namespace qzToolkit {
+
+/// What the toolkit polls, which is what the library's builders poll. It is passed as a pointer that may be null, for
+/// work that is never canceled, and must outlive the work. Polled from any thread, several at once.
+using tCancel = qz::qzCancelInterfaceReadOnly;
+
+/// Thrown by canceled work. Not a qzError: nothing was wrong.
+class qzInterrupted : public std::exception {
+ public:
+  const char* what() const noexcept override { return "interrupted"; }
+};
+
+/// Throws a qzInterrupted if the work is canceled.
+inline void throwIfCanceled(const tCancel* cancel) {
+  if (cancel != nullptr && cancel->isCanceled()) throw qzInterrupted();
+}
+
+/// A flag that is set once, from any thread or from a signal handler.
+class qzCancelToken : public tCancel {
+ public:
+  static constexpr int kNoReason = 0;
+  static constexpr int kRequested = -1;
+
+  qzCancelToken() = default;
+  qzCancelToken(const qzCancelToken&) = delete;
+  qzCancelToken& operator=(const qzCancelToken&) = delete;
+
+  /// Cancels all work that polls this token. reason is the caller's, as the number of a signal, and not kNoReason; the
+  /// first reason stays. Lock-free and async-signal-safe.
+  void cancel(int reason = kRequested) noexcept {
+    int expected = kNoReason;
+    mReason.compare_exchange_strong(expected, reason, std::memory_order_relaxed);
+  }
+
+  /// The reason that cancel was called with, or kNoReason.
+  int getReason() const noexcept { return mReason.load(std::memory_order_relaxed); }
+
+  bool isCanceled() const override { return getReason() != kNoReason; }
+
+  /// Throws a qzInterrupted if cancel was called.
+  void check() const { throwIfCanceled(this); }
+
+ private:
+  static_assert(std::atomic<int>::is_always_lock_free);  // a signal handler must not wait for a lock
+  std::atomic<int> mReason{kNoReason};
+};
+
+}  // namespace qzToolkit
