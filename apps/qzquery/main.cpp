@@ -1,4 +1,4 @@
-// qzquery: asks a triangle mesh in a file what it is, what a ray meets and what it looks like.
+// qzquery: inspects a triangle mesh in a file, casts rays at it and renders it.
 
 #include <csignal>
 
@@ -6,7 +6,8 @@
 #include "qzSignals.h"
 
 int main(int argc, char** argv) {
-  std::signal(SIGXFSZ, SIG_IGN);  // a file that grows too large is an error like a full disk, not a sudden end
+  std::signal(SIGXFSZ,
+              SIG_IGN);  // exceeding the file size limit is an error like a full disk, and does not kill the process
   qzToolkit::qzCancelToken cancel;
   int exitCode;
   {
@@ -14,7 +15,7 @@ int main(int argc, char** argv) {
     exitCode = qzQuery::run(argc, argv, cancel);
   }
   if (exitCode > qzQuery::kExitSignalBase) {
-    // Ends as if by the signal, so that a script around it learns that it should stop as well.
+    // Dies by the signal, so that a calling script stops as well.
     std::signal(cancel.getReason(), SIG_DFL);
     std::raise(cancel.getReason());
   }

@@ -30,7 +30,7 @@ struct tCastArguments {
   bool mSymmetric = false;
 };
 
-/// What a ray is asked.
+/// The query for each ray.
 std::function<qzToolkit::qzHit(const qzToolkit::qzRay&)> queryOf(const tCastArguments& arguments,
                                                                  const qzQBVH& hierarchy) {
   if (!arguments.mSymmetric) {
@@ -78,27 +78,26 @@ void cast(const tCastArguments& arguments, const tOptions& options, const qzTool
 void addCastCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel) {
   CLI::App& command = *app.add_subcommand("cast", "Find the nearest hit of every ray in a file");
   const auto arguments = std::make_shared<tCastArguments>();
-  command.add_option("MESH", arguments->mMeshName, "Mesh file, perhaps with .gz behind its name")->required();
+  command.add_option("MESH", arguments->mMeshName, "Mesh file, also compressed as .gz")->required();
   command
       .add_option(
           "RAYS", arguments->mRaysName,
-          "Rays as CSV or .npy: origin and direction in 6 columns, then tMin and tMax if you like; - is standard "
-          "input")
+          "Rays as CSV or .npy: 6 columns of origin and direction, optionally tMin and tMax; - is standard input")
       ->required();
   command
       .add_option(
           "-o,--output", arguments->mHitsName,
-          "Hits as .npy when the name ends so, else as CSV: distance, triangle, three weights; - is standard output, "
-          "which gets hits as rays come, also those before a line that is no good")
+          "Hits as .npy if the name ends in .npy, else as CSV: distance, triangle, three weights; - is standard "
+          "output, which gets hits as rays arrive, including those before an invalid line")
       ->required();
   CLI::Option* policy = addChoice<qzQBVH::tIntersectionPolicy>(command, "--policy", arguments->mPolicy,
                                                                {{"both", qzQBVH::eIntersectBothFaces},
                                                                 {"front", qzQBVH::eIntersectFrontFaces},
                                                                 {"back", qzQBVH::eIntersectBackFaces}},
-                                                               "Faces that count; both without it");
+                                                               "Faces that can be hit (default: both)");
   command
       .add_flag("--symmetric", arguments->mSymmetric,
-                "Look both ways along every line, for front faces only; distances are without sign")
+                "Look both ways from the origin, front faces only; distances are absolute")
       ->excludes(policy);
   addOptions(command, options);
   command.callback([arguments, &options, &cancel] { cast(*arguments, options, cancel); });

@@ -1,5 +1,5 @@
 #pragma once
-// Options that take one of several words.
+// Options whose value is one of several words.
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -10,7 +10,7 @@
 
 namespace qzQuery {
 
-/// Adds an option that sets value to what stands beside the word given, and refuses other words.
+/// Adds an option that sets value to the second of the pair whose first is given, and refuses other words.
 template <class tValue>
 CLI::Option* addChoice(CLI::App& command, const std::string& name, tValue& value,
                        const std::vector<std::pair<std::string, tValue>>& choices, const std::string& description) {

@@ -1,5 +1,5 @@
 #pragma once
-// Messages for the person at the terminal.
+// Messages for the user.
 
 #include <string>
 

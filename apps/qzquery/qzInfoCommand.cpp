@@ -1,4 +1,4 @@
-// qzquery info: numbers about a mesh and its hierarchy, for people or as JSON.
+// qzquery info: the size of a mesh and of its hierarchies, as text or JSON.
 
 #include <qzCommonAddOns/qzDetail/base/qzBVHStatistics.h>
 #include <toolkit/base/qzMeshGeometry.h>
@@ -32,7 +32,7 @@ std::size_t countDegenerateTriangles(const qzScene& scene, const qzToolkit::tCan
   return count;
 }
 
-// Of testing two boxes and of testing a triangle; what a program measures for itself.
+// Relative costs of testing two boxes and of testing a triangle.
 constexpr double kNodeCost = 1.0, kTriangleCost = 1.0;
 
 nlohmann::ordered_json describeBinaryHierarchy(const qzGenericBVH& bvh, const qzToolkit::tCancel& cancel) {
@@ -64,7 +64,7 @@ nlohmann::ordered_json describe(const std::string& meshName, const tOptions& opt
   return info;
 }
 
-std::string formatForPeople(const nlohmann::ordered_json& info) {
+std::string asText(const nlohmann::ordered_json& info) {
   const nlohmann::ordered_json &low = info["box"]["min"], &high = info["box"]["max"], &binary = info["binary"];
   const nlohmann::ordered_json& leafTriangles = binary["leafTriangles"];
   std::ostringstream text;
@@ -81,23 +81,23 @@ std::string formatForPeople(const nlohmann::ordered_json& info) {
        << " to " << leafTriangles["max"] << " triangles, " << std::setprecision(3)
        << leafTriangles["average"].get<double>() << " on average\n"
        << "ray cost     " << std::setprecision(4) << binary["expectedCost"].get<double>()
-       << " expected tests of a ray that meets the box, by surface areas\n";
+       << " expected tests per ray that hits the box, by the surface-area metric\n";
   return text.str();
 }
 
 }  // namespace
 
 void addInfoCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel) {
-  CLI::App& command = *app.add_subcommand("info", "Tell the size of a mesh and of the hierarchy over it");
+  CLI::App& command = *app.add_subcommand("info", "Print the size of a mesh and of the hierarchy over it");
   const auto meshName = std::make_shared<std::string>();
-  command.add_option("MESH", *meshName, "Mesh file, perhaps with .gz behind its name")->required();
+  command.add_option("MESH", *meshName, "Mesh file, also compressed as .gz")->required();
   addOptions(command, options);
   command.callback([meshName, &options, &cancel] {
     const nlohmann::ordered_json info = describe(*meshName, options, cancel);
     if (options.mAsJson) {
       writeJson(info);
     } else {
-      qzToolkit::writeFile("-", formatForPeople(info), &cancel);
+      qzToolkit::writeFile("-", asText(info), &cancel);
     }
   });
 }

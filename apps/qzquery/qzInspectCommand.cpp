@@ -1,4 +1,4 @@
-// qzquery inspect: what is wrong with a mesh, and what to expect of building a hierarchy over it.
+// qzquery inspect: defects of a mesh, and estimates of the memory and time for its hierarchy.
 
 #include <toolkit/base/qzMeshGeometry.h>
 #include <toolkit/base/qzVectorMath.h>
@@ -30,9 +30,10 @@ namespace qzQuery {
 namespace {
 
 constexpr std::size_t kMaxSampleTriangles = std::size_t(1) << 18;
-constexpr double kLinearPeak = 1.3;  // both trees of a linear build that can be stopped, over the one that is kept
+constexpr double kLinearPeak =
+    1.3;  // peak memory of a linear build that can be canceled, relative to the four-wide hierarchy
 
-/// What a hierarchy takes, by one over the first triangles that are in range and finite.
+/// Memory and build time of the hierarchy, extrapolated from one over the first finite triangles.
 struct tEstimate {
   std::size_t mNbSampleTriangles = 0;
   double mBytes = 0.0, mBuildSeconds = 0.0;
@@ -72,16 +73,16 @@ nlohmann::ordered_json asJson(const std::string& meshName, const qzToolkit::qzMe
   answer["repeatedCornerTriangles"] = report.mNbRepeatedCornerTriangles;
   answer["nonFiniteTriangles"] = report.mNbNonFiniteTriangles;
   answer["duplicateTriangles"] = report.mNbDuplicateTriangles;
-  answer["turnedDuplicateTriangles"] = report.mNbTurnedDuplicateTriangles;
+  answer["turnedDuplicateTriangles"] = report.mNbFlippedDuplicateTriangles;
   answer["edges"] = report.mNbEdges;
-  answer["borderEdges"] = report.mNbBorderEdges;
-  answer["crowdedEdges"] = report.mNbCrowdedEdges;
-  answer["turnedEdges"] = report.mNbTurnedEdges;
+  answer["borderEdges"] = report.mNbBoundaryEdges;
+  answer["crowdedEdges"] = report.mNbNonManifoldEdges;
+  answer["turnedEdges"] = report.mNbInconsistentEdges;
   answer["vertices"] = report.mNbVertices;
   answer["unusedVertices"] = report.mNbUnusedVertices;
   answer["repeatedVertices"] = report.mNbRepeatedVertices;
   answer["nonFiniteVertices"] = report.mNbNonFiniteVertices;
-  if (estimate.mNbSampleTriangles == 0) return answer;  // no triangle has a place
+  if (estimate.mNbSampleTriangles == 0) return answer;  // no triangle is finite
   const qzBBox& box = report.mBox;
   answer["box"]["min"] = {box.xMin(), box.yMin(), box.zMin()};
   answer["box"]["max"] = {box.xMax(), box.yMax(), box.zMax()};
@@ -102,30 +103,30 @@ std::string asText(const std::string& meshName, const qzToolkit::qzMeshReport& r
   std::ostringstream text;
   text << "file        " << meshName << '\n'
        << "triangles   " << report.mNbTriangles << ": " << report.mNbDegenerateTriangles << " degenerate ("
-       << report.mNbRepeatedCornerTriangles << " with two corners at one place), " << report.mNbNonFiniteTriangles
-       << " not finite\n"
-       << "duplicates  " << report.mNbDuplicateTriangles << ", " << report.mNbTurnedDuplicateTriangles
-       << " of them facing the other way\n"
-       << "edges       " << report.mNbEdges << ": " << report.mNbBorderEdges << " of one triangle, "
-       << report.mNbCrowdedEdges << " of more than two, " << report.mNbTurnedEdges
-       << " of two that face different ways\n"
+       << report.mNbRepeatedCornerTriangles << " with two corners at the same position), "
+       << report.mNbNonFiniteTriangles << " not finite\n"
+       << "duplicates  " << report.mNbDuplicateTriangles << ", " << report.mNbFlippedDuplicateTriangles
+       << " of them with opposite winding\n"
+       << "edges       " << report.mNbEdges << ": " << report.mNbBoundaryEdges << " boundary (in one triangle), "
+       << report.mNbNonManifoldEdges << " non-manifold (in more than two), " << report.mNbInconsistentEdges
+       << " with inconsistent winding\n"
        << "vertices    " << report.mNbVertices << ": " << report.mNbUnusedVertices << " unused, "
-       << report.mNbRepeatedVertices << " at the place of another one, " << report.mNbNonFiniteVertices
+       << report.mNbRepeatedVertices << " at the position of another, " << report.mNbNonFiniteVertices
        << " not finite\n";
   if (estimate.mNbSampleTriangles == 0) return text.str();
   const qzBBox& box = report.mBox;
   text << "box         x " << box.xMin() << " to " << box.xMax() << ", y " << box.yMin() << " to " << box.yMax()
        << ", z " << box.zMin() << " to " << box.zMax() << '\n'
-       << std::setprecision(3) << "precision   at the largest coordinate floats are " << report.mCoordinateStep
-       << " apart, so the longest side has " << report.mStepsAcross << " steps\n"
+       << std::setprecision(3) << "precision   floats are " << report.mCoordinateStep
+       << " apart at the largest coordinate, " << report.mStepsAcross << " steps along the longest side\n"
        << "memory      about " << megabytes(estimate.mBytes);
   if (options.mBuilder == tBuilder::eLinear) {
-    text << ", about " << megabytes(kLinearPeak * estimate.mBytes) << " at the most while it is built";
+    text << ", about " << megabytes(kLinearPeak * estimate.mBytes) << " peak during the build";
   }
-  text << ", besides the mesh\n"
+  text << ", without the mesh\n"
        << "build time  about " << seconds(estimate.mBuildSeconds) << " on one thread";
   if (estimate.mNbSampleTriangles < report.mNbTriangles) {
-    text << ", going by the first " << estimate.mNbSampleTriangles << " triangles; large builds may take twice that";
+    text << ", from the first " << estimate.mNbSampleTriangles << " triangles; large builds can take twice as long";
   }
   text << '\n';
   return text.str();
@@ -147,13 +148,12 @@ void inspect(const std::string& meshName, const tOptions& options, const qzToolk
 }  // namespace
 
 void addInspectCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel) {
-  CLI::App& command = *app.add_subcommand("inspect", "Tell what is wrong with a mesh and what a hierarchy will take");
+  CLI::App& command = *app.add_subcommand("inspect", "Report defects of a mesh and estimate the cost of its hierarchy");
   const auto meshName = std::make_shared<std::string>();
-  command.add_option("MESH", *meshName, "Mesh file, perhaps with .gz behind its name")->required();
+  command.add_option("MESH", *meshName, "Mesh file, also compressed as .gz")->required();
   command.footer(
-      "The exit code is 0 whatever is found; 2 when the file cannot be read, which is so when a face names a vertex "
-      "that "
-      "the file does not have.");
+      "The exit code is 0 whatever is found, and 2 if the file cannot be read, for example because a face refers to a "
+      "missing vertex.");
   addOptions(command, options);
   command.callback([meshName, &options, &cancel] { inspect(*meshName, options, cancel); });
 }

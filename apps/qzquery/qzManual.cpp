@@ -1,4 +1,4 @@
-// Writes the manual page and the bash completion of qzquery from its own options.
+// Generates the manual page and the bash completion of qzquery from its options.
 
 #include <toolkit/io/file/qzFile.h>
 
@@ -12,7 +12,7 @@
 
 namespace {
 
-/// text as roff shows it.
+/// text escaped for roff.
 std::string roff(const std::string& text) {
   std::string result;
   for (char c : text) {
@@ -35,7 +35,7 @@ std::vector<std::string> namesOf(const CLI::Option& option) {
   return names;
 }
 
-/// The words that an option takes, when it takes no others: "{linear,sah}" divided at the commas.
+/// The words that an option is restricted to, from its type name "{linear,sah}".
 std::vector<std::string> choicesOf(const CLI::Option& option) {
   const std::string type = option.get_type_name();
   const std::size_t begin = type.find('{'), end = type.find('}');
@@ -54,7 +54,7 @@ std::string describeOptions(const CLI::App& app) {
   std::string text;
   for (const CLI::Option* option : app.get_options()) {
     std::vector<std::string> names = namesOf(*option);
-    if (names.empty()) names.push_back(option->get_name());  // by its place
+    if (names.empty()) names.push_back(option->get_name());  // positional
     text += ".TP\n\\fB" + roff(joined(names, ", ")) + "\\fR";
     const std::vector<std::string> choices = choicesOf(*option);
     if (!choices.empty()) {
@@ -70,7 +70,8 @@ std::string describeOptions(const CLI::App& app) {
 
 std::string manual(const CLI::App& app, const std::vector<const CLI::App*>& commands) {
   std::string text = ".TH QZQUERY 1 \"\" \"qzquery " QZQUERY_VERSION
-                     "\" \"User Commands\"\n.SH NAME\nqzquery \\- ask a triangle mesh what a ray meets\n.SH SYNOPSIS\n"
+                     "\" \"User Commands\"\n.SH NAME\nqzquery \\- inspect a triangle mesh, cast rays at it and render "
+                     "it\n.SH SYNOPSIS\n"
                      "\\fBqzquery\\fR \\fISUBCOMMAND\\fR [\\fIOPTIONS\\fR]\n.SH DESCRIPTION\n" +
                      roff(app.get_description()) + "\n.SH OPTIONS\n" + describeOptions(app) + ".SH SUBCOMMANDS\n";
   for (const CLI::App* command : commands) {
@@ -80,7 +81,7 @@ std::string manual(const CLI::App& app, const std::vector<const CLI::App*>& comm
   return text + ".SH EXIT STATUS\n" + roff(app.get_footer()) + '\n';
 }
 
-/// All names of the options of an app.
+/// The names of all options of an app.
 std::string optionWords(const CLI::App& app) {
   std::vector<std::string> words;
   for (const CLI::Option* option : app.get_options()) {
@@ -105,7 +106,7 @@ std::string completion(const CLI::App& app, const std::vector<const CLI::App*>& 
       }
     }
   }
-  return "# What bash completes after qzquery: subcommands, options, the words of some, and file names.\n"
+  return "# bash completion of qzquery: subcommands, options, values of some options, and file names.\n"
          "_qzquery() {\n"
          "  local current=${COMP_WORDS[COMP_CWORD]}\n"
          "  COMPREPLY=()\n"

@@ -21,23 +21,22 @@ void addOptions(CLI::App& command, tOptions& options) {
   addChoice<tBuilder>(
       command, "--builder", options.mBuilder,
       {{nameOf(tBuilder::eLinear), tBuilder::eLinear}, {nameOf(tBuilder::eSurfaceArea), tBuilder::eSurfaceArea}},
-      "How to build the hierarchy: linear (default), quick to build, or sah, by surface areas, quick to "
-      "ask");
+      "Builder: linear (default) builds faster, sah (surface-area heuristic) makes queries faster");
   CLI::Option* const leaf =
-      command.add_option("--leaf", options.mLeafSize, "Triangles in a leaf of the linear builder at most")
+      command.add_option("--leaf", options.mLeafSize, "Most triangles in a leaf, linear builder only")
           ->check(CLI::Range(1u, kMaxLeafSize))
           ->capture_default_str();
   command.parse_complete_callback([leaf, &options] {
     if (options.mBuilder == tBuilder::eSurfaceArea && leaf->count() > 0) {
-      throw CLI::ValidationError("--leaf", "goes with --builder linear; the other one finds its own leaves");
+      throw CLI::ValidationError("--leaf", "is for --builder linear; sah chooses its own leaf sizes");
     }
   });
-  command.add_option("--threads", options.mNbThreads, "Threads; without it, as many as the machine has")
+  command.add_option("--threads", options.mNbThreads, "Number of threads (default: all processors)")
       ->check(CLI::Range(1, kMaxThreads));
-  command.add_flag("--quiet", options.mQuiet, "Say nothing but errors");
-  command.add_flag("--verbose", options.mVerbose, "Show the log records of the library");
+  command.add_flag("--quiet", options.mQuiet, "Print errors only");
+  command.add_flag("--verbose", options.mVerbose, "Print the log records of the library");
   command.add_flag("--json", options.mAsJson,
-                   "Answer as one JSON object on standard output, or on standard error where -o - takes the other");
+                   "Print the result as one JSON object on standard output, with -o - on standard error");
 }
 
 }  // namespace qzQuery

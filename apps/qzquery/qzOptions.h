@@ -12,13 +12,13 @@ enum class tBuilder { eLinear, eSurfaceArea };
 struct tOptions {
   tBuilder mBuilder = tBuilder::eLinear;
   unsigned mLeafSize = 4;  // of the linear builder
-  int mNbThreads = 0;      // as many as the machine has
+  int mNbThreads = 0;      // as many as there are processors
   bool mQuiet = false;
   bool mVerbose = false;
   bool mAsJson = false;
 };
 
-/// The word that --builder takes for it.
+/// Its value of --builder.
 const char* nameOf(tBuilder builder);
 
 /// Adds --builder, --leaf, --threads, --quiet, --verbose and --json to a subcommand. options must outlive it.

@@ -1,5 +1,5 @@
 #pragma once
-// qzProgressLine: progress as one line on a terminal, which is cleared at the end.
+// qzProgressLine: shows progress as one line on a terminal, cleared at the end.
 
 #include <toolkit/run/qzProgress.h>
 
@@ -13,8 +13,8 @@ namespace qzQuery {
 
 class qzProgressLine : public qzToolkit::qzProgress {
  public:
-  /// Counts towards total on standard error, beginning with label. Shows nothing when it is not enabled, when total is 0
-  /// or when standard error is not a terminal.
+  /// Counts towards total on standard error, beginning with label. Shows nothing when it is not enabled, when total is
+  /// 0 or when standard error is not a terminal.
   qzProgressLine(std::string label, std::size_t total, bool enabled);
   ~qzProgressLine() override;
   qzProgressLine(const qzProgressLine&) = delete;

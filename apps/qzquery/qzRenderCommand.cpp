@@ -1,4 +1,4 @@
-// qzquery render: a picture of a mesh.
+// qzquery render: pictures and depth maps of a mesh.
 
 #include <toolkit/base/qzError.h>
 #include <toolkit/io/file/qzFile.h>
@@ -40,10 +40,10 @@ struct tRenderArguments {
   tShading mShading = tShading::eFacing;
   qzToolkit::qzCamera::tUp mUp = qzToolkit::qzCamera::eUpZ;
   int mNbSamples = 3;
-  int mNbViews = 0;  // of the turntable; 0 is none
+  int mNbViews = 0;  // of the turntable; 0: no turntable
 };
 
-/// What of a depth map people want to know.
+/// Summary of a depth map.
 struct tDepthRange {
   std::size_t mNbHits = 0;
   double mNearest = std::numeric_limits<double>::infinity(), mFarthest = -mNearest;
@@ -79,7 +79,7 @@ qzSheet makeSheet(const tRenderArguments& arguments) {
   return sheet;
 }
 
-/// Whether two names stand for one file, which need not be there yet.
+/// Whether two names refer to the same file, which need not exist yet.
 bool isSameFile(const std::string& a, const std::string& b) {
   const auto resolved = [](const std::string& name) {
     std::error_code failure;
@@ -145,7 +145,7 @@ void render(const tRenderArguments& arguments, const tOptions& options, const qz
   const double duration = clock.getSeconds();
   tDepthRange depthRange;
   {
-    // Both files take their places when both could be written.
+    // Both files are committed only after both are written.
     std::optional<qzToolkit::qzFileWriter> depthFile;
     if (wantsDepth) {
       const qzToolkit::qzFloatMap depths = [&] {
@@ -213,11 +213,11 @@ void render(const tRenderArguments& arguments, const tOptions& options, const qz
 }  // namespace
 
 void addRenderCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel) {
-  CLI::App& command = *app.add_subcommand("render", "Make a picture of a mesh");
+  CLI::App& command = *app.add_subcommand("render", "Render a picture of a mesh");
   const auto arguments = std::make_shared<tRenderArguments>();
-  command.add_option("MESH", arguments->mMeshName, "Mesh file, perhaps with .gz behind its name")->required();
-  command.add_option("-o,--output", arguments->mImageName, "Picture, a PNG file; - is standard output")->required();
-  command.add_option("--size", arguments->mSize, "Width and height in pixels, of a view with --turntable")
+  command.add_option("MESH", arguments->mMeshName, "Mesh file, also compressed as .gz")->required();
+  command.add_option("-o,--output", arguments->mImageName, "PNG file; - is standard output")->required();
+  command.add_option("--size", arguments->mSize, "Width and height in pixels, with --turntable of each view")
       ->capture_default_str()
       ->type_name("WxH")
       ->check([](const std::string& text) {
@@ -228,33 +228,36 @@ void addRenderCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel
   command
       .add_option(
           "--depth", arguments->mDepthName,
-          "Depth at the centre of every pixel, a .npy or .pfm file: the distance from the camera along its line "
-          "of sight, in units of the mesh, and infinity where there is nothing")
+          "Depth map, a .npy or .pfm file: for the centre of every pixel the distance from the camera along its line "
+          "of sight, in units of the mesh, or infinity without a hit")
       ->type_name("FILE")
       ->check([](const std::string& name) {
         return qzToolkit::qzFloatMap::IsFormat(name) ? std::string()
                                                      : "'" + name + "' ends neither in .npy nor in .pfm";
       });
   command
-      .add_option("--turntable", arguments->mNbViews,
-                  "Sheet of so many views at one scale, from --view on, in equal steps of a turn about the axis that "
-                  "points up")
+      .add_option(
+          "--turntable", arguments->mNbViews,
+          "Render a sheet of this many views at one scale, rotated about the up axis in equal steps, starting at "
+          "--view")
       ->check(CLI::Range(1, kMaxViews));
   command
       .add_option("--view", arguments->mView,
-                  "Where to look from: x,y,z or front, back, left, right, top, bottom, iso; without it from the front, "
-                  "above and to the side")
+                  "Where to look from: x,y,z or front, back, left, right, top, bottom, iso (default: from the front, "
+                  "above and the side)")
       ->type_name("FROM");
   addChoice<qzToolkit::qzCamera::tUp>(command, "--up", arguments->mUp,
                                       {{"y", qzToolkit::qzCamera::eUpY}, {"z", qzToolkit::qzCamera::eUpZ}},
-                                      "The axis that points up; z without it");
+                                      "Up axis (default: z)");
   addChoice<tShading>(command, "--shading", arguments->mShading,
                       {{"facing", tShading::eFacing},
                        {"normal", tShading::eNormal},
                        {"depth", tShading::eDepth},
                        {"cost", tShading::eCost}},
-                      "What colours show, cost being the nodes that a pixel's rays visit; facing without it");
-  command.add_option("--samples", arguments->mNbSamples, "Rays across a pixel, so the square of it in a pixel")
+                      "What colours show; cost is the nodes visited by the rays of a pixel (default: facing)");
+  command
+      .add_option("--samples", arguments->mNbSamples,
+                  "Rays per pixel in each direction; its square is the rays per pixel")
       ->check(CLI::Range(1, kMaxSamples))
       ->capture_default_str();
   addOptions(command, options);

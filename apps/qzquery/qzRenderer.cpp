@@ -31,12 +31,12 @@ constexpr int kRowsInBlock = 4;
 // The look. Colours are linear light.
 constexpr tVector kBackground = {0.86, 0.88, 0.90};
 constexpr tVector kSurface = {0.46, 0.52, 0.60};
-constexpr tVector kNear = {0.01, 0.03, 0.10};  // of the depth picture
-constexpr double kNookReach = 0.08;            // how far nooks darken, in diagonals of the mesh
-constexpr double kShadowReach = 0.35;          // how far the shadow on the floor reaches
-constexpr int kNookRays = 2, kShadowRays = 2;  // for every camera ray that needs them
+constexpr tVector kNear = {0.01, 0.03, 0.10};       // of eDepth
+constexpr double kOcclusionReach = 0.08;            // of ambient occlusion on the mesh, in diagonals of the mesh
+constexpr double kShadowReach = 0.35;               // of the shadow on the floor, likewise
+constexpr int kOcclusionRays = 2, kShadowRays = 2;  // per camera ray that needs them
 
-// Few to many, for the cost picture.
+// Colour scale of eCost, from few to many nodes.
 constexpr tVector kHeat[] = {{0.00, 0.00, 0.02}, {0.04, 0.02, 0.22}, {0.30, 0.02, 0.25},
                              {0.75, 0.10, 0.08}, {0.95, 0.45, 0.03}, {1.00, 0.95, 0.55}};
 
@@ -60,14 +60,14 @@ qzRay rayThrough(const qzToolkit::qzCamera& camera, double x, double y) {
   return ray;
 }
 
-/// Along the camera's line of sight.
+/// Distance of a hit along the line of sight of the camera.
 double depthOf(const qzHit& hit, const qzRay& ray, const qzToolkit::qzCamera& camera) {
   return -hit.mDistance * dot(toDouble(ray.mDirection), camera.getBackward());
 }
 
 }  // namespace
 
-/// Numbers from 0 inclusive to 1 exclusive that depend on the pixel's number alone.
+/// Pseudo-random numbers in [0, 1) that depend on the number of the pixel only.
 class qzRenderer::tRandom {
  public:
   explicit tRandom(std::size_t pixel) : mState(pixel), mPair{next(), next()} {}
@@ -79,7 +79,7 @@ class qzRenderer::tRandom {
     return static_cast<double>((z ^ (z >> 31)) >> 11) * 0x1p-53;
   }
 
-  /// The next of a sequence of points that fill the unit square evenly, which gives smoother pictures than chance does.
+  /// The next point of a low-discrepancy sequence in the unit square, which gives less noise than independent points.
   std::array<double, 2> nextPair() {
     mPair = {std::fmod(mPair[0] + 0.7548776662466927, 1.0), std::fmod(mPair[1] + 0.5698402909980532, 1.0)};
     return mPair;
@@ -104,8 +104,8 @@ qzRenderer::qzRenderer(const qz::qzTriMesh& mesh, const qzToolkit::qzHierarchy& 
   mFloor = low[mUpAxis];
 }
 
-/// Calls function for every pixel that shows something, from several threads: with its column and row in the sheet, the
-/// camera, and its place in the view.
+/// Calls function from several threads for every pixel that is in a view: with its column and row in the sheet, the
+/// camera, and its position in the view.
 template <class tFunction>
 void qzRenderer::forEachPixel(const qzSheet& sheet, const qzToolkit::qzThreads& threads,
                               const qzToolkit::tCancel& cancel, qzToolkit::qzProgress& progress,
@@ -115,7 +115,7 @@ void qzRenderer::forEachPixel(const qzSheet& sheet, const qzToolkit::qzThreads& 
     for (int row = static_cast<int>(begin); row < static_cast<int>(end); ++row) {
       for (int column = 0; column < sheet.getWidth(); ++column) {
         const int view = sheet.getView(column, row);
-        if (view >= sheet.getNbViews()) break;  // empty, as is what follows in this row
+        if (view >= sheet.getNbViews()) break;  // the rest of the row is empty
         function(column, row, mCameras[static_cast<std::size_t>(view)], column % sheet.getViewWidth(),
                  row % sheet.getViewHeight());
       }
@@ -140,7 +140,7 @@ qzToolkit::qzImage qzRenderer::render(const qzSheet& sheet, int nbSamples, const
     tColor color{};
     double nbVisits = 0.0;
     std::size_t nbHitsHere = 0;
-    for (int i = 0; i < nbSamples * nbSamples; ++i) {  // one sample somewhere in each small square of the pixel
+    for (int i = 0; i < nbSamples * nbSamples; ++i) {  // stratified: one sample in each cell of the pixel
       const double dx = (i % nbSamples + random.next()) / nbSamples, dy = (i / nbSamples + random.next()) / nbSamples;
       const tSample sample = shoot(camera, (x + dx) / sheet.getViewWidth(), (y + dy) / sheet.getViewHeight(), random);
       color = along(color, 1.0 / (nbSamples * nbSamples), sample.mColor);
@@ -202,11 +202,11 @@ qzRenderer::tColor qzRenderer::shadeHit(const qzToolkit::qzCamera& camera, const
   const tVector direction = toDouble(ray.mDirection), normal = normalTowards(ray, hit.mTriangle);
   switch (mShading) {
     case tShading::eFacing: {
-      // A light beside the camera, one from above and the open sky.
+      // A light at the camera, one from above, and ambient light.
       const double facing = -dot(normal, direction);
       const double fromAbove = std::max(0.0, dot(normal, camera.getUp()));
       const tVector point = along(toDouble(ray.mOrigin), hit.mDistance, direction);
-      const double open = openness(point, normal, kNookReach * mSize, kNookRays, random);
+      const double open = unoccluded(point, normal, kOcclusionReach * mSize, kOcclusionRays, random);
       const double light = open * (0.06 + 0.85 * facing * facing + 0.55 * fromAbove * fromAbove) + 0.015;
       return {kSurface[0] * light, kSurface[1] * light, kSurface[2] * light};
     }
@@ -217,7 +217,8 @@ qzRenderer::tColor qzRenderer::shadeHit(const qzToolkit::qzCamera& camera, const
     }
     case tShading::eDepth: {
       const double nearest = camera.getNearest(), farthest = camera.getFarthest();
-      const double range = farthest > nearest ? farthest - nearest : 1.0;  // flat across the line of sight: 1
+      const double range =
+          farthest > nearest ? farthest - nearest : 1.0;  // flat and facing the camera: any range will do
       const double part = (depthOf(hit, ray, camera) - nearest) / range;
       return mixed(kNear, kBackground, 0.9 * std::clamp(part, 0.0, 1.0));
     }
@@ -234,14 +235,14 @@ qzRenderer::tColor qzRenderer::shadeBackground(const qzRay& ray, tRandom& random
   if (!(direction[mUpAxis] < 0.0 && distance > 0.0)) return kBackground;
   const tVector point = along(origin, distance, direction);
   const double fromMiddle = std::hypot(point[0] - mCenter[0], point[1] - mCenter[1], point[2] - mCenter[2]);
-  if (fromMiddle > (0.5 + kShadowReach) * mSize) return kBackground;  // nothing is near enough for a shadow
+  if (fromMiddle > (0.5 + kShadowReach) * mSize) return kBackground;  // beyond the reach of the shadow
   tVector up{};
   up[mUpAxis] = 1.0;
-  const double light = 0.25 + 0.75 * openness(point, up, kShadowReach * mSize, kShadowRays, random);
+  const double light = 0.25 + 0.75 * unoccluded(point, up, kShadowReach * mSize, kShadowRays, random);
   return {kBackground[0] * light, kBackground[1] * light, kBackground[2] * light};
 }
 
-/// Normal of length 1 on the side that the ray comes from.
+/// Unit normal on the side that the ray comes from.
 qzRenderer::tVector qzRenderer::normalTowards(const qzRay& ray, int triangle) const {
   const auto corners = qzToolkit::cornersOf(mMesh, static_cast<std::size_t>(triangle));
   const tVector a = toDouble(corners[0]), b = toDouble(corners[1]), c = toDouble(corners[2]);
@@ -251,10 +252,10 @@ qzRenderer::tVector qzRenderer::normalTowards(const qzRay& ray, int triangle) co
   return {sign * normal[0] / length, sign * normal[1] / length, sign * normal[2] / length};
 }
 
-/// How much of the half space over a point is free: 1 in the open, 0 when closed in. What is beyond reach does not
-/// count, what is near it counts little.
-double qzRenderer::openness(const tVector& point, const tVector& normal, double reach, int nbRays,
-                            tRandom& random) const {
+/// Ambient occlusion of a point: 1 unoccluded, 0 enclosed. Occluders count less the farther they are, and not at all
+/// beyond reach.
+double qzRenderer::unoccluded(const tVector& point, const tVector& normal, double reach, int nbRays,
+                              tRandom& random) const {
   const tVector side = std::abs(normal[0]) < 0.6 ? tVector{1, 0, 0} : tVector{0, 1, 0};
   tVector tangent = cross(normal, side);
   const double length = std::sqrt(dot(tangent, tangent));
@@ -263,14 +264,14 @@ double qzRenderer::openness(const tVector& point, const tVector& normal, double 
 
   double sum = 0.0;
   for (int i = 0; i < nbRays; ++i) {
-    // More rays along the normal than along the surface, as light counts there.
+    // Cosine-weighted direction about the normal.
     const auto [turn, squaredRadius] = random.nextPair();
     const double angle = 2.0 * kPi * turn, radius = std::sqrt(squaredRadius);
     tVector direction = along(tVector{}, std::sqrt(1.0 - squaredRadius), normal);
     direction = along(direction, radius * std::cos(angle), tangent);
     direction = along(direction, radius * std::sin(angle), bitangent);
     qzRay ray;
-    ray.mOrigin = toFloat(along(point, 1e-4 * mSize, normal));  // off the surface, which would shade itself
+    ray.mOrigin = toFloat(along(point, 1e-4 * mSize, normal));  // off the surface, against self-occlusion
     ray.mDirection = toFloat(direction);
     ray.mTMax = static_cast<float>(reach);
     const qzHit hit = castRay(mHierarchy, ray, qzQBVH::eIntersectBothFaces);

@@ -1,6 +1,6 @@
 #pragma once
-// qzRenderer: pictures of a mesh by camera rays, several for every pixel, and how deep it is there.
-// Both depend on what they show alone, not on the number of threads.
+// qzRenderer: pictures and depth maps of a mesh by ray casting, with several camera rays per pixel.
+// The results do not depend on the number of threads.
 
 #include <qzSceneGraph/qzTriMesh.h>
 #include <toolkit/io/picture/qzFloatMap.h>
@@ -21,8 +21,8 @@
 namespace qzQuery {
 
 enum class tShading {
-  eFacing,  ///< bright where the surface faces the camera, dark in its nooks, with a shadow on the floor
-  eNormal,  ///< x, y, z of the normal on the camera's side as red, green, blue
+  eFacing,  ///< bright where the surface faces the camera, with ambient occlusion and a shadow on the floor
+  eNormal,  ///< x, y, z of the normal on the side of the camera as red, green, blue
   eDepth,   ///< near is dark
   eCost     ///< four-wide nodes visited by the ray
 };
@@ -31,24 +31,24 @@ class qzRenderer {
  public:
   struct tStatistics {
     std::size_t mNbRays = 0, mNbHits = 0;             // of the camera
-    double mMeanVisits = 0.0, mMaxPixelVisits = 0.0;  // nodes a ray; only for eCost
+    double mMeanVisits = 0.0, mMaxPixelVisits = 0.0;  // nodes per ray; eCost only
   };
 
-  /// Keeps references to mesh and hierarchy. Every camera makes a view.
+  /// Keeps references to mesh and hierarchy. One view per camera.
   qzRenderer(const qz::qzTriMesh& mesh, const qzToolkit::qzHierarchy& hierarchy,
              std::vector<qzToolkit::qzCamera> cameras, qzToolkit::qzCamera::tUp up, tShading shading);
 
-  /// sheet  has as many views as there are cameras; a view does not depend on its place, but colours of eDepth and
-  ///        eCost have one scale in all
+  /// sheet  has as many views as there are cameras. A view does not depend on its position; the colours of eDepth and
+  ///        eCost have one scale for the sheet
   /// nbSamples  rays across a pixel, so nbSamples^2 in it
   /// progress   counts rows of the sheet
   qzToolkit::qzImage render(const qzSheet& sheet, int nbSamples, const qzToolkit::qzThreads& threads,
                             const qzToolkit::tCancel& cancel, qzToolkit::qzProgress& progress,
                             tStatistics& statistics) const;
 
-  /// How far the first triangle on the ray through the centre of a pixel is from the camera along its line of sight, in
-  /// units of the mesh: the distance that the hierarchy finds, times the cosine of the angle between the ray and that
-  /// line. +inf where the ray meets nothing and at empty places.
+  /// The depth of the first hit of the ray through the centre of each pixel: its distance from the camera along the
+  /// line of sight, in units of the mesh, which is the distance along the ray times the cosine of the angle between ray
+  /// and line of sight. +inf without a hit and in empty cells.
   qzToolkit::qzFloatMap measureDepth(const qzSheet& sheet, const qzToolkit::qzThreads& threads,
                                      const qzToolkit::tCancel& cancel, qzToolkit::qzProgress& progress) const;
 
@@ -70,14 +70,14 @@ class qzRenderer {
                   tRandom& random) const;
   tColor shadeBackground(const qzToolkit::qzRay& ray, tRandom& random) const;
   tVector normalTowards(const qzToolkit::qzRay& ray, int triangle) const;
-  double openness(const tVector& point, const tVector& normal, double reach, int nbRays, tRandom& random) const;
+  double unoccluded(const tVector& point, const tVector& normal, double reach, int nbRays, tRandom& random) const;
 
   const qz::qzTriMesh& mMesh;
   const qzToolkit::qzHierarchy& mHierarchy;
   const std::vector<qzToolkit::qzCamera> mCameras;
   const tShading mShading;
   std::size_t mUpAxis;
-  double mFloor = 0.0, mSize = 0.0;  // lowest point and diagonal of the mesh
+  double mFloor = 0.0, mSize = 0.0;  // lowest coordinate and diagonal of the mesh
   tVector mCenter{};
 };
 

@@ -15,7 +15,7 @@ namespace qzQuery {
 
 namespace {
 
-/// Shows the library's records with --verbose, and its errors always.
+/// Prints the log records of the library: errors always, others with --verbose.
 class tLogSink : public qz::qzLog {
  public:
   explicit tLogSink(const tOptions& options) : mOptions(options) { msInstance = this; }
@@ -41,13 +41,13 @@ int fail(const std::string& line) {
 
 void addCommands(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel) {
   app.name("qzquery");
-  app.description("Asks a triangle mesh in a file what it is, what a ray meets and what it looks like.");
+  app.description("Inspects a triangle mesh in a file, casts rays at it and renders it.");
   app.set_version_flag("--version", "qzquery " QZQUERY_VERSION);
   app.require_subcommand(1);
   app.footer(
-      "Exit codes: 0 when all was done; 2 when the command line or a file is no good, or something cannot be written, "
-      "after one line that says why; 128 and the number of the signal when SIGINT (by Ctrl-C: 130), SIGTERM or SIGHUP "
-      "stopped it. No file is left half-written.");
+      "Exit codes: 0 on success; 2 when the command line or a file is invalid, or output cannot be written, after one "
+      "line that says why; 128 plus the number of the signal after SIGINT (Ctrl-C: 130), SIGTERM or SIGHUP. No file is "
+      "left half-written.");
   addInfoCommand(app, options, cancel);
   addInspectCommand(app, options, cancel);
   addRenderCommand(app, options, cancel);

@@ -1,6 +1,6 @@
 #pragma once
-// qzSheet: where views of one size are in a picture of all of them: in rows from the top, each from the left. The last
-// places may be empty.
+// qzSheet: the layout of several views of one size in one picture: in rows from the top, each from the left. The last
+// cells may be empty.
 
 #include <cmath>
 
@@ -24,7 +24,7 @@ class qzSheet {
   int getWidth() const { return mNbColumns * mViewWidth; }
   int getHeight() const { return mNbRows * mViewHeight; }
 
-  /// The number of the view that a pixel of the sheet belongs to; not below getNbViews() at an empty place.
+  /// The number of the view that a pixel of the sheet belongs to; getNbViews() or more in an empty cell.
   int getView(int x, int y) const { return y / mViewHeight * mNbColumns + x / mViewWidth; }
 
  private:

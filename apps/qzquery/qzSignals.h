@@ -1,6 +1,6 @@
 #pragma once
-// qzSignals: binds one cancellation token to the signals that ask a program to stop. The only place that installs signal
-// handlers for them.
+// qzSignals: binds one cancellation token to the signals that ask a program to stop. The only place that handles
+// signals.
 
 #include <toolkit/run/qzCancelToken.h>
 

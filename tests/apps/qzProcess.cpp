@@ -115,7 +115,7 @@ Outcome converse(const std::vector<std::string>& arguments,
   const int errorFile = openOrThrow(folder.path("error"), O_WRONLY | O_CREAT | O_CLOEXEC);
   const pid_t child = start(arguments, inputEnds[0], outputEnds[1], errorFile);
   std::string output;
-  // Takes what comes out until there are so many lines, or all of it.
+  // Reads output until it has nbLines lines or ends.
   const auto listen = [&](std::ptrdiff_t nbLines) {
     char bytes[4096];
     while (std::count(output.begin(), output.end(), '\n') < nbLines) {

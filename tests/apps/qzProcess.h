@@ -26,12 +26,12 @@ Outcome runQueryUntil(const std::string& line, int signal, const std::vector<std
 /// Runs qzquery until it has read all that is in a pipe, and sends it a signal then. The caller holds both ends.
 Outcome runQueryUntilRead(int pipe, int signal, const std::vector<std::string>& arguments);
 
-/// Runs qzquery with its standard input and output in pipes. Writes input bit by bit: the next part as soon as so many
-/// lines as the part before it stands with have come out, or after ten seconds without a line.
+/// Runs qzquery with its standard input and output in pipes. Writes input part by part: the next one once the
+/// number of lines given with the part before it has arrived, or after ten seconds without output.
 Outcome converse(const std::vector<std::string>& arguments,
                  const std::vector<std::pair<std::string, std::ptrdiff_t>>& input);
 
-/// Runs qzquery with its standard output in a pipe that nobody reads any more.
+/// Runs qzquery with its standard output in a pipe whose reading end is closed.
 Outcome runQueryWithoutReader(const std::vector<std::string>& arguments);
 
 /// Runs qzquery with standard error on a terminal, and returns what appears there.

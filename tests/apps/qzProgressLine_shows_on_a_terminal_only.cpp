@@ -57,7 +57,7 @@ std::string shownOnTerminal(bool enabled) {
 
 }  // namespace
 
-TEST_CASE("on a terminal a line tells how far it is, and goes away at the end") {
+TEST_CASE("a terminal shows a line that is cleared at the end") {
   const std::string shown = shownOnTerminal(true);
   CHECK(shown.substr(0, 15) == "\rcounting  25 %");
   REQUIRE(shown.size() > 4);
@@ -65,7 +65,7 @@ TEST_CASE("on a terminal a line tells how far it is, and goes away at the end") 
   CHECK(shown.find('\n') == std::string::npos);
 }
 
-TEST_CASE("a progress that is not enabled shows nothing on a terminal") {
+TEST_CASE("disabled progress shows nothing on a terminal") {
   CHECK(shownOnTerminal(false).empty());
 }
 

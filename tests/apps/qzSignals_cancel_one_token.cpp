@@ -61,13 +61,13 @@ TEST_CASE("before and after the binding a signal ends the process") {
   CHECK(apart([] {
           std::raise(SIGINT);
           return 'x';
-        }) == "broke down (Interrupt)");
+        }) == "failed (Interrupt)");
   CHECK(apart([] {
           qzCancelToken token;
           { const qzSignals signals(token); }
           std::raise(SIGINT);
           return 'x';
-        }) == "broke down (Interrupt)");
+        }) == "failed (Interrupt)");
 }
 
 TEST_CASE("the binding can be made again with another token, but not twice at the same time") {
@@ -96,7 +96,7 @@ TEST_CASE("around work that polls nothing a signal ends the process, and cancels
           const qzSignals::tEndAtOnce endAtOnce;
           std::raise(SIGTERM);
           return 'x';
-        }) == "broke down (Terminated)");
+        }) == "failed (Terminated)");
   CHECK(apart([] {
           qzCancelToken token;
           const qzSignals signals(token);
@@ -108,5 +108,5 @@ TEST_CASE("around work that polls nothing a signal ends the process, and cancels
           { const qzSignals::tEndAtOnce withoutBinding; }
           std::raise(SIGINT);
           return 'x';
-        }) == "broke down (Interrupt)");
+        }) == "failed (Interrupt)");
 }

@@ -87,7 +87,7 @@ std::string answers(const qz::qzTriMesh& mesh, unsigned leafSize, const std::vec
 
 }  // namespace
 
-TEST_CASE("hits are those of the library to the bit, for every policy and for lines looked at both ways") {
+TEST_CASE("hits are those of the library to the bit, for every policy and for symmetric rays") {
   const TemporaryFolder folder;
   CAPTURE(kSeed);
   const qz::qzTriMesh mesh = soupMesh(4000, kSeed);
@@ -105,7 +105,7 @@ TEST_CASE("hits are those of the library to the bit, for every policy and for li
   CHECK(runQuery({"cast", meshName, lines, "-o", "-", "--symmetric"}).output == answers(mesh, 4, randomRays(false), 3));
 }
 
-TEST_CASE("the builder changes where time goes, not what is hit") {
+TEST_CASE("the builder changes the hierarchy, not the hits") {
   const TemporaryFolder folder;
   CAPTURE(kSeed);
   const std::string mesh = folder.write("mesh.ply", asPlyBytes(soupMesh(4000, kSeed), false));

@@ -27,7 +27,7 @@ const std::string kObj = "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n";
 
 }  // namespace
 
-TEST_CASE("a command line that is no good") {
+TEST_CASE("an invalid command line") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.obj", kObj);
   CHECK(failure({}) == "A subcommand is required");
@@ -41,7 +41,7 @@ TEST_CASE("a command line that is no good") {
   CHECK(failure({"info", mesh, "--builder", "best"}) == "--builder: best not in {linear,sah}");
   CHECK(failure({"info", mesh, "--builder", "be\nst"}).find("--builder: be") == 0);
   CHECK(failure({"info", mesh, "--builder", "sah", "--leaf", "4"}) ==
-        "--leaf: goes with --builder linear; the other one finds its own leaves");
+        "--leaf: is for --builder linear; sah chooses its own leaf sizes");
   CHECK(failure({"info", mesh, "--threads", "0"}).find("--threads") != std::string::npos);
   CHECK(failure({"cast", mesh, "-"}).find("--output is required") != std::string::npos);
   CHECK(failure({"cast", mesh, "-", "-o", "-", "--policy", "sides"}) == "--policy: sides not in {both,front,back}");
@@ -60,7 +60,7 @@ TEST_CASE("a command line that is no good") {
   CHECK(folder.names() == std::set<std::string>{"mesh.obj"});
 }
 
-TEST_CASE("a mesh that is no good fails every subcommand in the same words and leaves no file") {
+TEST_CASE("an invalid mesh fails every subcommand with the same message and leaves no file") {
   const TemporaryFolder folder;
   const std::string cut = folder.write("cut.obj.gz", gzip(asObj(gridMesh(9))).substr(0, 100));
   const std::string wild = folder.write("wild.obj", kObj + "f 1 2 4\n");
@@ -81,7 +81,7 @@ TEST_CASE("a mesh that is no good fails every subcommand in the same words and l
   CHECK(folder.names() == before);
 }
 
-TEST_CASE("rays that are no good are named with file and line, and the old hits stay") {
+TEST_CASE("invalid rays are named with file and line, and the old hits remain") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.obj", kObj), rays = folder.write("rays.csv", "0,0,1,0,0,-1\n0,0,1,0,0\n");
   const std::string hits = folder.write("hits.csv", "precious");

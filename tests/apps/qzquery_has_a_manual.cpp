@@ -37,7 +37,7 @@ std::vector<std::string> longOptions(const std::string& text) {
 
 }  // namespace
 
-TEST_CASE("bash completes subcommands, options, and the words that an option takes") {
+TEST_CASE("bash completes subcommands, options, and values of options") {
   CHECK(completed("qzquery in") == "info inspect ");
   CHECK(completed("qzquery \"\"") == "--help --version -h cast info inspect render ");
   CHECK(completed("qzquery cast mesh.obj --s") == "--symmetric ");
@@ -67,5 +67,5 @@ TEST_CASE("manual page and completion have every option that the help has") {
             std::string::npos);
     }
   }
-  CHECK(page.find("\n.SH EXIT STATUS\nExit codes: 0 when all was done") != std::string::npos);
+  CHECK(page.find("\n.SH EXIT STATUS\nExit codes: 0 on success") != std::string::npos);
 }

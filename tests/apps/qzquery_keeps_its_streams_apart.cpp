@@ -16,7 +16,7 @@ TEST_CASE("help and version go to standard output, with exit code 0") {
   const Outcome help = runQuery({"--help"});
   CHECK(help.exitCode == 0);
   CHECK(help.error.empty());
-  CHECK(help.output.find("\nExit codes: 0 when all was done; 2 when ") != std::string::npos);
+  CHECK(help.output.find("\nExit codes: 0 on success; 2 when ") != std::string::npos);
   for (const char* name : {"info", "inspect", "render", "cast"}) {
     CHECK(help.output.find(name) != std::string::npos);
     const Outcome detail = runQuery({name, "--help"});
@@ -28,7 +28,7 @@ TEST_CASE("help and version go to standard output, with exit code 0") {
   }
 }
 
-TEST_CASE("without --verbose no log record of the library is seen, with it all of them are") {
+TEST_CASE("log records of the library appear with --verbose only") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.off", asOff(gridMesh(20)));
   const Outcome plain = runQuery({"cast", mesh, "-", "-o", "-"}, "0,0,1,0,0,-1\n");
@@ -69,7 +69,7 @@ TEST_CASE("the progress of casting ends at 100 % of the rays") {
   CHECK(shown.find("\rcasting rays 100 %") != std::string::npos);  // one block, and the first is always shown
 }
 
-TEST_CASE("with --json standard output holds one object and nothing else is said, --quiet or not") {
+TEST_CASE("with --json standard output has one object and standard error nothing, --quiet or not") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.off", asOff(gridMesh(3)));
   const std::string rays = folder.write("rays.csv", "0.1,0.3,1,0,0,-1\n0.1,0.3,1,0,0,1\n");
@@ -110,7 +110,7 @@ TEST_CASE("with --json standard output holds one object and nothing else is said
   }
 }
 
-TEST_CASE("where data go to standard output the object goes to standard error, and the data stay as they are") {
+TEST_CASE("with data on standard output the object goes to standard error, and the data stay the same") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.off", asOff(gridMesh(3))), ray = "0,0,1,0,0,-1\n";
   const Outcome hits = runQuery({"cast", mesh, "-", "-o", "-", "--json"}, ray);

@@ -26,7 +26,7 @@ Picture viewOf(const Picture& sheet, int columns, int view, int width, int heigh
 
 }  // namespace
 
-TEST_CASE("a turn in four from the front shows front, right, back and left, whichever axis points up") {
+TEST_CASE("a turntable of four from the front shows front, right, back and left, for either up axis") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.obj", kCube);
   const std::pair<const char*, std::vector<std::array<int, 3>>> ups[] = {
@@ -48,7 +48,7 @@ TEST_CASE("a turn in four from the front shows front, right, back and left, whic
   }
 }
 
-TEST_CASE("a view is the same bytes in sheets of any number of views") {
+TEST_CASE("a view has the same pixels in sheets of any number of views") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.stl", asStlBytes(soupMesh(300, 17)));
   for (const char* shading : {"facing", "normal", "depth"}) {
@@ -72,7 +72,7 @@ TEST_CASE("a view is the same bytes in sheets of any number of views") {
   }
 }
 
-TEST_CASE("views fill rows from the top left, and places behind the last view are background in every shading") {
+TEST_CASE("views fill rows from the top left, and cells after the last view are background in every shading") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.obj", kCube);
   for (const char* shading : {"facing", "normal", "depth", "cost"}) {
@@ -92,7 +92,7 @@ TEST_CASE("views fill rows from the top left, and places behind the last view ar
   }
 }
 
-TEST_CASE("the shape of the sheet is near-square for any number of views") {
+TEST_CASE("a sheet has as many columns as rows or one more") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.obj", kCube);
   const int shapes[][3] = {{1, 1, 1}, {2, 2, 1}, {3, 2, 2}, {4, 2, 2}, {6, 3, 2}, {7, 3, 3}, {12, 4, 3}, {360, 19, 19}};
@@ -104,7 +104,7 @@ TEST_CASE("the shape of the sheet is near-square for any number of views") {
   }
 }
 
-TEST_CASE("the depth map of a sheet has the depth of every view, and infinity behind the last one") {
+TEST_CASE("the depth map of a sheet has the depth of every view, and infinity after the last one") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.obj", kCube);
   const DepthMap map = measureDepth({mesh, "--turntable", "3", "--size", "20x16", "--view", "0,-1,0.5"});
@@ -122,7 +122,7 @@ TEST_CASE("the depth map of a sheet has the depth of every view, and infinity be
   CHECK(one.answer["cameras"][0] == map.answer["cameras"][0]);
 }
 
-TEST_CASE("a cube looks the same after every quarter of a turn: neither size nor place nor distance changes") {
+TEST_CASE("a cube looks the same after every quarter turn, in size, position and distance") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.obj", kCube);
   const DepthMap map = measureDepth({mesh, "--turntable", "8", "--size", "40x30"});
@@ -158,7 +158,7 @@ TEST_CASE("a sheet is the same bytes for any number of threads") {
   }
 }
 
-TEST_CASE("a turntable that is no good, or too large in all, is refused before any work") {
+TEST_CASE("an invalid or too large turntable is refused before any work") {
   const TemporaryFolder folder;
   const auto failure = [&](const std::string& nbViews, const std::string& size) {
     const Outcome outcome = runQuery(

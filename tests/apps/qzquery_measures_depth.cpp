@@ -72,7 +72,7 @@ std::string failure(const std::vector<std::string>& arguments, const std::string
 
 }  // namespace
 
-TEST_CASE("the depth of a tilted square is that of its plane, and infinite beside it") {
+TEST_CASE("the depth of a tilted square is that of its plane, and infinite elsewhere") {
   const TemporaryFolder folder;
   // y = z, from x and z -1 to 1; seen from the front the square fills the picture but for a margin.
   const std::string mesh = folder.write("mesh.obj", "v -1 -1 -1\nv 1 -1 -1\nv 1 1 1\nv -1 1 1\nf 1 2 3 4\n");
@@ -143,7 +143,7 @@ TEST_CASE("the depth of a cube from every side is that of its nearest face") {
   }
 }
 
-TEST_CASE("depths are what the library answers, to the bit, whatever the samples, shading and threads") {
+TEST_CASE("depths are those of the library to the bit for any samples, shading and threads") {
   const TemporaryFolder folder;
   const std::string name = folder.write("mesh.stl", asStlBytes(soupMesh(6000, 21)));
   const qz::qzTriMesh mesh = qzToolkit::loadMesh(name);
@@ -183,7 +183,7 @@ TEST_CASE("depths are what the library answers, to the bit, whatever the samples
   }
 }
 
-TEST_CASE("a .pfm file holds the same floats as the .npy file, its first row at the bottom") {
+TEST_CASE("a .pfm file has the same floats as the .npy file, bottom row first") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.obj", kCube);
   const auto write = [&](const char* name, const char* threads) {
@@ -218,7 +218,7 @@ TEST_CASE("the picture is the same with a depth map, also on standard output") {
   CHECK(decodeNumpy(folder.read("a.npy")).width == 30);
 }
 
-TEST_CASE("where there is nothing to hit, all depths are infinite and there is no nearest one") {
+TEST_CASE("without a hit all depths are infinite and there is no nearest one") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("point.obj", "v 1 2 3\nf 1 1 1\n");
   const DepthMap map = measureDepth({mesh, "--size", "5x4"});
@@ -230,7 +230,7 @@ TEST_CASE("where there is nothing to hit, all depths are infinite and there is n
   CHECK(outcome.error.find("\ndepth: no pixel hit\n") != std::string::npos);
 }
 
-TEST_CASE("when one of the two files cannot be written, the other one is as it was") {
+TEST_CASE("if one of the two files cannot be written, the other one is unchanged") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.obj", kCube), nowhere = folder.path("missing/a.npy");
   const std::string full = folder.path("full.npy");
@@ -264,7 +264,7 @@ TEST_CASE("when one of the two files cannot be written, the other one is as it w
   }
 }
 
-TEST_CASE("a depth file that is no .npy and no .pfm, or the picture itself, is refused before any work") {
+TEST_CASE("a depth file that is neither .npy nor .pfm, or is the picture, is refused before any work") {
   const TemporaryFolder folder;
   const std::string missing = folder.path("missing.obj");  // would be the complaint of any work
   for (const std::string name : {"-", "depth", "a.png", "a.npy.gz", ".npy", "a.npz", ""}) {

@@ -12,7 +12,7 @@
 
 using namespace qzTest;
 
-TEST_CASE("a sphere in front of a light background: a round shape in the middle that fills the picture") {
+TEST_CASE("a sphere on a light background is a disc that fills the picture") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.stl", asStlBytes(sphereMesh(60, 120)));
   for (const char* shading : {"facing", "normal", "depth"}) {
@@ -42,7 +42,7 @@ TEST_CASE("a sphere in front of a light background: a round shape in the middle 
   }
 }
 
-TEST_CASE("facing is brightest where the surface looks at the camera") {
+TEST_CASE("facing is brightest where the surface faces the camera") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.stl", asStlBytes(sphereMesh(60, 120)));
   const Picture picture = render({mesh, "--size", "100x100", "--view", "front"});
@@ -98,7 +98,7 @@ TEST_CASE("meshes that are flat, a line, a point or huge give a picture in every
   CHECK(std::abs(picture.brightness(10, 30) - picture.brightness(15, 20)) < 8);
 }
 
-TEST_CASE("cost is dark where no box is and brighter in the mesh, and its scale is told") {
+TEST_CASE("cost is dark without boxes and brighter in the mesh, and its scale is printed") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.stl", asStlBytes(sphereMesh(40, 80)));
   const Picture picture = render({mesh, "--size", "60x60", "--shading", "cost", "--view", "front"});
@@ -109,7 +109,7 @@ TEST_CASE("cost is dark where no box is and brighter in the mesh, and its scale 
   CHECK(outcome.error.find(" nodes a ray, ") != std::string::npos);
 }
 
-TEST_CASE("the shadow is on the floor below the mesh, whichever axis points up") {
+TEST_CASE("the shadow is on the floor below the mesh, for either up axis") {
   const TemporaryFolder folder;
   // A plate that floats over the lowest point, as it is and turned so that y points up.
   const auto plate = [&](const char* name, bool isYUp) {
@@ -163,7 +163,7 @@ TEST_CASE("a symmetric mesh gives a picture whose columns mirror each other") {
   }
 }
 
-TEST_CASE("edges are smooth: a pixel that the mesh covers in part has a colour in between") {
+TEST_CASE("edges are antialiased") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.obj", "v -1 0 -1\nv 1 0 -0.8\nv 0.7 0 1\nv -1.2 0 0.9\nf 1 2 3 4\n");
   const auto nbColors = [&](const char* samples) {

@@ -22,7 +22,7 @@ std::string repeated(const std::string& text, int count) {
 
 }  // namespace
 
-TEST_CASE("rays in a pipe are answered as they come") {
+TEST_CASE("rays in a pipe are answered as they arrive") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.obj", kTriangle);
   for (const char* threads : {"1", "2", "5"}) {
@@ -35,7 +35,7 @@ TEST_CASE("rays in a pipe are answered as they come") {
   }
 }
 
-TEST_CASE("when nobody reads the hits any more, the signal for that ends the program, with nothing said") {
+TEST_CASE("when the reader of the hits goes away, SIGPIPE ends the program without a message") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.obj", kTriangle);
   const std::string rays = folder.write("rays.csv", repeated("1,2,3,4,5,6\n", 100000));
@@ -44,7 +44,7 @@ TEST_CASE("when nobody reads the hits any more, the signal for that ends the pro
   CHECK(outcome.error.empty());
 }
 
-TEST_CASE("hits of rays far before one that is no good are on standard output already; a file does not appear") {
+TEST_CASE("hits long before an invalid ray are on standard output already; a file does not appear") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.obj", kTriangle);
   constexpr int kNbRays = 100000;
@@ -83,7 +83,7 @@ TEST_CASE("a ray that --symmetric refuses is named by its number in the whole fi
   CHECK(folder.names() == std::set<std::string>{"mesh.obj", "rays.csv"});
 }
 
-TEST_CASE("hits that do not fit on the disk leave the old ones as they were") {
+TEST_CASE("when the disk is full the old hits are unchanged") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.obj", kTriangle);
   const std::string rays = folder.write("rays.csv", repeated("1,2,3,4,5,6\n", 100000));

@@ -1,5 +1,5 @@
 #pragma once
-// Meshes as the bytes of files, written without the toolkit, and what it takes to look at the outcome of reading and
+// Meshes as the bytes of files, written without the toolkit, and helpers to examine the results of reading and
 // writing.
 
 #include <qzSceneGraph/qzTriMesh.h>
@@ -26,8 +26,8 @@ std::string asStlText(const qz::qzTriMesh& mesh);
 std::string asStlBytes(const qz::qzTriMesh& mesh);
 std::string asOff(const qz::qzTriMesh& mesh);
 std::string asCollada(const qz::qzTriMesh& mesh);
-/// A glTF file that has its numbers in a file named binName beside it, whose content goes to bin. node is put into the
-/// text of the only node, as ", \"scale\": [2, 2, 2]".
+/// A glTF file with its numbers in a file binName beside it, whose content is put into bin. node is added to the text
+/// of the only node, for example ", \"scale\": [2, 2, 2]".
 std::string asGltf(const qz::qzTriMesh& mesh, const std::string& binName, std::string& bin,
                    const std::string& node = "");
 

@@ -12,7 +12,7 @@ tNumberResult readNumber(std::string_view text, float& value) {
   const char* const end = text.data() + text.size();
   const auto [stop, code] = std::from_chars(text.data(), end, value);
   if (code == std::errc::invalid_argument || stop != end) return tNumberResult::eNoNumber;
-  if (code == std::errc::result_out_of_range) {  // too large and too small alike: strtof tells which
+  if (code == std::errc::result_out_of_range) {  // overflow and underflow alike; strtof tells them apart
     value = std::strtof(std::string(text).c_str(), nullptr);
     if (std::isinf(value)) return tNumberResult::eOutOfRange;
   }

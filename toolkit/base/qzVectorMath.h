@@ -1,7 +1,7 @@
 #pragma once
 // Arithmetic on vectors of three components: Wm4::Vector3<float>, std::array<double, 3> or any other class that has
-// operator[] and is built from three components. Computed in the component type, in the order written here. Sources that
-// include it link qzArithmetic, so that compilers do not contract products and sums.
+// operator[] and is built from three components. Computed in the component type, in the order written here. Sources
+// that include it link qzArithmetic, so that compilers do not contract products and sums.
 
 #include <Wm4/Vector2.h>
 #include <Wm4/Vector3.h>

@@ -1,5 +1,5 @@
 #pragma once
-// qzFeeder2D: the 2D builder with an input, filled from boxes and a point for each.
+// qzFeeder2D: input for the 2D builder, from boxes and a point for each.
 
 #include <qzCommonAddOns/builders/qzLinearGenericBVH2DBuilder.h>
 #include <toolkit/base/qzLimits.h>
@@ -10,16 +10,16 @@ namespace qzToolkit {
 
 class qzFeeder2D : public qzLinearGenericBVH2DBuilder {
  public:
-  /// Takes the primitives of the builds to come: a box for the nodes and a point that decides where in the tree it
-  /// stands. Throws a qzError, and keeps what it had, unless there are as many points as boxes, from 1 to
-  /// maxPrimitives, all coordinates are finite and no box is empty.
+  /// Sets the primitives of later builds: a box, and a point that decides its place in the tree. Throws a qzError, and
+  /// keeps what it had, unless there are as many points as boxes, from 1 to maxPrimitives, all coordinates are finite
+  /// and no box is empty.
   void setPrimitives(std::vector<Wm4::Vector2<float>> points, std::vector<qzBBox2D> boxes,
                      std::size_t maxPrimitives = kMaxPrimitives2D);
-  /// The same with the centres of the boxes for points.
+  /// The same with the centres of the boxes as points.
   void setPrimitives(std::vector<qzBBox2D> boxes, std::size_t maxPrimitives = kMaxPrimitives2D);
 
-  /// Builds bvh over the primitives as the builder does, any number of times in turn: what the last tree left of the
-  /// indices does not matter. Throws a qzError when there are no primitives.
+  /// Builds bvh over the primitives. Later builds do not depend on earlier ones. Throws a qzError when there are no
+  /// primitives.
   void build(qzGenericBVH2D& bvh, unsigned int bitsPerAxis);
 };
 

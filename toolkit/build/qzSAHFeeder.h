@@ -1,5 +1,5 @@
 #pragma once
-// qzSAHFeeder: the surface-area builder with an input, filled from the triangles of a mesh.
+// qzSAHFeeder: input for the surface-area builder, from the triangles of a mesh. A build cannot be canceled.
 
 #include <qzCommonAddOns/builders/qzGenericBVHBuilder.h>
 #include <toolkit/base/qzLimits.h>
@@ -12,15 +12,15 @@ namespace qzToolkit {
 
 class qzSAHFeeder : public qzGenericBVHBuilder {
  public:
-  /// Takes the triangles of the builds to come, by their boxes; the mesh may go afterwards. Throws a qzError, and keeps
+  /// Sets the triangles of later builds by their boxes; the mesh is not kept. Throws a qzError, and keeps
   /// what it had, when there are more than maxTriangles.
   void setMesh(const qz::qzTriMesh& mesh, std::size_t maxTriangles = kMaxTriangles);
 
-  /// The cost of the builds to come, in place of a qzDefaultSAH; it stays the caller's and must outlive them.
+  /// Sets the cost function of later builds instead of a qzDefaultSAH. Not owned; it must outlive them.
   void setCost(const qzSAHFunctionoid& cost);
 
-  /// Builds bvh over the triangles as the builder does, any number of times in turn and always the same: the order that
-  /// the last build left the triangles in does not matter.
+  /// Builds bvh over the triangles. Repeated builds give the same tree: the order in which the last build left the
+  /// triangles does not matter.
   void build(qzGenericBVH& bvh);
 };
 

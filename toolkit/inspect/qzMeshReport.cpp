@@ -25,19 +25,19 @@ void sort(std::vector<tElement>& elements, const qzThreads& threads, const tCanc
   threads.execute([&] { tbb::parallel_sort(elements.begin(), elements.end(), less); });
 }
 
-/// Calls function(begin, end) for every run of elements of a sorted array that are alike.
-template <class tElement, class tAlike, class tFunction>
-void forEachRun(const std::vector<tElement>& elements, const tCancel* cancel, const tAlike& alike,
+/// Calls function(begin, end) for every run of equal elements in a sorted array.
+template <class tElement, class tEqual, class tFunction>
+void forEachRun(const std::vector<tElement>& elements, const tCancel* cancel, const tEqual& equal,
                 const tFunction& function) {
   for (auto begin = elements.begin(); begin != elements.end();) {
     throwIfCanceled(cancel);
-    const auto end = std::find_if(begin, elements.end(), [&](const tElement& e) { return !alike(*begin, e); });
+    const auto end = std::find_if(begin, elements.end(), [&](const tElement& e) { return !equal(*begin, e); });
     function(begin, end);
     begin = end;
   }
 }
 
-/// For every vertex the smallest number of a vertex at the same place.
+/// For every vertex the smallest index of a vertex at the same position.
 std::vector<int> mergePlaces(const qz::qzTriMesh& mesh, const qzThreads& threads, const tCancel* cancel) {
   struct tPlace {
     std::uint32_t mBits[3];
@@ -49,7 +49,7 @@ std::vector<int> mergePlaces(const qz::qzTriMesh& mesh, const qzThreads& threads
     places[i].mVertex = static_cast<int>(i);
     const Wm4::Vector3<float> position = mesh.getVertexBuffer()->Position3(places[i].mVertex);
     for (int axis = 0; axis < 3; ++axis) {
-      const float coordinate = position[axis] + 0.0f;  // -0 is the same place as 0
+      const float coordinate = position[axis] + 0.0f;  // -0 is the same position as 0
       std::memcpy(&places[i].mBits[axis], &coordinate, sizeof coordinate);
     }
   }
@@ -67,7 +67,7 @@ std::vector<int> mergePlaces(const qz::qzTriMesh& mesh, const qzThreads& threads
   return firstAtPlace;
 }
 
-/// Three different places in ascending order, and whether an odd permutation brought them there.
+/// Three different positions in ascending order, and whether an odd permutation sorted them.
 struct tFace {
   int mPlaces[3];
   bool mIsOdd;
@@ -90,13 +90,13 @@ void countDuplicates(std::vector<tFace> faces, const qzThreads& threads, const t
       [&](auto begin, auto end) {
         const auto nbOdd = std::count_if(begin, end, [](const tFace& face) { return face.mIsOdd; });
         report.mNbDuplicateTriangles += static_cast<std::size_t>(end - begin - 1);
-        if (nbOdd > 0 && nbOdd < end - begin) ++report.mNbTurnedDuplicateTriangles;
+        if (nbOdd > 0 && nbOdd < end - begin) ++report.mNbFlippedDuplicateTriangles;
       });
 }
 
 void countEdges(const std::vector<tFace>& faces, const qzThreads& threads, const tCancel* cancel,
                 qzMeshReport& report) {
-  // An edge is its two places and, in the lowest bit, whether its triangle runs along it downwards.
+  // An edge is its two positions and, in the lowest bit, whether its triangle traverses it in descending order.
   std::vector<std::uint64_t> edges;
   edges.reserve(3 * faces.size());
   const auto add = [&](int low, int high, bool isDown) {
@@ -112,9 +112,9 @@ void countEdges(const std::vector<tFace>& faces, const qzThreads& threads, const
       edges, cancel, [](std::uint64_t a, std::uint64_t b) { return a >> 1 == b >> 1; },
       [&](auto begin, auto end) {
         ++report.mNbEdges;
-        if (end - begin == 1) ++report.mNbBorderEdges;
-        if (end - begin > 2) ++report.mNbCrowdedEdges;
-        if (end - begin == 2 && begin[0] == begin[1]) ++report.mNbTurnedEdges;
+        if (end - begin == 1) ++report.mNbBoundaryEdges;
+        if (end - begin > 2) ++report.mNbNonManifoldEdges;
+        if (end - begin == 2 && begin[0] == begin[1]) ++report.mNbInconsistentEdges;
       });
 }
 

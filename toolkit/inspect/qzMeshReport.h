@@ -1,5 +1,5 @@
 #pragma once
-// qzMeshReport: what is wrong with a mesh, in numbers.
+// qzMeshReport: counts of defects in a mesh.
 
 #include <qzCommonAddOns/geometry/qzBBox.h>
 #include <qzSceneGraph/qzTriMesh.h>
@@ -9,35 +9,35 @@
 
 namespace qzToolkit {
 
-/// Vertices at the same place count as one wherever triangles and edges are compared, as many formats give every
-/// triangle vertices of its own. Triangles that name missing vertices or have a corner that is not finite are in their
-/// own counts and no other; those with two corners at one place have no edges and are nobody's duplicates.
+/// Vertices at the same position count as one where triangles and edges are compared, because many formats duplicate
+/// the vertices of every triangle. Triangles with indices out of range or non-finite corners appear in those counts
+/// only; triangles with two corners at the same position have no edges and no duplicates.
 struct qzMeshReport {
   std::size_t mNbVertices = 0;
   std::size_t mNbNonFiniteVertices = 0;  ///< a coordinate is NaN or infinite
-  std::size_t mNbUnusedVertices = 0;     ///< no triangle names them
-  std::size_t mNbRepeatedVertices = 0;   ///< at the place of a vertex with a smaller number
+  std::size_t mNbUnusedVertices = 0;     ///< in no triangle
+  std::size_t mNbRepeatedVertices = 0;   ///< at the position of a vertex with a smaller index
 
   std::size_t mNbTriangles = 0;
   std::size_t mNbOutOfRangeTriangles = 0;
   std::size_t mNbNonFiniteTriangles = 0;
-  std::size_t mNbDegenerateTriangles = 0;       ///< without a normal in single precision: no ray can hit them
-  std::size_t mNbRepeatedCornerTriangles = 0;   ///< of those, the ones with two corners at one place
-  std::size_t mNbDuplicateTriangles = 0;        ///< same three corners as another one that is kept
-  std::size_t mNbTurnedDuplicateTriangles = 0;  ///< of those, the ones whose three corners are kept in the other turn
+  std::size_t mNbDegenerateTriangles = 0;        ///< no normal in single precision: no ray can hit them
+  std::size_t mNbRepeatedCornerTriangles = 0;    ///< among those: two corners at the same position
+  std::size_t mNbDuplicateTriangles = 0;         ///< same three corners as an earlier triangle
+  std::size_t mNbFlippedDuplicateTriangles = 0;  ///< sets of three corners with triangles of both windings
 
   std::size_t mNbEdges = 0;
-  std::size_t mNbBorderEdges = 0;   ///< of one triangle
-  std::size_t mNbCrowdedEdges = 0;  ///< of more than two
-  std::size_t mNbTurnedEdges = 0;   ///< of two triangles whose front faces are on different sides
+  std::size_t mNbBoundaryEdges = 0;      ///< boundary: in one triangle
+  std::size_t mNbNonManifoldEdges = 0;   ///< non-manifold: in more than two
+  std::size_t mNbInconsistentEdges = 0;  ///< inconsistent winding: in two triangles with opposite orientation
 
   qzBBox mBox;                      ///< of the triangles in range and finite; empty without any
-  float mLargestCoordinate = 0.0f;  ///< of that box, without sign
-  float mCoordinateStep = 0.0f;     ///< from there to the next larger float
+  float mLargestCoordinate = 0.0f;  ///< of that box, absolute value
+  float mCoordinateStep = 0.0f;     ///< distance from there to the next larger float
   double mStepsAcross = 0.0;        ///< steps in the longest side of the box
 };
 
-/// Looks at all triangles of a mesh. Accepts any mesh, bad indices included.
+/// Inspects all triangles of a mesh. Accepts any mesh, bad indices included.
 ///
 /// threads  sort; everything else is done by the calling thread
 /// cancel   polled between stages and triangles, not within a sort

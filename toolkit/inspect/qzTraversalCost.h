@@ -1,5 +1,5 @@
 #pragma once
-// What a ray is expected to cost in a binary hierarchy.
+// The expected cost of a ray in a binary hierarchy.
 
 #include <toolkit/run/qzCancelToken.h>
 
@@ -18,7 +18,7 @@ namespace qzToolkit {
 /// primitiveCost  of testing one primitive, in the same unit
 /// cancel         polled for every node
 ///
-/// Leaves without primitives cost nothing. If the root has no area, every node counts as met.
+/// Leaves without primitives cost nothing. If the root has no area, every node counts as hit.
 /// Source: Goldsmith and Salmon 1987, MacDonald and Booth 1990.
 double expectedTraversalCost(const qzGenericBVH& bvh, double nodeCost, double primitiveCost,
                              const tCancel* cancel = nullptr);

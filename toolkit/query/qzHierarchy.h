@@ -1,7 +1,7 @@
 #pragma once
-// qzHierarchy: a four-wide hierarchy with what programs ask of it besides: its memory, and rays that count the nodes they
-// visit. Counting uses the library's own traversal, compiled once more with a counter in it, so that it finds the same
-// hits to the bit.
+// qzHierarchy: a four-wide hierarchy with what programs ask of it besides: its memory, and rays that count the nodes
+// they visit. Counting uses the library's own traversal, compiled once more with a counter in it, so that it finds the
+// same hits to the bit.
 
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
 #include <toolkit/base/qzRay.h>
@@ -16,11 +16,11 @@ class qzHierarchy : public qzQBVH {
   qzHierarchy(const qzHierarchy&) = delete;  // a copy would share the arrays
   qzHierarchy& operator=(const qzHierarchy&) = delete;
 
-  /// The hit that castRay finds. The hierarchy must have been built with eTrianglesEquations, or be empty.
+  /// The same hit as castRay. The hierarchy must have been built with eTrianglesEquations, or be empty.
   /// nbVisits  out: nodes whose four boxes were tested
   qzHit castRayCounting(const qzRay& ray, tIntersectionPolicy policy, unsigned& nbVisits) const;
 
-  /// Bytes of the arrays.
+  /// Memory of the node and triangle arrays, in bytes.
   std::size_t getBytes() const;
 };
 

@@ -12,7 +12,7 @@ namespace qzToolkit {
 
 namespace {
 
-/// A ray that cast would not take.
+/// A ray that cast refused.
 struct tRefusal {
   std::size_t mNo;  // in its block
   std::string mReason;

@@ -1,5 +1,5 @@
 #pragma once
-// Casting many rays at once.
+// Casting rays, one by one and from files.
 
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
 #include <toolkit/base/qzRay.h>
@@ -18,20 +18,20 @@ class qzThreads;
 /// The nearest hit of one ray, as qzQBVH::intersectRay finds it.
 qzHit castRay(const qzQBVH& hierarchy, const qzRay& ray, qzQBVH::tIntersectionPolicy policy);
 
-/// The same with qzQBVH::intersectRaySymmetric; mTMin is not looked at.
+/// The same with qzQBVH::intersectRaySymmetric; mTMin is ignored.
 qzHit castRaySymmetric(const qzQBVH& hierarchy, const qzRay& ray);
 
-/// So many blocks of rays for each thread are in memory at once.
+/// Blocks of rays in flight per thread.
 constexpr int kCastBlocksPerThread = 4;
 
 struct qzCastCounts {
   std::size_t mNbRays = 0, mNbHits = 0;
 };
 
-/// Casts every ray of a file and writes the hits in the same order, block by block: a few blocks for each thread are in
-/// memory at once, however many there are. The answers do not depend on the number of threads, nor does what was
-/// written before a failure, which is that of the first ray or row that is no good. A qzError of cast gets the name of
-/// the file and the number of the ray, from 0, put before it. hits are complete when the caller commits them.
+/// Casts every ray of a file and writes the hits in the same order, block by block, so memory does not grow with the
+/// file. The hits do not depend on the number of threads, nor does what is written before an error, which is that of
+/// the first invalid row or refused ray. A qzError of cast is prefixed with the name of the file and the number of the
+/// ray, from 0. hits are complete when the caller commits them.
 ///
 /// cancel    polled before each block
 /// progress  counts bytes of the file with the rays; may be null

@@ -1,6 +1,6 @@
 #pragma once
-// Cooperative cancellation. The caller owns a token and passes it to whatever may run long; the work polls it at its own
-// pace, tidies up and throws a qzInterrupted. There is no token of the process: two jobs with two tokens are
+// Cooperative cancellation. The caller owns a token and passes it to whatever may run long; the work polls it at its
+// own pace, tidies up and throws a qzInterrupted. There is no token of the process: two jobs with two tokens are
 // independent.
 
 #include <qzSceneGraph/qzCancelInterfaceReadOnly.h>

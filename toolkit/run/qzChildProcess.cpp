@@ -25,15 +25,16 @@ void limitTo(decltype(RLIMIT_CORE) resource, rlim_t most) {
   ::setrlimit(resource, &limit);
 }
 
-/// Bytes that this process has asked for: the sixth number of the file, in pages.
+/// Bytes of data and stack of this process.
 std::size_t memoryInUse() {
+  constexpr int kDataField = 6;  // from 1; in pages
   std::ifstream file("/proc/self/statm");
   std::size_t pages = 0;
-  for (int i = 0; i < 6; ++i) file >> pages;
+  for (int field = 1; field <= kDataField; ++field) file >> pages;
   return pages * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
 }
 
-/// In the new process: whatever happens ends it, quietly.
+/// In the child: any signal ends it, without messages or a core dump.
 void prepare(const qzChildProcess::tLimits& limits) {
   for (int signal : {SIGINT, SIGTERM, SIGHUP, SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGXCPU, SIGPIPE})
     std::signal(signal, SIG_DFL);
@@ -55,7 +56,7 @@ void qzChildProcess::tOutput::write(const void* bytes, std::size_t size) const {
   while (size > 0) {
     const ssize_t count = ::write(mDescriptor, next, size);
     if (count < 0 && errno == EINTR) continue;
-    if (count < 0) ::_exit(1);  // nobody listens
+    if (count < 0) ::_exit(1);  // the parent has closed its end
     next += count;
     size -= static_cast<std::size_t>(count);
   }
@@ -81,7 +82,7 @@ qzChildProcess::qzChildProcess(const tLimits& limits, const std::function<void(c
       code = 0;
     } catch (...) {
     }
-    ::_exit(code);  // nothing of this process is tidied up twice
+    ::_exit(code);  // runs no destructor or exit handler of the parent
   }
   ::close(ends[1]);
   mInput = ends[0];
@@ -113,9 +114,9 @@ void qzChildProcess::fail() {
   while ((waited = ::waitpid(mProcess, &status, 0)) < 0 && errno == EINTR) {
   }
   mProcess = -1;
-  if (waited < 0 || !WIFSIGNALED(status)) throw tFailure("broke down");
-  if (WTERMSIG(status) == SIGXCPU) throw tFailure("came to no end");
-  throw tFailure(std::string("broke down (") + ::strsignal(WTERMSIG(status)) + ")");
+  if (waited < 0 || !WIFSIGNALED(status)) throw tFailure("failed");
+  if (WTERMSIG(status) == SIGXCPU) throw tFailure("exceeded its time limit");
+  throw tFailure(std::string("failed (") + ::strsignal(WTERMSIG(status)) + ")");
 }
 
 }  // namespace qzToolkit

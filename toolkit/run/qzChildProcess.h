@@ -1,6 +1,6 @@
 #pragma once
-// qzChildProcess: work of others' code that may crash, leak, never end or ask for all memory, done in a process of its
-// own. This process only sees the bytes that come out, and learns why when too few come.
+// qzChildProcess: runs code that may crash, leak, loop for ever or exhaust memory in a forked process. This process
+// sees only the bytes that the child writes, and the reason if it ends early.
 
 #include <sys/types.h>
 #include <toolkit/run/qzCancelToken.h>
@@ -15,10 +15,10 @@ class qzChildProcess {
  public:
   struct tLimits {
     unsigned mSeconds;    ///< of processor time
-    std::size_t mMemory;  ///< bytes, beyond what this process has asked for by now
+    std::size_t mMemory;  ///< bytes beyond what this process has allocated by now
   };
 
-  /// The way out of the process.
+  /// Writes to the parent.
   class tOutput {
    public:
     explicit tOutput(int descriptor) : mDescriptor(descriptor) {}
@@ -28,24 +28,24 @@ class qzChildProcess {
     int mDescriptor;
   };
 
-  /// What read throws; what() ends a sentence: "broke down (Segmentation fault)".
+  /// Thrown by read. what() completes a sentence: "failed (Segmentation fault)".
   class tFailure : public std::runtime_error {
    public:
     using std::runtime_error::runtime_error;
   };
 
-  /// Starts work in a copy of this process, of which only the calling thread goes on there. An exception of work ends
-  /// the process. Its standard output and standard error lead nowhere.
+  /// Forks and runs work in the child, which has the calling thread only. An exception of work ends the child. Its
+  /// standard output and error are /dev/null.
   /// cancel  ends the waits of read in this process; work does not see it
   /// Failure: throws a tFailure when no process can be started.
   qzChildProcess(const tLimits& limits, const std::function<void(const tOutput&)>& work,
                  const tCancel* cancel = nullptr);
-  /// Ends the process, whatever it is doing.
+  /// Kills the child if it is still running.
   ~qzChildProcess();
   qzChildProcess(const qzChildProcess&) = delete;
   qzChildProcess& operator=(const qzChildProcess&) = delete;
 
-  /// Waits for the next size bytes that the work writes. Throws a tFailure when the process has ended without them.
+  /// Waits for the next size bytes that work writes. Throws a tFailure if the child ends before it has written them.
   void read(void* bytes, std::size_t size);
 
  private:

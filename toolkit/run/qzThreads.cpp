@@ -9,9 +9,9 @@
 #include <limits>
 #include <vector>
 
-// oneTBB is not built with the thread sanitizer, which therefore does not see how a loop or a stream hands work over
-// and waits for it. So what is compiled from its headers, here and in qzMeshReport.cpp, does without it as well, and
-// this file tells it, if the program has one. Null if it has none.
+// oneTBB is not instrumented for the thread sanitizer, which therefore misses the synchronisation of loops and streams.
+// Code compiled from its headers, here and in qzMeshReport.cpp, is not instrumented either, and this file announces the
+// synchronisation. Both functions are null in programs without the sanitizer.
 extern "C" {
 __attribute__((weak)) void __tsan_acquire(void* address);
 __attribute__((weak)) void __tsan_release(void* address);
@@ -21,7 +21,7 @@ namespace qzToolkit {
 
 namespace {
 
-/// What happened before a release happened before the acquires that follow.
+/// For the thread sanitizer: what precedes release() happens before what follows a later acquire().
 class tHandOver {
  public:
   void release() {
@@ -32,7 +32,7 @@ class tHandOver {
   }
 };
 
-/// Calls a function when a scope is left, by an exception, too.
+/// Calls a function at the end of a scope.
 template <class Function>
 class tAtExit {
  public:
@@ -45,7 +45,7 @@ class tAtExit {
   Function mFunction;
 };
 
-/// nbThreads within what oneTBB grants: it ignores what is beyond, and warns on standard error.
+/// nbThreads clamped to what oneTBB grants. It ignores larger requests and warns on standard error.
 int grantedThreads(int nbThreads) {
   const std::size_t limit = tbb::global_control::active_value(tbb::global_control::max_allowed_parallelism);
   const int most = static_cast<int>(std::min<std::size_t>(limit, std::numeric_limits<int>::max()));
@@ -80,10 +80,10 @@ void qzThreads::streamBlocks(std::size_t nbSlots, const tCancel* cancel, const s
                              const std::function<void(std::size_t)>& write) const {
   struct tSlot {
     tHandOver mHandOver;
-    std::exception_ptr mFailure;  // it waits for its turn to be thrown
+    std::exception_ptr mFailure;  // rethrown in reading order
   };
   std::vector<tSlot> slots(nbSlots);
-  tHandOver reading, writing;  // from one call to the next
+  tHandOver reading, writing;  // order successive calls
   const auto guarded = [](tSlot& slot, const auto& stage) {
     slot.mHandOver.acquire();
     const tAtExit releaseSlot([&] { slot.mHandOver.release(); });
@@ -94,7 +94,7 @@ void qzThreads::streamBlocks(std::size_t nbSlots, const tCancel* cancel, const s
     }
   };
 
-  // No more than nbSlots blocks are under way, and they leave in their order: the place that comes round is free.
+  // At most nbSlots blocks are in flight and they are written in order, so the next slot is always free.
   std::size_t nbRead = 0;
   bool isEnd = false;
   const auto readNext = [&](tbb::flow_control& control) {

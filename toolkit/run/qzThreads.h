@@ -1,6 +1,7 @@
 #pragma once
 // qzThreads: a thread pool with parallel loops and streams. Its owner passes it to whatever may use several threads.
-// It is a task arena of oneTBB; two pools at the same time are independent, but share the worker threads of the process.
+// It is a task arena of oneTBB; two pools at the same time are independent, but share the worker threads of the
+// process.
 
 #include <tbb/task_arena.h>
 #include <toolkit/run/qzCancelToken.h>
@@ -12,8 +13,8 @@ namespace qzToolkit {
 
 class qzThreads {
  public:
-  /// At most nbThreads threads, the calling one included; 0 and below: as many as possible. oneTBB runs no more than the
-  /// process has processors, unless the process allows others by a tbb::global_control of max_allowed_parallelism
+  /// At most nbThreads threads, the calling one included; 0 and below: as many as possible. oneTBB runs no more than
+  /// the process has processors, unless the process allows others by a tbb::global_control of max_allowed_parallelism
   /// before the pool is made; the pool sets no limit of the process.
   explicit qzThreads(int nbThreads);
 
@@ -23,23 +24,21 @@ class qzThreads {
   /// Calls function in the calling thread; algorithms of oneTBB in it use the threads of this pool.
   void execute(const std::function<void()>& function) const;
 
-  /// Calls body(begin, end) once for every block of at most blockSize of the numbers 0 to count - 1, in any order and
-  /// from several threads at once, and returns when all are done. The blocks do not depend on the number of threads.
-  /// An exception of body ends the loop early and comes out here. cancel is polled before each block.
+  /// Splits the numbers 0 to count - 1 into blocks of at most blockSize and calls body(begin, end) once for each, in
+  /// any order and from several threads at once. Returns when all are done. The blocks do not depend on the number of
+  /// threads. An exception of body ends the loop early and is rethrown here. cancel is polled before each block.
   void forEachBlock(std::size_t count, std::size_t blockSize, const tCancel* cancel,
                     const std::function<void(std::size_t begin, std::size_t end)>& body) const;
 
-  /// Streams blocks of work, as many as there are, through a few places that the caller has for one block each,
-  /// numbered from 0 to nbSlots - 1.
+  /// Pipelines any number of blocks through nbSlots slots of the caller, numbered from 0, that hold one block each.
   ///
-  /// read(slot)   puts the next block into a place, or returns false when there is none; one call at a time
-  /// work(slot)   works on a block; several calls at once
-  /// write(slot)  takes the block away; one call at a time, in the order of reading. Then the place is used again, so
-  ///              that never more than nbSlots blocks exist.
+  /// read(slot)   reads the next block into a slot, or returns false at the end; one call at a time
+  /// work(slot)   processes a block; several calls at once
+  /// write(slot)  writes the block; one call at a time, in reading order. Then the slot is reused.
   ///
-  /// Returns when all blocks are written. An exception ends the stream early and comes out here: that of the first
-  /// block, in the order of reading, that has one in any of the three, after all blocks before it were written. So it
-  /// does not depend on the number of threads. cancel is polled before the work on each block.
+  /// Returns when all blocks are written. An exception ends the stream early and is rethrown here: that of the first
+  /// block in reading order that has one in any of the three, after all earlier blocks are written. So it does not
+  /// depend on the number of threads. cancel is polled before the work on each block.
   void streamBlocks(std::size_t nbSlots, const tCancel* cancel, const std::function<bool(std::size_t slot)>& read,
                     const std::function<void(std::size_t slot)>& work,
                     const std::function<void(std::size_t slot)>& write) const;

@@ -17,15 +17,15 @@ using tVector = qzCamera::tVector;
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kLowest = std::numeric_limits<double>::lowest();
-constexpr double kTanHalfView = 0.26;  // of the larger half angle of view: 29 degrees in all, little distortion
+constexpr double kTanHalfView = 0.26;  // of half the larger angle of view: 29 degrees in all, little distortion
 constexpr double kMargin = 1.06;       // free space around the mesh
 
-/// The mesh's vector with the given parts to the right, to the back and up.
+/// The vector in the space of the mesh with the given components to the right, to the back and up.
 tVector fromSides(double right, double back, double up, qzCamera::tUp upAxis) {
   return upAxis == qzCamera::eUpZ ? tVector{right, back, up} : tVector{right, up, -back};
 }
 
-/// v turned about the axis that points up, from front to right.
+/// v rotated about the up axis, from front to right.
 tVector turned(const tVector& v, double cosine, double sine, qzCamera::tUp upAxis) {
   const bool isZ = upAxis == qzCamera::eUpZ;
   const double right = v[0], back = isZ ? v[1] : -v[2], up = isZ ? v[2] : v[1];
@@ -63,16 +63,16 @@ tVector qzCamera::Direction(const std::string& text, tUp up) {
   return direction;
 }
 
-/// How far points reach as seen by a camera that stands at the origin.
+/// The extent of points as seen by a camera at the origin.
 ///
-/// A point at (x, y, z) along right, up and backward is in the picture when |x - X| <= tanX * (Z - z), and y alike, the
-/// camera standing at (X, Y, Z). Every point gives X and Z a half plane on either side; where the outermost two cross,
-/// the points touch both edges.
+/// A point (x, y, z) along right, up and backward is in the picture of a camera at (X, Y, Z) when
+/// |x - X| <= tanX * (Z - z), and likewise for y. Every point bounds X and Z by two half planes; at the intersection of
+/// the outermost two the points touch both edges.
 struct qzCamera::tReach {
   double mTangents[2];                                                    // with the margin
-  double mAbove[2] = {kLowest, kLowest}, mBelow[2] = {kLowest, kLowest};  // of x and y: the largest +-x + tan * z
+  double mAbove[2] = {kLowest, kLowest}, mBelow[2] = {kLowest, kLowest};  // for x and y: the largest +-x + tan * z
   double mNearest = kLowest, mFarthest = -kLowest;                        // z
-  double mShift = 0.0;  // how far from the mesh's own origin these coordinates begin, which costs precision
+  double mShift = 0.0;  // distance of these coordinates from the mesh's own origin, which costs precision
 
   explicit tReach(const qzCamera& camera) : mTangents{camera.mTanX / kMargin, camera.mTanY / kMargin} {}
 };
@@ -83,20 +83,20 @@ qzCamera::qzCamera(const tVector& direction, tUp up, double aspect)
       mTanY(kTanHalfView / std::max(1.0, aspect)) {
   const tVector above = fromSides(0, 0, 1, up);
   tVector right = cross(above, mBackward);
-  if (dot(right, right) < 1e-12) {  // straight from above or below: the back of the mesh is at the top of the picture
+  if (dot(right, right) < 1e-12) {  // vertical line of sight: the back of the mesh is at the top of the picture
     right = cross(fromSides(0, dot(mBackward, above) > 0 ? 1 : -1, 0, up), mBackward);
   }
   mRight = normalized(right);
   mUp = cross(mBackward, mRight);
 }
 
-/// Goes where all of reach is in the picture; returns the place along backward.
+/// Moves the camera so that all of reach is in the picture; returns its position along backward.
 double qzCamera::place(const tReach& reach) {
   const auto& [tangents, above, below, nearest, farthest, shift] = reach;
   const double x = (above[0] - below[0]) / 2, y = (above[1] - below[1]) / 2;
   double z = std::max((above[0] + below[0]) / (2 * tangents[0]), (above[1] + below[1]) / (2 * tangents[1]));
   const double step = std::max({1e-3 * (z - farthest), 1e-3 * std::abs(nearest), 1e-5 * shift, 1e-30});
-  z = std::max(z, nearest + step);  // a single point, or a line of sight along a flat mesh
+  z = std::max(z, nearest + step);  // for a single point, and a flat mesh seen edge-on
   for (std::size_t axis = 0; axis < 3; ++axis) {
     mOrigin[axis] = x * mRight[axis] + y * mUp[axis] + z * mBackward[axis];
   }
@@ -139,8 +139,8 @@ std::vector<qzCamera> qzCamera::FrameTurning(const qz::qzTriMesh& mesh, const tV
   const tVector low = toDouble(box.getMinPoint()), high = toDouble(box.getMaxPoint());
   const tVector middle = {(low[0] + high[0]) / 2, (low[1] + high[1]) / 2, (low[2] + high[2]) / 2};
 
-  // A vertex that turns stays on a circle at some height. The largest part of its points along a vector is the height
-  // by the vector's part along the axis and the radius by its part across.
+  // A rotating vertex stays on a circle. The largest dot product of a vector with a point of the circle is height times
+  // the vector's component along the axis, plus radius times its component across.
   qzCamera first(direction, up, aspect);
   tReach reach(first);
   const tVector axis = fromSides(0, 0, 1, up), sides[2] = {first.mRight, first.mUp};

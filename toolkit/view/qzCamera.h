@@ -18,23 +18,25 @@ class qzCamera {
  public:
   using tVector = tVector3d;
 
-  /// The axis that points up in the mesh.
+  /// The up axis of the mesh.
   enum tUp { eUpY, eUpZ };
 
-  /// The direction from the mesh towards the camera that text names, of any length: "x,y,z", or one of front, back,
-  /// left, right, top, bottom and iso. "" stands for the default: from the front, above and to the side. Seen from the
+  /// Parses the direction from the mesh towards the camera, of any length: "x,y,z", or one of front, back,
+  /// left, right, top, bottom and iso. "" is the default: from the front, above and the side. Seen from the
   /// front, right is +x and up is up. Anything else throws a qzError.
   static tVector Direction(const std::string& text, tUp up);
 
-  /// The camera that looks at mesh from direction, as near as it can be with every vertex in the picture. A direction
-  /// of length 0 throws a qzError. aspect  width of the picture over its height
+  /// The camera that looks at mesh from direction, as near as possible with every vertex in the picture. A direction of
+  /// length 0 throws a qzError.
+  /// aspect  width of the picture over its height
+  /// cancel  polled for every corner of a triangle
   static qzCamera Frame(const qz::qzTriMesh& mesh, const tVector& direction, tUp up, double aspect,
                         const tCancel* cancel = nullptr);
 
-  /// nbViews cameras around mesh. The first one looks from direction; each next one stands 1 / nbViews of a full turn
-  /// farther on the way from front to right, about the vertical line through the middle of the mesh's box. They are as
-  /// near as they can be with every vertex in the picture at any turn. So the mesh does not change its size and place
-  /// from view to view, nor with nbViews.
+  /// nbViews cameras around mesh. The first one looks from direction; each next one is rotated by 1 / nbViews of a full
+  /// turn from front to right, about the vertical axis through the centre of the mesh's box. They are as near as
+  /// possible with every vertex in the picture at any angle, so size and position of the mesh in the picture depend
+  /// neither on the view nor on nbViews.
   static std::vector<qzCamera> FrameTurning(const qz::qzTriMesh& mesh, const tVector& direction, tUp up, double aspect,
                                             int nbViews, const tCancel* cancel = nullptr);
 
@@ -44,22 +46,22 @@ class qzCamera {
   /// 0 at the top to 1 at the bottom.
   Wm4::Vector3<float> getDirection(double x, double y) const;
 
-  /// Unit vectors of the camera in the mesh's space: to the right, up, and backwards out of the picture.
+  /// Unit vectors of the camera in the space of the mesh: right, up, and backwards out of the picture.
   const tVector& getRight() const { return mRight; }
   const tVector& getUp() const { return mUp; }
   const tVector& getBackward() const { return mBackward; }
 
-  /// Half the sides of what is in the picture at distance 1 along the line of sight.
+  /// Half the width and height of the field of view at distance 1 along the line of sight.
   double getHalfWidth() const { return mTanX; }
   double getHalfHeight() const { return mTanY; }
 
-  /// Distances along the line of sight between which all vertices are; of FrameTurning, at any turn.
+  /// Range of the distances of all vertices along the line of sight; for FrameTurning, at any angle.
   double getNearest() const { return mNearest; }
   double getFarthest() const { return mFarthest; }
 
  private:
   struct tReach;
-  qzCamera(const tVector& direction, tUp up, double aspect);  // stands at the origin
+  qzCamera(const tVector& direction, tUp up, double aspect);  // at the origin
   double place(const tReach& reach);
 
   tVector mOrigin{}, mRight{}, mUp{}, mBackward{};

@@ -5,11 +5,11 @@
 
 using qzToolkit::qzError;
 
-TEST_CASE("an error is its place and what is wrong there") {
+TEST_CASE("an error is a place and a message") {
   CHECK(qzError("mesh.obj:3", "no number").what() == std::string("mesh.obj:3: no number"));
 }
 
-TEST_CASE("control characters become blanks, but for those at the end, which go") {
+TEST_CASE("control characters become spaces, and are removed at the end") {
   CHECK(qzError("one\ntwo\r\nthree").what() == std::string("one two  three"));
   CHECK(qzError("\x1b[31mred\x7f\t.").what() == std::string(" [31mred  ."));
   CHECK(qzError("the end\r\n").what() == std::string("the end"));

@@ -33,7 +33,7 @@ TEST_CASE("a written float reads back to the same bits") {
   }
 }
 
-TEST_CASE("a float is written as short as can be") {
+TEST_CASE("a float is written with as few digits as possible") {
   CHECK(written(0.1f) == "0.1");
   CHECK(written(-0.0f) == "-0");
   CHECK(written(16777216.0f) == "16777216");
@@ -43,7 +43,7 @@ TEST_CASE("a float is written as short as can be") {
   CHECK(written(-kNaN) == "nan");
 }
 
-TEST_CASE("numbers may be written in many ways") {
+TEST_CASE("numbers are accepted in many notations") {
   CHECK(readBack(" \t+1.5\r") == 1.5f);
   CHECK(readBack(".5") == 0.5f);
   CHECK(readBack("5.") == 5.0f);
@@ -62,7 +62,7 @@ TEST_CASE("a decimal number becomes the nearest float") {
   CHECK(sameBits(readBack("-1e-400"), -0.0f));
 }
 
-TEST_CASE("what is no number, or too large for one, is told apart") {
+TEST_CASE("invalid and out-of-range numbers are told apart") {
   float value;
   for (const char* text : {"", " ", "x", "1x", "1 2", "+", "-", "+-1", "--1", "0x10", "1,5", "1e", "e5"}) {
     CAPTURE(text);

@@ -66,7 +66,7 @@ std::string errorOf(Call call) {
 
 }  // namespace
 
-TEST_CASE("a fed builder builds the tree of a builder filled by hand") {
+TEST_CASE("a feeder builds the same tree as a builder filled by hand") {
   const std::vector<qzBBox2D> boxes = randomBoxes(500, 181);
   const std::vector<qzBBox2D> others = randomBoxes(500, 182);
   for (const unsigned int bits : {3u, 16u}) {
@@ -79,7 +79,7 @@ TEST_CASE("a fed builder builds the tree of a builder filled by hand") {
   }
 }
 
-TEST_CASE("boxes alone are fed with their centres for points") {
+TEST_CASE("without points the centres of the boxes are used") {
   const std::vector<qzBBox2D> boxes = randomBoxes(300, 183);
   qzGenericBVH2D expected, tree;
   FilledByHand(centersOf(boxes), boxes).build(expected, 10);
@@ -115,7 +115,7 @@ TEST_CASE("the leaf limit of a feeder is that of the builder") {
   CHECK(tree.getNodes().size() == 1);
 }
 
-TEST_CASE("what cannot be built is refused with one line that says why") {
+TEST_CASE("invalid primitives are refused with one line that says why") {
   const std::vector<qzBBox2D> boxes = randomBoxes(3, 187);
   const std::vector<Point> points = centersOf(boxes);
   qzFeeder2D feeder;
@@ -144,7 +144,7 @@ TEST_CASE("what cannot be built is refused with one line that says why") {
   CHECK(errorOf([&] { feeder.setPrimitives({wide}); }) == "primitive 0: the point is not finite");
 }
 
-TEST_CASE("more primitives than the nodes can number are refused before anything is built") {
+TEST_CASE("more primitives than nodes can address are refused before a build") {
   CHECK(qzToolkit::kMaxPrimitives2D == std::size_t(1) << 29);  // 2^30 - 1 nodes with a primitive each
   const std::vector<qzBBox2D> boxes = randomBoxes(3, 189);
   qzFeeder2D feeder;
@@ -164,7 +164,7 @@ TEST_CASE("a feeder without primitives refuses to build") {
   CHECK(tree.getNodes().empty());
 }
 
-TEST_CASE("a refused input leaves a feeder with the one that it had") {
+TEST_CASE("after a refused input a feeder keeps its earlier one") {
   const std::vector<qzBBox2D> boxes = randomBoxes(50, 188);
   qzFeeder2D feeder;
   feeder.setPrimitives(boxes);

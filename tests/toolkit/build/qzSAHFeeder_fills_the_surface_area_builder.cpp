@@ -71,7 +71,7 @@ TEST_CASE("a feeder builds the same tree every time, and another one for another
   CHECK(sameTree(other, tree));
 }
 
-TEST_CASE("a feeder asks the cost that it is given") {
+TEST_CASE("a feeder uses the cost function that it is given") {
   class NoSplit : public qzSAHFunctionoid {
    public:
     float f(const qzBBox&, unsigned int) const override { return 1.0f; }
@@ -98,7 +98,7 @@ TEST_CASE("no triangles make one empty leaf") {
   CHECK(bvh.getNode(0).getNoPrimitives() == 0);
 }
 
-TEST_CASE("more triangles than the nodes can number are refused before anything is built") {
+TEST_CASE("more triangles than nodes can address are refused before a build") {
   CHECK(qzToolkit::kMaxTriangles == std::size_t(1) << 27);  // 2^28 - 1 nodes with a triangle each
   qzSAHFeeder feeder;
   feeder.setMesh(soupMesh(5, 6), 5);

@@ -36,12 +36,12 @@ qzBBox bar(float s) {
 
 }  // namespace
 
-TEST_CASE("a single leaf costs all its primitives, and no nodes cost nothing") {
+TEST_CASE("a single leaf costs all its primitives; no nodes cost nothing") {
   CHECK(expectedTraversalCost(treeOf({leaf(5, bar(1.0f))}), 10.0, 3.0) == 15.0);
   CHECK(expectedTraversalCost(qzGenericBVH(), 10.0, 3.0) == 0.0);
 }
 
-TEST_CASE("nodes and leaves count by their share of the root's area") {
+TEST_CASE("nodes and leaves are weighted by area relative to the root") {
   // Areas 9 (root), 5 and 3; below the first one 3 and 1.
   const qzGenericBVH tree = treeOf(
       {inner(1, 2, bar(4.0f)), inner(3, 4, bar(2.0f)), leaf(6, bar(1.0f)), leaf(2, bar(1.0f)), leaf(7, bar(0.0f))});
@@ -57,7 +57,7 @@ TEST_CASE("empty leaves cost nothing though their box has no finite area") {
   CHECK(expectedTraversalCost(treeOf({leaf(0, qzBBox())}), 1.0, 1.0) == 0.0);
 }
 
-TEST_CASE("where the root has no area every node counts as met") {
+TEST_CASE("if the root has no area every node counts as hit") {
   const qzBBox point(Wm4::Vector3<float>(1.0f, 2.0f, 3.0f));
   CHECK(expectedTraversalCost(treeOf({inner(1, 2, point), leaf(4, point), leaf(5, point)}), 1.0, 2.0) == 19.0);
 }

@@ -34,7 +34,7 @@ TEST_CASE("counting changes no hit, for every policy") {
   CHECK(nbHits > 1000);
 }
 
-TEST_CASE("a ray visits the root alone when it meets no box, and nothing when there are no nodes") {
+TEST_CASE("a ray that hits no box visits the root only, and nothing without nodes") {
   qzHierarchy hierarchy;
   const qzRay away = {{0.0f, 0.0f, 5.0f}, {0.0f, 0.0f, 1.0f}};
   const qzRay through = {{0.0f, 0.0f, 5.0f}, {0.0f, 0.0f, -1.0f}};
@@ -51,7 +51,7 @@ TEST_CASE("a ray visits the root alone when it meets no box, and nothing when th
   CHECK(nbVisits == 0);
 }
 
-TEST_CASE("the bytes are those of the arrays that the flags ask for") {
+TEST_CASE("getBytes sums the arrays that the flags ask for") {
   qzHierarchy hierarchy;
   CHECK(hierarchy.getBytes() == 0);
   const qz::qzTriMesh mesh = sphereMesh(8, 12);

@@ -29,7 +29,7 @@ bool isSame(const qzHit& a, const qzHit& b) {
 
 }  // namespace
 
-TEST_CASE("every hit is that of the library's query, for every policy") {
+TEST_CASE("every hit equals that of the library's query, for every policy") {
   const std::uint32_t seed = 5;
   CAPTURE(seed);
   qzQBVH hierarchy;
@@ -65,7 +65,7 @@ TEST_CASE("every hit is that of the library's query, for every policy") {
   CHECK(nbHits > 2000);
 }
 
-TEST_CASE("a hit that was not made is at infinity, of triangle -1, with weights that are no numbers") {
+TEST_CASE("no hit is distance +inf, triangle -1 and NaN weights") {
   const qzHit hit;
   CHECK(!hit.isHit());
   CHECK(hit.mDistance == kInf);

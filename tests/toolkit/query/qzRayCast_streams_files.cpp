@@ -65,7 +65,7 @@ tRows randomRows(std::size_t count, std::uint32_t seed) {
   return rows;
 }
 
-/// With names of columns, blank lines and carriage returns here and there, and no end of the last line.
+/// With column names, some blank lines and carriage returns, and no newline at the end.
 std::string asText(const tRows& rows) {
   std::string text = "ox,oy,oz,dx,dy,dz,tmin,tmax\r\n";
   for (std::size_t i = 0; i < rows.size(); ++i) {
@@ -85,7 +85,7 @@ std::string asNumpy(const tRows& rows) {
   return qzNumpyArray::Encode(elements, 8);
 }
 
-/// What comes of casting rows: the bytes of both kinds of file.
+/// The expected result of casting rows: the bytes of both file formats.
 struct tPlainHits {
   std::string mText = "distance,triangle,weight0,weight1,weight2\n", mNumpy;
   qzCastCounts mCounts;
@@ -117,7 +117,7 @@ tRows valuesOf(const std::vector<qzRay>& rays) {
   return values;
 }
 
-/// A reader of everything that comes out of a pipe with a name.
+/// Reads a named pipe to its end.
 std::future<std::string> readPipe(const std::string& name) {
   REQUIRE(::mkfifo(name.c_str(), 0600) == 0);
   return std::async(std::launch::async, [name] { return readFile(name); });
@@ -125,7 +125,7 @@ std::future<std::string> readPipe(const std::string& name) {
 
 }  // namespace
 
-TEST_CASE("hits are the bytes of the plain form for any block size, any number of threads and all kinds of file") {
+TEST_CASE("hits are the same bytes for any block size, number of threads and file format") {
   const std::uint32_t seed = 11;
   CAPTURE(seed);
   const TemporaryFolder folder;
@@ -157,7 +157,7 @@ TEST_CASE("hits are the bytes of the plain form for any block size, any number o
   }
 }
 
-TEST_CASE("the borders of blocks are not seen: blank lines, line ends of both kinds, no rays, no last line end") {
+TEST_CASE("block boundaries have no effect: blank lines, both line endings, no rays, no newline at the end") {
   const TemporaryFolder folder;
   const std::string a = "1,2,3,4,5,6", b = " 7 ,8,9,10,11,+12 ", names = "ox,oy,oz,dx,dy,dz";
   const std::pair<std::string, std::size_t> texts[] = {
@@ -183,7 +183,7 @@ TEST_CASE("the borders of blocks are not seen: blank lines, line ends of both ki
   }
 }
 
-TEST_CASE("of several bad lines the first is named, whatever the blocks and threads, and no file comes of it") {
+TEST_CASE("the first of several invalid lines is named for any blocks and threads, and no file is written") {
   const TemporaryFolder folder;
   const std::string path = folder.path("rays.csv");
   std::string lines;
@@ -213,7 +213,7 @@ TEST_CASE("of several bad lines the first is named, whatever the blocks and thre
   CHECK(folder.names() == std::set<std::string>{"hits.csv", "rays.csv"});
 }
 
-TEST_CASE("of several rows of a .npy file that are no good the first is named, and then that the file is cut off") {
+TEST_CASE("the first of several invalid .npy rows is named before the truncation of the file") {
   const TemporaryFolder folder;
   const std::string path = folder.path("rays.npy");
   tRows rows = randomRows(200, 1);
@@ -244,7 +244,7 @@ TEST_CASE("of several rows of a .npy file that are no good the first is named, a
   CHECK(folder.names() == std::set<std::string>{"rays.npy"});
 }
 
-TEST_CASE("a ray that is refused is named by its number, unless a line before it is no good") {
+TEST_CASE("a refused ray is named by its number, unless an earlier line is invalid") {
   const TemporaryFolder folder;
   const tQuery query = [](const qzRay& ray) {
     if (ray.mTMin != 0.0f) throw qzError("not this one");
@@ -271,7 +271,7 @@ TEST_CASE("a ray that is refused is named by its number, unless a line before it
   CHECK(folder.names() == std::set<std::string>{"rays.csv"});
 }
 
-TEST_CASE("no ray is cast before all but the last few blocks before it are written") {
+TEST_CASE("at most the documented number of blocks is in flight") {
   const TemporaryFolder folder;
   constexpr std::size_t kNbRays = 3000, kRowLength = 19;  // of "inf,-1,nan,nan,nan\n"
   std::string text;
@@ -298,7 +298,7 @@ TEST_CASE("no ray is cast before all but the last few blocks before it are writt
   }
 }
 
-TEST_CASE("on a full disk the old hits stay and nothing is left beside them") {
+TEST_CASE("on a full disk the old hits and nothing else remain") {
   const TemporaryFolder folder;
   const std::string rays = folder.write("rays.csv", asText(randomRows(2000, 3)));
   for (const char* name : {"hits.csv", "hits.npy"}) {
@@ -314,7 +314,7 @@ TEST_CASE("on a full disk the old hits stay and nothing is left beside them") {
         "/dev/full: cannot be written: No space left on device");
 }
 
-TEST_CASE("a pipe gets the bytes of a file, also a .npy file whose number of rows is known in the end only") {
+TEST_CASE("a pipe gets the same bytes as a file, also for .npy with an unknown number of rows") {
   const TemporaryFolder folder;
   const tRows rows = randomRows(5000, 8);
   const tPlainHits plain(rows, miss);

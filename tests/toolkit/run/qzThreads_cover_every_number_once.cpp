@@ -85,7 +85,7 @@ TEST_CASE("algorithms of oneTBB use the threads of the pool that executes them")
   }
 }
 
-TEST_CASE("an exception in a block comes out") {
+TEST_CASE("an exception in a block is rethrown") {
   const qzThreads threads(2);
   CHECK_THROWS_WITH_AS(threads.forEachBlock(100, 1, nullptr,
                                             [](std::size_t begin, std::size_t) {
@@ -94,7 +94,7 @@ TEST_CASE("an exception in a block comes out") {
                        "fifty", std::runtime_error);
 }
 
-TEST_CASE("a stream reads and writes in order, one block at a time, and works on every block once in between") {
+TEST_CASE("a stream reads and writes in order, one block at a time, and processes every block once") {
   for (const int nbThreads : {1, 2, 5, 8}) {
     for (const std::size_t nbSlots : {1u, 2u, 7u, 32u}) {
       CAPTURE(nbThreads);
@@ -134,7 +134,7 @@ TEST_CASE("a stream reads and writes in order, one block at a time, and works on
   }
 }
 
-TEST_CASE("several blocks of a stream are worked on at once") {
+TEST_CASE("several blocks of a stream are processed at once") {
   const AllowedThreads allowed(2);
   const qzThreads threads(2);
   std::atomic<int> nbStarted{0};
@@ -148,7 +148,7 @@ TEST_CASE("several blocks of a stream are worked on at once") {
   CHECK(nbStarted == 2);
 }
 
-TEST_CASE("of a stream the first exception in the order of reading comes out, after all blocks before it") {
+TEST_CASE("a stream rethrows the first exception in reading order, after writing all earlier blocks") {
   for (const int nbThreads : {1, 2, 8}) {
     for (const char* stage : {"read", "work", "write"}) {
       CAPTURE(nbThreads);

@@ -44,7 +44,7 @@ bool isNear(const tVector& a, const tVector& b) {
 
 }  // namespace
 
-TEST_CASE("from every view all of a mesh is in the picture, and reaches near two opposite edges") {
+TEST_CASE("from every view the whole mesh is in the picture and comes near two opposite edges") {
   const qz::qzTriMesh meshes[] = {soupMesh(200, 3), terrainMesh(6, 4), gridMesh(1),
                                   meshOfCorners({{5, 5, 5}, {5, 5, 905}, {6, 5, 5}})};
   const qz::qzTriMesh& needle = meshes[3];
@@ -76,7 +76,7 @@ TEST_CASE("from every view all of a mesh is in the picture, and reaches near two
   }
 }
 
-TEST_CASE("around a turning mesh every vertex stays in the picture at any turn, and one reaches near an edge") {
+TEST_CASE("around a rotating mesh every vertex stays in the picture at any angle, and one comes near an edge") {
   const qz::qzTriMesh meshes[] = {soupMesh(200, 5), terrainMesh(6, 4), gridMesh(1),
                                   meshOfCorners({{5, 5, 5}, {5, 5, 905}, {6, 5, 5}})};
   for (const qz::qzTriMesh& mesh : meshes) {
@@ -106,7 +106,7 @@ TEST_CASE("around a turning mesh every vertex stays in the picture at any turn, 
   }
 }
 
-TEST_CASE("cameras turn from front to right in equal steps, about the middle of the box") {
+TEST_CASE("cameras rotate from front to right in equal steps about the centre of the box") {
   const qz::qzTriMesh mesh = meshOfCorners({{10, 20, 30}, {14, 20, 30}, {10, 26, 38}});
   for (qzCamera::tUp up : {qzCamera::eUpY, qzCamera::eUpZ}) {
     const auto cameras = qzCamera::FrameTurning(mesh, qzCamera::Direction("front", up), up, 1.5, 4);
@@ -188,7 +188,7 @@ TEST_CASE("the default view is from the front, above and to the side") {
   CHECK(direction[0] != 0.0);
 }
 
-TEST_CASE("rays have length 1, go through the middle straight ahead, and to the right and down from there") {
+TEST_CASE("ray directions have length 1; x goes right and y down from the centre") {
   const qzCamera camera = qzCamera::Frame(gridMesh(2), {1, -2, 0.5}, qzCamera::eUpZ, 2.0);
   const Wm4::Vector3<float> middle = camera.getDirection(0.5, 0.5);
   CHECK(dot(camera.getBackward(), middle) == doctest::Approx(-1.0));
@@ -202,7 +202,7 @@ TEST_CASE("rays have length 1, go through the middle straight ahead, and to the 
   }
 }
 
-TEST_CASE("a mesh of one point is looked at from a distance") {
+TEST_CASE("the camera keeps a distance from a mesh of one point") {
   const qzCamera camera =
       qzCamera::Frame(meshOfCorners({{3, 4, 5}, {3, 4, 5}, {3, 4, 5}}), {0, 0, 1}, qzCamera::eUpZ, 1.0);
   CHECK(camera.getOrigin()[2] > 5.0f);

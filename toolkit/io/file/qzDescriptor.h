@@ -1,5 +1,5 @@
 #pragma once
-// qzDescriptor: an open file of the system, closed at the end. Standard streams stay open.
+// qzDescriptor: owns a file descriptor and closes it. Standard streams (0 to 2) stay open.
 
 #include <unistd.h>
 
@@ -9,7 +9,7 @@ namespace qzToolkit {
 
 class qzDescriptor {
  public:
-  /// Takes over the descriptor with this number; none when it is negative.
+  /// Takes ownership of a descriptor; a negative number is none.
   explicit qzDescriptor(int number = -1) : mNumber(number) {}
   qzDescriptor(qzDescriptor&& o) noexcept : mNumber(o.release()) {}
   qzDescriptor& operator=(qzDescriptor&& o) noexcept {
@@ -22,7 +22,7 @@ class qzDescriptor {
 
   bool isOpen() const { return mNumber >= 0; }
   int get() const { return mNumber; }
-  /// The number, whose closing is up to the caller now.
+  /// Gives up ownership: the caller closes the descriptor.
   int release() { return std::exchange(mNumber, -1); }
 
  private:

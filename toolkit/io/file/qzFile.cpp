@@ -54,7 +54,7 @@ bool isRegular(const qzDescriptor& file) {
   return ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-/// A call of the system for some bytes: how many it took care of.
+/// Repeats a call of read() or write() until it succeeds; returns its number of bytes.
 template <class tCall>
 std::size_t transfer(const qzDescriptor& file, short events, const std::string& name, const char* action,
                      const tCancel* cancel, const tCall& call) {
@@ -72,14 +72,14 @@ std::size_t readSome(const qzDescriptor& file, const std::string& name, char* by
 }
 
 void writeAll(const qzDescriptor& file, const std::string& name, std::string_view bytes, const tCancel* cancel) {
-  const std::size_t most = isRegular(file) ? kBlock : PIPE_BUF;  // so many do not wait in a pipe that has room
+  const std::size_t most = isRegular(file) ? kBlock : PIPE_BUF;  // so many bytes do not block once poll() reports room
   while (!bytes.empty()) {
     bytes.remove_prefix(transfer(file, POLLOUT, name, "cannot be written", cancel,
                                  [&] { return ::write(file.get(), bytes.data(), std::min(bytes.size(), most)); }));
   }
 }
 
-/// Opens a new file beside target, whose name nobody else has, with the permissions that target has or would get.
+/// Creates a temporary file beside target, with the permissions that target has or would get.
 qzDescriptor createBeside(const std::string& target, std::string& temporary) {
   struct stat status;
   const bool exists = ::stat(target.c_str(), &status) == 0;
@@ -87,14 +87,14 @@ qzDescriptor createBeside(const std::string& target, std::string& temporary) {
     temporary = target + "." + std::to_string(::getpid()) + "-" + std::to_string(attempt) + ".part";
     qzDescriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
     if (file.isOpen()) {
-      if (exists) static_cast<void>(::fchmod(file.get(), status.st_mode & 07777));  // as far as the system allows
+      if (exists) static_cast<void>(::fchmod(file.get(), status.st_mode & 07777));  // best effort
       return file;
     }
     if (errno != EEXIST || attempt == 1000) throwErrno(target, "cannot be written", errno);
   }
 }
 
-/// A new file for the bytes of name that goes away when it is closed.
+/// Creates a temporary file without a name, which vanishes when it is closed.
 qzDescriptor createWithoutName(const std::string& name) {
   std::error_code failure;
   const std::filesystem::path folder = std::filesystem::temp_directory_path(failure);
@@ -127,7 +127,7 @@ qzFileWriter::qzFileWriter(const std::string& name, const tCancel* cancel, bool 
   } else {
     std::error_code failure;
     const std::filesystem::path followed = std::filesystem::canonical(name, failure);
-    mTarget = failure ? name : followed.string();  // no such file yet: its own name
+    mTarget = failure ? name : followed.string();  // name does not exist yet
     if (!failure && ::access(mTarget.c_str(), W_OK) != 0) throwErrno(name, "cannot be written", errno);
     mFile = createBeside(mTarget, mTemporary);
     return;
@@ -204,7 +204,7 @@ std::string readGzipFile(const std::string& name, const tCancel* cancel) {
     throwIfCanceled(cancel);
     bytes.resize(size + static_cast<std::size_t>(std::max(count, 0)));
     if (count > 0) continue;
-    // zlib passes through what is not compressed at all, and tells of a cut file at its end only.
+    // zlib copies input that is not compressed, and reports a truncated file only at its end.
     if (gzdirect(file) != 0) throw qzError(name, bytes.empty() ? "the file is empty" : "not a gzip file");
     int code = Z_OK;
     const char* text = gzerror(file, &code);

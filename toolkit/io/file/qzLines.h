@@ -11,7 +11,7 @@
 
 namespace qzToolkit {
 
-/// The lines of a text with their numbers, comments behind "#" and blank ends cut off.
+/// Iterates over the lines of a text, without comments from "#" on and surrounding spaces.
 class qzLines {
  public:
   /// name    of the file, for messages; it and text must outlive the object
@@ -19,7 +19,7 @@ class qzLines {
   qzLines(const std::string& name, std::string_view text, const tCancel* cancel = nullptr)
       : mName(name), mText(text), mCancel(cancel) {}
 
-  /// Moves on to the next line that has something on it; false at the end.
+  /// Advances to the next line that is not empty; false at the end.
   bool next();
 
   std::string_view line() const { return mLine; }
@@ -36,10 +36,10 @@ class qzLines {
   std::size_t mNumber = 0;
 };
 
-/// Takes the first word off line; empty when there is none.
+/// Removes the first word from line and returns it; empty if there is none.
 std::string_view takeWord(std::string_view& line);
 
-/// The integer that word is, or nothing when it is none or too large.
+/// Parses word as an integer; nothing if it is not one or is out of range.
 template <class tInteger>
 std::optional<tInteger> integerOf(std::string_view word) {
   tInteger value;

@@ -25,7 +25,7 @@ namespace qzToolkit {
 
 namespace {
 
-/// What assimp says while it reads, for as long as this lives: it mends some broken files and only mentions it here.
+/// Collects what assimp logs while this lives: it repairs some broken files and reports that only in its log.
 class tAssimpRecords {
  public:
   tAssimpRecords() { Assimp::DefaultLogger::set(new tLogger(*this)); }
@@ -33,8 +33,8 @@ class tAssimpRecords {
   tAssimpRecords(const tAssimpRecords&) = delete;
   tAssimpRecords& operator=(const tAssimpRecords&) = delete;
 
-  /// The first record that tells of missing or changed geometry, or an empty text. All errors count but those about how
-  /// things look and move, and of the warnings those that say that something was left out.
+  /// The first record about missing or changed geometry, or an empty text: any error that is not about appearance or
+  /// animation, and warnings that something was dropped.
   const std::string& getComplaint() const { return mComplaint; }
 
  private:
@@ -72,7 +72,7 @@ class tAssimpRecords {
   std::string mComplaint;
 };
 
-/// Joins the meshes of a scene, each as often as a node shows it and with that node's transform.
+/// Joins the meshes of a scene: one copy for every node that refers to it, with the transform of that node.
 class tSceneJoiner {
  public:
   tSceneJoiner(const std::string& name, const aiScene& scene) : mName(name), mScene(scene) {}
@@ -90,7 +90,7 @@ class tSceneJoiner {
   }
 
   void addMesh(const aiMesh& mesh, const aiMatrix4x4& transform) {
-    const bool stays = transform == aiMatrix4x4();  // IsIdentity takes anything near it for it
+    const bool stays = transform == aiMatrix4x4();  // IsIdentity accepts anything near it
     const std::size_t firstVertex = mJoined.mVertices.size();
     if (mesh.mNumVertices > INT_MAX - firstVertex) throw qzError(mName, "more vertices than 32-bit indices can name");
     for (unsigned v = 0; v < mesh.mNumVertices; ++v) {
@@ -119,28 +119,28 @@ class tSceneJoiner {
 /// A mesh file as bytes.
 struct tFile {
   const std::string& mName;
-  std::string mExtension;  // of what is in it
-  std::string mBytes;      // unpacked when it is packed
+  std::string mExtension;  // of the uncompressed file
+  std::string mBytes;      // uncompressed
   bool mIsPacked;
 };
 
-/// What assimp makes of a file.
+/// Reads a file by assimp.
 qzPolygonMesh readWithAssimp(const tFile& file) {
   const tAssimpRecords records;
   Assimp::Importer importer;
   if (!importer.IsExtensionSupported("." + file.mExtension)) {
     throw qzError(file.mName, "no reader for mesh files with the extension ." + file.mExtension);
   }
-  importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true);  // no made-up triangles for bones
+  importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true);  // no placeholder triangles for bones
   const aiScene* const scene =
       file.mIsPacked ? importer.ReadFileFromMemory(file.mBytes.data(), file.mBytes.size(), 0, file.mExtension.c_str())
-                     : importer.ReadFile(file.mName, 0);  // which may refer to others beside it
+                     : importer.ReadFile(file.mName, 0);  // which may refer to other files
   if (scene == nullptr) throw qzError(file.mName, importer.GetErrorString());
   if (!records.getComplaint().empty()) throw qzError(file.mName, records.getComplaint());
   return tSceneJoiner(file.mName, *scene).join();
 }
 
-/// What comes out of the process that reads a file: this, and the error or the arrays of a mesh, one after another.
+/// Header of what the reading process writes; the error text or the arrays of the mesh follow.
 struct tAnswer {
   std::uint64_t mErrorSize, mNbVertices, mNbCorners, mNbFaces;
 };
@@ -153,7 +153,7 @@ void writeArray(const qzChildProcess::tOutput& output, const tElement* elements,
 
 template <class tArray>
 void readArray(qzChildProcess& process, tArray& elements, std::uint64_t count) {
-  if (count > INT_MAX) throw qzChildProcess::tFailure("broke down");
+  if (count > INT_MAX) throw qzChildProcess::tFailure("failed");
   elements.resize(count);
   process.read(elements.data(), count * sizeof(elements[0]));
 }
@@ -181,7 +181,7 @@ void writeAnswer(const qzChildProcess::tOutput& output, const tFile& file) {
   }
 }
 
-/// Whether a mesh from a process that may have gone wrong is one at all.
+/// Whether a mesh from a process that may have been corrupted has consistent counts and indices.
 bool isConsistent(const qzPolygonMesh& mesh) {
   std::size_t nbCorners = 0;
   for (int count : mesh.mNbCorners) {
@@ -193,8 +193,8 @@ bool isConsistent(const qzPolygonMesh& mesh) {
          });
 }
 
-/// The same in a process of its own: assimp crashes, leaks or comes to no end on some damaged files.
-qzPolygonMesh readWithAssimpApart(const tFile& file, const tCancel* cancel) {
+/// The same in a child process: assimp crashes, leaks or loops for ever on some damaged files.
+qzPolygonMesh readInChildProcess(const tFile& file, const tCancel* cancel) {
   constexpr std::size_t kSeconds = 20, kBytesPerSecond = 100000;  // a tenth of the speed of the slowest readers
   const std::size_t memory =
       static_cast<std::size_t>(::sysconf(_SC_PHYS_PAGES)) * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
@@ -214,7 +214,7 @@ qzPolygonMesh readWithAssimpApart(const tFile& file, const tCancel* cancel) {
     readArray(process, mesh.mVertices, answer.mNbVertices);
     readArray(process, mesh.mCorners, answer.mNbCorners);
     readArray(process, mesh.mNbCorners, answer.mNbFaces);
-    if (!isConsistent(mesh)) throw qzChildProcess::tFailure("broke down");
+    if (!isConsistent(mesh)) throw qzChildProcess::tFailure("failed");
     return mesh;
   } catch (const qzChildProcess::tFailure& failure) {
     throw qzError(file.mName, "cannot be read: assimp's reader of ." + file.mExtension + " files " + failure.what());
@@ -222,15 +222,15 @@ qzPolygonMesh readWithAssimpApart(const tFile& file, const tCancel* cancel) {
 }
 
 qzPolygonMesh readPolygons(const std::string& name, const tCancel* cancel, tNonFinite nonFinite) {
-  if (name == "-") throw qzError("standard input", "a mesh must come from a file, whose name tells its format");
+  if (name == "-") throw qzError("standard input", "a mesh must come from a file, whose extension gives its format");
   const bool isPacked = fileExtension(name) == "gz";
   const tFile file{name, fileExtension(isPacked ? name.substr(0, name.size() - 3) : name),
                    isPacked ? readGzipFile(name, cancel) : readFile(name, cancel), isPacked};
   if (file.mBytes.find_first_not_of(" \t\r\n") == std::string::npos) throw qzError(name, "the file is empty");
-  if (file.mExtension.empty()) throw qzError(name, "the file name has no extension that tells the format");
+  if (file.mExtension.empty()) throw qzError(name, "the file name has no extension that gives the format");
   if (file.mExtension == "obj") return readObj(name, file.mBytes, cancel, nonFinite);
   checkMeshFile(name, file.mExtension, file.mBytes, cancel);
-  return readWithAssimpApart(file, cancel);
+  return readInChildProcess(file, cancel);
 }
 
 void checkVertices(const std::string& name, const qzPolygonMesh& mesh) {

@@ -18,7 +18,7 @@ std::string countOf(std::uint64_t count, const char* thing) {
   return std::to_string(count) + ' ' + thing + (count == 1 ? "" : "s");
 }
 
-// PLY: a header of text, then the elements one after another, as text or as bytes.
+// PLY: a header of text, then the elements one after another, as text or binary.
 
 struct tPlyProperty {
   std::size_t mListCountSize = 0;  // 0: not a list
@@ -36,7 +36,7 @@ struct tPlyHeader {
   std::string_view mBody;
 };
 
-/// Bytes of a type, 0 for an unknown one.
+/// Size of a type in bytes, 0 for an unknown one.
 std::size_t plyTypeSize(std::string_view type) {
   if (type == "char" || type == "uchar" || type == "int8" || type == "uint8") return 1;
   if (type == "short" || type == "ushort" || type == "int16" || type == "uint16") return 2;
@@ -90,10 +90,10 @@ tPlyHeader readPlyHeader(const std::string& name, std::string_view bytes) {
   }
 }
 
-/// Walks over the elements of a PLY file; false when the file ends within one.
-class tPlyWalker {
+/// Skips the elements of a PLY file one by one; false if the file ends within one.
+class tPlySkipper {
  public:
-  explicit tPlyWalker(const tPlyHeader& header) : mHeader(header), mRest(header.mBody) {}
+  explicit tPlySkipper(const tPlyHeader& header) : mHeader(header), mRest(header.mBody) {}
 
   bool skipElement(const tPlyElement& element) {
     for (const tPlyProperty& property : element.mProperties) {
@@ -140,19 +140,19 @@ class tPlyWalker {
 
 void checkPly(const std::string& name, std::string_view bytes, const tCancel* cancel) {
   const tPlyHeader header = readPlyHeader(name, bytes);
-  tPlyWalker walker(header);
+  tPlySkipper skipper(header);
   for (const tPlyElement& element : header.mElements) {
     if (element.mProperties.empty()) continue;
     for (std::uint64_t i = 0; i < element.mCount; ++i) {
       throwIfCanceled(cancel);
-      if (walker.skipElement(element)) continue;
+      if (skipper.skipElement(element)) continue;
       throw qzError(name, "the file is cut off or damaged at " + element.mName + " " + std::to_string(i) + " of " +
                               std::to_string(element.mCount));
     }
   }
 }
 
-// STL: as bytes 80 of comment, the number of facets, 50 for each; as text from "solid" to "endsolid".
+// STL: binary is 80 bytes of comment, the number of facets and 50 bytes for each; text is from "solid" to "endsolid".
 
 void checkStl(const std::string& name, std::string_view bytes) {
   constexpr std::size_t kHeaderSize = 84, kFacetSize = 50;
@@ -176,7 +176,7 @@ void checkStl(const std::string& name, std::string_view bytes) {
                           std::to_string(bytes.size()));
 }
 
-// OFF: the word OFF (with letters before it for extra columns), three counts, then lines of vertices and of faces.
+// OFF: the keyword OFF (with prefixes for extra columns), three counts, then a line per vertex and per face.
 
 void checkOff(const std::string& name, std::string_view text, const tCancel* cancel) {
   qzLines lines(name, text, cancel);
@@ -222,7 +222,7 @@ void checkOff(const std::string& name, std::string_view text, const tCancel* can
   }
 }
 
-// COLLADA: XML in which the vertex numbers of a primitive are the text of an element named p.
+// COLLADA: XML in which the vertex indices of a primitive are the text of an element named p.
 
 void checkCollada(const std::string& name, std::string_view text, const tCancel* cancel) {
   constexpr std::string_view kStart = "<p>";

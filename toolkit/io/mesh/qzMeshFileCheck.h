@@ -1,7 +1,7 @@
 #pragma once
-// What assimp does not tell about a mesh file. Its readers fill the missing end of a cut PLY file with made-up numbers,
-// put other vertices in the place of missing ones (OFF), take the facets that are there (STL), and never come back from
-// a letter among vertex numbers (COLLADA). So these files are looked through first.
+// Checks of mesh files that assimp's readers lack. They fill the end of a truncated PLY file with arbitrary numbers,
+// use other vertices in place of missing ones (OFF), accept truncated STL files, and loop for ever on a letter among
+// vertex indices (COLLADA).
 
 #include <toolkit/run/qzCancelToken.h>
 
@@ -10,8 +10,8 @@
 
 namespace qzToolkit {
 
-/// Throws unless a PLY, STL or OFF file, by its extension, has a header that makes sense and all that it announces; in
-/// OFF indices must be in range, too. In COLLADA only vertex numbers are looked at, other formats pass.
+/// Throws unless a PLY, STL or OFF file, by its extension, has a valid header and all elements that it announces; in
+/// OFF files indices must be in range too. In COLLADA files only vertex indices are checked. Other formats pass.
 /// Failure: a qzError that names the file and the line or element.
 void checkMeshFile(const std::string& name, const std::string& extension, std::string_view bytes,
                    const tCancel* cancel = nullptr);

@@ -12,7 +12,7 @@ namespace qzToolkit {
 
 namespace {
 
-// A line is a keyword and values. Faces name vertices from 1, or backwards from the last one before the face.
+// A line is a keyword and values. Vertex numbers count from 1, negative ones back from the last vertex before the face.
 class tObjReader {
  public:
   tObjReader(const std::string& name, std::string_view text, const tCancel* cancel, tNonFinite nonFinite)
@@ -56,7 +56,8 @@ class tObjReader {
       const std::string_view word = takeWord(line);
       const tNumberResult result = readNumber(word, position[axis]);
       if (result == tNumberResult::eNoNumber) {
-        mLines.fail(word.empty() ? "a vertex with fewer than three coordinates" : "a vertex coordinate is no number");
+        mLines.fail(word.empty() ? "a vertex with fewer than three coordinates"
+                                 : "a vertex coordinate is not a number");
       }
       if (result == tNumberResult::eOutOfRange ||
           (mNonFinite == tNonFinite::eRefuse && !std::isfinite(position[axis]))) {
@@ -70,7 +71,7 @@ class tObjReader {
     int nbCorners = 0;
     for (std::string_view word = takeWord(line); !word.empty(); word = takeWord(line), ++nbCorners) {
       const auto index = integerOf<std::int64_t>(word.substr(0, word.find('/')));  // vertex/texture/normal
-      if (!index) mLines.fail("a face corner is no vertex number");
+      if (!index) mLines.fail("a face corner is not a vertex number");
       if (*index == 0) mLines.fail("the face names vertex 0, the first is 1");
       if (*index < -getNbVertices()) {
         mLines.fail("the face names vertex " + std::to_string(*index) + ", there are " +

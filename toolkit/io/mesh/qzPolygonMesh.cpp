@@ -9,8 +9,8 @@ namespace qzToolkit {
 
 namespace {
 
-/// Divides one polygon after another into triangles, by cutting off ears: corners whose triangle holds no other part of
-/// the polygon. A convex polygon becomes a fan around its first corner.
+/// Triangulates polygons by ear clipping. An ear is a convex corner whose triangle contains no other corner. A convex
+/// polygon becomes a fan around its first corner.
 class tEarClipper {
  public:
   tEarClipper(const std::vector<Wm4::Vector3<float>>& vertices, const tCancel* cancel)
@@ -18,11 +18,12 @@ class tEarClipper {
 
   void appendTriangles(const int* corners, int nbCorners, std::vector<int>& triangles) {
     flatten(corners, nbCorners);
-    // Only corners that do not bulge can be in the way of an ear, and none becomes such a corner later.
-    mHollow.clear();
+    // Only reflex corners can lie in an ear, and clipping makes no convex corner reflex. Straight corners count as
+    // reflex.
+    mReflex.clear();
     for (std::size_t i = 0; i < mPoints.size(); ++i) {
       const std::size_t before = (i + mPoints.size() - 1) % mPoints.size(), after = (i + 1) % mPoints.size();
-      if (!(turn(mPoints[before], mPoints[i], mPoints[after]) > 0.0)) mHollow.push_back(i);
+      if (!(turn(mPoints[before], mPoints[i], mPoints[after]) > 0.0)) mReflex.push_back(i);
     }
 
     std::vector<std::size_t>& rest = mRest;
@@ -33,7 +34,7 @@ class tEarClipper {
       throwIfCanceled(mCancel);
       ear %= rest.size();
       const std::size_t before = rest[(ear + rest.size() - 1) % rest.size()], after = rest[(ear + 1) % rest.size()];
-      // A polygon without an ear crosses itself or has no area: then any corner will do.
+      // A polygon without an ear is self-intersecting or has no area; then any corner is cut off.
       if (rest.size() > 3 && nbRefused < rest.size() && !isEar(before, rest[ear], after)) {
         ++ear;
         ++nbRefused;
@@ -48,9 +49,9 @@ class tEarClipper {
  private:
   using tPoint = std::array<double, 2>;
 
-  /// Puts the corners on a plane, so that the polygon runs counterclockwise.
+  /// Projects the corners onto the coordinate plane where their area is largest, counterclockwise.
   void flatten(const int* corners, int nbCorners) {
-    std::array<double, 3> normal{};  // Newell 1972: twice the area on each of the three coordinate planes
+    std::array<double, 3> normal{};  // Newell 1972: twice the area projected onto each coordinate plane
     for (int i = 0; i < nbCorners; ++i) {
       const Wm4::Vector3<float>&a = vertex(corners[i]), &b = vertex(corners[(i + 1) % nbCorners]);
       for (int axis = 0; axis < 3; ++axis) {
@@ -70,13 +71,13 @@ class tEarClipper {
   bool isEar(std::size_t before, std::size_t tip, std::size_t after) const {
     const tPoint &a = mPoints[before], &b = mPoints[tip], &c = mPoints[after];
     if (!(turn(a, b, c) > 0.0)) return false;
-    return std::none_of(mHollow.begin(), mHollow.end(), [&](std::size_t i) {
+    return std::none_of(mReflex.begin(), mReflex.end(), [&](std::size_t i) {
       const tPoint& p = mPoints[i];
       return p != a && p != b && p != c && turn(a, b, p) >= 0.0 && turn(b, c, p) >= 0.0 && turn(c, a, p) >= 0.0;
     });
   }
 
-  /// Twice the area of a triangle, positive when it runs counterclockwise.
+  /// Twice the signed area of a triangle, positive if it is counterclockwise.
   static double turn(const tPoint& a, const tPoint& b, const tPoint& c) {
     return (b[0] - a[0]) * (c[1] - a[1]) - (b[1] - a[1]) * (c[0] - a[0]);
   }
@@ -85,8 +86,8 @@ class tEarClipper {
 
   const std::vector<Wm4::Vector3<float>>& mVertices;
   const tCancel* mCancel;
-  std::vector<tPoint> mPoints;       // the polygon's corners on the plane
-  std::vector<std::size_t> mHollow;  // corners that do not bulge
+  std::vector<tPoint> mPoints;       // the projected corners
+  std::vector<std::size_t> mReflex;  // corners with an angle of 180 degrees or more
   std::vector<std::size_t> mRest;    // corners not cut off yet
 };
 

@@ -10,21 +10,21 @@
 
 namespace qzToolkit {
 
-/// What a reader does about coordinates that are NaN or infinite.
+/// How a reader treats coordinates that are NaN or infinite.
 enum class tNonFinite { eRefuse, eKeep };
 
 class qzPolygonMesh {
  public:
   std::vector<Wm4::Vector3<float>> mVertices;
-  std::vector<int> mCorners;    ///< vertex numbers, those of one face after those of another
+  std::vector<int> mCorners;    ///< vertex indices, face after face
   std::vector<int> mNbCorners;  ///< of every face
 
-  /// Triangles that the faces make: corners - 2 each, none for points and lines.
+  /// Number of triangles after triangulation: corners - 2 per face, none for points and lines.
   std::size_t countTriangles() const;
 
-  /// The mesh with every face divided into triangles, in the order of the faces. Vertex numbers must be in range. A
-  /// face of three corners stays as it is; a simple polygon, which may have notches, keeps its area and its side; one
-  /// that crosses itself or bends gives some triangles over its corners. Takes the vertices out of this object.
+  /// Triangulates all faces, in their order. Indices must be in range. Triangles stay as they are. A simple polygon,
+  /// convex or not, keeps its area and orientation; a self-intersecting or non-planar one gives some triangles over its
+  /// corners. Moves the vertices out of this object. cancel is polled for every triangle.
   qz::qzTriMesh triangulate(const tCancel* cancel = nullptr);
 };
 

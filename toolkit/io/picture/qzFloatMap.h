@@ -1,5 +1,5 @@
 #pragma once
-// qzFloatMap: a picture of one single-precision number a pixel, rows from the top, and the files that hold one.
+// qzFloatMap: an image with one float per pixel, rows from the top, and its file formats.
 
 #include <cstddef>
 #include <string>
@@ -9,7 +9,7 @@ namespace qzToolkit {
 
 class qzFloatMap {
  public:
-  /// Every pixel is value; both sizes at least 1.
+  /// All pixels are value; both sizes are at least 1.
   qzFloatMap(int width, int height, float value);
 
   int getWidth() const { return mWidth; }
@@ -19,12 +19,12 @@ class qzFloatMap {
   float getPixel(int x, int y) const { return mValues[index(x, y)]; }
   void setPixel(int x, int y, float value) { mValues[index(x, y)] = value; }
 
-  /// Whether encode knows the format that the end of a file name stands for: npy and pfm, in upper or lower case.
+  /// Whether encode has the format for the extension of a file name: npy and pfm, in upper or lower case.
   static bool IsFormat(const std::string& fileName);
 
-  /// The bytes of a file of the format that the end of its name stands for, which must be one:
-  /// npy  an array of float32 for NumPy, height rows of width columns, the first row on top
-  /// pfm  a Portable FloatMap in grey and little-endian order, the first row at the bottom, as that format wants
+  /// The bytes of a file in the format for the extension of its name, which must have one:
+  /// npy  an array of float32 for NumPy, height rows of width columns, top row first
+  /// pfm  a Portable FloatMap in grey and little-endian order, bottom row first, as the format demands
   std::string encode(const std::string& fileName) const;
 
  private:

@@ -1,5 +1,5 @@
 #pragma once
-// qzImage: a picture of 8-bit red, green and blue, rows from the top.
+// qzImage: an image with 8 bits each of red, green and blue, rows from the top.
 
 #include <toolkit/run/qzCancelToken.h>
 
@@ -12,13 +12,13 @@ namespace qzToolkit {
 
 class qzImage {
  public:
-  /// A picture of one colour, see setPixel; both sizes at least 1.
+  /// All pixels are color, see setPixel; both sizes are at least 1.
   qzImage(int width, int height, const std::array<double, 3>& color = {0.0, 0.0, 0.0});
 
   int getWidth() const { return mWidth; }
   int getHeight() const { return mHeight; }
 
-  /// Sets a pixel to red, green and blue from 0 to 1 in linear light; beyond that they are cut off. Different pixels
+  /// Sets a pixel to red, green and blue from 0 to 1 in linear light, clamped. Different pixels
   /// may be set by different threads.
   void setPixel(int x, int y, const std::array<double, 3>& color);
 

@@ -12,7 +12,8 @@ namespace qzToolkit {
 
 class qzNumpyArray {
  public:
-  /// The bytes of a .npy file with the given elements, double or float, row by row, a multiple of nbColumns.
+  /// The bytes of a .npy file with the given elements, double or float, row by row; their number is a multiple of
+  /// nbColumns.
   template <class tElement = double>
   static std::string Encode(const std::vector<tElement>& elements, std::size_t nbColumns);
 

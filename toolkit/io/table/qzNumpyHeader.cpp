@@ -10,7 +10,10 @@ namespace {
 
 // A file is the magic, a version (major, minor), the length of the header (2 bytes in version 1, else 4,
 // little-endian), the header, which is a Python dictionary padded with blanks, and the elements.
-constexpr std::string_view kMagic("\x93NUMPY", 6);
+constexpr std::string_view kMagic = "\x93NUMPY";
+constexpr std::size_t kVersionSize = 2, kLengthSizeOfVersion1 = 2, kLengthSize = 4;
+constexpr int kFirstVersion = 1, kLastVersion = 3;
+constexpr std::size_t kAlignment = 64;  // of the elements in the file
 
 std::size_t littleEndian(std::string_view bytes) {
   std::size_t value = 0;
@@ -18,7 +21,7 @@ std::size_t littleEndian(std::string_view bytes) {
   return value;
 }
 
-/// What the header says about key, up to the next comma outside brackets; empty when the key is missing.
+/// The value of key in the header, up to the next comma outside brackets; empty if the key is missing.
 std::string headerValue(const std::string& header, const std::string& key) {
   const std::regex pattern("['\"]" + key + "['\"]\\s*:\\s*(\\([^)]*\\)|\\[[^\\]]*\\]|[^,}]*)");
   std::smatch match;
@@ -34,8 +37,9 @@ bool qzNumpyHeader::Recognizes(std::string_view bytes) {
 std::string qzNumpyHeader::Encode(std::size_t nbRows, std::size_t nbColumns, std::size_t elementSize) {
   std::string header = "{'descr': '<f" + std::to_string(elementSize) + "', 'fortran_order': False, 'shape': (" +
                        std::to_string(nbRows) + ", " + std::to_string(nbColumns) + "), }";
-  const std::size_t fixed = kMagic.size() + 4;
-  header.append(63 - (fixed + header.size()) % 64, ' ');  // with the line break the elements begin at a multiple of 64
+  const std::size_t fixed = kMagic.size() + kVersionSize + kLengthSizeOfVersion1;
+  // With the line break, the elements start at a multiple of kAlignment.
+  header.append(kAlignment - 1 - (fixed + header.size()) % kAlignment, ' ');
   header += '\n';
 
   std::string bytes(kMagic);
@@ -45,13 +49,16 @@ std::string qzNumpyHeader::Encode(std::size_t nbRows, std::size_t nbColumns, std
 
 qzNumpyHeader::qzNumpyHeader(const std::string& name, std::string_view bytes) {
   if (!Recognizes(bytes)) throw qzError(name, "not a .npy file");
-  if (bytes.size() < kMagic.size() + 2) throw qzError(name, "the file is cut off in its header");
+  if (bytes.size() < kMagic.size() + kVersionSize) throw qzError(name, "the file is cut off in its header");
   const int version = static_cast<unsigned char>(bytes[kMagic.size()]);
-  if (version < 1 || version > 3) throw qzError(name, ".npy format version " + std::to_string(version) + " is unknown");
-  const std::size_t lengthBytes = version == 1 ? 2 : 4, lengthAt = kMagic.size() + 2, headerAt = lengthAt + lengthBytes;
+  if (version < kFirstVersion || version > kLastVersion)
+    throw qzError(name, ".npy format version " + std::to_string(version) + " is unknown");
+  const std::size_t lengthBytes = version == kFirstVersion ? kLengthSizeOfVersion1 : kLengthSize,
+                    lengthAt = kMagic.size() + kVersionSize, headerAt = lengthAt + lengthBytes;
   if (bytes.size() < headerAt) throw qzError(name, "the file is cut off in its header");
   const std::size_t headerLength = littleEndian(bytes.substr(lengthAt, lengthBytes));
-  const bool isTooLong = headerLength > kMaxBytes - 12;  // far beyond what a plain array needs
+  const bool isTooLong =
+      headerLength > kMaxBytes - (kMagic.size() + kVersionSize + kLengthSize);  // far more than a plain array needs
   if (bytes.size() - headerAt < headerLength && !(isTooLong && bytes.size() >= kMaxBytes)) {
     throw qzError(name, "the file is cut off in its header");
   }
@@ -60,8 +67,8 @@ qzNumpyHeader::qzNumpyHeader(const std::string& name, std::string_view bytes) {
   mNbBytes = headerAt + headerLength;
 
   const std::string type = headerValue(header, "descr"), order = headerValue(header, "fortran_order");
-  if (type == "'<f4'" || type == "\"<f4\"") mElementSize = 4;
-  if (type == "'<f8'" || type == "\"<f8\"") mElementSize = 8;
+  if (type == "'<f4'" || type == "\"<f4\"") mElementSize = sizeof(float);
+  if (type == "'<f8'" || type == "\"<f8\"") mElementSize = sizeof(double);
   if (mElementSize == 0) {
     throw qzError(name, "elements must be float32 or float64 in little-endian order, not " +
                             (type.empty() ? std::string("unnamed") : type));

@@ -1,6 +1,6 @@
 #pragma once
-// qzNumpyHeader: the beginning of a .npy file of NumPy, which says how its elements are to be read.
-// For two-dimensional arrays of floating-point numbers: reads versions 1 to 3 of the format, elements float32 or
+// qzNumpyHeader: the header of a .npy file of NumPy, which describes its elements.
+// Two-dimensional arrays of floating-point numbers only: reads versions 1 to 3 of the format, elements float32 or
 // float64 in little-endian order, rows one after another (C order). Writes version 1.
 
 #include <cstddef>
@@ -11,14 +11,14 @@ namespace qzToolkit {
 
 class qzNumpyHeader {
  public:
-  /// No header that can be read is longer.
+  /// Longest header that is read.
   static constexpr std::size_t kMaxBytes = 12 + 65536;
 
   /// Whether bytes begin as a .npy file does.
   static bool Recognizes(std::string_view bytes);
 
-  /// The header of an array of float64 or, with an element size of 4, float32; the elements follow it. A header for
-  /// five columns is as long for any number of rows.
+  /// The header of an array of float64 or, with an element size of 4, float32; the elements follow it. With five
+  /// columns its length does not depend on the number of rows, so it can be overwritten later.
   static std::string Encode(std::size_t nbRows, std::size_t nbColumns, std::size_t elementSize = sizeof(double));
 
   /// Reads the header of a file that begins with bytes: the whole file, or its first kMaxBytes at least. Anything but
@@ -32,7 +32,7 @@ class qzNumpyHeader {
   std::size_t getElementSize() const { return mElementSize; }
   std::size_t getRowSize() const { return mNbColumns * mElementSize; }
 
-  /// Throws the qzError of a file that ends after so many bytes of elements.
+  /// Throws the qzError for a file that ends after nbBytes of elements.
   [[noreturn]] void failCutOff(const std::string& name, std::size_t nbBytes) const;
 
  private:

@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t kMinColumns = 6, kMaxColumns = 8, kNbHitColumns = 5;
 
-/// A row of the table, with the values of columns that are not there.
+/// A row of the table, and the values of columns that a file lacks.
 using tRow = std::array<float, kMaxColumns>;
 constexpr tRow kDefaults = {0, 0, 0, 0, 0, 0, 0, std::numeric_limits<float>::infinity()};
 
@@ -33,7 +33,7 @@ qzRay makeRay(const tRow& v) {
   return {{v[0], v[1], v[2]}, {v[3], v[4], v[5]}, v[6], v[7]};
 }
 
-/// The lines of a block that have something on them, cut at their commas.
+/// Iterates over the lines of a block that are not empty, split at their commas.
 class tLines {
  public:
   explicit tLines(const qzRayBlock& block) : mText(block.mBytes), mNext(block.mFirst) {}
@@ -56,7 +56,7 @@ class tLines {
   /// One of the first kMaxColumns.
   std::string_view field(std::size_t column) const { return mFields[column]; }
 
-  /// Whether this is the first line of the file and has no number; not asked of a line with too many fields.
+  /// Whether this is the first line of the file and has no number. The line must not have too many fields.
   bool isHeader() const {
     float value;
     return number() == 1 && std::all_of(mFields.begin(), mFields.begin() + mNbFields, [&](std::string_view field) {
@@ -80,7 +80,7 @@ class tLines {
   std::array<std::string_view, kMaxColumns> mFields;
 };
 
-/// The columns of the first row in a block, or of a line that decoding will stumble over; 0 when there is no row.
+/// The number of columns of the first row in a block, or of a line that decoding will refuse; 0 without a row.
 std::size_t countColumns(const qzRayBlock& block) {
   tLines lines(block);
   while (lines.next()) {
@@ -151,7 +151,7 @@ bool qzRayReader::readRows(qzRayBlock& block) {
   std::string& bytes = block.mBytes;
   if (rowsLeft == 0) {
     bytes.clear();
-    while (readMore(bytes, mBlockSize)) bytes.clear();  // so that whoever writes into a pipe can do so to the end
+    while (readMore(bytes, mBlockSize)) bytes.clear();  // drains a pipe, so that its writer does not get SIGPIPE
     return false;
   }
   const std::size_t size = std::min(std::max<std::size_t>(mBlockSize / rowSize, 1), rowsLeft) * rowSize;
@@ -161,7 +161,7 @@ bool qzRayReader::readRows(qzRayBlock& block) {
   }
   const std::size_t nbRows = bytes.size() / rowSize;
   if (nbRows == 0) mHeader->failCutOff(mName, mNext * rowSize + bytes.size());
-  mRest.insert(0, bytes, nbRows * rowSize);  // of a file that is cut off, for the next call
+  mRest.insert(0, bytes, nbRows * rowSize);  // the partial row of a truncated file, for the next call
   bytes.resize(nbRows * rowSize);
   mNext += nbRows;
   return true;
@@ -253,7 +253,7 @@ void qzHitWriter::commit() {
   mFile.commit();
 }
 
-/// Only now, so that standard output stays empty when no hit can be written.
+/// Called late, so that standard output stays empty if there is nothing to write.
 void qzHitWriter::writeStart() {
   if (std::exchange(mHasStart, true)) return;
   mFile.append(mIsNumpy ? qzNumpyHeader::Encode(mNbHitsInHeader, kNbHitColumns)

@@ -1,5 +1,5 @@
 #pragma once
-// Rays and hits as tables in files, text with commas (CSV) or .npy arrays, read and written block by block.
+// Tables of rays and hits in files, as CSV text or .npy arrays, read and written block by block.
 
 #include <toolkit/base/qzRay.h>
 #include <toolkit/io/file/qzFile.h>
@@ -13,7 +13,7 @@
 
 namespace qzToolkit {
 
-/// Some rows of a table of rays, as they stand in the file.
+/// Some rows of a table of rays, not parsed yet.
 struct qzRayBlock {
   std::string mBytes;
   std::size_t mFirst = 0;      ///< number of the first line, from 1; of the first row, from 0, in a .npy file
@@ -21,10 +21,10 @@ struct qzRayBlock {
 };
 
 /// Reads rays, one per row: origin x, y, z, direction x, y, z and, where the table has them, tMin (else 0) and tMax
-/// (else +inf). "-" is standard input. What begins like a .npy file is read as one, see qzNumpyHeader, and bytes behind
-/// its last row are passed over; anything else is text: numbers between commas, one row per line, blank lines passed
-/// over, and a first line without a single number taken for names of columns. NaN and infinities are numbers. No rays
-/// at all are not a failure. Failure: a wrong number of columns, a bad number, one beyond the range of float or an
+/// (else +inf). "-" is standard input. A file that starts like a .npy file is read as one, see qzNumpyHeader, and bytes
+/// after its last row are ignored. Anything else is text: numbers separated by commas, one row per line; empty lines
+/// are skipped, and a first line without any number is taken for column names. NaN and infinities are numbers. A file
+/// without rays is not an error. Failure: a wrong number of columns, a bad number, one beyond the range of float or an
 /// array with too few elements throws a qzError that names the file and the line (.npy: the row from 0).
 class qzRayReader {
  public:
@@ -36,16 +36,15 @@ class qzRayReader {
 
   /// For messages.
   const std::string& getName() const { return mName; }
-  /// Bytes of the file, 0 when they cannot be told.
+  /// Bytes of the file, 0 if unknown.
   std::size_t getSize() const { return mFile.getSize(); }
-  /// Of a .npy file; that of a text is not known before its end.
+  /// Known for .npy files only.
   std::optional<std::size_t> getNbRays() const;
 
-  /// Replaces block by the next rows of the file, as soon as there are any; false at the end.
+  /// Reads the next rows of the file into block, as soon as any are available; false at the end.
   bool read(qzRayBlock& block);
 
-  /// Calls take for every ray of a block, in order. Any number of blocks may be decoded at once, also while read reads
-  /// others.
+  /// Calls take for every ray of a block, in order. Several blocks may be decoded at once, and while read is called.
   void decode(const qzRayBlock& block, const std::function<void(const qzRay&)>& take) const;
 
  private:
@@ -59,19 +58,19 @@ class qzRayReader {
   qzFileReader mFile;
   std::size_t mBlockSize;
   std::optional<qzNumpyHeader> mHeader;  // of a .npy file
-  std::string mRest;                     // what was read from the file, but is in no block yet
+  std::string mRest;                     // bytes read from the file that are in no block yet
   std::size_t mNext = 0;                 // number of the next line or row
   std::size_t mNbColumns = 0;            // as in a block
 };
 
 /// Writes hits, one per row: distance, triangle, weight0, weight1, weight2; as a .npy array of float64, which holds all
-/// values exactly, when the name of the file ends so, else as text with a line of column names. "-" is standard output,
+/// values exactly, if the file name ends in .npy, else as text with a line of column names. "-" is standard output,
 /// as text. No hit is "inf,-1,nan,nan,nan". Every number of the text reads back to the same bits. See qzFileWriter for
 /// when the file appears.
 class qzHitWriter {
  public:
   /// cancel  polled while the file is written
-  /// nbHits  how many there will be, if that is known. When it is not, a .npy file that is no regular file gets its
+  /// nbHits  how many there will be, if known. If not, a .npy file that is not a regular file gets its
   ///         bytes at commit only, out of a temporary file.
   explicit qzHitWriter(const std::string& name, const tCancel* cancel = nullptr,
                        std::optional<std::size_t> nbHits = std::nullopt);
@@ -79,10 +78,10 @@ class qzHitWriter {
   /// Appends the row of a hit to rows. From any thread.
   void encode(const qzHit& hit, std::string& rows) const;
 
-  /// Writes rows that encode made.
+  /// Writes rows from encode.
   void write(std::string_view rows, std::size_t nbRows);
 
-  /// The file is complete.
+  /// Completes the file.
   void commit();
 
  private:

@@ -33,7 +33,7 @@ std::set<int> openFiles() {
 
 }  // namespace
 
-TEST_CASE("a descriptor closes its file at the end, and one that it was moved to does so in its place") {
+TEST_CASE("a descriptor closes its file; a moved-from one does not") {
   const int number = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
   {
     qzDescriptor first(number), third;
@@ -78,7 +78,7 @@ TEST_CASE("reading and writing leave no file open, also when they fail") {
   CHECK(openFiles() == before);
 }
 
-TEST_CASE("programs that this one starts do not get its files") {
+TEST_CASE("started programs inherit no files") {
   const TemporaryFolder folder;
   const std::set<int> before = openFiles();
   const qzFileReader reader(folder.write("read", "bytes"));

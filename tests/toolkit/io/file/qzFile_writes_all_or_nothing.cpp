@@ -17,7 +17,7 @@ using namespace qzToolkit;
 
 namespace {
 
-/// A reader of everything that comes out of a pipe with a name.
+/// Reads a named pipe to its end.
 std::future<std::string> readPipe(const std::string& name) {
   REQUIRE(::mkfifo(name.c_str(), 0600) == 0);
   return std::async(std::launch::async, [name] { return readFile(name); });
@@ -52,7 +52,7 @@ TEST_CASE("writing replaces a file, keeps its permissions and follows a link to 
   CHECK(folder.names() == std::set<std::string>{"file", "link"});
 }
 
-TEST_CASE("a file that somebody else put where the temporary one was to be is left alone") {
+TEST_CASE("an existing file with the name of the temporary file is left alone") {
   const TemporaryFolder folder;
   const auto temporaryName = [&] {
     const qzFileWriter file(folder.path("new"));
@@ -94,7 +94,7 @@ TEST_CASE("the size of a regular file is known, and a device has none") {
   CHECK(qzFileReader("/dev/zero").getSize() == 0);
 }
 
-TEST_CASE("bytes that wait for a pipe or a device are in a file without a name") {
+TEST_CASE("bytes for a pipe or device are buffered in an unlinked file") {
   const TemporaryFolder folder;
   const char* const before = ::getenv("TMPDIR");
   const std::string previous = before == nullptr ? "" : before;
@@ -105,7 +105,7 @@ TEST_CASE("bytes that wait for a pipe or a device are in a file without a name")
   before == nullptr ? ::unsetenv("TMPDIR") : ::setenv("TMPDIR", previous.c_str(), 1);
 }
 
-TEST_CASE("a gzip file that is cut off, damaged or none at all is an error") {
+TEST_CASE("a truncated, damaged or uncompressed gzip file is an error") {
   const TemporaryFolder folder;
   const std::string packed = gzip(std::string(5000, 'x') + "y");
   const auto error = [&](const std::string& bytes) {
@@ -126,7 +126,7 @@ TEST_CASE("a gzip file that is cut off, damaged or none at all is an error") {
   CHECK(errorOf([&] { readGzipFile(folder.path("")); }) == folder.path("") + ": cannot be read: Is a directory");
 }
 
-TEST_CASE("when the disk is full, the old file stays and nothing is left beside it") {
+TEST_CASE("on a full disk the old file and nothing else remains") {
   const TemporaryFolder folder;
   folder.write("old", "old");
   for (const char* name : {"old", "new"}) {
@@ -138,7 +138,7 @@ TEST_CASE("when the disk is full, the old file stays and nothing is left beside 
   CHECK(folder.names() == std::set<std::string>{"old"});
 }
 
-TEST_CASE("a file written bit by bit appears with the commit, or not at all") {
+TEST_CASE("a file written in blocks appears at commit, or not at all") {
   const TemporaryFolder folder;
   folder.write("old", "old");
   for (const char* name : {"old", "new"}) {
@@ -171,7 +171,7 @@ TEST_CASE("a file written bit by bit appears with the commit, or not at all") {
   CHECK(folder.names() == std::set<std::string>{"new", "old"});
 }
 
-TEST_CASE("a pipe gets bytes as they are written, and rewritten ones with the commit") {
+TEST_CASE("a pipe gets bytes as they are written, or at commit if they can be rewritten") {
   const TemporaryFolder folder;
   const std::string many(300000, 'x');
   for (const bool isRewritten : {false, true}) {
@@ -192,14 +192,14 @@ TEST_CASE("a pipe gets bytes as they are written, and rewritten ones with the co
   }
 }
 
-TEST_CASE("a device is written to as it stands and stays what it is") {
+TEST_CASE("a device is written directly and stays a device") {
   CHECK(errorOf([&] { writeFile("/dev/full", "x"); }) == "/dev/full: cannot be written: No space left on device");
   writeFile("/dev/null", "x");
   CHECK(std::filesystem::is_character_file("/dev/null"));
   CHECK(std::filesystem::is_character_file("/dev/full"));
 }
 
-TEST_CASE("what cannot be written or read is named with the reason") {
+TEST_CASE("a file that cannot be written or read is named with the reason") {
   const TemporaryFolder folder;
   const std::string nowhere = folder.path("missing/file");
   CHECK(errorOf([&] { writeFile(nowhere, "x"); }) == nowhere + ": cannot be written: No such file or directory");

@@ -8,7 +8,7 @@
 using namespace qzTest;
 using namespace qzToolkit;
 
-TEST_CASE("lines come with their numbers, without comments and blank ends, and empty ones not at all") {
+TEST_CASE("lines have numbers, no comments and no surrounding spaces; empty ones are skipped") {
   const std::string name = "file", text = "one \r\n\n# nothing\n \t two # and a half\nthree";
   qzLines lines(name, text);
   const std::pair<const char*, std::size_t> expected[] = {{"one", 1}, {"two", 4}, {"three", 5}};
@@ -21,7 +21,7 @@ TEST_CASE("lines come with their numbers, without comments and blank ends, and e
   CHECK_FALSE(lines.next());
 }
 
-TEST_CASE("words end at white space of any kind") {
+TEST_CASE("words end at any white space") {
   const std::string text = " a\tb\r\nc\vd\fe ";
   std::string_view rest = text;
   for (const char* word : {"a", "b", "c", "d", "e", "", ""}) CHECK(takeWord(rest) == word);

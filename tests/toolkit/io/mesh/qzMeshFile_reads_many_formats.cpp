@@ -103,7 +103,7 @@ TEST_CASE("transforms of nodes are applied, in glTF and in COLLADA") {
   CHECK(readCorners(folder, "mesh.dae", asCollada(mesh)) == expected);
 }
 
-TEST_CASE("a transform that is almost none is applied all the same") {
+TEST_CASE("a transform close to the identity is applied") {
   const TemporaryFolder folder;
   std::string bin;
   const std::string gltf = asGltf(gridMesh(1), "mesh.bin", bin, R"(, "scale": [1.0078125, 1, 1])");
@@ -111,7 +111,7 @@ TEST_CASE("a transform that is almost none is applied all the same") {
   CHECK(readCorners(folder, "mesh.gltf", gltf)[0][3] == 0.25f * 1.0078125f);
 }
 
-TEST_CASE("a mesh that two nodes show is there twice") {
+TEST_CASE("a mesh that two nodes refer to is there twice") {
   const TemporaryFolder folder;
   std::string bin;
   std::string gltf =
@@ -122,7 +122,7 @@ TEST_CASE("a mesh that two nodes show is there twice") {
   CHECK(corners[2][0] == corners[0][0] + 8.0f);
 }
 
-TEST_CASE("a node's place is within its parent's") {
+TEST_CASE("the transform of a node is relative to its parent") {
   const TemporaryFolder folder;
   std::string bin;
   const std::string gltf = asGltf(gridMesh(1), "mesh.bin", bin,
@@ -134,7 +134,7 @@ TEST_CASE("a node's place is within its parent's") {
   CHECK(corners[2][0] == 15.5f);  // 2 * (-0.25 + 8)
 }
 
-TEST_CASE("polygons are divided in place, in OBJ, PLY and OFF") {
+TEST_CASE("polygons are triangulated in file order, in OBJ, PLY and OFF") {
   const TemporaryFolder folder;
   const std::string vertices = "0 0 0\n1 0 0\n1 1 0\n0 1 0\n", faces = "3 0 1 2\n4 0 1 2 3\n3 2 3 0\n";
   const std::vector<TriangleCorners> expected = {kSquare[0], kSquare[0], kSquare[1], {1, 1, 0, 0, 1, 0, 0, 0, 0}};
@@ -153,7 +153,7 @@ TEST_CASE("triangles without area are kept") {
   CHECK(readCorners(folder, "mesh.obj", vertices + "f 1 1 1\nf 1 2 3\nf 1 2 4\nf 1 2 4\n").size() == 4);
 }
 
-TEST_CASE("OBJ: groups, objects and materials that come back leave the order alone") {
+TEST_CASE("OBJ: groups, objects and materials that are continued later keep file order") {
   const TemporaryFolder folder;
   const std::string text =
       "mtllib missing.mtl\nv 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nvt 0 0\nvn 0 0 1\n"
@@ -180,7 +180,7 @@ TEST_CASE("OBJ: blanks, comments, carriage returns, short numbers, negative indi
   CHECK(readCorners(folder, "ahead.obj", "f 1 2 3\nf 1 3 4\nv 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\n") == kSquare);
 }
 
-TEST_CASE("points and lines are left out") {
+TEST_CASE("points and lines are dropped") {
   const TemporaryFolder folder;
   const std::string ply =
       "ply\nformat ascii 1.0\nelement vertex 4\nproperty float x\nproperty float y\nproperty float z\n"
@@ -189,7 +189,7 @@ TEST_CASE("points and lines are left out") {
   CHECK(readCorners(folder, "mesh.ply", ply) == kSquare);
 }
 
-TEST_CASE("PLY: other elements and properties, short indices, lists in front and carriage returns do no harm") {
+TEST_CASE("PLY: other elements and properties, short indices, leading lists and carriage returns are accepted") {
   const TemporaryFolder folder;
   const std::string ply =
       "ply\r\nformat ascii 1.0\r\ncomment made by hand\r\nelement vertex 4\r\nproperty double x\r\nproperty float y\r\n"
@@ -248,14 +248,14 @@ TEST_CASE("PLY: an element without properties takes no time, whatever its count"
   CHECK(readCorners(folder, "mesh.ply", ply) == cornersOf(gridMesh(1)));
 }
 
-TEST_CASE("STL: the comment of a binary file may begin like a text") {
+TEST_CASE("STL: the comment of a binary file may start like a text file") {
   const TemporaryFolder folder;
   std::string stl = asStlBytes(gridMesh(2));
   stl.replace(0, 9, "solid of ");
   CHECK(readCorners(folder, "mesh.stl", stl) == cornersOf(gridMesh(2)));
 }
 
-TEST_CASE("OFF: comments, colours and counts behind the keyword do no harm") {
+TEST_CASE("OFF: comments, colours and counts after the keyword are accepted") {
   const TemporaryFolder folder;
   CHECK(readCorners(folder, "mesh.off",
                     "OFF # square\n# counts\n4 2 0\n\n0 0 0\n1 0 0\n1 1 0\n0 1 0\n3 0 1 2 0.5 0.5 0.5\n3 0 2 3\n") ==
@@ -265,7 +265,7 @@ TEST_CASE("OFF: comments, colours and counts behind the keyword do no harm") {
         kSquare);
 }
 
-TEST_CASE("reading leaves nothing behind in the folder") {
+TEST_CASE("reading leaves no file behind") {
   const TemporaryFolder folder;
   readCorners(folder, "mesh.obj.gz", gzip(asObj(gridMesh(2))));
   CHECK(folder.names() == std::set<std::string>{"mesh.obj.gz"});

@@ -85,7 +85,7 @@ TEST_CASE("float32, other spacing and later versions are read") {
   CHECK(qzNumpyArray("a.npy", version2).getElement(1, 0) == 3.0);
 }
 
-TEST_CASE("what is not a plain table of floats is refused with its reason") {
+TEST_CASE("anything but a plain table of floats is refused with the reason") {
   const auto header = [](const std::string& type, const std::string& order, const std::string& shape) {
     return npy<double>("{'descr': " + type + ", 'fortran_order': " + order + ", 'shape': " + shape + ", }\n", {1, 2});
   };
@@ -112,7 +112,7 @@ TEST_CASE("what is not a plain table of floats is refused with its reason") {
         "a.npy: the file is cut off: 2 elements instead of 4294967296 x 4294967296");
 }
 
-TEST_CASE("no beginning of an array passes for the whole") {
+TEST_CASE("every truncation of an array is an error") {
   const std::string bytes = qzNumpyArray::Encode({1, 2, 3, 4, 5, 6}, 6);
   for (std::size_t length = 0; length < bytes.size(); ++length) {
     CAPTURE(length);
@@ -123,7 +123,7 @@ TEST_CASE("no beginning of an array passes for the whole") {
   CHECK(errorOfArray(unknown) == "a.npy: .npy format version 9 is unknown");
 }
 
-TEST_CASE("a header has up to 65536 bytes; one that says it is longer is not waited for") {
+TEST_CASE("a header has up to 65536 bytes; a longer one is refused at once") {
   const auto version2 = [](std::size_t announced, std::size_t present) {
     std::string header = "{'descr': '<f8', 'fortran_order': False, 'shape': (1, 2), }";
     header.resize(present, ' ');

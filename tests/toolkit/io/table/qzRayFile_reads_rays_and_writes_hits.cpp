@@ -76,7 +76,7 @@ TEST_CASE("text: NaN and infinities are numbers") {
   CHECK(rays[0].mOrigin[2] == -kInf);
 }
 
-TEST_CASE("text: what is wrong is named with its line") {
+TEST_CASE("text: errors name the line") {
   const TemporaryFolder folder;
   CHECK(errorOfRays(folder, "1,2,3,4,5,6\n1,2,three,4,5,6\n") == "rays.csv:2: 'three' is not a number");
   CHECK(errorOfRays(folder, "1,2,three,4,5,6\n") == "rays.csv:1: 'three' is not a number");
@@ -104,7 +104,7 @@ TEST_CASE(".npy: the same columns as text") {
   CHECK(valuesOf(rays[1]) == std::array<float, 8>{0.1f, 2, 3, 4, 5, 6, 0, kInf});
 }
 
-TEST_CASE(".npy: what is wrong is named with its row") {
+TEST_CASE(".npy: errors name the row") {
   const TemporaryFolder folder;
   CHECK(errorOfRays(folder, qzNumpyArray::Encode({1, 2, 3, 4, 5}, 5), "rays.npy").substr(0, 31) ==
         "rays.npy: 5 columns instead of ");
@@ -115,7 +115,7 @@ TEST_CASE(".npy: what is wrong is named with its row") {
   CHECK(errorOfRays(folder, "1,2,3,4,5,6\n", "rays.npy") == "rays.npy: not a .npy file");
 }
 
-TEST_CASE("rays from standard input are said to be from there") {
+TEST_CASE("errors in rays from standard input name it") {
   const TemporaryFolder folder;
   folder.write("rays.csv", "1,2,3,4,5,down\n");
   std::string error(37, ' ');
@@ -129,7 +129,7 @@ TEST_CASE("rays from standard input are said to be from there") {
   CHECK(error == "standard input:1: 'down' is not a num");
 }
 
-TEST_CASE("hits as text: one line each, no hit among them") {
+TEST_CASE("hits as text: one line each, also for no hit") {
   const TemporaryFolder folder;
   CHECK(bytesOf(folder, "hits.csv", {hitOf(2.5f, 7, 0.25f, 0.5f), qzHit()}) ==
         "distance,triangle,weight0,weight1,weight2\n2.5,7,0.25,0.5,0.25\ninf,-1,nan,nan,nan\n");
@@ -153,7 +153,7 @@ TEST_CASE("hits as .npy: the same columns, exactly") {
   CHECK(array.getElement(1, 4) == double((1.0f - third) - 0.1f));
 }
 
-TEST_CASE("the end of the name says how hits are written") {
+TEST_CASE("the extension selects the format of hits") {
   const TemporaryFolder folder;
   const std::vector<qzHit> hits = {hitOf(1.0f, 0, 0.5f, 0.5f)};
   const std::string text = bytesOf(folder, "hits.csv", hits), numpy = bytesOf(folder, "hits.npy", hits);

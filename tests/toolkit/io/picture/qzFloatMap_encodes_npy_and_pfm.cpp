@@ -25,7 +25,7 @@ qzFloatMap sixNumbers() {
 
 }  // namespace
 
-TEST_CASE("as .npy the rows come from the top") {
+TEST_CASE(".npy: top row first") {
   const qzFloatMap map = sixNumbers();
   for (const char* name : {"a.npy", "/some.where/A.NPY"}) {
     const std::string bytes = map.encode(name);
@@ -43,7 +43,7 @@ TEST_CASE("as .npy the rows come from the top") {
   }
 }
 
-TEST_CASE("as .pfm the header is that of grey little-endian floats and the rows come from the bottom") {
+TEST_CASE(".pfm: a header for grey little-endian floats, bottom row first") {
   const std::string bytes = sixNumbers().encode("a.pfm"), header = "Pf\n3 2\n-1.0\n";
   CHECK(bytes.substr(0, header.size()) == header);
   REQUIRE(bytes.size() == header.size() + 24);
@@ -55,7 +55,7 @@ TEST_CASE("as .pfm the header is that of grey little-endian floats and the rows 
   }
 }
 
-TEST_CASE("the end of a name tells the format") {
+TEST_CASE("the extension selects the format") {
   for (const char* name : {"a.npy", "a.pfm", "a.b.PFM", "./a.Npy"}) CHECK(qzFloatMap::IsFormat(name));
   for (const char* name : {"", "-", "a", "npy", ".npy", "a.npy.gz", "a.npz", "a.pfm.", "a.png", "a.npy/"})
     CHECK_FALSE(qzFloatMap::IsFormat(name));

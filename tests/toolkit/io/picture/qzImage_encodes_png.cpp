@@ -25,7 +25,7 @@ std::vector<unsigned> decode(const std::string& file, unsigned& width, unsigned&
 
 }  // namespace
 
-TEST_CASE("pixels come back from the PNG file, first row first") {
+TEST_CASE("the PNG file has the pixels, top row first") {
   qzImage image(3, 2);
   image.setPixel(0, 0, {1, 0, 0});
   image.setPixel(2, 0, {0, 1, 0});
@@ -37,14 +37,14 @@ TEST_CASE("pixels come back from the PNG file, first row first") {
   CHECK(pixels == std::vector<unsigned>{255, 0, 0, 0, 0, 0, 0, 255, 0, 0, 0, 0, 0, 0, 255, 0, 0, 0});
 }
 
-TEST_CASE("a picture begins black, or with a colour") {
+TEST_CASE("a new image is black, or of a given colour") {
   unsigned width, height;
   CHECK(decode(qzImage(2, 1).encodePng(), width, height) == std::vector<unsigned>(6, 0));
   CHECK(decode(qzImage(1, 2, {1.0, 0.0, 0.2158605}).encodePng(), width, height) ==
         std::vector<unsigned>{255, 0, 128, 255, 0, 128});
 }
 
-TEST_CASE("linear light is encoded as sRGB and cut off at 0 and 1") {
+TEST_CASE("linear light is clamped to 0 and 1 and encoded as sRGB") {
   qzImage image(2, 1);
   image.setPixel(0, 0, {0.2158605, 0.0015, 2.0});  // 128 / 255 in sRGB; the straight part of the curve; too bright
   image.setPixel(1, 0, {-1.0, 1.0, 0.0});

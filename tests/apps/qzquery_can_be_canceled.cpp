@@ -50,7 +50,7 @@ std::string lastLine(const std::string& text) {
 
 }  // namespace
 
-TEST_CASE("a signal while rays are awaited ends the program by that signal, with one line and no file") {
+TEST_CASE("a signal while waiting for rays ends the program by that signal, with one line and no file") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.obj", asObj(gridMesh(2)));
   folder.write("old.csv", "old bytes");
@@ -73,7 +73,7 @@ TEST_CASE("a signal while the mesh is read or the picture is rendered ends the p
   const std::string mesh = folder.write("mesh.obj", asObj(gridMesh(2))), pipe = folder.path("pipe.obj");
   REQUIRE(::mkfifo(pipe.c_str(), 0600) == 0);
   const std::set<std::string> before = folder.names();
-  const int endOfPipe = ::open(pipe.c_str(), O_RDWR | O_CLOEXEC);  // whoever reads waits for more
+  const int endOfPipe = ::open(pipe.c_str(), O_RDWR | O_CLOEXEC);  // never at its end, as a writer remains
   REQUIRE(endOfPipe >= 0);
   REQUIRE(::write(endOfPipe, "v 0 0 0\n", 8) == 8);
   const Outcome reading = runQueryUntilRead(endOfPipe, SIGTERM, {"info", pipe});

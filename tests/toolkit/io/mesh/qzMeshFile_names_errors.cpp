@@ -38,7 +38,7 @@ std::string plyOf(const std::string& vertices, const std::string& faces) {
 
 }  // namespace
 
-TEST_CASE("more triangles than the nodes of a hierarchy can number are refused") {
+TEST_CASE("more triangles than nodes can address are refused") {
   const TemporaryFolder folder;
   const std::string path = folder.write("two.obj", kVertices + "f 1 2 3\nf 3 2 1\n");
   CHECK(qzToolkit::loadMesh(path, nullptr, 2).getIndexBuffer()->getNbIndices() == 6);
@@ -57,7 +57,7 @@ TEST_CASE("a file that is missing, a folder, and standard input") {
           folder.path(name) + ": cannot be read: Is a directory");
   }
   CHECK(errorOf([&] { qzToolkit::loadMesh("-"); }) ==
-        "standard input: a mesh must come from a file, whose name tells its format");
+        "standard input: a mesh must come from a file, whose extension gives its format");
 }
 
 TEST_CASE("an empty file, in every format") {
@@ -69,7 +69,7 @@ TEST_CASE("an empty file, in every format") {
   CHECK(errorOfMesh(folder, "packed.obj.gz", gzip("")) == "packed.obj.gz: the file is empty");
 }
 
-TEST_CASE("a file that is no mesh") {
+TEST_CASE("a file that is not a mesh") {
   const TemporaryFolder folder;
   const std::string prose = "This is a letter, and nothing in it has three corners.\n";
   CHECK(errorOfMesh(folder, "a.obj", prose) == "a.obj: no triangles in the file");
@@ -79,9 +79,9 @@ TEST_CASE("a file that is no mesh") {
         "b.stl: a binary STL file that announces 86764459684 bytes and has 110");
   CHECK(errorOfMesh(folder, "a.off", prose) == "a.off: not an OFF file");
   CHECK(errorOfMesh(folder, "a.txt", prose) == "a.txt: no reader for mesh files with the extension .txt");
-  CHECK(errorOfMesh(folder, "letter", prose) == "letter: the file name has no extension that tells the format");
+  CHECK(errorOfMesh(folder, "letter", prose) == "letter: the file name has no extension that gives the format");
   CHECK(errorOfMesh(folder, "letter.gz", gzip(prose)) ==
-        "letter.gz: the file name has no extension that tells the format");
+        "letter.gz: the file name has no extension that gives the format");
   for (const char* name : {"a.gltf", "a.glb", "a.dae", "a.3ds", "a.fbx"}) {
     const std::string error = errorOfMesh(folder, name, prose);
     CHECK(error.substr(0, std::strlen(name) + 2) == name + std::string(": "));
@@ -103,7 +103,7 @@ TEST_CASE("more triangles than the limit") {
   CHECK(errorOf([&] { qzToolkit::loadMesh(path, nullptr, 7); }) == path + ": more triangles than the limit of 7");
 }
 
-TEST_CASE("OBJ: what is wrong is named with its line") {
+TEST_CASE("OBJ: errors name the line") {
   const TemporaryFolder folder;
   const auto error = [&](const std::string& bytes) { return errorOfMesh(folder, "a.obj", bytes); };
   CHECK(error(kVertices + "\nf 1 2 4\n") == "a.obj:5: the face names vertex 4, the file has 3");
@@ -111,20 +111,20 @@ TEST_CASE("OBJ: what is wrong is named with its line") {
   CHECK(error(kVertices + "f 1 2 0\n") == "a.obj:4: the face names vertex 0, the first is 1");
   CHECK(error(kVertices + "f 1 2 -4\n") == "a.obj:4: the face names vertex -4, there are 3 before it");
   CHECK(error(kVertices + "f 1 2 9999999999\n") == "a.obj:4: the vertex number is too large");
-  CHECK(error(kVertices + "f 1 2 three\n") == "a.obj:4: a face corner is no vertex number");
-  CHECK(error(kVertices + "f 1 2 3x\n") == "a.obj:4: a face corner is no vertex number");
-  CHECK(error(kVertices + "f 1/1 2/1 /1\n") == "a.obj:4: a face corner is no vertex number");
+  CHECK(error(kVertices + "f 1 2 three\n") == "a.obj:4: a face corner is not a vertex number");
+  CHECK(error(kVertices + "f 1 2 3x\n") == "a.obj:4: a face corner is not a vertex number");
+  CHECK(error(kVertices + "f 1/1 2/1 /1\n") == "a.obj:4: a face corner is not a vertex number");
   CHECK(error(kVertices + "f 1 2\n") == "a.obj:4: a face with fewer than three corners");
   CHECK(error(kVertices + "f 1 2 3\nf") == "a.obj:5: a face with fewer than three corners");
   CHECK(error("v 0 0\n" + kVertices) == "a.obj:1: a vertex with fewer than three coordinates");
-  CHECK(error("v 0 zero 0\n" + kVertices) == "a.obj:1: a vertex coordinate is no number");
-  CHECK(error("v 0 0 1.5.2\n" + kVertices) == "a.obj:1: a vertex coordinate is no number");
+  CHECK(error("v 0 zero 0\n" + kVertices) == "a.obj:1: a vertex coordinate is not a number");
+  CHECK(error("v 0 0 1.5.2\n" + kVertices) == "a.obj:1: a vertex coordinate is not a number");
   CHECK(error(kVertices + "v nan 0 0\nf 1 2 3\n") == "a.obj:4: a vertex coordinate is not finite");
   CHECK(error(kVertices + "v 0 -inf 0\nf 1 2 3\n") == "a.obj:4: a vertex coordinate is not finite");
   CHECK(error(kVertices + "v 0 0 1e39\nf 1 2 3\n") == "a.obj:4: a vertex coordinate is not finite");
 }
 
-TEST_CASE("PLY: what is wrong is named with its vertex or face") {
+TEST_CASE("PLY: errors name the vertex or face") {
   const TemporaryFolder folder;
   const auto error = [&](const std::string& bytes) { return errorOfMesh(folder, "a.ply", bytes); };
   const std::string vertices = "0 0 0\n1 0 0\n0 1 0\n", face = "3 0 1 2\n";
@@ -164,7 +164,7 @@ TEST_CASE("OBJ: NaN and infinity may be kept, but no number beyond the range of 
         folder.path("a.obj") + ":4: the face names vertex 4, the file has 3");
 }
 
-TEST_CASE("PLY: a negative count of vertices is damage, not a large count") {
+TEST_CASE("PLY: a negative count is an error, not a large count") {
   const TemporaryFolder folder;
   std::string ply = replaced(asPlyBytes(gridMesh(1), false), "list uchar", "list char");
   CHECK(errorOfMesh(folder, "good.ply", ply) == "nothing thrown");
@@ -192,7 +192,7 @@ TEST_CASE("binary PLY and STL: an index out of range, NaN and infinity") {
         "b.ply: face 0: vertex number 77 is out of range, there are 3");
 }
 
-TEST_CASE("OFF: what is wrong is named with its line") {
+TEST_CASE("OFF: errors name the line") {
   const TemporaryFolder folder;
   const auto error = [&](const std::string& bytes) { return errorOfMesh(folder, "a.off", bytes); };
   const std::string vertices = "0 0 0\n1 0 0\n0 1 0\n";
@@ -208,7 +208,7 @@ TEST_CASE("OFF: what is wrong is named with its line") {
   CHECK(error("OFF\n") == "a.off: the file is cut off in its header");
 }
 
-TEST_CASE("STL: a text without its end, a count of facets that is not the file's, coordinates that are none") {
+TEST_CASE("STL: a text file without its end, a wrong number of facets, invalid coordinates") {
   const TemporaryFolder folder;
   const std::string text = asStlText(gridMesh(1)), bytes = asStlBytes(gridMesh(1));
   CHECK(errorOfMesh(folder, "a.stl", text.substr(0, text.find("endsolid"))) ==
@@ -219,7 +219,7 @@ TEST_CASE("STL: a text without its end, a count of facets that is not the file's
         "c.stl: vertex 0: a coordinate is not finite");
 }
 
-TEST_CASE("glTF and COLLADA: geometry that its reader would only complain about") {
+TEST_CASE("glTF and COLLADA: broken geometry that assimp only logs is an error") {
   const TemporaryFolder folder;
   const qz::qzTriMesh good = gridMesh(1);
   const qz::qzTriMesh wild(*good.getVertexBuffer(), qz::qzIndexBuffer({0, 1, 2, 0, 1, 9}));
@@ -257,7 +257,7 @@ TEST_CASE("AC3D: a file that is cut off, of which assimp keeps the beginning") {
   CHECK(errorOfMesh(folder, "cut.ac", text) == "cut.ac: AC3D: Unexpected EOF: surface is incomplete");
 }
 
-TEST_CASE("bones are no triangles") {
+TEST_CASE("bones give no triangles") {
   const TemporaryFolder folder;
   const std::string skeleton =
       "HIERARCHY\nROOT hip\n{\n OFFSET 0 0 0\n CHANNELS 3 Zrotation Xrotation Yrotation\n JOINT knee\n {\n"
@@ -266,7 +266,7 @@ TEST_CASE("bones are no triangles") {
   CHECK(errorOfMesh(folder, "a.bvh", skeleton) == "a.bvh: no triangles in the file");
 }
 
-TEST_CASE("gzip: data that are cut off, damaged, or not compressed at all") {
+TEST_CASE("gzip: truncated, damaged and uncompressed data") {
   const TemporaryFolder folder;
   const std::string packed = gzip(asObj(gridMesh(20)));
   for (std::size_t length : {std::size_t(12), packed.size() / 2, packed.size() - 9, packed.size() - 1}) {
@@ -285,7 +285,7 @@ TEST_CASE("gzip: data that are cut off, damaged, or not compressed at all") {
         "e.obj.gz:4: the face names vertex 9, the file has 3");
 }
 
-TEST_CASE("no beginning of a PLY, STL, OFF or gzip file passes for the whole") {
+TEST_CASE("every truncation of a PLY, STL, OFF or gzip file is an error") {
   const TemporaryFolder folder;
   const qz::qzTriMesh mesh = gridMesh(1);  // few vertices: no number in the text can lose a digit
   const std::pair<const char*, std::string> files[] = {{"little.ply", asPlyBytes(mesh, false)},
@@ -312,7 +312,7 @@ TEST_CASE("no beginning of a PLY, STL, OFF or gzip file passes for the whole") {
   }
 }
 
-TEST_CASE("files with bytes changed at random give an error or a sound mesh") {
+TEST_CASE("files with random changes give an error or a valid mesh") {
   const TemporaryFolder folder;
   const qz::qzTriMesh mesh = gridMesh(2);
   const std::pair<const char*, std::string> files[] = {
@@ -355,7 +355,7 @@ TEST_CASE("files with bytes changed at random give an error or a sound mesh") {
   CHECK(nbMeshes > 20);
 }
 
-TEST_CASE("damaged COLLADA files over which assimp 5.2.5 crashes are errors like others") {
+TEST_CASE("damaged COLLADA files on which assimp 5.2.5 crashes are errors") {
   const TemporaryFolder folder;
   const std::string mesh = asCollada(gridMesh(1));
   for (const char* count : {"co5nt=", "coun0=", "= count="}) {

@@ -37,7 +37,7 @@ void checkBinary(const nlohmann::json& info, const qzGenericBVH& bvh) {
 
 }  // namespace
 
-TEST_CASE("the JSON answer has the numbers of the mesh and of the library's hierarchy") {
+TEST_CASE("the JSON result has the sizes of the mesh and of the library's hierarchy") {
   const TemporaryFolder folder;
   const qz::qzTriMesh mesh = terrainMesh(20, 5);
   const std::string name = folder.write("mesh.ply", asPlyBytes(mesh, false));
@@ -66,7 +66,7 @@ TEST_CASE("the JSON answer has the numbers of the mesh and of the library's hier
   }
 }
 
-TEST_CASE("the answer tells the leaves and the expected cost of the binary hierarchy, for either builder") {
+TEST_CASE("the result has the leaves and the expected cost of the binary hierarchy, for either builder") {
   const TemporaryFolder folder;
   const qz::qzTriMesh mesh = terrainMesh(20, 5);
   const std::string name = folder.write("mesh.ply", asPlyBytes(mesh, false));
@@ -93,7 +93,7 @@ TEST_CASE("the answer tells the leaves and the expected cost of the binary hiera
   checkBinary(info["binary"], bySurface);
 }
 
-TEST_CASE("the answer for people") {
+TEST_CASE("the result as text") {
   const TemporaryFolder folder;
   const std::string name = folder.write("mesh.obj", "v -1 0 0\nv 1 0 0\nv 0 2.5 0\nv 9 9 9\nf 1 2 3\nf 1 1 2\n");
   const Outcome outcome = runQuery({"info", name});
@@ -110,7 +110,7 @@ TEST_CASE("the answer for people") {
                                "build time   ";
   CHECK(outcome.output.substr(0, expected.size()) == expected);
   CHECK(outcome.output.find("\nbinary tree  1 nodes, 1 leaves of 2 to 2 triangles, 2 on average\n"
-                            "ray cost     2 expected tests of a ray that meets the box, by surface areas\n") !=
+                            "ray cost     2 expected tests per ray that hits the box, by the surface-area metric\n") !=
         std::string::npos);
 }
 

@@ -60,7 +60,7 @@ TEST_CASE("a convex polygon becomes a fan around its first corner") {
   CHECK(indicesOf(polygonOf(reversed(corners)).triangulate()) == std::vector<int>{0, 1, 2, 0, 2, 3, 0, 3, 4});
 }
 
-TEST_CASE("polygons with notches are covered once, seen from either side") {
+TEST_CASE("non-convex polygons are covered once, in either orientation") {
   const std::vector<std::vector<Point>> shapes = {
       {{0, 0, 0}, {2, 0, 0}, {2, 1, 0}, {1, 1, 0}, {1, 2, 0}, {0, 2, 0}},                        // L
       {{0, 0, 0}, {3, 0, 0}, {3, 3, 0}, {2, 3, 0}, {2, 1, 0}, {1, 1, 0}, {1, 3, 0}, {0, 3, 0}},  // U
@@ -90,7 +90,7 @@ TEST_CASE("polygons with notches are covered once, seen from either side") {
   }
 }
 
-TEST_CASE("a corner on the line across an ear is in its way") {
+TEST_CASE("a corner on the diagonal of an ear blocks it") {
   // The diagonal from (4, 0) to (0, 4) goes through the reflex corner (2, 2): cutting the ear at (0, 0) first would
   // leave a triangle without area and cover the notch.
   const std::vector<Point> corners = {{0, 0, 0}, {4, 0, 0}, {2, 2, 0}, {0, 4, 0}};
@@ -125,7 +125,7 @@ TEST_CASE("random stars are covered once") {
   }
 }
 
-TEST_CASE("a polygon may stand in space in any direction") {
+TEST_CASE("a polygon may have any orientation in space") {
   // The arrow on each coordinate plane, and on a slope.
   const float arrow[4][2] = {{0, 0}, {4, 2}, {0, 4}, {1, 2}};
   for (int axis = 0; axis < 4; ++axis) {
@@ -145,7 +145,7 @@ TEST_CASE("a polygon may stand in space in any direction") {
   }
 }
 
-TEST_CASE("polygons that cross themselves, or have no area, give as many triangles all the same") {
+TEST_CASE("self-intersecting polygons and those without area give the same number of triangles") {
   const std::vector<std::vector<Point>> shapes = {{{0, 0, 0}, {1, 1, 0}, {1, 0, 0}, {0, 1, 0}},
                                                   {{0, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}},
                                                   {{0, 0, 0}, {1, 1, 1}, {2, 2, 2}, {3, 3, 3}},
@@ -157,7 +157,7 @@ TEST_CASE("polygons that cross themselves, or have no area, give as many triangl
   }
 }
 
-TEST_CASE("a large convex polygon takes no time to speak of") {
+TEST_CASE("a large convex polygon takes linear time") {
   std::vector<Point> corners;
   for (int i = 0; i < 20000; ++i) {
     corners.emplace_back(1000.0f * static_cast<float>(std::cos(i * 3.14159265e-4)),
@@ -166,7 +166,7 @@ TEST_CASE("a large convex polygon takes no time to speak of") {
   CHECK(indicesOf(polygonOf(corners).triangulate()).size() == 3 * 19998);
 }
 
-TEST_CASE("triangles stay, points and lines go, and faces keep their order") {
+TEST_CASE("triangles are kept, points and lines dropped, and faces stay in order") {
   qzPolygonMesh mesh;
   mesh.mVertices = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}};
   mesh.mNbCorners = {2, 3, 0, 4, 1, 3};

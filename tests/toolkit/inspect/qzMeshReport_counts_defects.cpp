@@ -32,7 +32,7 @@ qzMeshReport inspect(const qz::qzTriMesh& mesh) {
 
 }  // namespace
 
-TEST_CASE("a closed tetrahedron has six edges and nothing wrong with it") {
+TEST_CASE("a closed tetrahedron has six edges and no defects") {
   const qzMeshReport report = inspect(meshOf(kCorners, {0, 2, 1, 0, 1, 3, 1, 2, 3, 2, 0, 3}));
   CHECK(report.mNbVertices == 4);
   CHECK(report.mNbTriangles == 4);
@@ -40,13 +40,13 @@ TEST_CASE("a closed tetrahedron has six edges and nothing wrong with it") {
   for (std::size_t count :
        {report.mNbNonFiniteVertices, report.mNbUnusedVertices, report.mNbRepeatedVertices,
         report.mNbOutOfRangeTriangles, report.mNbNonFiniteTriangles, report.mNbDegenerateTriangles,
-        report.mNbRepeatedCornerTriangles, report.mNbDuplicateTriangles, report.mNbTurnedDuplicateTriangles,
-        report.mNbBorderEdges, report.mNbCrowdedEdges, report.mNbTurnedEdges}) {
+        report.mNbRepeatedCornerTriangles, report.mNbDuplicateTriangles, report.mNbFlippedDuplicateTriangles,
+        report.mNbBoundaryEdges, report.mNbNonManifoldEdges, report.mNbInconsistentEdges}) {
     CHECK(count == 0);
   }
 }
 
-TEST_CASE("vertices of its own for every triangle change nothing but the vertices") {
+TEST_CASE("separate vertices per triangle change the vertex counts only") {
   std::vector<Place> vertices;
   for (int corner : {0, 2, 1, 0, 1, 3, 1, 2, 3, 2, 0, 3})
     vertices.push_back(kCorners[static_cast<std::size_t>(corner)]);
@@ -55,38 +55,38 @@ TEST_CASE("vertices of its own for every triangle change nothing but the vertice
   CHECK(report.mNbVertices == 12);
   CHECK(report.mNbRepeatedVertices == 8);
   CHECK(report.mNbEdges == 6);
-  CHECK(report.mNbBorderEdges == 0);
-  CHECK(report.mNbTurnedEdges == 0);
+  CHECK(report.mNbBoundaryEdges == 0);
+  CHECK(report.mNbInconsistentEdges == 0);
 }
 
-TEST_CASE("one triangle turned over has three edges where front faces change sides") {
+TEST_CASE("one flipped triangle makes three edges of inconsistent winding") {
   const qzMeshReport report = inspect(meshOf(kCorners, {0, 1, 2, 0, 1, 3, 1, 2, 3, 2, 0, 3}));
-  CHECK(report.mNbTurnedEdges == 3);
-  CHECK(report.mNbBorderEdges == 0);
+  CHECK(report.mNbInconsistentEdges == 3);
+  CHECK(report.mNbBoundaryEdges == 0);
 }
 
-TEST_CASE("three triangles on one edge crowd it, and their other edges are borders") {
+TEST_CASE("an edge of three triangles is non-manifold, and their other edges are boundary") {
   const qzMeshReport report =
       inspect(meshOf({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {0, -1, 0}}, {0, 1, 2, 1, 0, 3, 0, 1, 4}));
   CHECK(report.mNbEdges == 7);
-  CHECK(report.mNbCrowdedEdges == 1);
-  CHECK(report.mNbBorderEdges == 6);
-  CHECK(report.mNbTurnedEdges == 0);
+  CHECK(report.mNbNonManifoldEdges == 1);
+  CHECK(report.mNbBoundaryEdges == 6);
+  CHECK(report.mNbInconsistentEdges == 0);
 }
 
-TEST_CASE("duplicates are all but one of the triangles over three corners, and those turned over are told apart") {
+TEST_CASE("duplicates are all but one of the triangles over three corners; opposite windings are counted apart") {
   CHECK(inspect(meshOf(kCorners, {0, 1, 2, 1, 2, 0, 2, 0, 1})).mNbDuplicateTriangles == 2);
-  CHECK(inspect(meshOf(kCorners, {0, 1, 2, 1, 2, 0, 2, 0, 1})).mNbTurnedDuplicateTriangles == 0);
+  CHECK(inspect(meshOf(kCorners, {0, 1, 2, 1, 2, 0, 2, 0, 1})).mNbFlippedDuplicateTriangles == 0);
   for (const std::vector<int>& turned : {std::vector<int>{0, 1, 2, 0, 2, 1}, {0, 1, 2, 2, 1, 0}, {0, 1, 2, 1, 0, 2}}) {
     const qzMeshReport report = inspect(meshOf(kCorners, turned));
     CHECK(report.mNbDuplicateTriangles == 1);
-    CHECK(report.mNbTurnedDuplicateTriangles == 1);
+    CHECK(report.mNbFlippedDuplicateTriangles == 1);
     CHECK(report.mNbEdges == 3);
-    CHECK(report.mNbTurnedEdges == 0);
+    CHECK(report.mNbInconsistentEdges == 0);
   }
 }
 
-TEST_CASE("a triangle with two corners at one place is degenerate, whether it names one vertex twice or two there") {
+TEST_CASE("a triangle with two corners at one position is degenerate, by one vertex or by two") {
   std::vector<Place> vertices = kCorners;
   vertices.push_back(vertices[0]);
   vertices.push_back({2, 0, 0});
@@ -97,7 +97,7 @@ TEST_CASE("a triangle with two corners at one place is degenerate, whether it na
   CHECK(report.mNbEdges == 5);  // of the last two, who share one
 }
 
-TEST_CASE("indices out of range and coordinates that are not finite are counted and looked at no further") {
+TEST_CASE("triangles with indices out of range or non-finite coordinates are counted as such only") {
   std::vector<Place> vertices = kCorners;
   vertices.push_back({kNoNumber, 0, 0});
   vertices.push_back({0, -kInfinity, 0});
@@ -115,7 +115,7 @@ TEST_CASE("indices out of range and coordinates that are not finite are counted 
   CHECK(report.mBox.yMin() == 0.0f);
 }
 
-TEST_CASE("precision is what floats leave between the corners of the box") {
+TEST_CASE("precision is the spacing of floats at the largest coordinate") {
   const qzMeshReport near = inspect(meshOf(kCorners, {0, 1, 2}));
   CHECK(near.mLargestCoordinate == 1.0f);
   CHECK(near.mCoordinateStep == 0x1p-23f);
@@ -126,7 +126,7 @@ TEST_CASE("precision is what floats leave between the corners of the box") {
   CHECK(far.mStepsAcross == 4.0);
 }
 
-TEST_CASE("a mesh without any good triangle, or none at all, has an empty box and no precision") {
+TEST_CASE("a mesh without a valid triangle has an empty box and no precision") {
   for (const std::vector<int>& indices : {std::vector<int>{}, {0, 1, 4}}) {
     const qzMeshReport report = inspect(meshOf(kCorners, indices));
     CHECK(report.mBox.xMin() > report.mBox.xMax());
@@ -136,7 +136,7 @@ TEST_CASE("a mesh without any good triangle, or none at all, has an empty box an
   CHECK(inspect(meshOf({}, {})).mNbVertices == 0);
 }
 
-TEST_CASE("edges and duplicates of random triangles are those of a plain count") {
+TEST_CASE("edges and duplicates of random triangles agree with a simple count") {
   constexpr std::uint32_t kSeed = 99;
   CAPTURE(kSeed);
   Random random(kSeed);
@@ -172,10 +172,10 @@ TEST_CASE("edges and duplicates of random triangles are those of a plain count")
     for (const auto& [corners, turns] : faces) nbTurned += turns.size() == 2;
     const qzMeshReport report = inspect(meshOf(vertices, indices));
     CHECK(report.mNbEdges == edges.size());
-    CHECK(report.mNbBorderEdges == nbBorder);
-    CHECK(report.mNbCrowdedEdges == nbCrowded);
-    CHECK(report.mNbTurnedEdges == nbTurnedEdges);
+    CHECK(report.mNbBoundaryEdges == nbBorder);
+    CHECK(report.mNbNonManifoldEdges == nbCrowded);
+    CHECK(report.mNbInconsistentEdges == nbTurnedEdges);
     CHECK(report.mNbDuplicateTriangles == nbFaces - faces.size());
-    CHECK(report.mNbTurnedDuplicateTriangles == nbTurned);
+    CHECK(report.mNbFlippedDuplicateTriangles == nbTurned);
   }
 }

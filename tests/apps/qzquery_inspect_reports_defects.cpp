@@ -11,14 +11,14 @@ using namespace qzTest;
 
 namespace {
 
-// A corner named twice, a triangle that comes again turned over, one with a vertex that is not finite, and a vertex
-// that nobody uses.
+// A triangle with the same corner twice, a duplicate with opposite winding, a triangle with a non-finite vertex, and an
+// unused vertex.
 const std::string kBadMesh =
     "v 0 0 0\nv 1 0 0\nv 0 1 0\nv nan 0 0\nv 9 9 inf\nv 0 0 0\nf 1 2 3\nf 1 3 2\nf 6 1 2\nf 1 2 4\n";
 
 }  // namespace
 
-TEST_CASE("whatever is wrong with a mesh is counted, with exit code 0") {
+TEST_CASE("all defects of a mesh are counted, with exit code 0") {
   const TemporaryFolder folder;
   const std::string name = folder.write("mesh.obj", kBadMesh);
   const Outcome outcome = runQuery({"inspect", name, "--json"});
@@ -45,7 +45,7 @@ TEST_CASE("whatever is wrong with a mesh is counted, with exit code 0") {
   CHECK(answer["estimate"]["sampleTriangles"] == 3);
 }
 
-TEST_CASE("people read the same numbers") {
+TEST_CASE("the text has the same numbers as the JSON") {
   const TemporaryFolder folder;
   const std::string name = folder.write("mesh.obj", kBadMesh);
   const Outcome outcome = runQuery({"inspect", name});
@@ -54,19 +54,18 @@ TEST_CASE("people read the same numbers") {
   const std::string expected =
       "file        " + name +
       "\n"
-      "triangles   4: 1 degenerate (1 with two corners at one place), 1 not finite\n"
-      "duplicates  1, 1 of them facing the other way\n"
-      "edges       3: 0 of one triangle, 0 of more than two, 0 of two that face different ways\n"
-      "vertices    6: 1 unused, 1 at the place of another one, 2 not finite\n"
+      "triangles   4: 1 degenerate (1 with two corners at the same position), 1 not finite\n"
+      "duplicates  1, 1 of them with opposite winding\n"
+      "edges       3: 0 boundary (in one triangle), 0 non-manifold (in more than two), 0 with inconsistent winding\n"
+      "vertices    6: 1 unused, 1 at the position of another, 2 not finite\n"
       "box         x 0 to 1, y 0 to 1, z 0 to 0\n"
-      "precision   at the largest coordinate floats are 1.19e-07 apart, so the longest side has 8.39e+06 steps\n"
+      "precision   floats are 1.19e-07 apart at the largest coordinate, 8.39e+06 steps along the longest side\n"
       "memory      about ";
   CHECK(outcome.output.substr(0, expected.size()) == expected);
-  CHECK(outcome.output.find(" at the most while it is built, besides the mesh\nbuild time  about ") !=
-        std::string::npos);
+  CHECK(outcome.output.find(" peak during the build, without the mesh\nbuild time  about ") != std::string::npos);
 }
 
-TEST_CASE("the estimate of memory is what a small mesh takes") {
+TEST_CASE("the memory estimate is exact for a small mesh") {
   const TemporaryFolder folder;
   const std::string name = folder.write("mesh.stl", asStlBytes(terrainMesh(40, 3)));
   for (const char* builder : {"linear", "sah"}) {
@@ -83,7 +82,7 @@ TEST_CASE("the estimate of memory is what a small mesh takes") {
   }
 }
 
-TEST_CASE("what the finite triangles of a mesh take is scaled to all of them, in memory and in time") {
+TEST_CASE("memory and time of the finite triangles are scaled to all triangles") {
   const TemporaryFolder folder;
   constexpr int kNbOthers = 300000;
   std::string text = "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 inf\nf 1 2 3\n";
@@ -94,7 +93,7 @@ TEST_CASE("what the finite triangles of a mesh take is scaled to all of them, in
   CHECK(answer["estimate"]["buildSeconds"].get<double>() > 0.01);  // no build takes less than 30 nanoseconds
 }
 
-TEST_CASE("of a mesh without a finite triangle there is nothing to estimate") {
+TEST_CASE("a mesh without a finite triangle has no estimate") {
   const TemporaryFolder folder;
   const std::string name = folder.write("mesh.obj", "v nan 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
   const Outcome outcome = runQuery({"inspect", name, "--json"});

@@ -40,7 +40,7 @@ std::string failureOf(const Work& work, const qzChildProcess::tLimits& limits = 
 
 }  // namespace
 
-TEST_CASE("what the work writes comes out whole, however long it is") {
+TEST_CASE("all bytes that the child writes arrive") {
   std::vector<int> expected(1000000), found(expected.size());
   std::iota(expected.begin(), expected.end(), 0);
   qzChildProcess process(kLimits, [&](const qzChildProcess::tOutput& output) {
@@ -53,23 +53,23 @@ TEST_CASE("what the work writes comes out whole, however long it is") {
   CHECK_THROWS_AS(process.read(&byte, 1), qzChildProcess::tFailure);
 }
 
-TEST_CASE("work that breaks down is a failure that says how") {
-  CHECK(failureOf([](const auto&) {}) == "broke down");
-  CHECK(failureOf([](const auto&) { throw 1; }) == "broke down");
-  CHECK(failureOf([](const auto&) { std::exit(0); }) == "broke down");
-  CHECK(failureOf([](const auto&) { std::raise(SIGSEGV); }) == "broke down (Segmentation fault)");
-  CHECK(failureOf([](const auto&) { std::abort(); }) == "broke down (Aborted)");
+TEST_CASE("a child that fails reports how") {
+  CHECK(failureOf([](const auto&) {}) == "failed");
+  CHECK(failureOf([](const auto&) { throw 1; }) == "failed");
+  CHECK(failureOf([](const auto&) { std::exit(0); }) == "failed");
+  CHECK(failureOf([](const auto&) { std::raise(SIGSEGV); }) == "failed (Segmentation fault)");
+  CHECK(failureOf([](const auto&) { std::abort(); }) == "failed (Aborted)");
 }
 
-TEST_CASE("work that comes to no end is a failure when its time is over") {
+TEST_CASE("a child that loops fails at its time limit") {
   const auto loop = [](const auto&) {
     for (volatile unsigned i = 0;; i = i + 1) {  // may wrap around
     }
   };
-  CHECK(failureOf(loop, {1, kLimits.mMemory}) == "came to no end");
+  CHECK(failureOf(loop, {1, kLimits.mMemory}) == "exceeded its time limit");
 }
 
-TEST_CASE("work gets the memory that it may have and no more") {
+TEST_CASE("a child can allocate up to its memory limit and no more") {
   const auto takes = [](std::size_t size) {
     return [size](const qzChildProcess::tOutput& output) {
       const char answer = std::malloc(size) != nullptr ? 'y' : 'n';
@@ -88,7 +88,7 @@ TEST_CASE("work gets the memory that it may have and no more") {
   }
 }
 
-TEST_CASE("what this process takes already does not count against the work") {
+TEST_CASE("memory of the parent does not count against the limit") {
   const std::size_t size = std::size_t(1) << 29;  // asked for, but never touched
   const std::unique_ptr<void, decltype(&std::free)> taken(std::malloc(size), &std::free);
   REQUIRE(taken != nullptr);
@@ -101,7 +101,7 @@ TEST_CASE("what this process takes already does not count against the work") {
   CHECK(answer == 'y');
 }
 
-TEST_CASE("work that breaks down leaves no core file") {
+TEST_CASE("a child that crashes leaves no core file") {
   rlimit before;
   REQUIRE(::getrlimit(RLIMIT_CORE, &before) == 0);
   const rlimit most = {before.rlim_max, before.rlim_max};
@@ -119,7 +119,7 @@ TEST_CASE("work that breaks down leaves no core file") {
 
 TEST_CASE("signals end the work whatever this process does about them") {
   const auto before = std::signal(SIGTERM, SIG_IGN);
-  CHECK(failureOf([](const auto&) { std::raise(SIGTERM); }) == "broke down (Terminated)");
+  CHECK(failureOf([](const auto&) { std::raise(SIGTERM); }) == "failed (Terminated)");
   std::signal(SIGTERM, before);
 }
 
@@ -130,7 +130,7 @@ TEST_CASE("no file stays open and no process is left") {
   };
   const auto before = nbOpenFiles();
   for (int i = 0; i < 3; ++i) {
-    CHECK(failureOf([](const auto&) {}) == "broke down");
+    CHECK(failureOf([](const auto&) {}) == "failed");
     const qzChildProcess unread(kLimits, [](const auto&) {});
   }
   CHECK(nbOpenFiles() == before);
@@ -149,7 +149,7 @@ TEST_CASE("what the work says on standard output or standard error is not seen")
     });
     ::dup2(previous, stream);
     ::close(previous);
-    CHECK(failure == "broke down (Aborted)");
+    CHECK(failure == "failed (Aborted)");
   }
   ::close(file);
   CHECK(folder.read("said").empty());
@@ -166,7 +166,7 @@ TEST_CASE("what the work changes stays with it") {
   CHECK(number == 1);
 }
 
-TEST_CASE("a process that nobody listens to any more is ended") {
+TEST_CASE("the destructor kills the child") {
   pid_t pid = 0;
   {
     qzChildProcess process(kLimits, [](const qzChildProcess::tOutput& output) {
