@@ -59,8 +59,9 @@ TEST_CASE("a linear builder that cannot be copied or assigned to throws, and is 
   qzLinearGenericBVHBuilder source;
   qzGenericBVH expected;
   for (int i = 0; i < 2; ++i) source.build(container, expected, nullptr, 20);  // now it holds the indices of the first
-  const std::uint64_t nbOfCopy = refuseEachInTurn(
-      [&](const Refusal& refusal) { return refusal.strikes([&] { const qzLinearGenericBVHBuilder copy(source); }); });
+  const std::uint64_t nbOfCopy = refuseEachInTurn([&](const Refusal& refusal) {
+    return refusal.strikes([&] { static_cast<void>(qzLinearGenericBVHBuilder(source)); });
+  });
   const std::uint64_t nbOfAssignment = refuseEachInTurn([&](const Refusal& refusal) {
     qzLinearGenericBVHBuilder target;
     const bool isRefused = refusal.strikes([&] { target = source; });
