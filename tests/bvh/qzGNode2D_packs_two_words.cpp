@@ -37,20 +37,20 @@ Words wordsOf(const qzGNode2D& node) {
 
 }  // namespace
 
-TEST_CASE("a 2D node is a box and two words, 24 bytes, with nothing virtual") {
+TEST_CASE("a 2D node is a box and two words, 24 bytes, not polymorphic") {
   CHECK(sizeof(qzGNode2D) == 24);
   CHECK(std::is_standard_layout_v<qzGNode2D>);
   CHECK(std::is_trivially_copyable_v<qzGNode2D>);
   CHECK_FALSE(std::is_polymorphic_v<qzGNode2D>);
 }
 
-TEST_CASE("a 2D node has neither axis nor split plane") {
+TEST_CASE("a 2D node has no axis and no split plane") {
   CHECK(has_isLeaf<qzGNode2D>);
   CHECK_FALSE(has_getAxis<qzGNode2D>);
   CHECK_FALSE(has_getSplitPlane<qzGNode2D>);
 }
 
-TEST_CASE("a default 2D node has the empty box and both words 0: an inner node over node 0 twice") {
+TEST_CASE("a default 2D node is an inner node with the empty box, both children node 0") {
   const qzGNode2D node;
   CHECK(sameBits(node.getBBox(), qzBBox2D()));
   CHECK(wordsOf(node).axisAndLeft == 0);
@@ -61,7 +61,7 @@ TEST_CASE("a default 2D node has the empty box and both words 0: an inner node o
   CHECK(node.getNoPrimitives() == 0);
 }
 
-TEST_CASE("an inner 2D node of 7 and 8 reads back 7 and 8, and 8 as number of primitives too") {
+TEST_CASE("an inner 2D node returns its children, and the right one as number of primitives too") {
   qzGNode2D node;
   node.setNode(7, 8);
   CHECK_FALSE(node.isLeaf());
@@ -73,7 +73,7 @@ TEST_CASE("an inner 2D node of 7 and 8 reads back 7 and 8, and 8 as number of pr
   CHECK(wordsOf(node).rightAndCount == 8);
 }
 
-TEST_CASE("a 2D leaf of 3 and 4 reads back 3 and 4, and 4 as right child too") {
+TEST_CASE("a 2D leaf returns its start and count, and the count as right child too") {
   qzGNode2D node;
   node.setLeaf(3, 4);
   CHECK(node.isLeaf());
@@ -85,7 +85,7 @@ TEST_CASE("a 2D leaf of 3 and 4 reads back 3 and 4, and 4 as right child too") {
   CHECK(wordsOf(node).rightAndCount == 4);
 }
 
-TEST_CASE("a right child of 2^28 or more survives whole in a 2D node") {
+TEST_CASE("a right child of 2^28 or more is stored whole in a 2D node") {
   qzGNode2D node;
   for (const unsigned int right : {0x10000000u, 0x10000003u, 0xF0000001u, 0xFFFFFFFFu}) {
     node.setNode(1, right);
@@ -95,7 +95,7 @@ TEST_CASE("a right child of 2^28 or more survives whole in a 2D node") {
   }
 }
 
-TEST_CASE("a left child keeps its low 30 bits, so an inner 2D node is never taken for a leaf") {
+TEST_CASE("setNode in 2D keeps the low 30 bits of the left child, so the node is never a leaf") {
   qzGNode2D node;
   node.setNode(0xFFFFFFFFu, 2);
   CHECK_FALSE(node.isLeaf());
@@ -113,7 +113,7 @@ TEST_CASE("the start of a 2D leaf is not masked and its count has 32 bits") {
   CHECK(node.getNoPrimitives() == 0xFFFFFFFFu);
 }
 
-TEST_CASE("a 2D node is a leaf only when both of the top bits are set") {
+TEST_CASE("a 2D node is a leaf only when both top bits are set") {
   qzGNode2D node;
   for (const std::uint32_t top : {0x00000000u, 0x40000000u, 0x80000000u, 0xC0000000u}) {
     const std::uint32_t word = top | 9u;
@@ -123,7 +123,7 @@ TEST_CASE("a 2D node is a leaf only when both of the top bits are set") {
   }
 }
 
-TEST_CASE("setting the words leaves the box of a 2D node alone and the other way round") {
+TEST_CASE("setting the words of a 2D node keeps its box, and setting the box keeps the words") {
   qzGNode2D node;
   const qzBBox2D box = qzBBox2D::Make(1.0f, kNaN, -0.0f, kInf);
   node.setBBox(box);

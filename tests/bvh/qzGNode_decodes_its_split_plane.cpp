@@ -31,13 +31,13 @@ qzBBox box123() {
 
 }  // namespace
 
-TEST_CASE("a plain right child puts the plane at the box minimum on the split axis") {
+TEST_CASE("split position 0 puts the plane at the box minimum on the split axis") {
   CHECK(innerNode(box123(), qzBBox::eAxisX, 0).getSplitPlane() == 1.0f);
   CHECK(innerNode(box123(), qzBBox::eAxisY, 0).getSplitPlane() == 2.0f);
   CHECK(innerNode(box123(), qzBBox::eAxisZ, 0).getSplitPlane() == 3.0f);
 }
 
-TEST_CASE("k = 15 puts the plane at the box maximum: right child 2 and split plane 10") {
+TEST_CASE("split position 15 puts the plane at the box maximum") {
   const qzGNode node = innerNode(qzBBox::Make(0.0f, 0.0f, 0.0f, 1.0f, 1.0f, 10.0f), qzBBox::eAxisZ, 15);
   CHECK(node.getRightChildIdx() == 2);
   CHECK(node.getSplitPlane() == 10.0f);
@@ -45,7 +45,7 @@ TEST_CASE("k = 15 puts the plane at the box maximum: right child 2 and split pla
   CHECK(innerNode(box123(), qzBBox::eAxisY, 15).getSplitPlane() == 32.0f);
 }
 
-TEST_CASE("the sixteen positions are evenly spaced") {
+TEST_CASE("the sixteen split positions are evenly spaced") {
   const qzBBox box = qzBBox::Make(0.0f, 0.0f, 0.0f, 15.0f, 15.0f, 15.0f);
   for (unsigned int k = 0; k < 16; ++k) {
     INFO("k ", k);
@@ -54,7 +54,7 @@ TEST_CASE("the sixteen positions are evenly spaced") {
   }
 }
 
-TEST_CASE("k is divided by 15 first: for an extent of 3, k = 8 does not give what 8 * 3 / 15 gives") {
+TEST_CASE("the split position is divided by 15 before it is multiplied") {
   const float divided = 8.0f / 15.0f;
   const float expected = divided * 3.0f;
   REQUIRE_FALSE(sameBits(expected, 8.0f * 3.0f / 15.0f));
@@ -62,7 +62,7 @@ TEST_CASE("k is divided by 15 first: for an extent of 3, k = 8 does not give wha
   CHECK(sameBits(innerNode(box, qzBBox::eAxisX, 8).getSplitPlane(), expected));
 }
 
-TEST_CASE("a leaf answers for z, with its count's top bits as k") {
+TEST_CASE("a leaf's split plane is on z, with the top bits of its count as position") {
   qzGNode leaf;
   leaf.setBBox(box123());
   leaf.setLeaf(0, 4);
@@ -71,12 +71,12 @@ TEST_CASE("a leaf answers for z, with its count's top bits as k") {
   CHECK(leaf.getSplitPlane() == 48.0f);
 }
 
-TEST_CASE("a default node has no split plane: inf + 0 * (-inf - inf) is not a number") {
+TEST_CASE("the split plane of a default node is NaN") {
   const float plane = qzGNode().getSplitPlane();
   CHECK(plane != plane);
 }
 
-TEST_CASE("the split plane agrees with its plain form, bit for bit") {
+TEST_CASE("the split plane equals its plain form, bit for bit") {
   const std::uint32_t seed = 52;
   INFO("seed ", seed);
   Random random(seed);
@@ -91,7 +91,7 @@ TEST_CASE("the split plane agrees with its plain form, bit for bit") {
   }
 }
 
-TEST_CASE("the caller's treatment of denormals and its rounding do not reach the split plane") {
+TEST_CASE("the split plane does not depend on the caller's float mode, which is kept") {
   const qzBBox box = qzBBox::Make(0x1p-130f, 0.1f, 0x1p-149f, 0x1p-128f, 0.7f, 0x1p-126f);
   for (const unsigned int axis : {0u, 0x40000000u, 0x80000000u}) {
     for (unsigned int k = 0; k < 16; ++k) {

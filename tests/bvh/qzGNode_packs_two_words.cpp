@@ -15,7 +15,7 @@ struct Words {
   bool operator==(const Words& o) const { return axisAndLeft == o.axisAndLeft && rightAndCount == o.rightAndCount; }
 };
 
-/// The two words as they stand in memory, behind the box.
+/// The two words in memory, after the box.
 Words wordsOf(const qzGNode& node) {
   Words words;
   std::memcpy(&words, reinterpret_cast<const char*>(&node) + sizeof(qzBBox), sizeof words);
@@ -24,7 +24,7 @@ Words wordsOf(const qzGNode& node) {
 
 }  // namespace
 
-TEST_CASE("a node is its box and then two words, 32 bytes in all") {
+TEST_CASE("a node is its box, then two words: 32 bytes") {
   CHECK(sizeof(qzGNode) == 32);
   CHECK_FALSE(std::is_polymorphic_v<qzGNode>);
   qzGNode node;
@@ -35,7 +35,7 @@ TEST_CASE("a node is its box and then two words, 32 bytes in all") {
   CHECK(static_cast<const void*>(&node.getBBox()) == static_cast<const void*>(&node));
 }
 
-TEST_CASE("a default node is an inner node on x, its box empty and both its children node 0") {
+TEST_CASE("a default node is an inner node on x with the empty box, both children node 0") {
   const qzGNode node;
   CHECK(wordsOf(node) == Words{0, 0});
   CHECK(sameBits(node.getBBox(), qzBBox()));
@@ -56,7 +56,7 @@ TEST_CASE("setBBox copies the box") {
   CHECK(sameBits(node.getBBox(), original));
 }
 
-TEST_CASE("a leaf has the mark 11, its first entry and its count") {
+TEST_CASE("a leaf stores the top bits 11, its first entry and its count") {
   qzGNode node;
   node.setLeaf(5, 3);
   CHECK(node.isLeaf());
@@ -73,12 +73,12 @@ TEST_CASE("a leaf's first entry is not masked and its count uses all 32 bits") {
   CHECK(wordsOf(node) == Words{0xFFFFFFFFu, 0xFFFFFFFFu});
   CHECK(node.getPrimStartIdx() == 0x3FFFFFFFu);
   CHECK(node.getNoPrimitives() == 0xFFFFFFFFu);
-  node.setLeaf(0x40000001u, 0);  // a bit above the limit drowns in the mark
+  node.setLeaf(0x40000001u, 0);  // bit 30 merges into the mark
   CHECK(wordsOf(node) == Words{0xC0000001u, 0});
   CHECK(node.isLeaf());
 }
 
-TEST_CASE("an inner node has its axis and two children") {
+TEST_CASE("an inner node stores its axis and two children") {
   qzGNode node;
   node.setNode(qzBBox::eAxisY, 7, 8, 123.0f);
   CHECK_FALSE(node.isLeaf());
@@ -103,7 +103,7 @@ TEST_CASE("the split plane given to setNode is neither stored nor quantised") {
   }
 }
 
-TEST_CASE("left keeps its low 30 bits") {
+TEST_CASE("setNode keeps the low 30 bits of the left child") {
   qzGNode node;
   node.setNode(qzBBox::eAxisX, 0xFFFFFFFFu, 0, 0.0f);
   CHECK(wordsOf(node) == Words{0x3FFFFFFFu, 0});
@@ -111,7 +111,7 @@ TEST_CASE("left keeps its low 30 bits") {
   CHECK(node.getLeftChildIdx() == 0x3FFFFFFFu);
 }
 
-TEST_CASE("the axis value is not masked: a stray one writes into the left child, and 11 makes a leaf") {
+TEST_CASE("setNode does not mask the axis: other bits go into the left child, and 11 makes a leaf") {
   qzGNode node;
   node.setNode(static_cast<qzBBox::tAxis>(0x80000010u), 1, 2, 0.0f);
   CHECK(wordsOf(node) == Words{0x80000011u, 2});
@@ -120,7 +120,7 @@ TEST_CASE("the axis value is not masked: a stray one writes into the left child,
   CHECK(node.isLeaf());
 }
 
-TEST_CASE("right is stored whole: what exceeds 28 bits becomes the split position") {
+TEST_CASE("setNode stores the right child whole: its top 4 bits become the split position") {
   qzGNode node;
   node.setBBox(qzBBox::Make(0.0f, 0.0f, 0.0f, 15.0f, 15.0f, 15.0f));
   node.setNode(qzBBox::eAxisX, 0, 0x10000003u, 0.0f);
@@ -132,7 +132,7 @@ TEST_CASE("right is stored whole: what exceeds 28 bits becomes the split positio
   CHECK(node.getRightChildIdx() == 0x0FFFFFFFu);
 }
 
-TEST_CASE("only the top two bits tell a leaf") {
+TEST_CASE("the accessors decode any two words") {
   const std::uint32_t seed = 51;
   INFO("seed ", seed);
   Random random(seed);
@@ -150,7 +150,7 @@ TEST_CASE("only the top two bits tell a leaf") {
   }
 }
 
-TEST_CASE("copying and moving copy box and words") {
+TEST_CASE("copying and moving a node copy box and words") {
   qzGNode node;
   node.setBBox(qzBBox::Make(1.0f, 2.0f, 3.0f, 4.0f, 5.0f, 6.0f));
   node.setNode(qzBBox::eAxisZ, 7, 0x50000008u, 0.0f);

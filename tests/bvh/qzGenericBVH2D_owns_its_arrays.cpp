@@ -58,7 +58,7 @@ bool sameContents(Tree& a, Tree& b) {
 
 }  // namespace
 
-TEST_CASE("a 2D hierarchy lacks growth, clearing, swapping, memory estimate, node count, primitive array and dump") {
+TEST_CASE("a 2D hierarchy has no growth, clearing, swap, memory estimate, node count, primitive array or printing") {
   CHECK(has_getNode<Tree>);
   CHECK_FALSE(has_getOrCreateNode<Tree>);
   CHECK_FALSE(has_clearBVH<Tree>);
@@ -72,7 +72,7 @@ TEST_CASE("a 2D hierarchy lacks growth, clearing, swapping, memory estimate, nod
   CHECK_FALSE(isStreamed<Tree>);
 }
 
-TEST_CASE("setNode and getBVHInfoIter of a 2D hierarchy are not for everybody") {
+TEST_CASE("setNode and getBVHInfoIter of a 2D hierarchy are not public") {
   CHECK_FALSE(has_setNode<Tree>);
   CHECK_FALSE(has_getBVHInfoIter<Tree>);
 }
@@ -85,7 +85,7 @@ TEST_CASE("a default 2D hierarchy has empty arrays and counters of 0") {
   CHECK(nbNodesOf(tree) == 0);
 }
 
-TEST_CASE("the members of a 2D hierarchy stand in the order primitives, nodes, number of primitives, number of nodes") {
+TEST_CASE("the members of a 2D hierarchy are in the order primitives, nodes, number of primitives, number of nodes") {
   Tree tree;
   const auto placeOf = [&](const void* member) {
     return static_cast<const unsigned char*>(member) - reinterpret_cast<const unsigned char*>(&tree);
@@ -96,7 +96,7 @@ TEST_CASE("the members of a 2D hierarchy stand in the order primitives, nodes, n
   CHECK(placeOf(&nbPrimitivesOf(tree)) < placeOf(&nbNodesOf(tree)));
 }
 
-TEST_CASE("the accessors of a 2D hierarchy read and hand out what is stored") {
+TEST_CASE("the accessors of a 2D hierarchy return references to what is stored") {
   Tree tree = filledTree();
   const Tree& constTree = tree;
   CHECK(constTree.getPrimitive(0) == 4);
@@ -122,7 +122,7 @@ TEST_CASE("a copy of a 2D hierarchy is deep and has the same counters") {
   CHECK(sameContents(source, expected));
 }
 
-TEST_CASE("a moved-from 2D hierarchy has empty arrays and still its counters; the storage goes to the other") {
+TEST_CASE("moving a 2D hierarchy transfers the storage and leaves empty arrays and the old counters") {
   Tree source = filledTree(), expected = filledTree();
   const void* const nodes = nodesOf(source).data();
   const void* const primitives = primitivesOf(source).data();
@@ -145,7 +145,7 @@ TEST_CASE("a moved-from 2D hierarchy has empty arrays and still its counters; th
   CHECK(nbNodesOf(moved) == 5);
 }
 
-TEST_CASE("setNode in 2D copies into the array without growing it and leaves the counter alone") {
+TEST_CASE("setNode in 2D copies into the array without growing it or changing the counter") {
   Tree tree;
   tree.editNodes().resize(3);
   const void* const storage = tree.getNodes().data();

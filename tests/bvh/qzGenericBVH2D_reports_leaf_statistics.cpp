@@ -46,7 +46,7 @@ qzGenericBVH2D sevenNodes() {
   return treeOf({inner(1, 2), inner(3, 4), inner(5, 6), leaf(2), leaf(3), leaf(1), leaf(2)});
 }
 
-// The walk from the root on, with the counters that getBVHInfo begins with.
+// A traversal from a node on, with the counters as getBVHInfo starts them.
 struct Walk {
   int nbLeaves = 0, minPrimitives = 0, maxPrimitives = 0, sumPrimitives = 0, maxLocation = 0;
 
@@ -56,7 +56,7 @@ struct Walk {
   }
 };
 
-// Everything that goes to the process's standard output while it lives, through streams or around them.
+// Captures the process's standard output while it lives, at the level of file descriptors.
 class StandardOutput {
  public:
   StandardOutput() : mFile(std::tmpfile()), mPrevious(::dup(STDOUT_FILENO)) {
@@ -89,7 +89,7 @@ class StandardOutput {
 
 }  // namespace
 
-TEST_CASE("a 2D tree of one leaf with 5 primitives has the node count 1 as its minimum") {
+TEST_CASE("a 2D tree of one leaf with 5 primitives reports its node count 1 as minimum") {
   const Info info = infoOf(treeOf({leaf(5)}));
   CHECK(info.nbNodes == 1);
   CHECK(info.nbLeaves == 1);
@@ -107,13 +107,13 @@ TEST_CASE("a 2D tree of 7 nodes and leaves of 2, 3, 1 and 2 primitives") {
   CHECK(info.avgPrimitives == 2.0f);
 }
 
-TEST_CASE("a 2D tree whose leaves all hold more primitives than it has nodes reports its node count as minimum") {
+TEST_CASE("a 2D tree whose leaves all have more primitives than it has nodes reports its node count as minimum") {
   CHECK(infoOf(treeOf({inner(1, 2), leaf(10), leaf(20)})).minPrimitives == 3);
   CHECK(infoOf(treeOf({inner(1, 2), leaf(3), leaf(20)})).minPrimitives == 3);
   CHECK(infoOf(treeOf({inner(1, 2), leaf(2), leaf(20)})).minPrimitives == 2);
 }
 
-TEST_CASE("the node count of the 2D statistics is the counter, not the length of the array") {
+TEST_CASE("the 2D statistics report the node counter, not the length of the array") {
   qzGenericBVH2D tree = sevenNodes();
   nbNodesOf(tree) = 100;
   CHECK(infoOf(tree).nbNodes == 100);
@@ -122,11 +122,11 @@ TEST_CASE("the node count of the 2D statistics is the counter, not the length of
   CHECK(infoOf(tree).nbLeaves == 4);
 }
 
-TEST_CASE("the average in 2D is a single-precision quotient") {
+TEST_CASE("the 2D average is a single-precision quotient") {
   CHECK(sameBits(infoOf(treeOf({inner(1, 2), leaf(1), inner(3, 4), leaf(1), leaf(5)})).avgPrimitives, 7.0f / 3.0f));
 }
 
-TEST_CASE("the walk in 2D notes level and number of the fullest leaf, and the first one keeps them") {
+TEST_CASE("the 2D traversal reports depth and number of the first leaf of maximum size") {
   const Walk walk(sevenNodes());
   CHECK(walk.nbLeaves == 4);
   CHECK(walk.sumPrimitives == 8);
@@ -139,14 +139,14 @@ TEST_CASE("the walk in 2D notes level and number of the fullest leaf, and the fi
   CHECK(tied.maxLocation == (3 << 24 | 3));
 }
 
-TEST_CASE("the walk in 2D visits the left subtree first, and both children one level down") {
+TEST_CASE("the 2D traversal visits the left subtree first, and counts both children one deeper") {
   const Walk right(treeOf({inner(1, 2), leaf(1), inner(3, 4), leaf(2), leaf(3)}));
   CHECK(right.maxLocation == (2 << 24 | 4));
   const Walk left(treeOf({inner(2, 1), leaf(1), inner(4, 3), leaf(2), leaf(3)}));
   CHECK(left.maxLocation == (2 << 24 | 4));
 }
 
-TEST_CASE("the walk in 2D adds to what the caller hands in and starts at the node and level it is told") {
+TEST_CASE("the 2D traversal adds to the caller's counters and starts at the given node and depth") {
   const qzGenericBVH2D tree = sevenNodes();
   int nbLeaves = 10, minPrimitives = 1, maxPrimitives = 2, sumPrimitives = 100, maxLocation = -1;
   getBVHInfoIter(tree, 1, nbLeaves, minPrimitives, maxPrimitives, sumPrimitives, maxLocation, 7);
@@ -164,7 +164,7 @@ TEST_CASE("leaf sizes in 2D are compared as signed numbers") {
   CHECK(walk.sumPrimitives == 3);
 }
 
-TEST_CASE("empty leaves in 2D count, and never become the fullest one") {
+TEST_CASE("empty 2D leaves are counted, but are never the largest") {
   const Walk walk(treeOf({inner(1, 2), leaf(0), leaf(0)}));
   CHECK(walk.nbLeaves == 2);
   CHECK(walk.minPrimitives == 0);
@@ -172,7 +172,7 @@ TEST_CASE("empty leaves in 2D count, and never become the fullest one") {
   CHECK(walk.maxLocation == 0);
 }
 
-TEST_CASE("a long chain of right children in 2D is no recursion, and levels beyond 127 make the location negative") {
+TEST_CASE("a 2D chain of a million right children does not recurse, and depths above 127 make the location negative") {
   const unsigned int nbInner = 1000000;
   std::vector<qzGNode2D> nodes;
   for (unsigned int i = 0; i < nbInner; ++i) {
@@ -203,7 +203,7 @@ TEST_CASE("the 2D statistics write nothing to standard output") {
   CHECK(nbAudible == 1);
 }
 
-TEST_CASE("the 2D statistics do not depend on the caller's rounding") {
+TEST_CASE("the 2D statistics do not depend on the caller's float mode, which is kept") {
   const qzGenericBVH2D tree = treeOf({inner(1, 2), leaf(1), inner(3, 4), leaf(1), leaf(5)});
   for (const CallersFloatMode::Mode mode : CallersFloatMode::kModes) {
     Info info;

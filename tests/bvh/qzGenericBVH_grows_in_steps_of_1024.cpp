@@ -14,7 +14,7 @@ TEST_CASE("a new hierarchy is empty") {
   CHECK(bvh.getMemoryUsed() == 8);
 }
 
-TEST_CASE("asking for node 0 of an empty hierarchy makes 1024 nodes and counts none") {
+TEST_CASE("getOrCreateNode(0) of an empty hierarchy makes 1024 nodes and leaves the counter 0") {
   qzGenericBVH bvh;
   getOrCreateNode(bvh, 0);
   CHECK(bvh.getNodes().size() == 1024);
@@ -56,7 +56,7 @@ TEST_CASE("new nodes are default nodes and old ones keep their values") {
   }
 }
 
-TEST_CASE("setNode copies the node to its place and leaves the node counter alone") {
+TEST_CASE("setNode copies the node and does not change the node counter") {
   qzGenericBVH bvh = smallBVH();
   qzGNode node;
   node.setLeaf(1, 1);
@@ -74,14 +74,14 @@ TEST_CASE("setNode may copy one of the hierarchy's own nodes") {
   CHECK(sameBits(bvh.getNode(5), root));
 }
 
-TEST_CASE("getOrCreateNode hands out the node itself") {
+TEST_CASE("getOrCreateNode returns a reference to the node") {
   qzGenericBVH bvh;
   getOrCreateNode(bvh, 9).setLeaf(4, 5);
   CHECK(bvh.getNode(9).isLeaf());
   CHECK(&getOrCreateNode(bvh, 9) == &bvh.getNodes()[9]);
 }
 
-TEST_CASE("the array does not shrink when a low node is asked for") {
+TEST_CASE("getOrCreateNode of a low node does not shrink the array") {
   qzGenericBVH bvh;
   getOrCreateNode(bvh, 3000);
   const qzGNode* place = bvh.getNodes().data();

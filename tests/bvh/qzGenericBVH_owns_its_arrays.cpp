@@ -51,7 +51,7 @@ TEST_CASE("the node counter is not the length of the array") {
   CHECK(bvh.getNbNodes() == 3);
 }
 
-TEST_CASE("nothing is virtual") {
+TEST_CASE("a hierarchy is not polymorphic") {
   CHECK_FALSE(std::is_polymorphic_v<qzGenericBVH>);
 }
 
@@ -85,7 +85,7 @@ TEST_CASE("assigning a hierarchy to itself changes nothing") {
   CHECK((nbPrimitivesOf(bvh) == 3 && nbNodesOf(bvh) == 3));
 }
 
-TEST_CASE("a move takes the arrays over and leaves the source's counters as they were") {
+TEST_CASE("a move takes the arrays and leaves the source's counters unchanged") {
   qzGenericBVH source = smallBVH();
   const qzGNode* nodes = source.getNodes().data();
   const unsigned int* primitives = source.getPrimitives().data();
@@ -135,7 +135,7 @@ TEST_CASE("swapping a hierarchy with itself changes nothing") {
   CHECK((nbPrimitivesOf(bvh) == 3 && nbNodesOf(bvh) == 3));
 }
 
-TEST_CASE("clearing empties everything and gives the storage back, primitives before nodes") {
+TEST_CASE("clearBVH frees the storage, primitives before nodes, and resets the counters") {
   qzGenericBVH bvh = smallBVH();
   const void* nodes = bvh.getNodes().data();
   const void* primitives = bvh.getPrimitives().data();

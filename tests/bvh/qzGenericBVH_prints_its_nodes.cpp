@@ -15,7 +15,7 @@ std::string dumpOf(const qzGenericBVH& tree) {
   return stream.text();
 }
 
-// The dump once more, in pieces of text.
+// The printed text, by recursion.
 std::string textOf(float value) {
   std::ostringstream stream;
   stream << value;
@@ -51,7 +51,7 @@ qzGenericBVH twoLeaves() {
 
 }  // namespace
 
-TEST_CASE("a root with two leaves makes five lines") {
+TEST_CASE("a root with two leaves prints five lines") {
   CHECK(dumpOf(twoLeaves()) ==
         "N ID 0 (0,0,0)(1,1,1)\n"
         "|L ID 1 (0,0,0)(0.5,1,1)\n"
@@ -60,14 +60,14 @@ TEST_CASE("a root with two leaves makes five lines") {
         "|2 \n");
 }
 
-TEST_CASE("a single leaf is not indented, and an empty one has an empty second line") {
+TEST_CASE("a root leaf is not indented, and an empty leaf has an empty second line") {
   qzGenericBVH tree = treeOf({leaf(3, 1, qzBBox::Make(1.0f, 2.0f, 3.0f, 4.0f, 5.0f, 6.0f))});
   tree.editPrimitives() = {9, 4000000000u, 7, 8};
   CHECK(dumpOf(tree) == "L ID 0 (1,2,3)(4,5,6)\n4000000000 7 8 \n");
   CHECK(dumpOf(treeOf({leaf(0)})) == "L ID 0 (inf,inf,inf)(-inf,-inf,-inf)\n\n");
 }
 
-TEST_CASE("an empty leaf further down has a line of nothing but bars") {
+TEST_CASE("an empty leaf below the root prints a second line of bars only") {
   const qzBBox box(Wm4::Vector3<float>(1.0f, 1.0f, 1.0f));
   CHECK(dumpOf(treeOf({inner(1, 2, box), leaf(0, 0, box), inner(3, 4, box), leaf(0, 0, box), leaf(0, 0, box)})) ==
         "N ID 0 (1,1,1)(1,1,1)\n"
@@ -80,13 +80,13 @@ TEST_CASE("an empty leaf further down has a line of nothing but bars") {
         "||\n");
 }
 
-TEST_CASE("printNode starts at the node and depth it is told") {
+TEST_CASE("printNode starts at the given node and depth") {
   const StandardStream stream;
   printNode(twoLeaves(), 2, 3);
   CHECK(stream.text() == "|||L ID 2 (0.5,0,0)(1,1,1)\n|||2 \n");
 }
 
-TEST_CASE("the split code of an inner node does not lead its dump astray") {
+TEST_CASE("the split position of an inner node does not change the printed text") {
   qzGenericBVH tree = twoLeaves();
   const std::string plain = dumpOf(tree);
   qzGNode root = tree.getNode(0);
@@ -95,7 +95,7 @@ TEST_CASE("the split code of an inner node does not lead its dump astray") {
   CHECK(dumpOf(tree) == plain);
 }
 
-TEST_CASE("a dump has the formatting that standard output has, and sets none") {
+TEST_CASE("printing uses the formatting of standard output and does not change it") {
   qzGenericBVH tree = treeOf({leaf(2, 0, qzBBox::Make(0.0f, -1.0f, 2.0f / 3.0f, 10.0f, 1.0f, 1.0f))});
   tree.editPrimitives() = {255, 16};
   const StandardStream stream;
@@ -106,7 +106,7 @@ TEST_CASE("a dump has the formatting that standard output has, and sets none") {
   CHECK(std::cout.precision() == 2);
 }
 
-TEST_CASE("a width set on standard output goes to the first piece alone") {
+TEST_CASE("a width set on standard output applies to the first item only") {
   const qzGenericBVH tree = twoLeaves();
   const StandardStream stream;
   std::cout.width(8);
@@ -115,13 +115,13 @@ TEST_CASE("a width set on standard output goes to the first piece alone") {
   CHECK(stream.text().substr(0, 27) == "...N ID 0 (0,0,0)(1,1,1)\n|L");
 }
 
-TEST_CASE("every line of a dump is flushed: one for an inner node, two for a leaf") {
+TEST_CASE("printing flushes every line: one of an inner node, two of a leaf") {
   const StandardStream stream;
   twoLeaves().print();
   CHECK(stream.nbFlushes() == 5);
 }
 
-TEST_CASE("trees of random shape and any floats print as the recursion over both children says") {
+TEST_CASE("trees of random shape with any floats print what a plain recursion prints") {
   const std::uint32_t seed = 1;
   Random random(seed);
   for (int round = 0; round < 300; ++round) {

@@ -25,7 +25,7 @@ Info infoOf(const qzGenericBVH& tree) {
   return info;
 }
 
-// The walk from a node on, with the counters that getBVHInfo begins with.
+// A traversal from a node on, with the counters as getBVHInfo starts them.
 struct Walk {
   int nbLeaves = 0, minPrimitives = 0, maxPrimitives = 0, sumPrimitives = 0, maxLocation = 0;
 
@@ -35,7 +35,7 @@ struct Walk {
   }
 };
 
-// The statistics once more, node by node from the root.
+// The statistics by recursion from the root.
 struct PlainInfo {
   int nbLeaves = 0, minPrimitives, maxPrimitives = 0, sum = 0;
   unsigned int levelOfMax = 0;
@@ -63,7 +63,7 @@ struct PlainInfo {
 
 }  // namespace
 
-TEST_CASE("a tree of one leaf with 5 primitives has the node count 1 as its minimum, and level 0") {
+TEST_CASE("a tree of one leaf with 5 primitives reports its node count 1 as minimum, at level 0") {
   const Info info = infoOf(treeOf({leaf(5)}));
   CHECK(info.nbNodes == 1);
   CHECK(info.nbLeaves == 1);
@@ -92,13 +92,13 @@ TEST_CASE("a tree of 7 nodes and leaves of 2, 3, 1 and 2 primitives") {
   CHECK(info.output == "max at lvl:2\n");
 }
 
-TEST_CASE("a tree whose leaves all hold more primitives than it has nodes reports its node count as minimum") {
+TEST_CASE("a tree whose leaves all have more primitives than it has nodes reports its node count as minimum") {
   CHECK(infoOf(treeOf({inner(1, 2), leaf(10), leaf(20)})).minPrimitives == 3);
   CHECK(infoOf(treeOf({inner(1, 2), leaf(3), leaf(20)})).minPrimitives == 3);
   CHECK(infoOf(treeOf({inner(1, 2), leaf(2), leaf(20)})).minPrimitives == 2);
 }
 
-TEST_CASE("the node count of the statistics is the counter, not the length of the array") {
+TEST_CASE("the statistics report the node counter, not the length of the array") {
   qzGenericBVH tree = sevenNodes();
   nbNodesOf(tree) = 100;
   tree.editNodes().resize(1024);
@@ -106,7 +106,7 @@ TEST_CASE("the node count of the statistics is the counter, not the length of th
   CHECK(infoOf(tree).nbLeaves == 4);
 }
 
-TEST_CASE("the fullest leaf that is met first keeps the level when later ones tie it") {
+TEST_CASE("among leaves of maximum size the first one visited gives the level") {
   // Leaves 3 and 5 on level 3 and leaf 2 on level 1 are equally full; 3 is the first one from the left.
   const qzGenericBVH tree = treeOf({inner(1, 2), inner(4, 5), leaf(9), leaf(9), inner(3, 6), leaf(9), leaf(1)});
   CHECK(infoOf(tree).output == "max at lvl:3\n");
@@ -114,13 +114,13 @@ TEST_CASE("the fullest leaf that is met first keeps the level when later ones ti
   CHECK(infoOf(treeOf({inner(2, 1), inner(3, 4), leaf(9), leaf(9), leaf(9)})).output == "max at lvl:1\n");
 }
 
-TEST_CASE("the walk visits the left subtree first, and both children one level down") {
+TEST_CASE("the traversal visits the left subtree first, and counts both children one level deeper") {
   CHECK(Walk(treeOf({inner(1, 2), leaf(1), inner(3, 4), leaf(2), leaf(3)})).maxLocation == (2 << 24 | 4));
   CHECK(Walk(treeOf({inner(2, 1), leaf(1), inner(4, 3), leaf(2), leaf(3)})).maxLocation == (2 << 24 | 4));
   CHECK(Walk(sevenNodes(), 4, 5).maxLocation == (5 << 24 | 4));
 }
 
-TEST_CASE("the walk adds to what the caller hands in and starts at the node and level it is told") {
+TEST_CASE("the traversal adds to the caller's counters and starts at the given node and level") {
   const qzGenericBVH tree = sevenNodes();
   int nbLeaves = 10, minPrimitives = 1, maxPrimitives = 2, sumPrimitives = 100, maxLocation = -1;
   getBVHInfoIter(tree, 1, nbLeaves, minPrimitives, maxPrimitives, sumPrimitives, maxLocation, 7);
@@ -131,7 +131,7 @@ TEST_CASE("the walk adds to what the caller hands in and starts at the node and 
   CHECK(maxLocation == (8 << 24 | 4));
 }
 
-TEST_CASE("leaf sizes are compared as signed numbers, and sums wrap") {
+TEST_CASE("leaf sizes are compared as signed numbers, and their sum wraps") {
   const Walk walk(treeOf({inner(1, 2), leaf(0xFFFFFFFFu), leaf(4)}));
   CHECK(walk.minPrimitives == -1);
   CHECK(walk.maxPrimitives == 4);
@@ -141,7 +141,7 @@ TEST_CASE("leaf sizes are compared as signed numbers, and sums wrap") {
   CHECK(large.avgPrimitives == -1073741824.0f);
 }
 
-TEST_CASE("levels from 128 on print as large numbers, and node numbers from 2^24 on spill into the level") {
+TEST_CASE("levels from 128 on print as large numbers, and node numbers from 2^24 on overflow into the level") {
   std::vector<qzGNode> nodes;
   for (unsigned int i = 0; i < 128; ++i) {
     nodes.push_back(inner(2 * i + 1, 2 * i + 2));
@@ -150,7 +150,7 @@ TEST_CASE("levels from 128 on print as large numbers, and node numbers from 2^24
   nodes.push_back(leaf(2));
   CHECK(infoOf(treeOf(nodes)).output == "max at lvl:4294967168\n");
 
-  const int far = 0x1000000;  // half a gigabyte of nodes, of which one matters
+  const int far = 0x1000000;  // half a gigabyte of nodes; only the last one is read
   qzGenericBVH tree;
   tree.editNodes().resize(far + 1);
   tree.getNode(far) = leaf(2);
@@ -158,7 +158,7 @@ TEST_CASE("levels from 128 on print as large numbers, and node numbers from 2^24
   CHECK(Walk(tree, far, 1).maxLocation == 1 << 24);
 }
 
-TEST_CASE("a long chain of right children is no recursion") {
+TEST_CASE("a chain of a million right children does not recurse") {
   const unsigned int nbInner = 1000000;
   std::vector<qzGNode> nodes;
   for (unsigned int i = 0; i < nbInner; ++i) {
@@ -169,7 +169,7 @@ TEST_CASE("a long chain of right children is no recursion") {
   CHECK(Walk(treeOf(nodes)).nbLeaves == static_cast<int>(nbInner) + 1);
 }
 
-TEST_CASE("the average is a quotient of floats, whatever the caller's rounding") {
+TEST_CASE("the average is a quotient of floats in any float mode of the caller, which is kept") {
   const qzGenericBVH tree = treeOf({inner(1, 2), leaf(1), inner(3, 4), leaf(1), leaf(5)});
   CHECK(sameBits(infoOf(tree).avgPrimitives, 7.0f / 3.0f));
   for (const CallersFloatMode::Mode mode : CallersFloatMode::kModes) {
@@ -185,7 +185,7 @@ TEST_CASE("the average is a quotient of floats, whatever the caller's rounding")
   }
 }
 
-TEST_CASE("the level goes to standard output with its formatting, ended and flushed") {
+TEST_CASE("the level is written to standard output with its formatting, and the line is flushed") {
   const qzGenericBVH tree = treeOf(std::vector<qzGNode>{inner(1, 2), leaf(1), leaf(2)});
   int nbNodes, nbLeaves, minPrimitives, maxPrimitives;
   float avgPrimitives;
@@ -196,7 +196,7 @@ TEST_CASE("the level goes to standard output with its formatting, ended and flus
   CHECK(stream.nbFlushes() == 1);
 }
 
-TEST_CASE("trees of random shape have the statistics of a walk node by node") {
+TEST_CASE("trees of random shape have the statistics of a plain recursion") {
   const std::uint32_t seed = 1;
   Random random(seed);
   for (int round = 0; round < 500; ++round) {
@@ -213,7 +213,7 @@ TEST_CASE("trees of random shape have the statistics of a walk node by node") {
   }
 }
 
-TEST_CASE("the summary of 7 nodes with leaves of 2, 3, 1 and 2 primitives ends with a colon, without a line break") {
+TEST_CASE("the stream summary has nodes, leaves, maximum, minimum and average, and no line break") {
   const StandardStream stream;
   std::ostringstream os;
   std::ostream& returned = os << sevenNodes();
@@ -222,13 +222,13 @@ TEST_CASE("the summary of 7 nodes with leaves of 2, 3, 1 and 2 primitives ends w
   CHECK(stream.text() == "max at lvl:2\n");
 }
 
-TEST_CASE("a summary on standard output comes after the line with the level") {
+TEST_CASE("a summary on standard output follows the line with the level") {
   const StandardStream stream;
   std::cout << treeOf({inner(1, 2), leaf(1), leaf(2)});
   CHECK(stream.text() == "max at lvl:1\n3 nodes. 2(2,1,1.5) leaves (max, min, avg):");
 }
 
-TEST_CASE("the summary has the formatting of its stream, and sets none") {
+TEST_CASE("the summary uses the formatting of its stream and does not change it") {
   const StandardStream stream;
   std::ostringstream os;
   os << std::hex << std::fixed;

@@ -1,5 +1,5 @@
 #pragma once
-// Hierarchies by hand and at random for the statistics and the dump.
+// Hierarchies for the tests of statistics and printing, by hand and at random.
 
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
 
@@ -24,7 +24,7 @@ inline qzGNode leaf(unsigned int count, unsigned int start = 0, const qzBBox& bo
   return node;
 }
 
-/// The nodes as they are, and a counter that says so.
+/// A hierarchy of these nodes, with the counter set to their number.
 inline qzGenericBVH treeOf(const std::vector<qzGNode>& nodes) {
   qzGenericBVH tree;
   tree.editNodes() = nodes;
@@ -37,8 +37,7 @@ inline qzGenericBVH sevenNodes() {
   return treeOf({inner(1, 2), inner(3, 4), inner(5, 6), leaf(2), leaf(3), leaf(1), leaf(2)});
 }
 
-/// A tree of random shape, its nodes numbered in no order of depth, with any floats for boxes; up to 9 primitives a
-/// leaf.
+/// A tree of random shape. Nodes are not numbered by depth, boxes are any floats, leaves have up to 9 primitives.
 inline qzGenericBVH randomTree(unsigned int nbInner, Random& random) {
   const auto anyBox = [&] {
     const Wm4::Vector3<float> min{random.anyFloat(), random.anyFloat(), random.anyFloat()};

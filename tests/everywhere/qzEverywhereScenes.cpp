@@ -85,7 +85,7 @@ qz::qzTriMesh terrain() {
                        qz::qzIndexBuffer(gridIndices(cells, 0, [] { return false; })));
 }
 
-/// What a scanner leaves: two overlapping sheets around a bumpy ball, each a range image of its side with noise in its
+/// Like scanned data: two overlapping sheets around a bumpy ball, each a range image of its side with noise in its
 /// depth and with holes.
 qz::qzTriMesh scan() {
   const int cells = 70;
@@ -255,7 +255,7 @@ qz::qzTriMesh huge() {
   return corners.mesh();
 }
 
-/// A crowd of tiny triangles in a corner of two large ones.
+/// A cluster of tiny triangles in a corner of two large ones.
 qz::qzTriMesh crowd() {
   Random random(10);
   Corners corners;

@@ -1,5 +1,5 @@
 #pragma once
-// What the fingerprints are taken of: meshes, rays, convex regions and probes, from sizes and seeds.
+// The input of the fingerprints: meshes, rays, convex regions and probes, from sizes and seeds.
 // They are the same bits wherever this is compiled and run: integers, and sums, products and quotients of floats, which
 // are rounded exactly; compiled without contraction; computed in the default mode of the processor, whatever mode the
 // program is in. No function of the platform's mathematical library is called.

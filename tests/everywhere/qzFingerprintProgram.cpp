@@ -1,6 +1,6 @@
-// qzFingerprints: makes scenes, has the library work on them, and holds hashes of all that comes out to those in a
-// file. It depends on the standard library and the toolkit's reader of OBJ files, so that it can be built and run
-// wherever the library can.
+// qzFingerprints: runs the library on generated scenes and compares hashes of all results with those in a file. It
+// depends on the standard library and the toolkit's reader of OBJ files, so that it can be built and run wherever the
+// library can.
 
 #include "everywhere/qzFingerprintList.h"
 #include "everywhere/qzFingerprints.h"
@@ -99,7 +99,7 @@ std::string readFile(const std::string& path) {
   return text.str();
 }
 
-/// Compares scene after scene with the list, and adds up.
+/// Compares scene after scene with the list, and counts.
 class Check {
  public:
   explicit Check(const Arguments& arguments) : mArguments(arguments) {
@@ -119,7 +119,7 @@ class Check {
       parts.insert(fingerprint.part);
       compare(scene.name, fingerprint);
     }
-    // Whatever the list has of this scene must have been looked at, but for the queries that a short run leaves out.
+    // Every entry of the list for this scene must have been compared, but for the queries that a short run leaves out.
     const auto isLeftOut = [&](const std::string& part) {
       const auto endsIn = [&](std::size_t count) {
         const std::string end = "-" + std::to_string(count);

@@ -1,5 +1,5 @@
-// Compiled with the flags of the caller, -ffast-math and others: nothing here may add, multiply or compare floats. What
-// comes out of the library is looked at as bits.
+// Compiled with the flags of the caller, -ffast-math and others: nothing here may add, multiply or compare floats.
+// The library's results are read as bits.
 
 #include "everywhere/qzFingerprints.h"
 

@@ -1,5 +1,5 @@
 #pragma once
-// The fingerprints of a scene: a hash of everything that the library makes of it, part by part.
+// The fingerprints of a scene: hashes of all results of the library on it, part by part.
 
 #include "everywhere/qzEverywhereScenes.h"
 
@@ -14,8 +14,8 @@ struct Fingerprint {
   std::uint64_t hash;
 };
 
-/// How much is asked. A short run asks the first few queries of each kind and gives the fingerprints of those; a full
-/// run gives both these and those of all queries, which are taken over all answers.
+/// How many queries are run. A short run has the first few queries of each kind and gives the fingerprints of those; a
+/// full run gives both these and those of all queries, which are taken over all answers.
 struct FingerprintEffort {
   bool isShort = false;
   int nbThreads = 1;

@@ -10,7 +10,7 @@
 
 namespace qzTest {
 
-/// The most threads that castAll can be asked for.
+/// The largest number of threads for castAll.
 extern const int kMaxCastingThreads;
 
 /// The answers to the first count rays of batch, or all if it has fewer.

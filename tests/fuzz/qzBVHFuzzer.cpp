@@ -1,5 +1,5 @@
-// Binary hierarchies of any shape and with any boxes: converted to four-wide ones, and rays and hulls, as in the plain
-// forms.
+// Binary hierarchies of any shape and with any boxes: conversion to four-wide ones, rays and hulls, compared with the
+// plain forms.
 
 #include <algorithm>
 
@@ -22,7 +22,7 @@ class HierarchyMaker {
     for (unsigned int i = mInput.below(9); i > 0; --i) {
       mBVH.editPrimitives()[mInput.byte() % nbEntries] = mInput.byte() % nbTriangles;
     }
-    // Numbers in the order of the walk or scattered, with gaps of nodes that nobody reaches.
+    // Numbers in the order of traversal or scattered, with unreachable nodes between them.
     const std::uint8_t order = mInput.byte();
     mStride = order < 128 ? 1 : 2 * (order % 4) + 3;
     mNext = 0;
@@ -95,7 +95,7 @@ class HierarchyMaker {
     qzTest::setInner(mBVH, number, changed(box), left, right | splitPosition << 28);
   }
 
-  /// Most boxes stay as they are; others are a little too large, turned inside out, or any box.
+  /// Most boxes stay as they are; others are a little too large, inverted, or any box.
   qzBBox changed(const qzBBox& box) {
     switch (mInput.byte()) {
       case 1:

@@ -1,5 +1,5 @@
-// Linear builds that are cancelled at any poll: everything that the caller sees as in the plain form, and builder and
-// tree as good as new for the next build.
+// Linear builds that are cancelled at any poll: compared with the plain form in everything the caller can observe, and
+// the next build by the same builder with one by a new builder.
 
 #include "fuzz/qzFuzzCheck.h"
 #include "fuzz/qzFuzzInput.h"
@@ -35,7 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::vector<qzBBox> boxes = input.boxes(64);
     builders.setMaxPrimitivesPerLeaf(leafSize);
     // How often a build polls is known from one that is never cancelled; every poll is as likely as another, and some
-    // come too late.
+    // exceed the number of polls.
     qzTest::BothBuilders counting(leafSize);
     counting.build(boxes, bitsPerAxis, qzTest::CancelAtPoll::kNever);
     const std::uint64_t nbPolls = counting.nbPolls(), cancelAt = (input.bits() & 0xFFFF) % (nbPolls + 2);

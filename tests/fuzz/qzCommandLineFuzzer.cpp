@@ -1,5 +1,5 @@
-// Command lines of qzquery, run in this process in a folder of their own: an answer, or exit code 2 and one line that
-// says why, and then every file is as it was.
+// Command lines of qzquery, run in this process in a folder of their own: an answer, or exit code 2, one line with the
+// reason and all files unchanged.
 
 #include <apps/qzquery/qzRun.h>
 #include <fcntl.h>
@@ -133,7 +133,7 @@ std::optional<std::vector<std::string>> commandLineOf(Input& input) {
   return arguments;
 }
 
-/// A standard stream that goes to a file while this lives.
+/// Redirects a standard stream to a file during its lifetime.
 class Redirection {
  public:
   Redirection(int descriptor, const std::string& name, int flags) : mDescriptor(descriptor), mKept(::dup(descriptor)) {

@@ -1,4 +1,4 @@
-// Mesh and ray files of any bytes: either a mesh within its limits, or one line that says what is wrong.
+// Mesh and ray files of any bytes: either a mesh within its limits, or one line with the error.
 
 #include <toolkit/base/qzError.h>
 #include <toolkit/io/mesh/qzMeshFile.h>
@@ -65,7 +65,7 @@ void expectRays(const std::string& path) {
   qzTest::readRays(path);
 }
 
-/// Runs read, which may end well or with one line about the file.
+/// Runs read, which may succeed or throw one line about the file.
 void expectOneLineAtMost(const std::string& path, const std::function<void()>& read) {
   try {
     read();

@@ -1,11 +1,11 @@
 #pragma once
-// Ending a fuzzer's run with a finding.
+// Reports findings and ends the fuzzer's run.
 
 #include <string>
 
 namespace qzFuzz {
 
-/// Says what is wrong on standard error and aborts.
+/// Writes the message to standard error and aborts.
 [[noreturn]] void fail(const std::string& what);
 
 /// Fails unless difference is empty.
@@ -13,10 +13,10 @@ inline void expectNone(const std::string& difference) {
   if (!difference.empty()) fail(difference);
 }
 
-/// Lets sanitizers go on reporting where standard error leads now, whatever becomes of it.
+/// Makes sanitizers report to the present standard error, even if it is redirected later.
 void keepReports();
 
-/// Lets processes started from here on break down without leaving an input behind as a finding.
+/// Crashes of processes started after this call are not recorded as findings.
 void ignoreChildren();
 
 /// Makes failed doctest assertions findings, which helpers of other tests use.

@@ -87,7 +87,7 @@ std::vector<Plane> Input::planes(std::size_t maxCount) {
   count = std::min(count, maxCount);
   std::vector<Plane> result;
   while (result.size() < count) {
-    // One plane may come again and again, so that a few bytes make a large set.
+    // One plane may be repeated, so that a few bytes make a large set.
     const Plane next = plane();
     std::size_t repeats = byte();
     repeats = std::min(repeats < 192 ? 1 : repeats - 190, count - result.size());

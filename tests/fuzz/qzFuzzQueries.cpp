@@ -90,7 +90,7 @@ void BothQBVH::askAll(Input& input, const qz::qzTriMesh& mesh) const {
       askHull(input.planes(40));
       continue;
     }
-    // Policies 3 and 0xFFFFFFFF are none of the named ones. A ray goes on to the end unless it says otherwise.
+    // Policies 3 and 0xFFFFFFFF are none of the named ones. A ray has no far end unless the input gives one.
     static const unsigned int kPolicies[] = {0, 1, 2, 3, 0xFFFFFFFFu};
     Ray ray;
     ray.policy = kPolicies[kind % 5];

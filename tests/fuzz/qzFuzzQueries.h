@@ -17,7 +17,8 @@ class BothQBVH {
   BothQBVH(const BothQBVH&) = delete;
   BothQBVH& operator=(const BothQBVH&) = delete;
 
-  /// Casts a ray both ways, by the library's queries and every one of its walks. Findings: any bit that differs.
+  /// Casts a ray by both queries, through the library's interface and each of its traversals. Findings: any bit that
+  /// differs.
   void cast(const qzTest::Ray& ray) const;
   void askHull(const std::vector<Plane>& planes) const;
   /// Rays, every other one aimed at a triangle of mesh, and plane sets until the input is used up, a few at least.

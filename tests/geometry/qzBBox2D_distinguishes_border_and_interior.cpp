@@ -4,7 +4,7 @@
 
 using namespace qzTest;
 
-TEST_CASE("points on a side or a corner of a 2D box are contained, but not strictly") {
+TEST_CASE("points on a side or corner of a 2D box are contained, but not strictly") {
   for (const Point& p : {Point(0.0f, 0.5f), Point(1.0f, 0.5f), Point(0.5f, 0.0f), Point(0.5f, 1.0f), Point(0.0f, 0.0f),
                          Point(1.0f, 1.0f), Point(-0.0f, 0.5f)}) {
     INFO(describe(p));
@@ -15,7 +15,7 @@ TEST_CASE("points on a side or a corner of a 2D box are contained, but not stric
   CHECK(unitSquare().strictlyContains(Point(0.5f, 0.5f)));
 }
 
-TEST_CASE("a point beside any one side of a 2D box is not contained") {
+TEST_CASE("a point outside any one side of a 2D box is not contained") {
   for (const Point& p : {Point(-0x1p-149f, 0.5f), Point(1.0000001f, 0.5f), Point(0.5f, -0x1p-149f),
                          Point(0.5f, 1.0000001f), Point(kInf, 0.5f), Point(0.5f, -kInf)}) {
     INFO(describe(p));
@@ -24,7 +24,7 @@ TEST_CASE("a point beside any one side of a 2D box is not contained") {
   }
 }
 
-TEST_CASE("a NaN point is never contained and a NaN 2D box contains nothing and overlaps nothing") {
+TEST_CASE("a NaN point is never contained; a 2D box with a NaN contains nothing and overlaps nothing") {
   CHECK_FALSE(unitSquare().contains(Point(kNaN, 0.5f)));
   CHECK_FALSE(unitSquare().contains(Point(0.5f, kNaN)));
   for (int i = 0; i < 4; ++i) {
@@ -42,7 +42,7 @@ TEST_CASE("a NaN point is never contained and a NaN 2D box contains nothing and 
   }
 }
 
-TEST_CASE("2D boxes that share only a side or a corner overlap, but not strictly") {
+TEST_CASE("2D boxes that share only a side or corner overlap, but not strictly") {
   for (const qzBBox2D& o : {qzBBox2D::Make(1.0f, 0.0f, 2.0f, 1.0f), qzBBox2D::Make(-1.0f, 0.0f, 0.0f, 1.0f),
                             qzBBox2D::Make(0.0f, 1.0f, 1.0f, 2.0f), qzBBox2D::Make(0.0f, -1.0f, 1.0f, 0.0f),
                             qzBBox2D::Make(1.0f, 1.0f, 2.0f, 2.0f)}) {
@@ -58,7 +58,7 @@ TEST_CASE("2D boxes that share only a side or a corner overlap, but not strictly
   CHECK(unitSquare().strictlyOverlaps(unitSquare()));
 }
 
-TEST_CASE("2D boxes that are apart on one axis do not overlap, whatever the other axis says") {
+TEST_CASE("2D boxes that are disjoint on one axis do not overlap") {
   for (const qzBBox2D& o : {qzBBox2D::Make(1.5f, 0.0f, 2.0f, 1.0f), qzBBox2D::Make(-2.0f, 0.0f, -0.5f, 1.0f),
                             qzBBox2D::Make(0.0f, 1.5f, 1.0f, 2.0f), qzBBox2D::Make(0.0f, -2.0f, 1.0f, -0.5f)}) {
     INFO(describe(o));
@@ -67,7 +67,7 @@ TEST_CASE("2D boxes that are apart on one axis do not overlap, whatever the othe
   }
 }
 
-TEST_CASE("a flat 2D box has no extent and is not empty") {
+TEST_CASE("a flat 2D box has no extent, but is not empty") {
   const qzBBox2D flat = qzBBox2D::Make(0.0f, 0.5f, 1.0f, 0.5f);
   CHECK_FALSE(flat.hasExtent());
   CHECK_FALSE(flat.isEmpty());

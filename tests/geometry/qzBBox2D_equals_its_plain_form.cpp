@@ -1,5 +1,5 @@
-// Every member against its plain form, bit for bit, over products of odd floats and over random bits. Members that hand
-// a value on must keep its very bits; where one computes, any NaN will do. And no mode of the caller changes a result.
+// Every member against its plain form, bit for bit, over products of special floats and over random bits. Members that
+// copy a value must keep its bits; members that compute may return any NaN. The caller's float mode changes no result.
 
 #include <doctest/doctest.h>
 
@@ -48,7 +48,7 @@ void check(const qzBBox2D& box, const qzBBox2D& o, const Point& p, const Point& 
 
 }  // namespace
 
-TEST_CASE("every member of a 2D box agrees with its plain form over all products of few floats") {
+TEST_CASE("every member of a 2D box equals its plain form over all products of a few special floats") {
   for (const float a : kFewFloats) {
     for (const float b : kFewFloats) {
       for (const float c : kFewFloats) {
@@ -64,7 +64,7 @@ TEST_CASE("every member of a 2D box agrees with its plain form over all products
   }
 }
 
-TEST_CASE("every member of a 2D box agrees with its plain form over random boxes, proper and any") {
+TEST_CASE("every member of a 2D box equals its plain form over random boxes, proper ones and any six floats") {
   const std::uint32_t seed = 141;
   INFO("seed ", seed);
   Random random(seed);
@@ -77,7 +77,7 @@ TEST_CASE("every member of a 2D box agrees with its plain form over random boxes
   }
 }
 
-TEST_CASE("results of a 2D box do not depend on the caller's rounding or treatment of denormals, which stay in place") {
+TEST_CASE("results of a 2D box do not depend on the caller's float mode, which is kept") {
   struct Results {
     float floats[16];
     bool bools[6];

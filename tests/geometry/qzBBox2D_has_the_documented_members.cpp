@@ -1,4 +1,4 @@
-// Signatures and constness, which code outside compiles against, and what a 2D box does not have.
+// Signatures and constness, on which callers depend, and members that a 2D box must not have.
 
 #include <doctest/doctest.h>
 #include <qzCommonAddOns/geometry/qzBBox2D.h>
@@ -10,7 +10,7 @@
 using Point = Wm4::Vector2<float>;
 using Box = qzBBox2D;
 
-// A member of exactly this type, or of these when it is overloaded: the conversion is ill-formed otherwise.
+// Whether a member, or one of its overloads, has exactly this type; otherwise the conversion does not compile.
 template <class Type>
 constexpr bool is(Type) {
   return true;
@@ -71,7 +71,7 @@ constexpr bool hasContainsBox<B, std::void_t<decltype(std::declval<const B&>().c
     true;
 
 TEST_CASE("a 2D box has no box-in-box contains, volume, plane, sphere, triangle or ray test, split or conversion") {
-  CHECK(has_area<Box>);  // the question can be answered with yes
+  CHECK(has_area<Box>);  // the macro does find members
   CHECK_FALSE(hasContainsBox<Box>);
   CHECK_FALSE(has_volume<Box>);
   CHECK_FALSE(has_halfArea<Box>);

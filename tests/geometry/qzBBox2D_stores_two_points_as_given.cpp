@@ -15,13 +15,13 @@ TEST_CASE("a 2D box is four floats, min before max, x before y") {
   for (int i = 0; i < 4; ++i) CHECK(inMemory[i] == static_cast<float>(i + 1));
 }
 
-TEST_CASE("a 2D box is trivially copyable and has nothing virtual and no base") {
+TEST_CASE("a 2D box is trivially copyable, of standard layout and not polymorphic") {
   CHECK(std::is_trivially_copyable_v<qzBBox2D>);
   CHECK(std::is_standard_layout_v<qzBBox2D>);
   CHECK_FALSE(std::is_polymorphic_v<qzBBox2D>);
 }
 
-TEST_CASE("the default 2D box runs from +inf down to -inf on both axes") {
+TEST_CASE("the default 2D box has min +inf and max -inf on both axes") {
   const qzBBox2D box;
   for (int c = 0; c < 2; ++c) {
     CHECK(bitsOf(box.getMinPoint()[c]) == 0x7F800000u);
@@ -29,7 +29,7 @@ TEST_CASE("the default 2D box runs from +inf down to -inf on both axes") {
   }
 }
 
-TEST_CASE("the default 2D box is empty, has no extent, contains no point and is met by no segment") {
+TEST_CASE("the default 2D box is empty, has no extent, contains no point and intersects no segment") {
   const qzBBox2D box;
   CHECK(box.isEmpty());
   CHECK_FALSE(box.hasExtent());
@@ -51,7 +51,7 @@ TEST_CASE("union with the default 2D box changes nothing, from either side") {
     const qzBBox2D proper = properBox(random), any = anyBox(random);
     if (!sameBits(proper.bboxUnion(qzBBox2D()), proper)) FAIL("box union default", describe(proper));
     if (!sameBits(qzBBox2D().bboxUnion(proper), proper)) FAIL("default union box", describe(proper));
-    // Whatever the box holds, when it is the one at hand.
+    // The first operand may hold any floats.
     if (!sameBits(any.bboxUnion(qzBBox2D()), any)) FAIL("box union default", describe(any));
   }
 }
@@ -67,7 +67,7 @@ TEST_CASE("a 2D box of one point has it as min and max, is not empty and has no 
   CHECK_FALSE(box.strictlyContains(p));
 }
 
-TEST_CASE("Make in 2D stores both points as given, whatever their order") {
+TEST_CASE("Make in 2D stores both points unchanged, in any order") {
   const qzBBox2D box = qzBBox2D::Make(Point(3.0f, kNaN), Point(-0.0f, -kInf));
   CHECK(sameBits(box.getMinPoint(), Point(3.0f, kNaN)));
   CHECK(sameBits(box.getMaxPoint(), Point(-0.0f, -kInf)));
@@ -88,7 +88,7 @@ TEST_CASE("RobustMake in 2D makes the proper box of two opposite corners in any 
   CHECK(sameBits(qzBBox2D::RobustMake(0.0f, 4.0f, 3.0f, 1.0f), expected));
 }
 
-TEST_CASE("RobustMake in 2D keeps the first corner where the second is equal or not a number") {
+TEST_CASE("RobustMake in 2D keeps the first corner's value when the second is equal or NaN") {
   const float first = floatFromBits(0x7FC0BEEFu);
   const qzBBox2D box = qzBBox2D::RobustMake(Point(-0.0f, first), Point(0.0f, 1.0f));
   CHECK(sameBits(box.getMinPoint(), Point(-0.0f, first)));
@@ -96,7 +96,7 @@ TEST_CASE("RobustMake in 2D keeps the first corner where the second is equal or 
   CHECK(sameBits(qzBBox2D::RobustMake(2.0f, 3.0f, kNaN, kNaN), qzBBox2D(Point(2.0f, 3.0f))));
 }
 
-TEST_CASE("the accessors of a 2D box read the stored points, which are handed out as references") {
+TEST_CASE("the accessors of a 2D box return references to the stored points") {
   qzBBox2D box = qzBBox2D::Make(1.0f, 2.0f, 3.0f, 4.0f);
   CHECK((box.xMin() == 1.0f && box.yMin() == 2.0f && box.xMax() == 3.0f && box.yMax() == 4.0f));
   const Point& min = box.getMinPoint();

@@ -8,13 +8,13 @@
 
 using namespace qzTest;
 
-TEST_CASE("a union spans both boxes") {
+TEST_CASE("a union contains both boxes") {
   const qzBBox a = qzBBox::Make(0.0f, 5.0f, -1.0f, 1.0f, 6.0f, 1.0f),
                b = qzBBox::Make(-2.0f, 5.5f, 0.0f, 0.5f, 9.0f, 0.5f);
   CHECK(sameBits(a.bboxUnion(b), qzBBox::Make(-2.0f, 5.0f, -1.0f, 1.0f, 9.0f, 1.0f)));
 }
 
-TEST_CASE("an intersection is what both share, and empty when they are apart") {
+TEST_CASE("an intersection is the common part, empty for disjoint boxes") {
   const qzBBox a = qzBBox::Make(0.0f, 0.0f, 0.0f, 2.0f, 2.0f, 2.0f),
                b = qzBBox::Make(1.0f, -1.0f, 0.5f, 3.0f, 1.0f, 1.5f);
   CHECK(sameBits(a.bboxIntersection(b), qzBBox::Make(1.0f, 0.0f, 0.5f, 2.0f, 1.0f, 1.5f)));
@@ -22,18 +22,18 @@ TEST_CASE("an intersection is what both share, and empty when they are apart") {
   CHECK(apart.isEmpty());
 }
 
-TEST_CASE("an intersection of boxes apart is left as it comes, min above max") {
+TEST_CASE("the intersection of disjoint boxes keeps min above max") {
   const qzBBox apart = unitCube().bboxIntersection(qzBBox::Make(3.0f, 0.0f, 0.0f, 4.0f, 1.0f, 1.0f));
   CHECK(sameBits(apart, qzBBox::Make(3.0f, 0.0f, 0.0f, 1.0f, 1.0f, 1.0f)));
 }
 
-TEST_CASE("expanding by a point stretches the box to it and no farther") {
+TEST_CASE("expand extends the box to a point and no farther") {
   CHECK(sameBits(unitCube().expand(Point(2.0f, 0.5f, -1.0f)), qzBBox::Make(0.0f, 0.0f, -1.0f, 2.0f, 1.0f, 1.0f)));
   CHECK(sameBits(unitCube().expand(Point(0.5f, 0.5f, 0.5f)), unitCube()));
   CHECK(sameBits(qzBBox().expand(Point(1.0f, 2.0f, 3.0f)), qzBBox(Point(1.0f, 2.0f, 3.0f))));
 }
 
-TEST_CASE("the value at hand stays when the other is equal or not a number") {
+TEST_CASE("union, intersection and expand keep the first box's value when the other is equal or NaN") {
   const float payload = floatFromBits(0x7FC0BEEFu);
   const qzBBox atHand = qzBBox::Make(0.0f, -0.0f, payload, 0.0f, -0.0f, payload);
   const qzBBox other = qzBBox::Make(-0.0f, 0.0f, 1.0f, -0.0f, 0.0f, 1.0f);
@@ -46,18 +46,18 @@ TEST_CASE("the value at hand stays when the other is equal or not a number") {
   CHECK(sameBits(unitCube().expand(notANumber.getMinPoint()), unitCube()));
 }
 
-TEST_CASE("growing moves every face outwards") {
+TEST_CASE("grow moves every face outwards") {
   CHECK(sameBits(unitCube().grow(0.5f), qzBBox::Make(-0.5f, -0.5f, -0.5f, 1.5f, 1.5f, 1.5f)));
 }
 
-TEST_CASE("negative growth shrinks, and nothing stops min passing max") {
+TEST_CASE("grow by a negative amount shrinks the box and may invert it") {
   CHECK(sameBits(unitCube().grow(-0.25f), qzBBox::Make(0.25f, 0.25f, 0.25f, 0.75f, 0.75f, 0.75f)));
   const qzBBox beyond = unitCube().grow(-1.0f);
   CHECK(sameBits(beyond, qzBBox::Make(1.0f, 1.0f, 1.0f, 0.0f, 0.0f, 0.0f)));
   CHECK(beyond.isEmpty());
 }
 
-TEST_CASE("the in-place forms change the box to what the const forms return, and return the box itself") {
+TEST_CASE("the in-place forms assign what the const forms return, and return the box itself") {
   const std::uint32_t seed = 21;
   INFO("seed ", seed);
   Random random(seed);
@@ -83,7 +83,7 @@ TEST_CASE("the const forms return a new box by value") {
   CHECK(std::is_same_v<decltype(box.grow(0.0f)), qzBBox>);
 }
 
-TEST_CASE("a box can be combined with itself and with its own points") {
+TEST_CASE("arguments may alias the box or its points") {
   qzBBox box = unitCube();
   CHECK(sameBits(box.selfUnion(box), unitCube()));
   CHECK(sameBits(box.selfIntersection(box), unitCube()));

@@ -6,7 +6,7 @@ using namespace qzTest;
 
 namespace {
 
-/// The point with coordinate v on one axis and a half on the others.
+/// The point with coordinate v on one axis and 0.5 on the others.
 Point middleBut(int axis, float v) {
   Point p(0.5f, 0.5f, 0.5f);
   p[axis] = v;
@@ -35,7 +35,7 @@ TEST_CASE("a point on a face is contained, but not strictly") {
   CHECK(unitCube().contains(Point(1.0f, 1.0f, 1.0f)));
 }
 
-TEST_CASE("the nearest float within a face is strictly contained, the one beyond is not contained") {
+TEST_CASE("the next float inside a face is strictly contained, the next one outside is not contained") {
   const float belowOne = 0x1.fffffep-1f, aboveOne = 0x1.000002p0f, least = 0x1p-149f;
   for (int axis = 0; axis < 3; ++axis) {
     INFO("axis ", axis);
@@ -54,12 +54,12 @@ TEST_CASE("a NaN coordinate is never contained") {
   }
 }
 
-TEST_CASE("zeros of both signs lie on the same face") {
+TEST_CASE("0 and -0 lie on the same face") {
   CHECK(unitCube().contains(Point(-0.0f, -0.0f, -0.0f)));
   CHECK_FALSE(unitCube().strictlyContains(Point(-0.0f, 0.5f, 0.5f)));
 }
 
-TEST_CASE("a box contains itself and every smaller one, but none that sticks out on a side") {
+TEST_CASE("a box contains itself and smaller ones, but none that reaches beyond a side") {
   CHECK(unitCube().contains(unitCube()));
   CHECK(unitCube().contains(unitCube().grow(-0.25f)));
   CHECK_FALSE(unitCube().contains(unitCube().grow(0.25f)));
@@ -71,13 +71,13 @@ TEST_CASE("a box contains itself and every smaller one, but none that sticks out
   }
 }
 
-TEST_CASE("whether an empty box is contained is decided by its corners alone") {
+TEST_CASE("whether a box contains an empty one depends on the corners alone") {
   CHECK(unitCube().contains(qzBBox::Make(0.75f, 0.75f, 0.75f, 0.25f, 0.25f, 0.25f)));
   CHECK(unitCube().contains(qzBBox()));
   CHECK_FALSE(qzBBox().contains(unitCube()));
 }
 
-TEST_CASE("a NaN box neither contains nor is contained") {
+TEST_CASE("a box with a NaN contains nothing, overlaps nothing and is not contained") {
   for (int corner = 0; corner < 6; ++corner) {
     float c[6] = {0.25f, 0.25f, 0.25f, 0.75f, 0.75f, 0.75f};
     c[corner] = kNaN;
@@ -110,7 +110,7 @@ TEST_CASE("boxes that share an edge or a corner overlap, but not strictly") {
   CHECK_FALSE(unitCube().strictlyOverlaps(corner));
 }
 
-TEST_CASE("boxes that share some volume overlap strictly, boxes apart not at all") {
+TEST_CASE("boxes that share some volume overlap strictly, disjoint boxes do not overlap") {
   for (int axis = 0; axis < 3; ++axis) {
     for (const float sign : {-1.0f, 1.0f}) {
       INFO("axis ", axis, " sign ", sign);
@@ -122,7 +122,7 @@ TEST_CASE("boxes that share some volume overlap strictly, boxes apart not at all
   }
 }
 
-TEST_CASE("the default box overlaps nothing, not even itself") {
+TEST_CASE("the default box overlaps no box, itself included") {
   CHECK_FALSE(qzBBox().overlaps(qzBBox()));
   CHECK_FALSE(qzBBox().overlaps(unitCube()));
   CHECK_FALSE(unitCube().overlaps(qzBBox()));
@@ -137,7 +137,7 @@ TEST_CASE("a box is empty when min exceeds max on any one axis") {
   CHECK_FALSE(boxOfExtents(-0.0f, -0.0f, -0.0f).isEmpty());
 }
 
-TEST_CASE("a box has extent when max exceeds min on every axis; a flat box has none") {
+TEST_CASE("a box has extent when max exceeds min on every axis; a flat box does not") {
   CHECK(unitCube().hasExtent());
   CHECK_FALSE(boxOfExtents(0.0f, 1.0f, 1.0f).hasExtent());
   CHECK_FALSE(boxOfExtents(1.0f, 0.0f, 1.0f).hasExtent());
@@ -145,7 +145,7 @@ TEST_CASE("a box has extent when max exceeds min on every axis; a flat box has n
   CHECK(boxOfExtents(0x1p-149f, 0x1p-149f, 0x1p-149f).hasExtent());
 }
 
-TEST_CASE("a box of NaN is neither empty nor has it extent") {
+TEST_CASE("a NaN box is not empty and has no extent") {
   const qzBBox box(Point(kNaN, kNaN, kNaN));
   CHECK_FALSE(box.isEmpty());
   CHECK_FALSE(box.hasExtent());

@@ -1,5 +1,5 @@
-// Every member against its plain form, bit for bit, over products of odd floats and over random bits. Members that hand
-// a value on must keep its very bits; where one computes, any NaN will do.
+// Every member against its plain form, bit for bit, over products of special floats and over random bits. Members that
+// copy a value must keep its bits; members that compute may return any NaN.
 
 #include <doctest/doctest.h>
 
@@ -94,7 +94,7 @@ bool sameRay(const qzBBox& box, const Point& origin, const Point& dir, float tMi
          sameBitsOrNaN(tMax, plainMax);
 }
 
-/// Numbers that are often equal to one another, so that ties and touches are common, but not always.
+/// Numbers that are often equal, so that ties and touching boxes are common.
 float closeFloat(Random& random) {
   const float step = static_cast<float>(random.below(9)) * 0.25f - 1.0f;
   return random.below(4) == 0 ? step + 0x1p-20f * random.unit() : step;
@@ -110,7 +110,7 @@ qzBBox closeBox(Random& random) {
 
 }  // namespace
 
-TEST_CASE("measures agree over every choice of odd extents") {
+TEST_CASE("extents, centre, volume and area equal the plain form over every choice of special extents") {
   for (const float min : kOddFloats) {
     for (const float x : kOddFloats) {
       for (const float y : kOddFloats) {
@@ -123,7 +123,7 @@ TEST_CASE("measures agree over every choice of odd extents") {
   }
 }
 
-TEST_CASE("splitting and growing agree over every choice of odd bounds") {
+TEST_CASE("split and grow equal the plain form over every choice of special bounds") {
   for (const float min : kOddFloats) {
     for (const float max : kOddFloats) {
       for (const float v : kOddFloats) {
@@ -139,7 +139,7 @@ TEST_CASE("splitting and growing agree over every choice of odd bounds") {
   }
 }
 
-TEST_CASE("what takes a point or a box agrees over every choice of odd bounds on one axis") {
+TEST_CASE("members that take a point or a box equal the plain form over every choice of special bounds on one axis") {
   for (const float min : kOddFloats) {
     for (const float max : kOddFloats) {
       for (const float p : kOddFloats) {
@@ -162,7 +162,7 @@ TEST_CASE("what takes a point or a box agrees over every choice of odd bounds on
   }
 }
 
-TEST_CASE("the ray test agrees over every choice of few floats on one axis") {
+TEST_CASE("the ray test equals the plain form over every choice of a few special floats on one axis") {
   for (const float min : kFewFloats) {
     for (const float max : kFewFloats) {
       for (const float origin : kFewFloats) {
@@ -180,7 +180,7 @@ TEST_CASE("the ray test agrees over every choice of few floats on one axis") {
   }
 }
 
-TEST_CASE("the plane test agrees over every choice of few floats") {
+TEST_CASE("the plane test equals the plain form over every choice of a few special floats") {
   const float corners[] = {0.0f, 1.0f, -kInf, kNaN};
   for (const float min : corners) {
     for (const float max : corners) {
@@ -200,7 +200,7 @@ TEST_CASE("the plane test agrees over every choice of few floats") {
   }
 }
 
-TEST_CASE("every member agrees for random bits") {
+TEST_CASE("every member equals its plain form on random bits") {
   const std::uint32_t seed = 31;
   INFO("seed ", seed);
   Random random(seed);
@@ -217,7 +217,7 @@ TEST_CASE("every member agrees for random bits") {
   }
 }
 
-TEST_CASE("every member agrees for ordinary boxes, where touches and ties are common") {
+TEST_CASE("every member equals its plain form on ordinary boxes, where touching and ties are common") {
   const std::uint32_t seed = 32;
   INFO("seed ", seed);
   Random random(seed);
@@ -239,6 +239,6 @@ TEST_CASE("every member agrees for ordinary boxes, where touches and ties are co
     spheres += box.overlapsSphere(p, v);
     overlaps += box.overlaps(o);
   }
-  // Both answers come up often enough for the agreement to mean something.
+  // Both answers occur often.
   for (const int count : {hits, planes, spheres, overlaps}) CHECK((count > runs / 50 && count < runs - runs / 50));
 }

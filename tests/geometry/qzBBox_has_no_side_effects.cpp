@@ -1,4 +1,4 @@
-// No member allocates, keeps state, or lets the caller's floating-point mode into its results.
+// No member allocates, keeps state between calls, or depends on the caller's float mode.
 
 #include <doctest/doctest.h>
 
@@ -13,11 +13,11 @@ using namespace qzTest;
 
 namespace {
 
-/// Every member once, and what it gave, as bits; a NaN is one NaN like any other.
+/// The results of every member, as bits. All NaN are equal.
 struct Results {
   static constexpr int kCapacity = 256;
   std::uint32_t words[kCapacity];
-  const char* members[kCapacity];  // which one gave the word
+  const char* members[kCapacity];  // that returned the word
   int size = 0;
 
   void add(const char* member, std::uint32_t value) {
@@ -25,7 +25,7 @@ struct Results {
     words[size++] = value;
   }
   void add(const char* member, bool value) { add(member, std::uint32_t(value)); }
-  // By the bits: in the caller's mode a comparison of floats would flush denormals.
+  // As bits: in the caller's mode a comparison of floats would flush denormals.
   void add(const char* member, float value) {
     const std::uint32_t bits = bitsOf(value);
     add(member, (bits & 0x7FFFFFFFu) > 0x7F800000u ? 0x7FC00000u : bits);
@@ -114,7 +114,7 @@ Results call(const Arguments& a) {
   return callEveryMember(a.box, a.o, a.p, a.q, a.v, a.w);
 }
 
-/// Denormals, numbers whose sums and products are denormal, and a few ordinary ones.
+/// Denormals, numbers whose sums and products are denormal, any floats, and ordinary ones.
 float smallFloat(Random& random) {
   switch (random.below(5)) {
     case 0:
@@ -148,7 +148,7 @@ std::vector<Arguments> manyArguments(Random& random, int count) {
 
 }  // namespace
 
-TEST_CASE("results do not depend on the caller's rounding or on its treatment of denormals") {
+TEST_CASE("results of a box do not depend on the caller's float mode") {
   const std::uint32_t seed = 41;
   INFO("seed ", seed);
   Random random(seed);
@@ -173,7 +173,7 @@ TEST_CASE("results do not depend on the caller's rounding or on its treatment of
   }
 }
 
-TEST_CASE("the mode would matter: flushed denormals change ordinary arithmetic") {
+TEST_CASE("the float mode matters: flushing denormals changes plain arithmetic") {
   volatile float a = 0x1p-126f, b = 0x1p-127f;
   const float kept = a - b;
   float flushed;
@@ -184,7 +184,7 @@ TEST_CASE("the mode would matter: flushed denormals change ordinary arithmetic")
   CHECK(bitsOf(kept) != bitsOf(flushed));
 }
 
-TEST_CASE("the caller's mode is in place again after every call") {
+TEST_CASE("every call restores the caller's float mode") {
   Random random(42);
   const std::vector<Arguments> arguments = manyArguments(random, 100);
   for (const CallersFloatMode::Mode mode : CallersFloatMode::kModes) {
@@ -199,7 +199,7 @@ TEST_CASE("the caller's mode is in place again after every call") {
   }
 }
 
-TEST_CASE("a division by zero inside stays noted among the caller's exception flags, whatever the mode") {
+TEST_CASE("a division by zero inside a call stays in the caller's exception flags, in any float mode") {
   const qzBBox box = qzBBox::Make(1.0f, 1.0f, 1.0f, 2.0f, 2.0f, 2.0f);
   std::vector<CallersFloatMode::Mode> modes(std::begin(CallersFloatMode::kModes), std::end(CallersFloatMode::kModes));
   modes.push_back(CallersFloatMode::eDefault);
@@ -213,7 +213,7 @@ TEST_CASE("a division by zero inside stays noted among the caller's exception fl
   }
 }
 
-TEST_CASE("the same call gives the same result again, and const members leave the box alone") {
+TEST_CASE("calls repeat their results whatever was called between, and const members do not change the box") {
   const std::uint32_t seed = 43;
   INFO("seed ", seed);
   Random random(seed);
@@ -235,9 +235,9 @@ TEST_CASE("no member allocates") {
   CHECK(watch.nbReleases() == 0);
 }
 
-TEST_CASE("the watch over the heap does see an allocation") {
+TEST_CASE("HeapWatch counts an allocation") {
   const HeapWatch watch;
-  ::operator delete(::operator new(1));  // called by name, which no compiler leaves out
+  ::operator delete(::operator new(1));  // called by name, so that no compiler removes the pair
   CHECK(watch.nbAllocations() == 1);
   CHECK(watch.nbReleases() == 1);
 }

@@ -43,7 +43,7 @@ TEST_CASE("the default box has an extent of -inf on every axis") {
   CHECK(sameBits(qzBBox().getExtents(), Point(minusInfinity, minusInfinity, minusInfinity)));
 }
 
-TEST_CASE("an axis of 0 is x, exactly 0x40000000 is y, and every other value is z") {
+TEST_CASE("axis value 0 is x, 0x40000000 is y, any other value z") {
   const qzBBox box = boxOfExtents(1.0f, 2.0f, 3.0f);
   CHECK(box.getExtent(qzBBox::eAxisX) == 1.0f);
   CHECK(box.getExtent(qzBBox::eAxisY) == 2.0f);
@@ -55,7 +55,7 @@ TEST_CASE("an axis of 0 is x, exactly 0x40000000 is y, and every other value is 
   }
 }
 
-TEST_CASE("every single bit but that of y counts as z") {
+TEST_CASE("an axis value of any other single bit is z") {
   const qzBBox box = boxOfExtents(1.0f, 2.0f, 3.0f);
   for (int bit = 0; bit < 32; ++bit) {
     INFO("bit ", bit);
@@ -63,13 +63,13 @@ TEST_CASE("every single bit but that of y counts as z") {
   }
 }
 
-TEST_CASE("the centre is the sum times a half, which overflows where the sum does") {
+TEST_CASE("the centre is the sum times 0.5 and overflows with the sum") {
   CHECK(sameBits(qzBBox::Make(1.0f, -2.0f, 0.0f, 4.0f, 2.0f, 0.5f).getCenter(), Point(2.5f, 0.0f, 0.25f)));
   const Point huge = qzBBox::Make(0x1p127f, -0x1p127f, 0.0f, 0x1p127f, -0x1p127f, 0.0f).getCenter();
   CHECK(sameBits(huge, Point(kInf, -kInf, 0.0f)));
 }
 
-TEST_CASE("the default box has no centre") {
+TEST_CASE("the centre of the default box is NaN") {
   const Point center = qzBBox().getCenter();
   for (int c = 0; c < 3; ++c) CHECK(center[c] != center[c]);
 }
@@ -78,36 +78,36 @@ TEST_CASE("the volume multiplies y by x and then by z") {
   CHECK(unitCube().volume() == 1.0f);
   CHECK(boxOfExtents(2.0f, 3.0f, 4.0f).volume() == 24.0f);
   CHECK(boxOfExtents(2.0f, 3.0f, 0.0f).volume() == 0.0f);
-  // y * x overflows before z can bring it back; each other pair would not.
+  // y * x overflows first; any other order would not.
   CHECK(boxOfExtents(0x1p100f, 0x1p100f, 0x1p-100f).volume() == kInf);
   CHECK(boxOfExtents(0x1p100f, 0x1p-100f, 0x1p100f).volume() == 0x1p100f);
   CHECK(boxOfExtents(0x1p-100f, 0x1p100f, 0x1p100f).volume() == 0x1p100f);
-  // y * x underflows to zero before z can.
+  // y * x underflows to zero first.
   CHECK(boxOfExtents(0x1p-100f, 0x1p-100f, 0x1p100f).volume() == 0.0f);
 }
 
-TEST_CASE("half the area of a unit cube is 3, without a factor of 2") {
+TEST_CASE("halfArea of a unit cube is 3") {
   CHECK(unitCube().halfArea() == 3.0f);
 }
 
-TEST_CASE("a flat box has no volume but an area") {
+TEST_CASE("a flat box has volume 0, but an area") {
   CHECK(boxOfExtents(2.0f, 3.0f, 0.0f).volume() == 0.0f);
   CHECK(boxOfExtents(2.0f, 3.0f, 0.0f).halfArea() == 6.0f);
   CHECK(boxOfExtents(2.0f, 0.0f, 3.0f).halfArea() == 6.0f);
   CHECK(boxOfExtents(0.0f, 2.0f, 3.0f).halfArea() == 6.0f);
 }
 
-TEST_CASE("half the area is (dz + dy) * dx + dz * dy in that order") {
-  // dz + dy overflows first, and inf * 0 is not a number; dz * dx + dy * dx would be 0.
+TEST_CASE("halfArea is (dz + dy) * dx + dz * dy in this order") {
+  // dz + dy overflows first, and inf * 0 is NaN; dz * dx + dy * dx would be 0.
   const float overflow = boxOfExtents(0.0f, 0x1p127f, 0x1p127f).halfArea();
   CHECK(overflow != overflow);
-  // With u = 2^-23, the last bit of 1: 6 * (1 + u) rounds to 6 + 8u, and 5 more is exact. Every other way of pairing
-  // the sides loses the bit on the way and gives 11.
+  // With u = 2^-23, the last bit of 1: 6 * (1 + u) rounds to 6 + 8u, and 5 more is exact. Every other
+  // pairing of the sides loses the bit and gives 11.
   const float u = 0x1p-23f;
   CHECK(boxOfExtents(1.0f + u, 1.0f, 5.0f).halfArea() == 11.0f + 8.0f * u);
 }
 
-TEST_CASE("half the area rounds both products before they are added") {
+TEST_CASE("halfArea rounds both products before it adds them") {
   // Either product fused with the sum would give 11 + 24u.
   const float u = 0x1p-23f;
   CHECK(boxOfExtents(1.0f + u, 1.0f + 3.0f * u, 5.0f).halfArea() == 11.0f + 32.0f * u);
@@ -118,31 +118,31 @@ TEST_CASE("three equal extents: largest and smallest are y") {
   CHECK(minOf(boxOfExtents(1.0f, 1.0f, 1.0f)) == Extreme{1.0f, qzBBox::eAxisY});
 }
 
-TEST_CASE("the largest extent wins on its own axis") {
+TEST_CASE("getMaxExtent returns the largest extent and its axis") {
   CHECK(maxOf(boxOfExtents(3.0f, 1.0f, 2.0f)) == Extreme{3.0f, qzBBox::eAxisX});
   CHECK(maxOf(boxOfExtents(1.0f, 3.0f, 2.0f)) == Extreme{3.0f, qzBBox::eAxisY});
   CHECK(maxOf(boxOfExtents(1.0f, 2.0f, 3.0f)) == Extreme{3.0f, qzBBox::eAxisZ});
 }
 
-TEST_CASE("the smallest extent wins on its own axis") {
+TEST_CASE("getMinExtent returns the smallest extent and its axis") {
   CHECK(minOf(boxOfExtents(1.0f, 3.0f, 2.0f)) == Extreme{1.0f, qzBBox::eAxisX});
   CHECK(minOf(boxOfExtents(2.0f, 1.0f, 3.0f)) == Extreme{1.0f, qzBBox::eAxisY});
   CHECK(minOf(boxOfExtents(3.0f, 2.0f, 1.0f)) == Extreme{1.0f, qzBBox::eAxisZ});
 }
 
-TEST_CASE("of equal largest extents y goes before z, and y or z before x") {
+TEST_CASE("among equal largest extents y comes before z, and both before x") {
   CHECK(maxOf(boxOfExtents(2.0f, 1.0f, 2.0f)) == Extreme{2.0f, qzBBox::eAxisZ});
   CHECK(maxOf(boxOfExtents(2.0f, 2.0f, 1.0f)) == Extreme{2.0f, qzBBox::eAxisY});
   CHECK(maxOf(boxOfExtents(1.0f, 2.0f, 2.0f)) == Extreme{2.0f, qzBBox::eAxisY});
 }
 
-TEST_CASE("of equal smallest extents y goes before z, and y or z before x") {
+TEST_CASE("among equal smallest extents y comes before z, and both before x") {
   CHECK(minOf(boxOfExtents(1.0f, 1.0f, 2.0f)) == Extreme{1.0f, qzBBox::eAxisY});
   CHECK(minOf(boxOfExtents(1.0f, 2.0f, 1.0f)) == Extreme{1.0f, qzBBox::eAxisZ});
   CHECK(minOf(boxOfExtents(2.0f, 1.0f, 1.0f)) == Extreme{1.0f, qzBBox::eAxisY});
 }
 
-TEST_CASE("a NaN extent loses every comparison: it stays on y and is passed over on z and x") {
+TEST_CASE("a NaN extent fails every comparison: kept on y, skipped on z and x") {
   CHECK(maxOf(boxOfExtents(1.0f, 2.0f, kNaN)) == Extreme{2.0f, qzBBox::eAxisY});
   CHECK(maxOf(boxOfExtents(kNaN, 1.0f, 2.0f)) == Extreme{2.0f, qzBBox::eAxisZ});
   CHECK(minOf(boxOfExtents(1.0f, 2.0f, kNaN)) == Extreme{1.0f, qzBBox::eAxisX});

@@ -15,7 +15,7 @@ namespace {
 
 using Triangle = std::array<Point, 3>;
 
-// By hand on the unit cube: what separates comes from the plain form, so that a case names the axis it is about.
+// The plain form tells which axis separates, so that a case can say which one it tests.
 int separatingAxis(const Triangle& t) {
   return qzPlain::firstSeparatingAxis(unitCube(), t[0], t[1], t[2]);
 }
@@ -27,7 +27,7 @@ Triangle permuted(const Triangle& t, int a, int b, int c) {
   return {Point(t[0][a], t[0][b], t[0][c]), Point(t[1][a], t[1][b], t[1][c]), Point(t[2][a], t[2][b], t[2][c])};
 }
 
-// Checks a triangle and the cube under all orders of the axes and corners, which change neither.
+// Checks a triangle against the cube in all orders of axes and corners, which change nothing.
 void checkEveryWay(const Triangle& t, bool overlaps) {
   int axes[3] = {0, 1, 2};
   do {
@@ -42,7 +42,7 @@ void checkEveryWay(const Triangle& t, bool overlaps) {
   } while (std::next_permutation(axes, axes + 3));
 }
 
-// Double precision, and by another road: the triangle clipped by the six faces has a corner left.
+// In double precision, by another algorithm: the triangle clipped by the six faces has a corner left.
 bool hasCommonPoint(const qzBBox& box, const Triangle& t) {
   struct Vector {
     double x[3];
@@ -75,7 +75,7 @@ TEST_CASE("a triangle inside the box overlaps it") {
   checkEveryWay({Point(0.25f, 0.25f, 0.25f), Point(0.75f, 0.25f, 0.5f), Point(0.25f, 0.75f, 0.75f)}, true);
 }
 
-TEST_CASE("a triangle that touches a face with one corner from outside overlaps the box") {
+TEST_CASE("a triangle outside that touches a face with one corner overlaps the box") {
   checkEveryWay({Point(1.0f, 0.5f, 0.5f), Point(2.0f, 0.25f, 0.5f), Point(2.0f, 0.75f, 0.75f)}, true);
   checkEveryWay({Point(0.0f, 0.5f, 0.5f), Point(-2.0f, 0.25f, 0.5f), Point(-2.0f, 0.75f, 0.75f)}, true);
   checkEveryWay({Point(0x1.000002p0f, 0.5f, 0.5f), Point(2.0f, 0.25f, 0.5f), Point(2.0f, 0.75f, 0.75f)}, false);
@@ -94,17 +94,17 @@ TEST_CASE("a triangle in the plane of a face overlaps the box") {
 
 TEST_CASE("a large triangle above the box that covers it in x and y does not overlap it") {
   const Triangle above = {Point(-10.0f, -10.0f, 2.0f), Point(20.0f, -10.0f, 2.0f), Point(-10.0f, 20.0f, 2.0f)};
-  CHECK(separatingAxis(above) == 2);  // z would do as well, but the edges are asked first
+  CHECK(separatingAxis(above) == 2);  // z separates as well, but the edge axes come first
   checkEveryWay(above, false);
   checkEveryWay({Point(-10.0f, -10.0f, -1.0f), Point(20.0f, -10.0f, -1.0f), Point(-10.0f, 20.0f, -1.0f)}, false);
 }
 
-TEST_CASE("a large triangle through the middle overlaps the box without a corner in it") {
+TEST_CASE("a large triangle through the middle overlaps the box with no corner in it") {
   checkEveryWay({Point(-10.0f, -10.0f, 0.5f), Point(20.0f, -10.0f, 0.5f), Point(-10.0f, 20.0f, 0.5f)}, true);
   checkEveryWay({Point(-10.0f, -10.0f, 21.5f), Point(21.5f, -10.0f, -10.0f), Point(-10.0f, 21.5f, -10.0f)}, true);
 }
 
-TEST_CASE("a triangle past an edge of the box is told apart by an edge axis alone") {
+TEST_CASE("a triangle past an edge of the box is separated by an edge axis alone") {
   // The line x + y = 2.5 passes the edge at (1, 1); the triangle reaches beyond the cube on every axis.
   const Triangle past = {Point(3.0f, -0.5f, -1.0f), Point(-0.5f, 3.0f, -1.0f), Point(1.25f, 1.25f, 3.0f)};
   CHECK(separatingAxis(past) >= 1);
@@ -113,7 +113,7 @@ TEST_CASE("a triangle past an edge of the box is told apart by an edge axis alon
   checkEveryWay({Point(2.5f, -0.5f, -1.0f), Point(-0.5f, 2.5f, -1.0f), Point(1.0f, 1.0f, 3.0f)}, true);
 }
 
-TEST_CASE("a triangle that cuts a corner off outside the box is told apart by its plane alone") {
+TEST_CASE("a triangle past a corner of the box is separated by its plane alone") {
   // x + y + z = 3.25, around (1, 1, 1): every edge axis and box axis overlaps.
   const Triangle corner = {Point(13.0f, -4.875f, -4.875f), Point(-4.875f, 13.0f, -4.875f),
                            Point(-4.875f, -4.875f, 13.0f)};
@@ -123,7 +123,7 @@ TEST_CASE("a triangle that cuts a corner off outside the box is told apart by it
   checkEveryWay(touching, true);
 }
 
-TEST_CASE("every one of the thirteen axes separates some triangle, and the library misses none of them") {
+TEST_CASE("each of the thirteen axes is the first to separate some triangle, and the library agrees on all") {
   const std::uint32_t seed = 1;
   Random random(seed);
   INFO("seed ", seed);
@@ -142,7 +142,7 @@ TEST_CASE("every one of the thirteen axes separates some triangle, and the libra
   }
 }
 
-TEST_CASE("three equal corners overlap the box when the point lies in it") {
+TEST_CASE("a triangle of three equal corners overlaps the box when the point lies in it") {
   const auto point = [](float x, float y, float z) { return Triangle{Point(x, y, z), Point(x, y, z), Point(x, y, z)}; };
   checkEveryWay(point(0.5f, 0.25f, 0.75f), true);
   checkEveryWay(point(1.0f, 0.25f, 0.75f), true);
@@ -153,14 +153,14 @@ TEST_CASE("three equal corners overlap the box when the point lies in it") {
   CHECK(separatingAxis(point(0.5f, 0.25f, 1.5f)) == 12);
 }
 
-TEST_CASE("collinear corners are a segment") {
+TEST_CASE("a triangle of collinear corners is tested as a segment") {
   checkEveryWay({Point(-1.0f, 0.5f, 0.5f), Point(0.5f, 0.5f, 0.5f), Point(3.0f, 0.5f, 0.5f)}, true);
   checkEveryWay({Point(-1.0f, -1.0f, 0.5f), Point(0.0f, 0.0f, 0.5f), Point(3.0f, 3.0f, 0.5f)}, true);
   checkEveryWay({Point(3.0f, 0.0f, 0.5f), Point(1.5f, 1.5f, 0.5f), Point(0.0f, 3.0f, 0.5f)}, false);
   checkEveryWay({Point(-1.0f, 2.0f, 0.5f), Point(0.5f, 2.0f, 0.5f), Point(3.0f, 2.0f, 0.5f)}, false);
 }
 
-TEST_CASE("a box of one point or without thickness is tested like any other") {
+TEST_CASE("a box of one point or without thickness is tested like others") {
   const Triangle t = {Point(0.0f, 0.0f, 0.0f), Point(4.0f, 0.0f, 0.0f), Point(0.0f, 4.0f, 0.0f)};
   CHECK(qzBBox(Point(1.0f, 1.0f, 0.0f)).overlapsTriangle(t[0], t[1], t[2]));
   CHECK(qzBBox(Point(2.0f, 2.0f, 0.0f)).overlapsTriangle(t[0], t[1], t[2]));
@@ -169,7 +169,7 @@ TEST_CASE("a box of one point or without thickness is tested like any other") {
   CHECK(qzBBox::Make(1.0f, 1.0f, -1.0f, 1.0f, 1.0f, 1.0f).overlapsTriangle(t[0], t[1], t[2]));
 }
 
-TEST_CASE("any floats whatever get the answer of the plain form") {
+TEST_CASE("any floats get the answer of the plain form") {
   const std::uint32_t seed = 2;
   Random random(seed);
   int nbOverlaps = 0;
@@ -187,7 +187,7 @@ TEST_CASE("any floats whatever get the answer of the plain form") {
   CHECK(nbOverlaps < 290000);
 }
 
-TEST_CASE("sizes at either end of the floats get the answer of the plain form") {
+TEST_CASE("sizes at either end of the float range get the answer of the plain form") {
   // Sums of two coordinates overflow, products do sooner; or everything underflows.
   const std::uint32_t seed = 6;
   Random random(seed);
@@ -216,7 +216,7 @@ TEST_CASE("sizes at either end of the floats get the answer of the plain form") 
   }
 }
 
-TEST_CASE("a coordinate that is no number overlaps nothing, of a corner or of the box") {
+TEST_CASE("a NaN coordinate, of a corner or of the box, is no overlap") {
   const Triangle inside = {Point(0.25f, 0.25f, 0.25f), Point(0.75f, 0.25f, 0.5f), Point(0.25f, 0.75f, 0.75f)};
   for (std::size_t corner = 0; corner < 3; ++corner) {
     for (int axis = 0; axis < 3; ++axis) {
@@ -235,8 +235,8 @@ TEST_CASE("a coordinate that is no number overlaps nothing, of a corner or of th
   }
 }
 
-TEST_CASE("products of few floats, corners of a grid and boxes on it get the answer of the plain form") {
-  // Touches by the thousand, so every strict comparison has its equal case.
+TEST_CASE("triangles and boxes with corners on a coarse grid get the answer of the plain form and of exact clipping") {
+  // Touching is common, so every comparison meets its equal case.
   const std::uint32_t seed = 3;
   Random random(seed);
   int nbOverlaps = 0;
@@ -253,13 +253,13 @@ TEST_CASE("products of few floats, corners of a grid and boxes on it get the ans
     nbOverlaps += overlaps;
     INFO("round ", i, ", seed ", seed, describe(box), describe(t[0]), describe(t[1]), describe(t[2]));
     REQUIRE(overlaps == (qzPlain::firstSeparatingAxis(box, t[0], t[1], t[2]) == 0));
-    // On this grid nothing is rounded, so the answer is exact; what is apart is so by more than the clipping rounds.
+    // On this grid nothing is rounded, so the answer is exact; disjoint shapes are farther apart than 1e-4.
     REQUIRE(overlaps == hasCommonPoint(box.grow(1e-4f), t));
   }
   CHECK(nbOverlaps > 1000);
 }
 
-TEST_CASE("the answer is that of clipping in double precision, but for touches within rounding") {
+TEST_CASE("the answer is that of clipping in double precision, except within rounding of touching") {
   const std::uint32_t seed = 4;
   Random random(seed);
   int nbOverlaps = 0;
@@ -269,7 +269,7 @@ TEST_CASE("the answer is that of clipping in double precision, but for touches w
     const bool overlaps = box.overlapsTriangle(t[0], t[1], t[2]);
     INFO("round ", i, ", seed ", seed, describe(box), describe(t[0]), describe(t[1]), describe(t[2]));
     nbOverlaps += overlaps;
-    // A hair more or less of box brackets the exact answer.
+    // Slightly larger and smaller boxes bracket the exact answer.
     if (overlaps) REQUIRE(hasCommonPoint(box.grow(1e-4f), t));
     if (!overlaps) REQUIRE_FALSE(hasCommonPoint(box.grow(-1e-4f), t));
   }
@@ -277,11 +277,11 @@ TEST_CASE("the answer is that of clipping in double precision, but for touches w
   CHECK(nbOverlaps < 190000);
 }
 
-TEST_CASE("the caller's floating-point mode does not change the answer and is left as it was") {
+TEST_CASE("the caller's float mode does not change the triangle test and is kept") {
   const std::uint32_t seed = 5;
   Random random(seed);
   for (int i = 0; i < 20000; ++i) {
-    // Sizes around the smallest floats, where flushing and rounding would show.
+    // Half of the sizes are near the smallest floats, where flushing would show.
     const float scale = i % 2 == 0 ? 0x1p-75f : 1.0f;
     const auto point = [&] {
       const Point p = random.point(-2.0f, 2.0f);

@@ -17,20 +17,20 @@ TEST_CASE("a box is six floats, min before max, x before y before z") {
   for (int i = 0; i < 6; ++i) CHECK(inMemory[i] == static_cast<float>(i + 1));
 }
 
-TEST_CASE("a box is trivially copyable and has nothing virtual") {
+TEST_CASE("a box is trivially copyable, of standard layout and not polymorphic") {
   CHECK(std::is_trivially_copyable_v<qzBBox>);
   CHECK(std::is_standard_layout_v<qzBBox>);
   CHECK_FALSE(std::is_polymorphic_v<qzBBox>);
 }
 
-TEST_CASE("the axis numbers stand in the top two bits of a 32-bit word") {
+TEST_CASE("the axis values are the top two bits of a 32-bit word") {
   CHECK(std::is_same_v<std::underlying_type_t<qzBBox::tAxis>, unsigned int>);
   CHECK(qzBBox::eAxisX == 0x00000000u);
   CHECK(qzBBox::eAxisY == 0x40000000u);
   CHECK(qzBBox::eAxisZ == 0x80000000u);
 }
 
-TEST_CASE("the default box runs from +inf down to -inf on every axis") {
+TEST_CASE("the default box has min +inf and max -inf on every axis") {
   const qzBBox box;
   for (int c = 0; c < 3; ++c) {
     CHECK(bitsOf(box.getMinPoint()[c]) == 0x7F800000u);
@@ -61,7 +61,7 @@ TEST_CASE("union with the default box changes nothing, from either side") {
     if (!sameBits(box.bboxUnion(qzBBox()), box)) FAIL("box union default", describe(box));
     if (!sameBits(qzBBox().bboxUnion(box), box)) FAIL("default union box", describe(box));
   }
-  // Whatever the box holds, an empty or infinite one included, when it is the one at hand.
+  // The first operand may hold any floats, empty and infinite boxes included.
   for (int i = 0; i < 10000; ++i) {
     const qzBBox box = anyBox(random);
     if (!sameBits(box.bboxUnion(qzBBox()), box)) FAIL("box union default", describe(box));
@@ -79,7 +79,7 @@ TEST_CASE("a box of one point has it as min and max, is not empty and has no ext
   CHECK_FALSE(box.strictlyContains(p));
 }
 
-TEST_CASE("Make stores both points as given, whatever their order") {
+TEST_CASE("Make stores both points unchanged, in any order") {
   const qzBBox box = qzBBox::Make(Point(3.0f, -0.0f, kNaN), Point(1.0f, 0.0f, -kInf));
   CHECK(sameBits(box.getMinPoint(), Point(3.0f, -0.0f, kNaN)));
   CHECK(sameBits(box.getMaxPoint(), Point(1.0f, 0.0f, -kInf)));
@@ -114,7 +114,7 @@ TEST_CASE("RobustMake of swapped corners is the same box") {
   }
 }
 
-TEST_CASE("RobustMake keeps the first corner where the second is equal or not a number") {
+TEST_CASE("RobustMake keeps the first corner's value when the second is equal or NaN") {
   const qzBBox zeros = qzBBox::RobustMake(Point(0.0f, -0.0f, 1.0f), Point(-0.0f, 0.0f, kNaN));
   CHECK(sameBits(zeros.getMinPoint(), Point(0.0f, -0.0f, 1.0f)));
   CHECK(sameBits(zeros.getMaxPoint(), Point(0.0f, -0.0f, 1.0f)));
@@ -141,7 +141,7 @@ TEST_CASE("the accessors read the stored points") {
   CHECK(sameBits(box.getMaxPoint(), Point(4.0f, 5.0f, 6.0f)));
 }
 
-TEST_CASE("the points are handed out as references to what is stored") {
+TEST_CASE("getMinPoint and getMaxPoint return references to the stored points") {
   qzBBox box = unitCube();
   const Point& min = box.getMinPoint();
   const Point& max = box.getMaxPoint();

@@ -115,10 +115,10 @@ void checkRays(const OpenQBVH& hierarchy, const qzPlain::tQBVH& plain, const qz:
     hash.add(answer.triangle);
     hash.add(answer.t);
   }
-  std::printf("  %d rays, %d of them hit, against the plain form  %016llx  %.1f s\n", kNbRays, nbHits,
+  std::printf("  %d rays, %d of them hit, compared with the plain form  %016llx  %.1f s\n", kNbRays, nbHits,
               static_cast<unsigned long long>(hash.value()), seconds());
-  if (nbDifferent != 0) complain(std::to_string(nbDifferent) + " rays are answered otherwise by the plain form");
-  if (nbHits < kNbRays / 4) complain("too few rays hit to tell anything");
+  if (nbDifferent != 0) complain(std::to_string(nbDifferent) + " rays have another answer in the plain form");
+  if (nbHits < kNbRays / 4) complain("too few rays hit");
 }
 
 // The plain form without its nodes is one leaf of all triangles. Of equal distances either may be met first.
@@ -132,9 +132,9 @@ void checkRaysAtAll(const OpenQBVH& hierarchy, qzPlain::tQBVH& plain, const qz::
     nbDifferent += answer.hit != expected.hit || !sameBits(answer.t, expected.t);
     nbHits += answer.hit;
   }
-  std::printf("  %d rays, %d of them hit, against all triangles  %.1f s\n", kNbRaysAtAll, nbHits, seconds());
-  if (nbDifferent != 0) complain(std::to_string(nbDifferent) + " rays are answered otherwise by trying all triangles");
-  if (nbHits < kNbRaysAtAll / 4) complain("too few rays hit to tell anything");
+  std::printf("  %d rays, %d of them hit, compared with all triangles  %.1f s\n", kNbRaysAtAll, nbHits, seconds());
+  if (nbDifferent != 0) complain(std::to_string(nbDifferent) + " rays have another answer over all triangles");
+  if (nbHits < kNbRaysAtAll / 4) complain("too few rays hit");
 }
 
 void checkRegions(const OpenQBVH& hierarchy, const qzPlain::tQBVH& plain, const qz::qzTriMesh& mesh) {
@@ -148,8 +148,9 @@ void checkRegions(const OpenQBVH& hierarchy, const qzPlain::tQBVH& plain, const 
     nbDifferent += answer != qzPlain::intersectConvexHull(plain, planes);
     nbYes += answer;
   }
-  std::printf("  %d regions, %d of them met, against the plain form  %.1f s\n", kNbRegions, nbYes, seconds());
-  if (nbDifferent != 0) complain(std::to_string(nbDifferent) + " regions are answered otherwise by the plain form");
+  std::printf("  %d regions, %d of them intersected, compared with the plain form  %.1f s\n", kNbRegions, nbYes,
+              seconds());
+  if (nbDifferent != 0) complain(std::to_string(nbDifferent) + " regions have another answer in the plain form");
   if (nbYes == 0 || nbYes == kNbRegions) complain("all regions have the same answer");
 }
 
@@ -163,7 +164,7 @@ void checkFourWide(const qz::qzTriMesh& mesh, const qzGenericBVH& tree) {
   Hash hash;
   for (const std::uint32_t word : plain.mNodes) hash.add(word);
   for (const std::uint32_t word : plain.mIndices) hash.add(word);
-  std::printf("  %-14s %9u nodes  %9u quadruplets  %016llx  built in %.1f s, held against the plain form in %.1f s\n",
+  std::printf("  %-14s %9u nodes  %9u quadruplets  %016llx  built in %.1f s, compared with the plain form in %.1f s\n",
               "four-wide", hierarchy.getNoNodes(), hierarchy.getNoTriangleQuadruplets(),
               static_cast<unsigned long long>(hash.value()), buildSeconds, seconds());
   if (!fault.empty()) complain("four-wide: " + fault);

@@ -1,4 +1,4 @@
-// The primitive containers when there is no memory.
+// The primitive containers when an allocation fails.
 
 #include <qzCommonAddOns/builders/qzBVHMeshContainer.h>
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
@@ -52,11 +52,11 @@ void checkContainer(const Input& input, const SmallerInput& smallerInput) {
 
 }  // namespace
 
-TEST_CASE("a triangle container without memory throws, and the next one is as good as ever") {
+TEST_CASE("a triangle container without memory throws, and the next one has the right boxes") {
   checkContainer<qzBVHTriangleContainer>(terrainMesh(5, 11), soupMesh(1, 12));
 }
 
-TEST_CASE("a mesh container without memory throws, and the next one is as good as ever") {
+TEST_CASE("a mesh container without memory throws, and the next one has the right boxes") {
   qz::qzTriMesh first = soupMesh(4, 13), second = soupMesh(4, 14);
   checkContainer<qzBVHMeshContainer>(std::vector<qz::qzTriMesh*>{&first, &second},
                                      std::vector<qz::qzTriMesh*>{&second});

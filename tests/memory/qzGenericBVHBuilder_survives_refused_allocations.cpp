@@ -1,4 +1,4 @@
-// The surface-area builder when there is no memory.
+// The surface-area builder when an allocation fails.
 
 #include <doctest/doctest.h>
 
@@ -23,7 +23,7 @@ class BuilderWithFunctor : public OpenSAHBuilder {
   const qzSAHFunctionoid* mOwn;
 };
 
-/// Shows no sign of a default functor, so the bins are used.
+/// Not of the default functor's class, so the builder uses its bins.
 class OrdinaryCost : public qzSAHFunctionoid {
  public:
   float f(const qzBBox& box, unsigned int count) const override { return mDefault.f(box, count); }
@@ -34,13 +34,13 @@ class OrdinaryCost : public qzSAHFunctionoid {
 
 }  // namespace
 
-TEST_CASE("a builder that cannot be made throws and leaves nothing behind") {
+TEST_CASE("a surface-area builder whose construction fails throws and leaks nothing") {
   const std::uint64_t nbRefused = refuseEachInTurn(
       [](const Refusal& refusal) { return refusal.strikes([] { const BuilderWithFunctor builder; }); });
   CHECK(nbRefused == 4);  // three bin arrays and the functor
 }
 
-TEST_CASE("a builder without room for its items throws, and takes them later") {
+TEST_CASE("resizeItems throws without memory, and succeeds later") {
   const std::vector<qzBBox> boxes = randomBoxes(100, 0.1f, 1);
   const std::uint64_t nbRefused = refuseEachInTurn([&](const Refusal& refusal) {
     BuilderWithFunctor builder;
@@ -48,7 +48,7 @@ TEST_CASE("a builder without room for its items throws, and takes them later") {
     const bool isRefused = refusal.strikes([&] { builder.resizeItems(100); });
     CHECK(builder.mNbItems == (isRefused ? 1u : 100u));
     qzGenericBVH tree;
-    builder.build(tree);  // of the items that it has
+    builder.build(tree);  // over its present items
     builder.fill(boxes);
     builder.build(tree);
     CHECK(tree.getPrimitives().size() == 100);
@@ -57,7 +57,7 @@ TEST_CASE("a builder without room for its items throws, and takes them later") {
   CHECK(nbRefused == 5);
 }
 
-TEST_CASE("a surface-area build without memory throws, and the next one into the same tree is as good as new") {
+TEST_CASE("a surface-area build without memory throws, and the next one into the same tree equals a new tree") {
   const std::vector<qzBBox> onePlace(1030);
   const OrdinaryCost cost;
   for (const std::vector<qzBBox>& boxes : {randomBoxes(3000, 0.05f, 2), onePlace}) {
@@ -84,7 +84,7 @@ TEST_CASE("a surface-area build without memory throws, and the next one into the
   }
 }
 
-TEST_CASE("a builder that cannot be copied or assigned to throws, and is none the worse") {
+TEST_CASE("a surface-area builder whose copy or assignment fails throws and can be used again") {
   BuilderWithFunctor source;
   source.fill(randomBoxes(50, 0.1f, 4));
   const auto buildOf = [](OpenSAHBuilder& builder) {

@@ -1,4 +1,4 @@
-// Copies, assignments, growth and texts of the binary hierarchies when there is no memory.
+// Copies, assignments, growth and texts of the binary hierarchies when an allocation fails.
 
 #include <doctest/doctest.h>
 
@@ -30,7 +30,7 @@ bool sameTree2D(qzGenericBVH2D& a, qzGenericBVH2D& b) {
   return sameNodes(a, b) && primitivesOf(a) == primitivesOf(b);
 }
 
-/// Swallows what is written and takes nothing from the heap.
+/// Discards what is written, without an allocation.
 class Nowhere : public std::streambuf {
  public:
   Nowhere() : mPrevious(std::cout.rdbuf(this)) {}
@@ -47,7 +47,7 @@ class Nowhere : public std::streambuf {
 
 }  // namespace
 
-TEST_CASE("a hierarchy that cannot be copied throws, leaves its source alone and can be copied later") {
+TEST_CASE("a failed copy of a hierarchy throws and leaves the source unchanged, and a later one succeeds") {
   const qzGenericBVH source = smallBVH();
   const std::uint64_t nbRefused = refuseEachInTurn([&](const Refusal& refusal) {
     const bool isRefused = refusal.strikes([&] { static_cast<void>(qzGenericBVH(source)); });
@@ -59,14 +59,14 @@ TEST_CASE("a hierarchy that cannot be copied throws, leaves its source alone and
   CHECK(sameTree(source, smallBVH()));
 }
 
-TEST_CASE("a hierarchy that cannot be assigned to can be assigned to later") {
+TEST_CASE("after a failed assignment a hierarchy can be assigned to again") {
   const qzGenericBVH source = smallBVH();
   const std::uint64_t nbRefused = refuseEachInTurn([&](const Refusal& refusal) {
     qzGenericBVH target;
     target.editPrimitives() = {7};
     target.editNodes().resize(1);
     const bool isRefused = refusal.strikes([&] { target = source; });
-    CHECK(target.getMemoryUsed() >= 8 + 4 + 32);  // whatever it holds, it can be asked
+    CHECK(target.getMemoryUsed() >= 8 + 4 + 32);  // valid after the failure
     target = source;
     CHECK(sameTree(target, source));
     return isRefused;
@@ -74,7 +74,7 @@ TEST_CASE("a hierarchy that cannot be assigned to can be assigned to later") {
   CHECK(nbRefused == 2);
 }
 
-TEST_CASE("moves, swaps and clearing need no memory") {
+TEST_CASE("moves, swaps and clearing do not allocate") {
   qzGenericBVH source = smallBVH();
   const HeapWatch watch;
   qzGenericBVH moved(std::move(source)), other;
@@ -84,7 +84,7 @@ TEST_CASE("moves, swaps and clearing need no memory") {
   CHECK(watch.nbAllocations() == 0);
 }
 
-TEST_CASE("a node array that cannot grow keeps its nodes") {
+TEST_CASE("a node array whose growth fails keeps its nodes") {
   const std::uint64_t nbRefused = refuseEachInTurn([&](const Refusal& refusal) {
     qzGenericBVH bvh = smallBVH();
     const bool isRefused = refusal.strikes([&] { getOrCreateNode(bvh, 5000); });
@@ -97,7 +97,7 @@ TEST_CASE("a node array that cannot grow keeps its nodes") {
   CHECK(nbRefused == 1);
 }
 
-TEST_CASE("a 2D hierarchy that cannot be copied or assigned to throws, and is none the worse") {
+TEST_CASE("a 2D hierarchy whose copy or assignment fails throws and can be used again") {
   qzGenericBVH2D source = smallBVH2D();
   const std::uint64_t nbOfCopy = refuseEachInTurn([&](const Refusal& refusal) {
     const bool isRefused = refusal.strikes([&] { static_cast<void>(qzGenericBVH2D(source)); });
@@ -116,7 +116,7 @@ TEST_CASE("a 2D hierarchy that cannot be copied or assigned to throws, and is no
   CHECK(nbOfAssignment == 2);
 }
 
-TEST_CASE("statistics and texts take nothing from the heap themselves") {
+TEST_CASE("statistics and texts do not allocate") {
   const qzGenericBVH bvh = smallBVH();
   qzGenericBVH2D bvh2D = smallBVH2D();
   const Nowhere nowhere;
@@ -134,7 +134,7 @@ TEST_CASE("statistics and texts take nothing from the heap themselves") {
   CHECK(nbAllocations == 0);
 }
 
-TEST_CASE("a stream without memory swallows a text, and the next one is whole") {
+TEST_CASE("a text into a stream without memory is lost, and the next one is complete") {
   const qzGenericBVH bvh = smallBVH();
   const auto write = [&] {
     bvh.print();

@@ -1,4 +1,4 @@
-// The watch over the heap itself: a watch that sees nothing would let everything pass.
+// HeapWatch itself: if it counted nothing, the tests that use it would pass.
 
 #include "support/qzHeapWatch.h"
 
@@ -10,14 +10,14 @@
 
 using namespace qzTest;
 
-TEST_CASE("the watch sees every form of operator new, what is held and the most that was") {
+TEST_CASE("HeapWatch counts every form of operator new, the bytes held and their peak") {
   const HeapWatch watch;
-  // By name, which no compiler leaves out.
+  // Called by name, as compilers may omit new expressions.
   void* const block = ::operator new(100);
   CHECK(watch.held() == 100);
   ::operator delete[](::operator new[](50, std::align_val_t(256)), std::align_val_t(256));
   ::operator delete(::operator new(7, std::nothrow));
-  CHECK(watch.held() == 100);  // a block that is left behind
+  CHECK(watch.held() == 100);  // one block is leaked so far
   ::operator delete(block);
   CHECK(watch.held() == 0);
   CHECK(watch.peak() == 150);
@@ -26,14 +26,14 @@ TEST_CASE("the watch sees every form of operator new, what is held and the most 
   CHECK(watch.released(2) == block);
 }
 
-TEST_CASE("the watch sees the aligned allocator") {
+TEST_CASE("HeapWatch counts the aligned allocator's blocks") {
   const HeapWatch watch;
   _mm_free(_mm_malloc(64, 64));
   CHECK(watch.nbAllocations() == 1);
   CHECK(watch.nbAlignedBlocks() == 1);
 }
 
-TEST_CASE("the allocation of the given number is refused, alone or with all later ones, of the given kind") {
+TEST_CASE("Refusal refuses the allocation of the given number and kind, alone or with all later ones") {
   for (const RefusedAllocation::Span span : {RefusedAllocation::eOnce, RefusedAllocation::eFromThenOn}) {
     bool isThere[4], hasHappened;
     {

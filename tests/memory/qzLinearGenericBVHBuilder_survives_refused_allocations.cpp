@@ -1,4 +1,4 @@
-// The linear builder when there is no memory, with records that somebody reads.
+// The linear builder when an allocation fails, with a logger installed.
 
 #include <doctest/doctest.h>
 
@@ -9,7 +9,7 @@
 
 using namespace qzTest;
 
-TEST_CASE("a linear build whose records are read survives every refusal, and the next one is as good as new") {
+TEST_CASE("a linear build without memory throws, with a logger installed, and the next one equals a new tree") {
   const BoxContainer container(randomBoxes(300, 0.2f, 21));
   const CancelAtPoll never(CancelAtPoll::kNever);
   for (const unsigned int bits : {10u, 20u}) {
@@ -32,7 +32,7 @@ TEST_CASE("a linear build whose records are read survives every refusal, and the
   }
 }
 
-TEST_CASE("a linear build that is cancelled without memory throws or returns false, and leaves nothing behind") {
+TEST_CASE("a linear build that is cancelled or without memory throws or returns false, and leaks nothing") {
   const LogCapture quiet(false);
   const BoxContainer container(randomBoxes(12, 0.2f, 22));
   qzGenericBVH expected;
@@ -53,7 +53,7 @@ TEST_CASE("a linear build that is cancelled without memory throws or returns fal
   CHECK(cancelAt > 100);
 }
 
-TEST_CASE("a linear builder that cannot be copied or assigned to throws, and is none the worse") {
+TEST_CASE("a linear builder whose copy or assignment fails throws and can be used again") {
   const LogCapture quiet(false);
   const BoxContainer container(randomBoxes(30, 0.2f, 23));
   qzLinearGenericBVHBuilder source;

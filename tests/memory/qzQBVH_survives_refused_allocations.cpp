@@ -1,7 +1,7 @@
-// The four-wide hierarchy when there is no memory. What operator new cannot give gets out of a build as the standard
-// exception. The results of the aligned allocator are not checked, by contract: a build that gets no block for its
-// four-lane arrays writes through a null pointer. So of these only what touches no block is tried: allocate itself, and
-// sets of no planes. Whether their blocks are released is for the address sanitizer to see.
+// The four-wide hierarchy when an allocation fails. A failure of operator new leaves a build as std::bad_alloc. The
+// results of the aligned allocator are not checked, by contract: a build that gets no block for its four-lane arrays
+// writes through a null pointer. So only calls that write no block are tested: allocate itself, and sets of no planes.
+// The address sanitizer checks that the blocks are released.
 
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
@@ -21,7 +21,7 @@ using namespace qzTest;
 
 namespace {
 
-/// What a hierarchy answers: a bit for each of a few regions, and the hits of a few rays.
+/// Answers of a hierarchy: a bit for each of a few regions, and the hits of a few rays.
 struct Answers {
   std::string regions;
   std::vector<std::uint32_t> hits;
@@ -58,7 +58,7 @@ void checkBuild(const qz::qzTriMesh& mesh, Build build) {
     qzQBVH hierarchy;
     hierarchy.buildFromMesh(kBothArrays, other, 4);
     const bool isRefused = refusal.strikes([&] { build(hierarchy); });
-    // A build that fails leaves the hierarchy as it was.
+    // A build that fails leaves the hierarchy unchanged.
     CHECK(answersOf(hierarchy, other) == (isRefused ? earlier : answersOf(ofMesh, other)));
     build(hierarchy);
     CHECK(answersOf(hierarchy, mesh) == expected);
@@ -69,7 +69,7 @@ void checkBuild(const qz::qzTriMesh& mesh, Build build) {
 
 }  // namespace
 
-TEST_CASE("buildFromMesh without memory throws and leaves the hierarchy as it was, and the next build is whole") {
+TEST_CASE("buildFromMesh without memory throws and leaves the hierarchy unchanged, and the next build succeeds") {
   const LogCapture quiet(false);
   const qz::qzTriMesh mesh = terrainMesh(12, 33);
   for (const unsigned int maxLeafSize : {1u, 4u}) {
@@ -77,7 +77,7 @@ TEST_CASE("buildFromMesh without memory throws and leaves the hierarchy as it wa
   }
 }
 
-TEST_CASE("buildFromBVH without memory throws and leaves the hierarchy as it was, and the next build is whole") {
+TEST_CASE("buildFromBVH without memory throws and leaves the hierarchy unchanged, and the next build succeeds") {
   const LogCapture quiet(false);
   const qz::qzTriMesh mesh = terrainMesh(12, 34);
   const qzBVHTriangleContainer triangles(mesh);
@@ -86,7 +86,7 @@ TEST_CASE("buildFromBVH without memory throws and leaves the hierarchy as it was
   checkBuild(mesh, [&](qzQBVH& hierarchy) { hierarchy.buildFromBVH(kBothArrays, binary, mesh); });
 }
 
-TEST_CASE("a query of many planes without memory throws, and then answers as ever") {
+TEST_CASE("a hull query of many planes without memory throws, and the next one gives its answer") {
   OpenQBVH hierarchy;
   hierarchy.allocateEmpty(0, 1);
   hierarchy.setTriangle(0, 0, Point(-9.0f, -9.0f, 0.0f), Point(9.0f, -9.0f, 0.0f), Point(0.0f, 9.0f, 0.0f));
@@ -104,7 +104,7 @@ TEST_CASE("a query of many planes without memory throws, and then answers as eve
   CHECK(nbRefused == 3);  // room for 128, 256 and 512 corners
 }
 
-TEST_CASE("a query that has no memory for its error record throws, and then logs it as ever") {
+TEST_CASE("a query without memory for its error record throws, and the next one logs it") {
   const qz::qzTriMesh mesh = soupMesh(5, 35);
   qzQBVH withoutEquations, withoutVertices;
   {
@@ -132,7 +132,7 @@ TEST_CASE("a query that has no memory for its error record throws, and then logs
   CHECK(nbRefused >= 2);
 }
 
-TEST_CASE("allocate without memory leaves null pointers that can be destroyed and allocated anew") {
+TEST_CASE("allocate without memory leaves null pointers, and can be repeated") {
   for (const RefusedAllocation::Span span : {RefusedAllocation::eOnce, RefusedAllocation::eFromThenOn}) {
     for (std::uint64_t n = 0; n < 4; ++n) {
       INFO("block ", n, " refused");
@@ -152,7 +152,7 @@ TEST_CASE("allocate without memory leaves null pointers that can be destroyed an
       }
       CHECK(hierarchy.getNoNodes() == 7);
       CHECK(hierarchy.getNoTriangleQuadruplets() == 9);
-      if (n % 2 == 0) continue;  // destroyed as it is
+      if (n % 2 == 0) continue;  // destroyed without a further build
       hierarchy.allocate(kBothArrays, 1, 1);
       CHECK(hierarchy.mNodes != nullptr);
       CHECK(hierarchy.mTriangleIndices != nullptr);
@@ -160,7 +160,7 @@ TEST_CASE("allocate without memory leaves null pointers that can be destroyed an
   }
 }
 
-TEST_CASE("a set of no planes is null without memory, and null can be deleted") {
+TEST_CASE("a set of no planes is null without memory, and null may be released") {
   qzQBVH::tSOASinglePlaneEqn* set;
   bool hasHappened;
   {

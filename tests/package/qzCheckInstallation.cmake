@@ -1,4 +1,4 @@
-# cmake -DPREFIX=... -DREADELF=... -DNM=... -P: what a shared library shows to the outside, and what gets installed.
+# cmake -DPREFIX=... -DREADELF=... -DNM=... -P: the exports of a shared library and the installed files.
 include(${CMAKE_CURRENT_LIST_DIR}/qzNested.cmake)
 set(library ${PREFIX}/lib/libqzCommonAddOns.so)
 

@@ -1,5 +1,5 @@
-# cmake -DSOURCE=... -DVARIANT=... -DFLAGS=... -DINCLUDES=... -DNM=... -DWORK=... -P: a source compiled for processors of
-# its own leaves nothing to the linker that other objects could share. A weak symbol is one of several copies, of which
+# cmake -DSOURCE=... -DVARIANT=... -DFLAGS=... -DINCLUDES=... -DNM=... -DWORK=... -P: a source compiled for certain
+# processors has no weak symbols that other objects could share. A weak symbol is one of several copies, of which
 # the linker keeps any: it must belong to the variant's namespace, or an old processor may run that copy. Optimised code
 # has few such symbols, so the source is compiled without optimisation.
 include(${CMAKE_CURRENT_LIST_DIR}/qzNested.cmake)

@@ -1,5 +1,6 @@
 # cmake -DPACKAGE=... -DCOMPILER=... -DFLAGS=... -DEXPECTED=<file> -DMODE=<regex> -DWORK=... -P: builds the caller with
-# those flags and holds its output to that of the caller without flags. A run that is to make that file says -DMAKE=ON.
+# those flags and compares its output with that of the caller without flags. A run that is to make that file says
+# -DMAKE=ON.
 include(${CMAKE_CURRENT_LIST_DIR}/qzNested.cmake)
 set(QZ_CXX_COMPILER ${COMPILER})
 qz_configure(${CMAKE_CURRENT_LIST_DIR}/fast_math ${WORK} -DCMAKE_PREFIX_PATH=${PACKAGE} "-DCMAKE_CXX_FLAGS=${FLAGS}")

@@ -1,4 +1,5 @@
-# cmake -DPACKAGE=... -DREQUEST=... -DREASON=<regex> -DWORK=... -P: a project that asks for what is not there is told so.
+# cmake -DPACKAGE=... -DREQUEST=... -DREASON=<regex> -DWORK=... -P: a request that the package cannot satisfy fails with
+# a message.
 include(${CMAKE_CURRENT_LIST_DIR}/qzNested.cmake)
 file(REMOVE_RECURSE ${WORK})
 execute_process(
@@ -8,7 +9,7 @@ execute_process(
 if(result EQUAL 0)
   message(FATAL_ERROR "${REQUEST} was accepted")
 endif()
-# Refused for that, and not for some other reason.
+# With this reason and no other.
 string(REGEX REPLACE "[ \n]+" " " output "${output}")
 if(NOT output MATCHES "${REASON}")
   message(FATAL_ERROR "${REQUEST} was refused, but the reason does not say \"${REASON}\":\n${output}")

@@ -27,7 +27,7 @@ constexpr double kWeightMargin = 2e-3;  // of weights; the library takes 1e-4 ou
 constexpr double kGrazing = 0.02;       // cosine between normal and ray
 constexpr double kNeedle = 0.003;       // smallest height of a triangle, in scene units
 
-/// Where the line meets one triangle's plane.
+/// The line's intersection with one triangle's plane.
 struct tMeeting {
   double mDistance;  // what is to be smallest: s or |s|
   double mWeights[3];
@@ -41,7 +41,7 @@ tBruteForceHit castAtAll(const qz::qzTriMesh& mesh, const tVector& origin, const
   const int nbTriangles = mesh.getIndexBuffer()->getNbIndices() / 3;
   tBruteForceHit hit;
 
-  // Every triangle that the line meets or nearly meets, on an accepted side and near the interval.
+  // Every triangle that the line hits or nearly hits, on an accepted side and near the interval.
   std::vector<tMeeting> meetings;
   for (int triangle = 0; triangle < nbTriangles; ++triangle) {
     tVector corner[3];

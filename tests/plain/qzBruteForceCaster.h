@@ -1,5 +1,5 @@
 #pragma once
-// Rays against all triangles of a mesh in double precision: no hierarchy, and another formula than the library's.
+// Rays against all triangles of a mesh in double precision, without a hierarchy and by another formula.
 
 #include <Wm4/Vector3.h>
 #include <qzSceneGraph/qzTriMesh.h>

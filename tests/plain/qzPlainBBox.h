@@ -1,5 +1,5 @@
 #pragma once
-// qzBBox once more, a rule at a time: three axes in a loop, scalar floats, no care for speed.
+// The plain form of qzBBox: one rule at a time, three axes in a loop, scalar floats, not optimised.
 
 #include <Wm4/Box3.h>
 #include <Wm4/Vector3.h>
@@ -8,7 +8,7 @@
 
 namespace qzPlain {
 
-/// The value at hand stays unless the other is strictly smaller (larger).
+/// The first value stays unless the other is strictly smaller (larger).
 inline float minOf(float other, float atHand) {
   return other < atHand ? other : atHand;
 }

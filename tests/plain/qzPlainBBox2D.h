@@ -1,5 +1,5 @@
 #pragma once
-// qzBBox2D once more, a rule at a time: two axes in a loop, scalar floats, no care for speed.
+// The plain form of qzBBox2D: one rule at a time, two axes in a loop, scalar floats, not optimised.
 
 #include <Wm4/Vector2.h>
 #include <qzCommonAddOns/geometry/qzBBox2D.h>

@@ -34,7 +34,7 @@ Point crossing(const Point& prev, float prevDistance, const Point& cur, float cu
   return p;
 }
 
-// The vertices go to the front of out, which keeps what it has after them. Returns their number.
+// Writes the vertices to the front of out and leaves the entries after them. Returns their number.
 unsigned int clipPolygon(const std::vector<Point>& polygon, const std::vector<float>& distances, unsigned int count,
                          std::vector<Point>& out) {
   unsigned int nbEmitted = 0;

@@ -1,5 +1,5 @@
 #pragma once
-// The hull query of qzQBVH once more: a lane at a time, in the order of its rules, clipping arrays exchanged and all.
+// The plain form of qzQBVH's hull query: one lane at a time, with the same order of operations and of clipping arrays.
 
 #include <Wm4/Vector3.h>
 #include <Wm4/Vector4.h>
@@ -16,7 +16,7 @@ using Planes = std::vector<Wm4::Vector4<float>>;
 /// The query of qzQBVH, without the log record of a hierarchy that has no vertices.
 bool intersectConvexHull(const tQBVH& hierarchy, const Planes& planes);
 
-/// Four triangles while planes cut pieces off them.
+/// Four triangles while planes clip them.
 class tClipping {
  public:
   /// The triangles of one block of tQBVH::mVertices.
@@ -24,13 +24,13 @@ class tClipping {
 
   void clip(const Wm4::Vector4<float>& plane);
 
-  /// Most vertices of a polygon that the last plane was held against.
+  /// Most vertices of a polygon that the last plane clipped.
   unsigned int maxCount() const { return mMaxCount; }
 
  private:
   using Polygon = std::vector<Wm4::Vector3<float>>;
 
-  // A polygon's vertices are the first mCounts[lane] entries; what comes after is left over from other planes.
+  // A polygon's vertices are the first mCounts[lane] entries; those after it are stale.
   Polygon mCurrent[4], mNext[4];
   unsigned int mCounts[4], mMaxCount;
 };

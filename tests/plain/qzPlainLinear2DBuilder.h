@@ -1,6 +1,6 @@
 #pragma once
-// qzLinearGenericBVH2DBuilder once more, stage by stage: codes, a stable sort, a list of groups per code bit, nodes
-// level by level, boxes by recursion, small subtrees made leaves afterwards. Same result; no care for speed or memory.
+// The plain form of qzLinearGenericBVH2DBuilder, stage by stage: codes, a stable sort, a list of groups per code bit,
+// nodes level by level, boxes by recursion, small subtrees made leaves afterwards. Same result; not optimised.
 
 #include <Wm4/Vector2.h>
 #include <qzCommonAddOns/bvh/qzGNode2D.h>
@@ -11,7 +11,7 @@
 
 namespace qzPlain {
 
-/// What a qzGenericBVH2D holds, open to everybody.
+/// The members of a qzGenericBVH2D, public.
 struct Tree2D {
   std::vector<unsigned int> primitives;
   std::vector<qzGNode2D> nodes;

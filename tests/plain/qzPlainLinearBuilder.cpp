@@ -41,8 +41,8 @@ unsigned int highestBit(std::uint64_t value) {
   return bit;
 }
 
-// The boxes of a subtree. A poll that says "cancel" ends a node's visit at once, its box as it was; the visits of its
-// ancestors go on.
+// The boxes of a subtree. A poll that cancels ends a node's visit and leaves its box; the visits of its
+// ancestors continue.
 void refitBBoxes(const Container& container, const std::vector<unsigned int>& indices, Tree& tree, unsigned int node,
                  const Cancel* cancel) {
   if (poll(cancel)) return;
@@ -196,7 +196,7 @@ bool LinearBuilder::build(const Container& container, Tree& tree, const Cancel* 
   }
   std::vector<std::uint64_t> codes = mortonCodes(container, bits);
 
-  // A build abandoned before its levels are listed still reports the working buffer and polls once more.
+  // A build cancelled before its levels are listed still reports the working buffer and polls once more.
   const auto logWorkingBuffer = [](std::uint64_t nbEntries) {
     logLine(allocateLine(8 * nbEntries, "of working buffer"));
   };

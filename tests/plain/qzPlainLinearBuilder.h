@@ -1,7 +1,7 @@
 #pragma once
-// qzLinearGenericBVHBuilder once more, stage by stage: codes, a stable sort, a list of groups per code bit, nodes level
-// by level, boxes by recursion, small subtrees made leaves afterwards. Same result, records, polls and calls; no care
-// for speed or memory.
+// The plain form of qzLinearGenericBVHBuilder, stage by stage: codes, a stable sort, a list of groups per code bit,
+// nodes level by level, boxes by recursion, small subtrees made leaves afterwards. Same result, records, polls and
+// calls; no care for speed or memory.
 
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
 #include <qzCommonAddOns/bvh/qzGNode.h>
@@ -14,7 +14,7 @@
 
 namespace qzPlain {
 
-/// What a qzGenericBVH holds, open to everybody.
+/// The members of a qzGenericBVH, public.
 struct Tree {
   std::vector<unsigned int> primitives;
   std::vector<qzGNode> nodes;
@@ -22,8 +22,8 @@ struct Tree {
   unsigned int nbNodes = 0;
 };
 
-/// A number of bytes for people: three digits or so and a prefix for a power of 1024, without the B. Halves are rounded
-/// down; a negative number is read as unsigned.
+/// A number of bytes for log texts: about three digits and a prefix for a power of 1024, without the B. Halves are
+/// rounded down; a negative number is read as unsigned.
 std::string formatByteSize(std::int64_t value);
 
 /// The Morton code of a cell: bit k of x, y and z becomes bit 3k, 3k + 1 and 3k + 2. 21 bits per coordinate count.

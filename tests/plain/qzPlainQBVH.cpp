@@ -52,7 +52,7 @@ tEquations equationsOf(const tTriangle& triangle) {
     d = -dot(n, v0);
   }
 
-  // The dual basis of e1 and e2 in the plane, without a guard.
+  // The dual basis of e1 and e2 in the plane, also for a zero determinant.
   const float a11 = dot(e1, e1), a22 = dot(e2, e2), a12 = dot(e1, e2);
   const float i1 = 1.0f / a11, i2 = 1.0f / a22;
   const float s = 1.0f / (1.0f - (a12 * i2) * (a12 * i1));
@@ -198,7 +198,7 @@ float maxOfLane(float x, float y) {
   return x > y ? x : y;
 }
 
-/// One ray on its way through a hierarchy; t, barycentric and triangle are the caller's.
+/// One ray in its traversal of a hierarchy; t, barycentric and triangle are the caller's.
 struct tRayQuery {
   const tQBVH& mHierarchy;
   const Point mOrigin, mDirection;
@@ -324,7 +324,7 @@ qzBBox boxOfFirstNode(const tQBVH& hierarchy) {
       lane[0][j] = floatFromBits(hierarchy.mNodes[4 * axis + j]);
       lane[1][j] = floatFromBits(hierarchy.mNodes[4 * (3 + axis) + j]);
     }
-    // minOf and maxOf take the value at hand second, and it stays unless the other is strictly smaller (larger).
+    // minOf and maxOf take the present value second, and it stays unless the other is strictly smaller (larger).
     min[static_cast<int>(axis)] = minOf(minOf(lane[0][3], lane[0][2]), minOf(lane[0][1], lane[0][0]));
     max[static_cast<int>(axis)] = maxOf(maxOf(lane[1][3], lane[1][2]), maxOf(lane[1][1], lane[1][0]));
   }

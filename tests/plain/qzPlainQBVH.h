@@ -1,5 +1,6 @@
 #pragma once
-// qzQBVH once more, a lane at a time: the same conversion and the same ray queries in scalar floats on plain words.
+// The plain form of qzQBVH, one lane at a time: the same conversion and the same ray queries in scalar floats on plain
+// words.
 
 #include <Wm4/Vector2.h>
 #include <Wm4/Vector3.h>
@@ -11,7 +12,7 @@
 
 namespace qzPlain {
 
-/// A four-wide hierarchy as its 32-bit words, in the rows and lanes that qzQBVH.h draws: word 4 * row + lane of a
+/// A four-wide hierarchy as its 32-bit words, in the rows and lanes that qzQBVH.h documents: word 4 * row + lane of a
 /// block.
 struct tQBVH {
   static constexpr unsigned int kNodeWords = 32, kVertexWords = 36, kEquationWords = 48, kIndexWords = 4;

@@ -1,6 +1,6 @@
 #pragma once
-// qzGenericBVHBuilder once more, a rule at a time: every bin, every candidate, a whole sort for every median. Same
-// tree, same order of items, same calls of the cost functor; no care for speed.
+// The plain form of qzGenericBVHBuilder, one rule at a time: every bin, every candidate, a whole sort for every median.
+// Same tree, same order of items, same calls of the cost functor; not optimised.
 
 #include <qzCommonAddOns/builders/qzSAHFunctionoid.h>
 #include <qzCommonAddOns/bvh/qzGNode.h>

@@ -1,6 +1,5 @@
 #pragma once
-// The box and triangle test once more, axis by axis as in the table of the published algorithm, without a shared
-// formula.
+// The plain form of the box and triangle test: axis by axis, as in the table of the published algorithm.
 
 #include <Wm4/Vector3.h>
 #include <qzCommonAddOns/geometry/qzBBox.h>

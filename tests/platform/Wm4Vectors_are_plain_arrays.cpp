@@ -21,7 +21,7 @@ constexpr bool isPlainArray() {
 }
 
 // Constructs a Vector over bytes that are all 0xAB and tells whether the default constructor left them alone. The bytes
-// are volatile: nobody initialises the vector, so a compiler could otherwise drop them.
+// are volatile: the vector is uninitialised, so a compiler could otherwise drop them.
 template <class Vector>
 bool defaultConstructorLeavesMemoryAlone() {
   alignas(Vector) volatile unsigned char memory[sizeof(Vector)];
@@ -34,7 +34,7 @@ bool defaultConstructorLeavesMemoryAlone() {
 
 }  // namespace
 
-TEST_CASE("a vector is its components in a row and nothing else") {
+TEST_CASE("a vector has the size and layout of an array of its components") {
   CHECK(isPlainArray<Wm4::Vector2<float>, 2>());
   CHECK(isPlainArray<Wm4::Vector3<float>, 3>());
   CHECK(isPlainArray<Wm4::Vector4<float>, 4>());
@@ -43,7 +43,7 @@ TEST_CASE("a vector is its components in a row and nothing else") {
   CHECK(std::memcmp(&v, inOrder, sizeof inOrder) == 0);
 }
 
-TEST_CASE("components are read by number and by name, x first") {
+TEST_CASE("components are read by index and by name, x first") {
   const Wm4::Vector2<float> two(1.0f, 2.0f);
   CHECK((two[0] == 1.0f && two[1] == 2.0f));
   CHECK((two.X() == 1.0f && two.Y() == 2.0f));
@@ -55,7 +55,7 @@ TEST_CASE("components are read by number and by name, x first") {
   CHECK((four.X() == 1.0f && four.Y() == 2.0f && four.Z() == 3.0f && four.W() == 4.0f));
 }
 
-TEST_CASE("components are written by number and by name") {
+TEST_CASE("components are written by index and by name") {
   Wm4::Vector2<float> two(0.0f, 0.0f);
   two[0] = 1.0f;
   two.Y() = 2.0f;
@@ -84,14 +84,14 @@ TEST_CASE("components are written by number and by name") {
   CHECK((four.X() == 5.0f && four.Y() == 6.0f && four.Z() == 7.0f && four.W() == 8.0f));
 }
 
-TEST_CASE("a constant vector hands out copies, not references") {
+TEST_CASE("a constant vector returns components by value") {
   CHECK(std::is_same_v<decltype(std::declval<const Wm4::Vector3<float>&>()[0]), float>);
   CHECK(std::is_same_v<decltype(std::declval<Wm4::Vector3<float>&>()[0]), float&>);
   CHECK(std::is_same_v<decltype(std::declval<const Wm4::Vector3<float>&>().X()), float>);
   CHECK(std::is_same_v<decltype(std::declval<Wm4::Vector3<float>&>().X()), float&>);
 }
 
-TEST_CASE("a vector of doubles keeps doubles") {
+TEST_CASE("a vector of doubles stores doubles") {
   const Wm4::Vector3<double> v(0.1, 0.2, 0.3);
   CHECK((v[0] == 0.1 && v[1] == 0.2 && v[2] == 0.3));
   CHECK(sizeof v == 3 * sizeof(double));

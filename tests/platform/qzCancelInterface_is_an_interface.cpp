@@ -20,20 +20,20 @@ class Switch : public qz::qzCancelInterfaceReadOnly {
 
 }  // namespace
 
-TEST_CASE("it can be destroyed through its base") {
+TEST_CASE("a cancel interface can be destroyed through its base") {
   bool destroyed = false;
   std::unique_ptr<qz::qzCancelInterfaceReadOnly> cancel = std::make_unique<Switch>(destroyed);
   cancel.reset();
   CHECK(destroyed);
 }
 
-TEST_CASE("it is an interface: abstract, with a virtual destructor") {
+TEST_CASE("qzCancelInterfaceReadOnly is abstract, with a virtual destructor") {
   CHECK(std::is_abstract_v<qz::qzCancelInterfaceReadOnly>);
   CHECK(std::has_virtual_destructor_v<qz::qzCancelInterfaceReadOnly>);
 }
 
 #if defined(__GNUC__)
-TEST_CASE("its one query is the first virtual function after the destructor") {
+TEST_CASE("isCanceled is the first virtual function after the destructor") {
   CHECK(qzTest::virtualSlotOf(&qz::qzCancelInterfaceReadOnly::isCanceled) == 1);
 }
 #endif

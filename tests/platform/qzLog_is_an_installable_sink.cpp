@@ -31,12 +31,12 @@ TEST_CASE("log types are the integers 0, 1 and 2") {
   CHECK((qz::eLogTrace == 0 && qz::eLogInfo == 1 && qz::eLogError == 2));
 }
 
-TEST_CASE("a sink is an abstract class with a virtual destructor") {
+TEST_CASE("qzLog is an abstract class with a virtual destructor") {
   CHECK(std::is_abstract_v<qz::qzLog>);
   CHECK(std::has_virtual_destructor_v<qz::qzLog>);
 }
 
-TEST_CASE("a sink can be destroyed through its base") {
+TEST_CASE("a log sink can be destroyed through its base") {
   bool destroyed = false;
   std::unique_ptr<qz::qzLog> sink = std::make_unique<Sink>(destroyed);
   sink.reset();

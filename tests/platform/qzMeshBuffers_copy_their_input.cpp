@@ -34,7 +34,7 @@ TEST_CASE("a vertex buffer made of a vector counts its positions") {
   CHECK(qz::qzVertexBuffer(std::vector<Point>()).getNbVertices() == 0);
 }
 
-TEST_CASE("a negative vertex count is kept as given and nothing is copied") {
+TEST_CASE("a negative vertex count is kept, and no vertex is copied") {
   CHECK(qz::qzVertexBuffer(nullptr, -1).getNbVertices() == -1);
   CHECK(qz::qzVertexBuffer(nullptr, -7).getNbVertices() == -7);
   CHECK(qz::qzVertexBuffer(nullptr, 0).getNbVertices() == 0);
@@ -58,7 +58,7 @@ TEST_CASE("an index buffer made of a vector counts its indices") {
   CHECK(qz::qzIndexBuffer(std::vector<int>()).getNbIndices() == 0);
 }
 
-TEST_CASE("a negative index count is kept as given and nothing is copied") {
+TEST_CASE("a negative index count is kept, and no index is copied") {
   CHECK(qz::qzIndexBuffer(nullptr, -1).getNbIndices() == -1);
   CHECK(qz::qzIndexBuffer(nullptr, -3).getNbIndices() == -3);
   CHECK(qz::qzIndexBuffer(nullptr, 0).getNbIndices() == 0);

@@ -21,7 +21,7 @@ TEST_CASE("the shared locale is the classic one") {
   CHECK(qz::qzStringUtils::msCplusLocale.name() == "C");
 }
 
-TEST_CASE("it formats with a point and without grouping, whatever the global locale is") {
+TEST_CASE("numbers have a decimal point and no grouping under any global locale") {
   const std::locale previous = std::locale::global(std::locale(std::locale::classic(), new CommaAndDots));
   std::ostringstream global, classic;
   classic.imbue(qz::qzStringUtils::msCplusLocale);

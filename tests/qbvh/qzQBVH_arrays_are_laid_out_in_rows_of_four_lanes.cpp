@@ -21,7 +21,7 @@ qz::qzTriMesh rowOfTriangles(int count) {
   return meshOfCorners(corners);
 }
 
-/// A box that is told from all others by its number.
+/// A different box for every number.
 qzBBox boxNumber(int number) {
   const float x = static_cast<float>(number);
   return qzBBox::Make(x, x + 0.125f, x + 0.25f, x + 0.5f, x + 0.625f, x + 0.75f);
@@ -40,7 +40,7 @@ qzGenericBVH rootLeaf(unsigned int count) {
   return bvh;
 }
 
-/// The library's conversion, once its words are seen to be those of the plain form.
+/// The library's conversion, after a check that its words are the plain form's.
 struct Converted {
   OpenQBVH library;
   qzPlain::tQBVH plain;
@@ -74,7 +74,7 @@ struct Converted {
   }
 };
 
-/// Whether the rows from first on hold values in a lane of the equations, to the bit; any NaN is as good as another.
+/// Whether the rows from first on hold values in a lane of the equations, bit for bit; any NaN equals any other.
 bool equationRowsAre(const Converted& converted, unsigned int lane, unsigned int first, std::vector<float> values) {
   for (unsigned int i = 0; i < values.size(); ++i) {
     if (!sameBitsOrNaN(converted.equationValue(0, first + i, lane), values[i])) return false;
@@ -93,7 +93,7 @@ TEST_CASE("an empty hierarchy has no nodes, no quadruplets, no arrays, no flags 
   CHECK(sameBits(hierarchy.mRootBBox, qzBBox()));
 }
 
-TEST_CASE("a root that is a leaf of n triangles makes no node, a quadruplet for every four, and its own box") {
+TEST_CASE("a root leaf of n triangles makes no node and n / 4 quadruplets, rounded up, and its box is the root box") {
   for (unsigned int n = 0; n <= 13; ++n) {
     CAPTURE(n);
     const Converted converted(kBothArrays, rootLeaf(n), rowOfTriangles(13));
@@ -107,7 +107,7 @@ TEST_CASE("a root that is a leaf of n triangles makes no node, a quadruplet for 
   }
 }
 
-TEST_CASE("the box of a root that is a leaf is taken as it is, inverted or NaN") {
+TEST_CASE("the box of a root leaf is copied unchanged, inverted or NaN") {
   qzGenericBVH bvh = rootLeaf(1);
   for (const qzBBox& box : {qzBBox(), qzBBox::Make(3.0f, kNaN, -0.0f, 1.0f, 2.0f, -kInf)}) {
     bvh.getNode(0).setBBox(box);
@@ -153,7 +153,7 @@ TEST_CASE("vertices follow the index buffer, and triangle numbers are those that
   CHECK(converted.vertexValue(0, 6, 0) == 1.0f);
 }
 
-TEST_CASE("the equations of a right triangle: normal 0 0 1, U a half along x, W a quarter along y") {
+TEST_CASE("a right triangle in z = 0 has normal (0, 0, 1), U = (1/2, 0, 0) and W = (0, 1/4, 0)") {
   const Converted converted(kBothArrays, rootLeaf(3), rowOfTriangles(3));
   CHECK(equationRowsAre(converted, 0, 0, {0.0f, 0.0f, 1.0f, -0.0f}));
   CHECK(equationRowsAre(converted, 0, 4, {0.5f, 0.0f, 0.0f, -0.0f}));
@@ -172,20 +172,20 @@ TEST_CASE("the equations of a skew triangle are the dual basis of its edges") {
   CHECK(equationRowsAre(converted, 0, 8, {0.0f, 0.0f, 0.5f, -0.0f}));
 }
 
-TEST_CASE("a triangle on one point stores a normal of zero, d = 1, and equations that are NaN") {
+TEST_CASE("a triangle of three equal corners stores a zero normal, d = 1 and NaN equations") {
   const Point p(1.0f, 2.0f, 3.0f);
   const Converted converted(kBothArrays, rootLeaf(1), meshOfCorners({p, p, p}));
   CHECK(equationRowsAre(converted, 0, 0, {0.0f, 0.0f, 0.0f, 1.0f}));
   CHECK(equationRowsAre(converted, 0, 4, std::vector<float>(8, kNaN)));
 }
 
-TEST_CASE("collinear corners store a normal of zero, d = 1, and what dividing by zero gives") {
+TEST_CASE("collinear corners store a zero normal, d = 1 and the results of a division by zero") {
   // e1 = (1, 0, 0), e2 = (2, 0, 0): s = 1 / 0. U = inf * e1 - inf * e2.
   const Converted converted(kBothArrays, rootLeaf(1), meshOfCorners({Point(0, 0, 0), Point(1, 0, 0), Point(2, 0, 0)}));
   CHECK(equationRowsAre(converted, 0, 0, {0.0f, 0.0f, 0.0f, 1.0f, kNaN, kNaN, kNaN, kNaN, kNaN, kNaN, kNaN, kNaN}));
 }
 
-TEST_CASE("a triangle too small for its normal keeps the normal as it is, and d = 1") {
+TEST_CASE("a triangle whose squared normal underflows keeps its normal unnormalised, with d = 1") {
   // N = (0, 0, 2^-80), whose square is 0.
   const Converted converted(kBothArrays, rootLeaf(1),
                             meshOfCorners({Point(0, 0, 0), Point(0x1p-40f, 0, 0), Point(0, 0x1p-40f, 0)}));
@@ -228,7 +228,7 @@ TEST_CASE("two leaves below the root leave lanes 1 and 3 empty") {
   CHECK(converted.library.indexWords() == Words{0, kNone, kNone, kNone, 1, kNone, kNone, kNone});
 }
 
-TEST_CASE("four inner grandchildren fill four inner lanes, numbered by rising binary number and not by the walk") {
+TEST_CASE("four inner grandchildren fill four inner lanes, numbered in the order of the binary node array") {
   // Node 0 over 5 and 6, these over 8, 2 and 4, 3, these over two leaves each, 9 ... 16.
   qzGenericBVH bvh;
   fillPrimitives(bvh, 8);
@@ -241,7 +241,7 @@ TEST_CASE("four inner grandchildren fill four inner lanes, numbered by rising bi
     setLeaf(bvh, 9 + 2 * i, boxNumber(20), 2 * i, 1);
     setLeaf(bvh, 10 + 2 * i, boxNumber(21), 2 * i + 1, 1);
   }
-  setLeaf(bvh, 1, boxNumber(1), 0, 8);  // out of reach, like 7
+  setLeaf(bvh, 1, boxNumber(1), 0, 8);  // unreachable, like 7
   setInner(bvh, 7, boxNumber(7), 1, 1);
   const Converted converted(kBothArrays, bvh, rowOfTriangles(8));
   REQUIRE(converted.library.getNoNodes() == 5);
@@ -258,8 +258,7 @@ TEST_CASE("four inner grandchildren fill four inner lanes, numbered by rising bi
   }
 }
 
-TEST_CASE(
-    "a leaf without triangles has the count of an empty lane, its own box and the quadruplet where it would start") {
+TEST_CASE("a leaf without triangles has the count of an empty lane, its box and the next quadruplet's number") {
   qzGenericBVH bvh;
   fillPrimitives(bvh, 3);
   setInner(bvh, 0, boxNumber(0), 1, 2);
@@ -274,7 +273,7 @@ TEST_CASE(
   CHECK((converted.childIndex(0, 3) == 1 && converted.childQuadruplets(0, 3) == 1));
 }
 
-TEST_CASE("leaves may share primitive entries, and each keeps its own quadruplets") {
+TEST_CASE("leaves that share primitive entries have quadruplets of their own") {
   qzGenericBVH bvh;
   fillPrimitives(bvh, 4);
   setInner(bvh, 0, boxNumber(0), 1, 2);
@@ -284,7 +283,7 @@ TEST_CASE("leaves may share primitive entries, and each keeps its own quadruplet
   CHECK(converted.library.indexWords() == Words{0, 1, 2, kNone, 1, 2, 3, kNone});
 }
 
-TEST_CASE("a leaf that is both children of the root fills two lanes, and its quadruplets are counted for each") {
+TEST_CASE("a leaf that is both children of the root fills two lanes and has its quadruplets in both") {
   qzGenericBVH bvh;
   fillPrimitives(bvh, 3);
   setInner(bvh, 0, boxNumber(0), 1, 1);
@@ -297,11 +296,11 @@ TEST_CASE("a leaf that is both children of the root fills two lanes, and its qua
   CHECK((plain.mNoNodes == 1 && plain.mNoQuadruplets == 2));
   CHECK(library.nodeWords() == plain.mNodes);
   for (std::size_t lane : {0u, 2u}) CHECK((plain.mNodes[24 + lane] == 0 && plain.mNodes[28 + lane] == 1));
-  const Words indices = library.indexWords();  // the second quadruplet is nobody's
+  const Words indices = library.indexWords();  // no leaf has the second quadruplet
   CHECK(Words(indices.begin(), indices.begin() + 4) == Words{0, 1, 2, kNone});
 }
 
-TEST_CASE("nodes that the root does not reach change nothing, wherever they stand") {
+TEST_CASE("unreachable nodes change nothing, wherever they are in the array") {
   const qz::qzTriMesh mesh = rowOfTriangles(4);
   qzGenericBVH dense, sparse;
   for (qzGenericBVH* bvh : {&dense, &sparse}) {
@@ -321,7 +320,7 @@ TEST_CASE("nodes that the root does not reach change nothing, wherever they stan
   CHECK(difference(b.library, a.plain) == "");
 }
 
-TEST_CASE("the conversion goes by the node array, whatever the hierarchy's node counter says") {
+TEST_CASE("the conversion ignores the binary hierarchy's node counter") {
   // The counter of a hierarchy made by hand is 0; that of a linear build is larger than the array once leaves are
   // fused.
   const qz::qzTriMesh mesh = terrainMesh(8, 3);
@@ -335,7 +334,7 @@ TEST_CASE("the conversion goes by the node array, whatever the hierarchy's node 
   CHECK(difference(b.library, a.plain) == "");
 }
 
-TEST_CASE("the axis and the split position in a node's words play no part") {
+TEST_CASE("the conversion ignores axis and split position") {
   const qz::qzTriMesh mesh = soupMesh(60, 4);
   qzGenericBVH bvh = linearBVH(mesh, 2);
   const Converted before(kBothArrays, bvh, mesh);
@@ -349,7 +348,7 @@ TEST_CASE("the axis and the split position in a node's words play no part") {
   CHECK(difference(after.library, before.plain) == "");
 }
 
-TEST_CASE("the flags decide which arrays there are, each on a multiple of 16 bytes") {
+TEST_CASE("the flags select the arrays, each 16-byte aligned") {
   const qz::qzTriMesh mesh = soupMesh(30, 6);
   const qzGenericBVH bvh = linearBVH(mesh, 4);
   for (unsigned int flags : {1u, 2u, 3u}) {
@@ -364,7 +363,7 @@ TEST_CASE("the flags decide which arrays there are, each on a multiple of 16 byt
   }
 }
 
-TEST_CASE("allocate sets flags and sizes, and has a node array even for no nodes") {
+TEST_CASE("allocate sets flags and sizes, and allocates a node array even for no nodes") {
   OpenQBVH hierarchy;
   hierarchy.allocate(kBothArrays, 3, 5);
   CHECK((hierarchy.getNoNodes() == 3 && hierarchy.getNoTriangleQuadruplets() == 5 && hierarchy.flags() == 3));
@@ -378,7 +377,7 @@ TEST_CASE("allocate sets flags and sizes, and has a node array even for no nodes
   CHECK((hierarchy.arrays()[2] == nullptr && hierarchy.arrays()[3] == nullptr));
 }
 
-TEST_CASE("a build says whether the boxes are nested, and allocate takes it back") {
+TEST_CASE("a build records whether the boxes are nested, and allocate clears that") {
   const qzBBox outer = boxNumber(3), inside = qzBBox::Make(3.0f, 3.25f, 3.25f, 3.25f, 3.625f, 3.5f);
   const qz::qzTriMesh mesh = rowOfTriangles(3);
   struct Case {
@@ -421,7 +420,7 @@ TEST_CASE("a build says whether the boxes are nested, and allocate takes it back
   }
 }
 
-TEST_CASE("the root box is around the lane boxes of the first node") {
+TEST_CASE("the root box is the union of the lane boxes of the first node") {
   qzGenericBVH bvh;
   fillPrimitives(bvh, 3);
   setInner(bvh, 0, boxNumber(100), 1, 2);  // the binary root's own box does not count
@@ -432,7 +431,7 @@ TEST_CASE("the root box is around the lane boxes of the first node") {
   const Converted converted(kBothArrays, bvh, rowOfTriangles(3));
   CHECK(sameBits(converted.library.mRootBBox, qzBBox::Make(-3.0f, -2.875f, -2.75f, 2.5f, 2.625f, 2.75f)));
 
-  // For any mesh that is the union of the four.
+  // For every mesh it is the union of the four.
   const qz::qzTriMesh mesh = terrainMesh(9, 8);
   OpenQBVH built;
   buildFromMesh(built, kBothArrays, mesh, 4);
@@ -445,7 +444,7 @@ TEST_CASE("the root box is around the lane boxes of the first node") {
   CHECK(sameBits(built.mRootBBox, box));
 }
 
-TEST_CASE("leaves with the empty box below the root make a root box that is everything") {
+TEST_CASE("empty leaf boxes below the root make an infinite root box") {
   qzGenericBVH bvh;
   fillPrimitives(bvh, 2);
   setInner(bvh, 0, boxNumber(0), 1, 2);
@@ -455,8 +454,7 @@ TEST_CASE("leaves with the empty box below the root make a root box that is ever
   CHECK(sameBits(converted.library.mRootBBox, qzBBox::Make(-kInf, -kInf, -kInf, kInf, kInf, kInf)));
 }
 
-TEST_CASE(
-    "the root box reduces lanes 0 with 1 and 2 with 3, each first operand staying unless the second is beyond it") {
+TEST_CASE("the root box unites lanes 0 with 1 and 2 with 3; a first operand stays unless the second exceeds it") {
   struct Case {
     float min[4], max[4], expectedMin, expectedMax;
   };
@@ -500,14 +498,14 @@ TEST_CASE(
   }
 }
 
-TEST_CASE("without a node the root box stays as it is and computeRootNodeBBox says no") {
+TEST_CASE("without a node computeRootNodeBBox returns false and the root box is unchanged") {
   OpenQBVH hierarchy;
   hierarchy.mRootBBox = boxNumber(3);
   CHECK(!hierarchy.computeRootNodeBBox());
   CHECK(sameBits(hierarchy.mRootBBox, boxNumber(3)));
 }
 
-TEST_CASE("a build from a mesh notes nested boxes, unless a leaf holds nothing but NaN") {
+TEST_CASE("a build from a mesh records nested boxes, unless a leaf has only NaN vertices") {
   std::vector<Point> corners;
   for (int i = 0; i < 8; ++i) {
     const float x = static_cast<float>(i);

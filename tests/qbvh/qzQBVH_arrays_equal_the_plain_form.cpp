@@ -1,4 +1,4 @@
-// Every word of large and odd hierarchies against the plain conversion.
+// Every word of large and degenerate hierarchies against the plain conversion.
 
 #include <doctest/doctest.h>
 
@@ -56,7 +56,7 @@ qzGenericBVH chain(unsigned int length, bool growsLeft) {
 
 }  // namespace
 
-TEST_CASE("a mesh gives the words of the plain conversion, whatever the leaf size and the flags") {
+TEST_CASE("every mesh, leaf size and set of flags gives the words of the plain conversion") {
   for (const NamedMesh& scene : meshes()) {
     CAPTURE(scene.name);
     for (unsigned int leafSize : {0u, 1u, 2u, 3u, 4u, 5u, 6u, 7u, 8u, 9u, 50u, 100000u, 0xFFFFFFFFu}) {
@@ -72,7 +72,7 @@ TEST_CASE("a mesh gives the words of the plain conversion, whatever the leaf siz
   }
 }
 
-TEST_CASE("a leaf size of 0 does what 1 does") {
+TEST_CASE("a leaf size of 0 counts as 1") {
   for (const NamedMesh& scene : meshes()) {
     OpenQBVH zero, one;
     buildFromMesh(zero, kBothArrays, scene.mesh, 0);
@@ -115,7 +115,7 @@ TEST_CASE("hierarchies of any shape and with any boxes give the words of the pla
   }
 }
 
-TEST_CASE("deep chains to the left and to the right are converted whole") {
+TEST_CASE("chains of up to 5000 nodes to either side equal the plain conversion") {
   const qz::qzTriMesh mesh = soupMesh(7, 16);
   for (bool growsLeft : {false, true}) {
     for (unsigned int length : {1u, 2u, 3u, 4u, 999u, 1000u, 5000u}) {
@@ -125,7 +125,7 @@ TEST_CASE("deep chains to the left and to the right are converted whole") {
   }
 }
 
-TEST_CASE("vertices that are infinite, huge, tiny or NaN go through the arithmetic of the plain form") {
+TEST_CASE("infinite, huge, tiny and NaN vertices give the words of the plain conversion") {
   for (std::uint32_t seed = 1; seed <= 300; ++seed) {
     CAPTURE(seed);
     Random random(seed);
@@ -144,8 +144,8 @@ TEST_CASE("vertices that are infinite, huge, tiny or NaN go through the arithmet
   }
 }
 
-TEST_CASE("builds from meshes with zeros of either sign and NaN among their vertices are those of the plain form") {
-  // Which zero a box keeps, and that it keeps no NaN, is decided by the operands of minimum and maximum.
+TEST_CASE("meshes with signed zeros and NaN give the words of the plain conversion") {
+  // The order of the operands of minimum and maximum decides which zero a box keeps, and that it keeps no NaN.
   for (std::uint32_t seed = 1; seed <= 200; ++seed) {
     CAPTURE(seed);
     Random random(seed);
@@ -183,7 +183,7 @@ TEST_CASE("a further build replaces everything") {
   }
 }
 
-TEST_CASE("mesh and binary hierarchy may go once a hierarchy is built") {
+TEST_CASE("a hierarchy outlives its mesh and its binary hierarchy") {
   OpenQBVH library;
   qzPlain::tQBVH plain;
   {

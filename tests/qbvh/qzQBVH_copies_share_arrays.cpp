@@ -14,7 +14,7 @@ using namespace qzTest;
 
 namespace {
 
-/// Room for a hierarchy whose destructor never runs.
+/// Storage for a hierarchy whose destructor is never called.
 class Undestroyed {
  public:
   Undestroyed() : mHierarchy(new (mStorage) OpenQBVH()) {}
@@ -31,7 +31,7 @@ const Ray kDown{Point(0.1f, 0.1f, 5.0f), Point(0.0f, 0.0f, -1.0f)};
 
 }  // namespace
 
-TEST_CASE("a copy has the very arrays of its source, and the same box, flags and sizes") {
+TEST_CASE("a copy has its source's array pointers, box, flags and sizes") {
   const qz::qzTriMesh mesh = terrainMesh(6, 21);
   const LogCapture quiet(false);  // rays on the one without equations
   for (unsigned int flags : {1u, 2u, 3u}) {
@@ -50,7 +50,7 @@ TEST_CASE("a copy has the very arrays of its source, and the same box, flags and
   }
 }
 
-TEST_CASE("an assignment releases nothing: what the target held before still has its owner") {
+TEST_CASE("an assignment does not release the target's old arrays") {
   const qz::qzTriMesh first = terrainMesh(6, 22), second = soupMesh(50, 23);
   OpenQBVH owner, source;
   buildFromMesh(owner, kBothArrays, first, 4);
@@ -63,7 +63,7 @@ TEST_CASE("an assignment releases nothing: what the target held before still has
   CHECK(owner.equationWords() == equations);
 }
 
-TEST_CASE("a copy outlives a source that is never destroyed, and releases the arrays for both") {
+TEST_CASE("a copy of a source that is never destroyed releases the shared arrays") {
   const qz::qzTriMesh mesh = terrainMesh(6, 24);
   Undestroyed source;
   buildFromMesh(*source, kBothArrays, mesh, 4);
@@ -71,7 +71,7 @@ TEST_CASE("a copy outlives a source that is never destroyed, and releases the ar
   CHECK(cast(copy, kDown).hit);
 }
 
-TEST_CASE("an assignment to itself changes nothing") {
+TEST_CASE("self-assignment changes nothing") {
   OpenQBVH hierarchy;
   buildFromMesh(hierarchy, kBothArrays, terrainMesh(4, 25), 4);
   const auto arrays = hierarchy.arrays();
@@ -82,7 +82,7 @@ TEST_CASE("an assignment to itself changes nothing") {
   CHECK(hierarchy.nodeWords() == nodes);
 }
 
-TEST_CASE("the hierarchy is a plain class without virtual functions, aligned like a pointer") {
+TEST_CASE("qzQBVH has no virtual functions and the alignment of a pointer") {
   CHECK(!std::is_polymorphic_v<qzQBVH>);
   CHECK(std::is_copy_constructible_v<qzQBVH>);
   CHECK(std::is_copy_assignable_v<qzQBVH>);
@@ -95,7 +95,7 @@ TEST_CASE("the hierarchy is a plain class without virtual functions, aligned lik
   CHECK(static_cast<unsigned>(qzQBVH::eIntersectBackFaces) == 2);
 }
 
-TEST_CASE("a mesh with a negative number of triangles is refused as the triangle container refuses it") {
+TEST_CASE("a mesh with a negative number of triangles throws what the triangle container throws") {
   const qz::qzTriMesh mesh(qz::qzVertexBuffer(nullptr, 0), qz::qzIndexBuffer(nullptr, -3));
   const LogCapture log;
   qzQBVH hierarchy;

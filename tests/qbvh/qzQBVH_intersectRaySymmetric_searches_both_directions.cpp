@@ -68,13 +68,13 @@ const Wm4::Vector2<float> kWeights(0.5f, 0.25f);  // of the triangle below (0.5,
 
 }  // namespace
 
-TEST_CASE("a triangle before the origin and one behind it are both found, at a positive distance") {
+TEST_CASE("a line finds triangles ahead of and behind the origin, at a positive distance") {
   const Scene scene({{0.0f, true}}, Scene::eOneLeaf);
   CHECK(sameAnswer(scene(downFrom(3.0f)), Answer{true, 3.0f, kWeights, 0}));
   CHECK(sameAnswer(scene(downFrom(-3.0f)), Answer{true, 3.0f, kWeights, 0}));
 }
 
-TEST_CASE("the nearest of both sides is found, in one leaf and over several") {
+TEST_CASE("a line finds the nearest of both directions, in one leaf and over several") {
   const std::vector<Scene::Sheet> sheets = {{0.0f, true}, {9.0f, true}, {-5.0f, true}, {20.0f, true}};
   for (Scene::Shape shape : {Scene::eOneLeaf, Scene::eLanes}) {
     const Scene scene(sheets, shape);
@@ -85,7 +85,7 @@ TEST_CASE("the nearest of both sides is found, in one leaf and over several") {
   }
 }
 
-TEST_CASE("triangles whose normal runs along the line are never found, on neither side") {
+TEST_CASE("a line never finds triangles whose normal points along it, in either direction") {
   const Scene scene({{0.0f, false}, {8.0f, true}}, Scene::eOneLeaf);
   CHECK(sameAnswer(scene(downFrom(1.0f)), Answer{true, 7.0f, kWeights, 1}));
   CHECK(sameAnswer(scene(downFrom(-1.0f)), Answer{true, 9.0f, kWeights, 1}));
@@ -95,7 +95,7 @@ TEST_CASE("triangles whose normal runs along the line are never found, on neithe
   CHECK(scene(ray).triangle == 0);
 }
 
-TEST_CASE("a hit at exactly t counts on both sides, one beyond it does not") {
+TEST_CASE("a hit at exactly t counts in both directions, one beyond it does not") {
   const std::vector<Scene::Sheet> sheets = {{0.0f, true}, {50.0f, true}, {-50.0f, true}, {60.0f, true}};
   for (Scene::Shape shape : {Scene::eOneLeaf, Scene::eLanes}) {
     const Scene scene(sheets, shape);
@@ -107,7 +107,7 @@ TEST_CASE("a hit at exactly t counts on both sides, one beyond it does not") {
   }
 }
 
-TEST_CASE("at equal distances on both sides the lower lane wins, or the leaf visited first") {
+TEST_CASE("at equal distances in both directions the lower lane wins, or the leaf visited first") {
   for (Scene::Shape shape : {Scene::eOneLeaf, Scene::eLanes}) {
     CHECK(Scene({{9.0f, true}, {2.0f, true}, {-2.0f, true}, {9.0f, true}}, shape)(downFrom(0.0f)).triangle == 1);
     CHECK(Scene({{9.0f, true}, {-2.0f, true}, {2.0f, true}, {9.0f, true}}, shape)(downFrom(0.0f)).triangle == 1);
@@ -115,7 +115,7 @@ TEST_CASE("at equal distances on both sides the lower lane wins, or the leaf vis
   }
 }
 
-TEST_CASE("a negative t is never replaced, t at zero of either sign finds what touches the origin") {
+TEST_CASE("with t negative a line finds nothing, with t at 0 or -0 what contains the origin") {
   for (Scene::Shape shape : {Scene::eOneLeaf, Scene::eLanes}) {
     const Scene scene({{0.0f, true}, {1.0f, true}, {2.0f, true}, {3.0f, true}}, shape);
     for (float t : {-1.0f, -5.0f, -kInf, -0x1p-149f}) CHECK(isUntouched(scene(downFrom(2.5f, t)), t));
@@ -135,7 +135,7 @@ TEST_CASE("a line without a hit leaves t and the weights and sets the triangle t
   CHECK(isUntouched(scene(ray), 17.0f));
 }
 
-TEST_CASE("the line's own tMin and policy do not exist: only |t| bounds it, only front faces count") {
+TEST_CASE("a symmetric query ignores tMin and policy: |t| bounds it, and only front faces count") {
   const Scene scene({{0.0f, true}}, Scene::eOneLeaf);
   Ray ray = downFrom(-3.0f);
   ray.tMin = 100.0f;

@@ -14,7 +14,7 @@ namespace {
 constexpr unsigned int kBoth = qzQBVH::eIntersectBothFaces, kFront = qzQBVH::eIntersectFrontFaces,
                        kBack = qzQBVH::eIntersectBackFaces;
 
-/// A hierarchy in the library's and in the plain form, which give one answer.
+/// A hierarchy in the library's and in the plain form; checks that both give the same answer.
 struct Scene {
   OpenQBVH library;
   qzPlain::tQBVH plain;
@@ -113,12 +113,12 @@ TEST_CASE("without a hit t and the weights keep their values, to the bit, and th
   }
 }
 
-TEST_CASE("a root leaf without triangles is hit by no ray and says so in the triangle number") {
+TEST_CASE("rays on a root leaf without triangles miss and set the triangle to 0xFFFFFFFF") {
   const Scene scene(rootLeaf({}), meshOfCorners(triangleAt(0.0f)));
   CHECK(isUntouched(scene(down()), kInf));
 }
 
-TEST_CASE("front faces are those whose normal runs against the ray, back faces the others, any other policy is both") {
+TEST_CASE("a face is a front face when its normal points against the ray; other policies accept both") {
   const Scene scene(rootLeaf({0}), meshOfCorners(triangleAt(0.0f)));
   for (unsigned int policy : {kBoth, kFront, kBack, 3u, 4u, 0x80000001u, 0xFFFFFFFFu}) {
     CAPTURE(policy);
@@ -129,7 +129,7 @@ TEST_CASE("front faces are those whose normal runs against the ray, back faces t
   }
 }
 
-TEST_CASE("a triangle of the wrong face hides nothing behind it") {
+TEST_CASE("a triangle rejected by the face policy does not occlude those behind it") {
   const Scene scene(rootLeaf({0, 1}), meshOfCorners({Point(0, 0, 1), Point(0, 4, 1), Point(2, 0, 1),  // faces down
                                                      Point(0, 0, 0), Point(2, 0, 0), Point(0, 4, 0)}));
   Ray ray = down();
@@ -161,7 +161,7 @@ TEST_CASE("a hit at exactly tMin counts, one before it does not") {
   CHECK(isUntouched(scene(ray), kInf));
 }
 
-TEST_CASE("an interval of one distance holds that distance, an inverted one holds none") {
+TEST_CASE("an interval of one distance contains that distance, an inverted one contains none") {
   const Scene scene(rootLeaf({0}), meshOfCorners(triangleAt(0.0f)));
   Ray ray = down();
   ray.tMin = ray.t = 3.0f;
@@ -173,7 +173,7 @@ TEST_CASE("an interval of one distance holds that distance, an inverted one hold
   CHECK(isUntouched(scene(ray), 1.0f));
 }
 
-TEST_CASE("a negative tMin lets a ray find what lies behind its origin, and there the farthest is the nearest") {
+TEST_CASE("with a negative tMin a ray hits behind its origin, and the smallest distance is the farthest there") {
   const Scene scene(fourLeaves({kEverywhere, kEverywhere, kEverywhere, kEverywhere}),
                     meshOfCorners(trianglesAt({4.0f, 5.0f, 6.0f, 0.0f})));
   Ray ray = down();
@@ -210,7 +210,7 @@ TEST_CASE("a NaN in origin or direction allows no hit") {
   }
 }
 
-TEST_CASE("a direction of zero meets nothing, neither off the plane nor on it") {
+TEST_CASE("a zero direction hits nothing, with the origin off or on the plane") {
   const Scene scene(rootLeaf({0}), meshOfCorners(triangleAt(0.0f)));
   for (float z : {3.0f, 0.0f}) {
     for (float zero : {0.0f, -0.0f}) {
@@ -248,7 +248,7 @@ TEST_CASE("a weight above -0.0001 counts as inside, -0.0001 itself does not") {
   CHECK(!scene(ray).hit);
 }
 
-TEST_CASE("a ray through a shared edge reports the triangle met first, by lane and by leaf") {
+TEST_CASE("a ray through a shared edge reports the triangle tested first, by lane and by leaf") {
   // Two triangles on either side of the diagonal from (0, 0, 0) to (1, 1, 0).
   const qz::qzTriMesh mesh = meshOfCorners({Point(0, 0, 0), Point(1, 0, 0), Point(1, 1, 0),  //
                                             Point(0, 0, 0), Point(1, 1, 0), Point(0, 1, 0)});
@@ -287,21 +287,20 @@ TEST_CASE("at equal distances in several leaves the one visited first wins, also
   }
 }
 
-TEST_CASE("lanes with equal keys are visited in the order that the five exchanges leave") {
+TEST_CASE("lanes with equal keys are visited in the order of the sorting network of five exchanges") {
   // Keys 1 0 0 0: exchanged are (0, 1) and then (1, 3), so the order is 1 3 2 0. Triangles 2 and 3 are one.
   const qz::qzTriMesh mesh = meshOfCorners(trianglesAt({0, -1, 0, 0}));
   const qzBBox nearer = qzBBox::Make(-100.0f, -100.0f, -100.0f, 100.0f, 100.0f, 2.0f);
   CHECK(Scene(fourLeaves({nearer, kEverywhere, kEverywhere, kEverywhere}), mesh)(down()).triangle == 3);
 }
 
-TEST_CASE("the nearest lane comes first and the shrunken t takes effect in the next leaf") {
+TEST_CASE("the nearest lane is visited first, and its t limits the later leaves") {
   const qz::qzTriMesh mesh = meshOfCorners(trianglesAt({0, 1, 2, -1}));
   CHECK(Scene(fourLeaves({kEverywhere, kEverywhere, kEverywhere, kEverywhere}), mesh)(down()).triangle == 2);
   CHECK(sameBits(Scene(rootLeaf({0, 1, 2, 3}), mesh)(down()).t, 1.0f));
 }
 
-TEST_CASE(
-    "a ray along an axis hits a box that it runs in, not one that it runs beside or on whose smallest face it runs") {
+TEST_CASE("a ray along an axis hits a box that it is inside, not one that it is beside, or whose lower face it is in") {
   const qz::qzTriMesh mesh = meshOfCorners(trianglesAt({0, -1, -2, -3}));
   const qzBBox tight = qzBBox::Make(0.0f, 0.0f, -5.0f, 2.0f, 4.0f, 0.0f), away = qzBBox::Make(50, 50, 50, 60, 60, 60);
   const Scene scene(fourLeaves({tight, away, away, away}), mesh);
@@ -322,12 +321,12 @@ TEST_CASE(
   CHECK(!scene(ray).hit);
 }
 
-TEST_CASE("boxes decide what is looked at: a triangle outside its leaf's box is found only where the box is met") {
+TEST_CASE("a triangle outside its leaf's box is hit only by rays that hit the box") {
   const qz::qzTriMesh mesh = meshOfCorners(trianglesAt({0, 0, 0, 0}));
   const qzBBox away = qzBBox::Make(50, 50, 50, 60, 60, 60),
                beside = qzBBox::Make(0.25f, 0.75f, -9.0f, 0.75f, 1.25f, -8.0f);
   CHECK(!Scene(fourLeaves({away, away, away, away}), mesh)(down()).hit);
-  // The box lies beyond the triangle on the ray's way: visited, and the hit before the box counts.
+  // The box is behind the triangle on the ray: it is visited, and the hit before the box counts.
   const Scene scene(fourLeaves({away, away, beside, away}), mesh);
   CHECK(scene(down()).triangle == 2);
   Ray ray = down();
@@ -335,7 +334,7 @@ TEST_CASE("boxes decide what is looked at: a triangle outside its leaf's box is 
   CHECK(!scene(ray).hit);
 }
 
-TEST_CASE("an infinite box is always met, and so is the empty one; swapped corners are the same box") {
+TEST_CASE("every ray hits an infinite or an empty box; a box with swapped corners acts like the proper one") {
   const qz::qzTriMesh mesh = meshOfCorners(trianglesAt({0, 0, 0, 0}));
   const qzBBox away = qzBBox::Make(50, 50, 50, 60, 60, 60);
   const qzBBox infinite = qzBBox::Make(-kInf, -kInf, -kInf, kInf, kInf, kInf);
@@ -346,7 +345,7 @@ TEST_CASE("an infinite box is always met, and so is the empty one; swapped corne
   CHECK(Scene(fourLeaves({away, qzBBox(), away, away}), mesh)(ray).triangle == 1);
 }
 
-TEST_CASE("a box whose distance overflows to infinity is not looked at, also when t is infinite") {
+TEST_CASE("a box whose distance overflows to infinity is not visited, even with t infinite") {
   // A reciprocal of 2^126 along z: the box, 4 away, is at 2^128 and so at infinity, the triangle, 1 away, at 2^126.
   const qz::qzTriMesh mesh = meshOfCorners(trianglesAt({2, 2, 2, 2}));
   const qzBBox below = qzBBox::Make(-100.0f, -100.0f, -90.0f, 100.0f, 100.0f, -1.0f);
@@ -358,7 +357,7 @@ TEST_CASE("a box whose distance overflows to infinity is not looked at, also whe
   CHECK(sameBits(answer.t, 0x1p126f));
 }
 
-TEST_CASE("the root box plays no part") {
+TEST_CASE("ray queries ignore the root box") {
   Scene scene(fourLeaves({kEverywhere, kEverywhere, kEverywhere, kEverywhere}),
               meshOfCorners(trianglesAt({0, 1, 2, 3})));
   const Answer before = scene(down());
@@ -369,7 +368,7 @@ TEST_CASE("the root box plays no part") {
   }
 }
 
-TEST_CASE("a leaf that claims more quadruplets than there are ends with the last one") {
+TEST_CASE("a leaf whose count exceeds the quadruplets left ends with the last one") {
   Scene scene(fourLeaves({kEverywhere, kEverywhere, kEverywhere, kEverywhere}),
               meshOfCorners(trianglesAt({-1, -2, -3, 0})));
   scene.library.mNodes[0].mChildQuadruplets[1] = 1000000;
@@ -379,12 +378,12 @@ TEST_CASE("a leaf that claims more quadruplets than there are ends with the last
   CHECK(scene(down()).triangle == 3);
 }
 
-TEST_CASE("a triangle that many leaves name is found in each") {
+TEST_CASE("a triangle in several leaves is hit through each") {
   const qz::qzTriMesh mesh = meshOfCorners(trianglesAt({0, 1}));
   CHECK(Scene(rootLeaf({0, 0, 0, 0, 1, 0, 0}), mesh)(down()).triangle == 1);
 }
 
-TEST_CASE("triangles without area are never hit") {
+TEST_CASE("rays never hit triangles without area") {
   const Point p(0.5f, 1.0f, 0.0f), q(0.5f, 1.0f, 1.0f), r(0.5f, 1.0f, -1.0f);
   const qz::qzTriMesh mesh = meshOfCorners({p, p, p, p, p, q, p, q, r, Point(0, 0, 0), Point(1, 2, 0), Point(2, 4, 0)});
   const Scene scene(rootLeaf({0, 1, 2, 3}), mesh);
@@ -401,7 +400,7 @@ TEST_CASE("triangles without area are never hit") {
   }
 }
 
-TEST_CASE("padding lanes are never hit, even with tMin at minus infinity") {
+TEST_CASE("rays never hit padding lanes, even with tMin at minus infinity") {
   const Scene scene(rootLeaf({0}), meshOfCorners(triangleAt(0.0f)));
   Ray ray = down();
   ray.origin[0] = 50.0f;

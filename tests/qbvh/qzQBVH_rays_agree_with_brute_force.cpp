@@ -1,4 +1,4 @@
-// Rays against every triangle of the mesh in double precision, wherever single precision cannot be in doubt.
+// Rays against every triangle of the mesh in double precision, where the hit is clear by a margin.
 
 #include <doctest/doctest.h>
 
@@ -58,7 +58,7 @@ struct Tally {
 
 }  // namespace
 
-TEST_CASE("the nearest of all triangles is the one that a ray reports, on either side and on both") {
+TEST_CASE("rays report the nearest of all triangles, for every face policy") {
   constexpr int kNbRays = 3000;
   for (const NamedMesh& scene : meshes()) {
     CAPTURE(scene.name);

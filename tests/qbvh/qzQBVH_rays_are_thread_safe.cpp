@@ -9,7 +9,7 @@
 
 using namespace qzTest;
 
-TEST_CASE("threads that share a hierarchy get the answers that one thread gets") {
+TEST_CASE("concurrent ray queries on one hierarchy give the answers of a single thread") {
   constexpr int kNbThreads = 8, kNbRays = 4000;
   const qz::qzTriMesh mesh = terrainMesh(40, 95);
   OpenQBVH built;
@@ -27,7 +27,7 @@ TEST_CASE("threads that share a hierarchy get the answers that one thread gets")
   }
   CHECK(nbHits > kNbRays / 4);
 
-  // Every thread casts all rays, each from another one on.
+  // Every thread casts all rays, starting at different ones.
   std::vector<int> nbDifferences(kNbThreads, 0);
   std::vector<std::thread> threads;
   for (std::size_t thread = 0; thread < kNbThreads; ++thread) {

@@ -1,4 +1,4 @@
-// Ray queries keep everything on the stack.
+// Ray queries allocate nothing.
 
 #include <doctest/doctest.h>
 
@@ -10,7 +10,7 @@
 
 using namespace qzTest;
 
-TEST_CASE("ray queries take nothing from the heap") {
+TEST_CASE("ray queries do not allocate") {
   constexpr std::uint32_t kSeed = 20;
   CAPTURE(kSeed);
   const LogCapture log(false);
@@ -35,7 +35,7 @@ TEST_CASE("ray queries take nothing from the heap") {
   CHECK(nbAllocations == 0);
   CHECK(nbHits > 100);
 
-  const HeapWatch watch;  // it does see what a build asks for
+  const HeapWatch watch;  // which counts those of a build
   hierarchy.buildFromMesh(qzQBVH::eTrianglesEquations, soupMesh(10, kSeed), 4);
   CHECK(watch.nbAllocations() > 0);
 }

@@ -13,7 +13,7 @@ using namespace qzTest;
 
 namespace {
 
-/// A hierarchy in both forms. Their words are the same, NaN of the equations aside, which no answer shows.
+/// A hierarchy in both forms. Their words are the same but for NaN in the equations, which affect no answer.
 struct Scene {
   qz::qzTriMesh mesh;
   OpenQBVH library;
@@ -25,8 +25,8 @@ struct Scene {
   }
 };
 
-/// Casts rays both ways, through the library's queries and each of its walks, and holds the answers to those of the
-/// plain form.
+/// Casts rays by both queries, through the library's interface and each of its traversals, and compares the answers
+/// with the plain form's.
 class Comparison {
  public:
   explicit Comparison(const Scene& scene) : mScene(scene) {}
@@ -115,7 +115,7 @@ Hits compareRays(const Scene& scene, std::uint32_t seed, int nbRays, int smalles
   return {comparison.nbHits(), comparison.nbSymmetricHits()};
 }
 
-/// Triangles that are there several times, so that rays meet equal distances in lanes, quadruplets and leaves.
+/// Repeated triangles, so that rays hit at equal distances in lanes, quadruplets and leaves.
 qz::qzTriMesh meshOfTies(int nbTriangles, std::uint32_t seed) {
   Random random(seed);
   const qz::qzTriMesh once = terrainMesh(4, seed);
@@ -171,7 +171,7 @@ Ray latticeRay(Random& random) {
 
 }  // namespace
 
-TEST_CASE("rays on hierarchies built from meshes are those of the plain form") {
+TEST_CASE("rays on hierarchies built from meshes equal the plain form") {
   for (unsigned int leafSize : {1u, 4u, 9u}) {
     CAPTURE(leafSize);
     for (const auto& mesh : {terrainMesh(20, 41), soupMesh(700, 42), sphereMesh(14, 20), awkwardMesh(700, 43)}) {
@@ -180,7 +180,7 @@ TEST_CASE("rays on hierarchies built from meshes are those of the plain form") {
   }
 }
 
-TEST_CASE("rays on a root leaf without nodes are those of the plain form") {
+TEST_CASE("rays on a root leaf without nodes equal the plain form") {
   for (int count : {1, 2, 3, 4, 5, 8, 9, 37}) {
     CAPTURE(count);
     for (const auto& mesh : {soupMesh(count, 51), awkwardMesh(count, 52)}) {
@@ -191,7 +191,7 @@ TEST_CASE("rays on a root leaf without nodes are those of the plain form") {
   }
 }
 
-TEST_CASE("rays on hierarchies of any shape and with any boxes are those of the plain form") {
+TEST_CASE("rays on hierarchies of any shape and with any boxes equal the plain form") {
   int nbNested = 0, nbScenes = 0;
   for (BoxKind boxes : {eTightBoxes, eNestedBoxes, eCroppedBoxes, eOddBoxes}) {
     CAPTURE(boxes);
@@ -210,11 +210,11 @@ TEST_CASE("rays on hierarchies of any shape and with any boxes are those of the 
     CHECK(hits.ray > 1000);
     CHECK(hits.symmetric > 1000);
   }
-  CHECK(nbNested > 40);  // a query may treat these in another way
+  CHECK(nbNested > 40);  // for which queries may take a shortcut
   CHECK(nbScenes - nbNested > 80);
 }
 
-TEST_CASE("rays that meet the same distance many times are those of the plain form") {
+TEST_CASE("rays with many hits at equal distances equal the plain form") {
   for (std::uint32_t seed = 201; seed <= 240; ++seed) {
     CAPTURE(seed);
     Random random(seed);
@@ -227,7 +227,7 @@ TEST_CASE("rays that meet the same distance many times are those of the plain fo
   }
 }
 
-TEST_CASE("rays on a lattice, where boxes, origins and hits coincide, are those of the plain form") {
+TEST_CASE("rays on a lattice, where boxes, origins and hits coincide, equal the plain form") {
   for (std::uint32_t seed = 401; seed <= 440; ++seed) {
     CAPTURE(seed);
     Random random(seed);
@@ -247,7 +247,7 @@ TEST_CASE("rays on a lattice, where boxes, origins and hits coincide, are those 
   }
 }
 
-TEST_CASE("rays on vertices that are infinite, huge, tiny or NaN are those of the plain form") {
+TEST_CASE("rays on infinite, huge, tiny and NaN vertices equal the plain form") {
   Hits hits;
   for (std::uint32_t seed = 301; seed <= 340; ++seed) {
     CAPTURE(seed);
@@ -268,8 +268,8 @@ TEST_CASE("rays on vertices that are infinite, huge, tiny or NaN are those of th
   CHECK(hits.symmetric > 1000);
 }
 
-TEST_CASE("a deep chain of nodes is walked to its end as in the plain form, whatever is left to visit on the way") {
-  // Every triangle twice, in leaves that stand next to each other: which one is reported tells which was visited first.
+TEST_CASE("rays on a deep chain of nodes equal the plain form, with any number of lanes on the stack") {
+  // Every triangle twice, in adjacent leaves: the one reported is the one visited first.
   const qz::qzTriMesh once = terrainMesh(18, 61);
   std::vector<Point> corners;
   for (unsigned int i = 0; i < 2 * nbTrianglesOf(once); ++i) {
@@ -291,7 +291,7 @@ TEST_CASE("a deep chain of nodes is walked to its end as in the plain form, what
     bvh.editPrimitives().push_back(length);
     setLeaf(bvh, 2 * length, box, length, 1);
 
-    // A ray down on every triangle, straight or not, and others.
+    // Vertical and oblique rays to every triangle, and others.
     const Scene scene(mesh, bvh);
     Comparison comparison(scene);
     for (unsigned int i = 0; i <= length; i += 2) {

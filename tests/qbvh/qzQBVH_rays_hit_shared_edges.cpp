@@ -1,5 +1,5 @@
-// What rays meet that are aimed at the edges and vertices of a closed mesh. docs/edges.md has the rates; here stands
-// what holds of every ray.
+// Rays aimed at the edges and vertices of a closed mesh. docs/edges.md has the rates of misses; these tests are about
+// what every ray does.
 
 #include <doctest/doctest.h>
 
@@ -20,8 +20,8 @@ struct AimedRay {
   float distance;
 };
 
-/// From outside of a sphere around the origin to a point of an edge, every fourth time to its end, and not too flat: it
-/// passes through the surface there whatever the rounding.
+/// From outside of a sphere around the origin to a point of an edge, every fourth time to a vertex, at a steep angle,
+/// so that it passes through the surface there in spite of rounding.
 AimedRay rayAtEdge(const qz::qzTriMesh& sphere, Random& random) {
   for (;;) {
     const unsigned int triangle = random.below(nbTrianglesOf(sphere));
@@ -39,7 +39,7 @@ AimedRay rayAtEdge(const qz::qzTriMesh& sphere, Random& random) {
   }
 }
 
-/// Hits around the distance that the ray is aimed at, each query beginning behind the hit before.
+/// Hits around the distance that the ray is aimed at, each query starting behind the previous hit.
 int nbHitsAround(const qzQBVH& hierarchy, AimedRay aimed, float reach, float step) {
   int nbHits = 0;
   aimed.ray.tMin = aimed.distance - reach;
@@ -50,7 +50,7 @@ int nbHitsAround(const qzQBVH& hierarchy, AimedRay aimed, float reach, float ste
 
 }  // namespace
 
-TEST_CASE("no ray aimed at an edge or a vertex of a sphere of large triangles slips through") {
+TEST_CASE("every ray aimed at an edge or a vertex of a sphere of large triangles hits") {
   for (unsigned int leafSize : {1u, 4u}) {
     const qz::qzTriMesh mesh = sphereMesh(12, 24);
     OpenQBVH hierarchy;
@@ -69,7 +69,7 @@ TEST_CASE("no ray aimed at an edge or a vertex of a sphere of large triangles sl
   }
 }
 
-TEST_CASE("most points on an edge are reported by more than one triangle, and once to who goes on in steps") {
+TEST_CASE("most edge points are hit on several triangles, but only once by a caller who continues behind each hit") {
   const qz::qzTriMesh mesh = sphereMesh(12, 24);
   OpenQBVH hierarchy;
   buildFromMesh(hierarchy, qzQBVH::eTrianglesEquations, mesh, 4);
@@ -86,7 +86,7 @@ TEST_CASE("most points on an edge are reported by more than one triangle, and on
   CHECK(nbOtherInSteps == 0);
 }
 
-TEST_CASE("a mesh far from the origin lets rays through, and none when mesh and rays are moved back") {
+TEST_CASE("rays miss edges of a mesh far from the origin, and hit all of them when mesh and rays are moved to it") {
   const Point way(2048.0f, 2048.0f, 2048.0f);
   const qz::qzTriMesh far = scaledAndMoved(sphereMesh(12, 24), 1.0f, way);
   const qz::qzTriMesh near = scaledAndMoved(far, 1.0f, times(-1.0f, way));  // exact
@@ -100,7 +100,7 @@ TEST_CASE("a mesh far from the origin lets rays through, and none when mesh and 
   for (int i = 0; i < kNbRays; ++i) {
     AimedRay aimed = rayAtEdge(near, random);
     const Point farOrigin = plus(aimed.ray.origin, way);
-    aimed.ray.origin = minus(farOrigin, way);  // what is left of it far out
+    aimed.ray.origin = minus(farOrigin, way);  // rounded as it is there
     nbSlippedNear += nbHitsAround(nearHierarchy, aimed, 0.1f, 1.0f) == 0 ? 1 : 0;
     aimed.ray.origin = farOrigin;
     nbSlippedFar += nbHitsAround(farHierarchy, aimed, 0.1f, 1.0f) == 0 ? 1 : 0;
@@ -109,7 +109,7 @@ TEST_CASE("a mesh far from the origin lets rays through, and none when mesh and 
   CHECK(nbSlippedFar > kNbRays / 100);
 }
 
-TEST_CASE("a ray at the height z of an edge between two boxes passes both when its direction has a z of exactly zero") {
+TEST_CASE("a ray with direction z = 0 in the plane z = const shared by two boxes misses both") {
   // Two triangles of a wall that is nearly upright, with an edge in common that is parallel to another axis.
   const auto wall = [](int across, int high) {
     const int wide = 3 - across - high;
@@ -139,7 +139,7 @@ TEST_CASE("a ray at the height z of an edge between two boxes passes both when i
     CHECK(isHit(across, 2, 1e-20f));
     CHECK(isHit(across, 2, -1e-20f));
   }
-  // The other axes are tested before, and what is not a number falls out on the way.
+  // The other axes are tested before, and minimum and maximum drop the NaN.
   for (float rise : {0.0f, -0.0f, 1e-20f, -1e-20f}) {
     CAPTURE(rise);
     CHECK(isHit(1, 0, rise));

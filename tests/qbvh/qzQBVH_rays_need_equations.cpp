@@ -1,4 +1,4 @@
-// What the ray queries do on a hierarchy without eTrianglesEquations.
+// The ray queries on a hierarchy without eTrianglesEquations.
 
 #include <doctest/doctest.h>
 
@@ -29,7 +29,7 @@ struct Hierarchies {
 
 }  // namespace
 
-TEST_CASE("intersectRay without equations logs one record of type 2 and touches no output") {
+TEST_CASE("intersectRay without equations logs one record of type 2 and leaves the outputs") {
   const Hierarchies hierarchies;
   for (const OpenQBVH* hierarchy : {&hierarchies.empty, &hierarchies.vertices}) {
     const LogCapture log;
@@ -51,7 +51,7 @@ TEST_CASE("the record is made only when type 2 is enabled") {
   }
 }
 
-TEST_CASE("without a logger the record goes where the log object takes it") {
+TEST_CASE("without a logger the record goes to std::clog") {
   const Hierarchies hierarchies;
   const NoLog noLog;
   const StandardStream clog(std::clog);
@@ -59,7 +59,7 @@ TEST_CASE("without a logger the record goes where the log object takes it") {
   CHECK(clog.text() == std::string(kMessage) + "\n");
 }
 
-TEST_CASE("intersectRaySymmetric without equations says no in silence and touches no output") {
+TEST_CASE("intersectRaySymmetric without equations returns false, logs nothing and leaves the outputs") {
   const Hierarchies hierarchies;
   const LogOfOneType log(2);
   CHECK(isUntouched(castSymmetric(hierarchies.empty, kDown)));

@@ -32,7 +32,7 @@ qzBBox boxOfDrawn(Make make) {
   return qzBBox::Make(min, max);
 }
 
-// A magnitude of any order between 2^low and 2^high.
+// A magnitude between 2^low and 2^high.
 float anyOrder(Random& random, int low, int high) {
   const int exponent = low + static_cast<int>(random.below(static_cast<std::uint32_t>(high - low)));
   return std::ldexp(1.0f + random.unit(), exponent);
@@ -85,7 +85,7 @@ std::vector<Scene> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) {
 
   scenes.push_back({"one box", randomBoxes(1, 0.5f, random.bits())});
   scenes.push_back({"two boxes", randomBoxes(2, 0.5f, random.bits())});
-  scenes.push_back({"two points on one place", pointBoxes({{1.0f, 2.0f, 3.0f}, {1.0f, 2.0f, 3.0f}})});
+  scenes.push_back({"two equal points", pointBoxes({{1.0f, 2.0f, 3.0f}, {1.0f, 2.0f, 3.0f}})});
   scenes.push_back({"three boxes", randomBoxes(3, 0.1f, random.bits())});
   scenes.push_back({"five boxes", randomBoxes(5, 0.1f, random.bits())});
   scenes.push_back({"random boxes", randomBoxes(count, 0.1f, random.bits())});
@@ -95,14 +95,14 @@ std::vector<Scene> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) {
   scenes.push_back({"sphere", boxesOf(sphereMesh(side, side + 2))});
   scenes.push_back({"awkward triangles", boxesOf(awkwardMesh(nbTriangles, random.bits()))});
 
-  scenes.push_back({"all on one point", std::vector<qzBBox>(count, qzBBox(Point(3.0f, -2.0f, 0.25f)))});
-  scenes.push_back({"the same box over and over", std::vector<qzBBox>(count, randomBoxes(1, 1.0f, random.bits())[0])});
+  scenes.push_back({"all at one point", std::vector<qzBBox>(count, qzBBox(Point(3.0f, -2.0f, 0.25f)))});
+  scenes.push_back({"one box many times", std::vector<qzBBox>(count, randomBoxes(1, 1.0f, random.bits())[0])});
   const std::vector<qzBBox> few = randomBoxes(7, 0.1f, random.bits());
   scenes.push_back({"seven different boxes", boxesMadeBy(count, [&] { return few[random.below(7)]; })});
   scenes.push_back({"along x", boxesMadeBy(count, [&] { return qzBBox(Point(random.unit(), 5.0f, 5.0f)); })});
-  scenes.push_back({"along z, in order",
+  scenes.push_back({"along z, ascending",
                     boxesMadeBy(count, [z = 0.0f]() mutable { return qzBBox(Point(0.0f, 0.0f, z += 0.125f)); })});
-  scenes.push_back({"along the diagonal, backwards", boxesMadeBy(count, [c = 100.0f]() mutable {
+  scenes.push_back({"along the diagonal, descending", boxesMadeBy(count, [c = 100.0f]() mutable {
                       c -= 0.25f;
                       return qzBBox(Point(c, c, c));
                     })});
@@ -110,7 +110,7 @@ std::vector<Scene> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) {
                       const float x = 1e7f + random.between(0.0f, 9.0f), z = random.unit();
                       return qzBBox(Point(x, -1e7f, z));
                     })});
-  scenes.push_back({"a crowd and an outlier", boxesMadeBy(count, [&, first = true]() mutable {
+  scenes.push_back({"a cluster and an outlier", boxesMadeBy(count, [&, first = true]() mutable {
                       const Point far(1000.0f, 1000.0f, 1000.0f);
                       return qzBBox(std::exchange(first, false) ? far : random.point(-0.01f, 0.01f));
                     })});
@@ -145,8 +145,7 @@ std::vector<Scene> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) {
                       if (random.below(10) != 0) return box;
                       return qzBBox::Make(box.getMinPoint(), Point(kInf, box.yMax(), kInf));
                     })});
-  scenes.push_back(
-      {"boxes without an end", std::vector<qzBBox>(count, qzBBox::Make(-kInf, -kInf, -kInf, kInf, kInf, kInf))});
+  scenes.push_back({"infinite boxes", std::vector<qzBBox>(count, qzBBox::Make(-kInf, -kInf, -kInf, kInf, kInf, kInf))});
   for (int axis = 0; axis < 3; ++axis) {  // an extent of inf - inf on one axis
     const std::string name(1, static_cast<char>('x' + axis));
     scenes.push_back({"infinitely far along " + name, boxesMadeBy(count, [&] {
@@ -155,27 +154,26 @@ std::vector<Scene> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) {
                         return qzBBox(point);
                       })});
   }
-  scenes.push_back({"NaN here and there", boxesMadeBy(count, [&] {
+  scenes.push_back({"some NaN", boxesMadeBy(count, [&] {
                       const qzBBox box = randomBoxes(1, 0.1f, random.bits())[0];
                       Point min = box.getMinPoint(), max = box.getMaxPoint();
                       if (random.below(4) == 0) min[static_cast<int>(random.below(3))] = kNaN;
                       if (random.below(4) == 0) max[static_cast<int>(random.below(3))] = -kNaN;
                       return qzBBox::Make(min, max);
                     })});
-  scenes.push_back({"nothing but NaN", std::vector<qzBBox>(count, qzBBox::Make(kNaN, kNaN, kNaN, kNaN, kNaN, kNaN))});
+  scenes.push_back({"all NaN", std::vector<qzBBox>(count, qzBBox::Make(kNaN, kNaN, kNaN, kNaN, kNaN, kNaN))});
   scenes.push_back({"any floats", boxesMadeBy(count, [&] { return boxOfDrawn([&] { return random.anyFloat(); }); })});
-  scenes.push_back({"nothing but empty boxes", std::vector<qzBBox>(count)});
+  scenes.push_back({"all empty", std::vector<qzBBox>(count)});
   scenes.push_back({"empty boxes among others", boxesMadeBy(count, [&] {
                       return random.below(3) == 0 ? qzBBox() : randomBoxes(1, 0.1f, random.bits())[0];
                     })});
 
-  // Boxes turned inside out put centres far outside the grid, so cells get beyond 32 and 64 bits before they are
-  // limited.
-  scenes.push_back({"inside out", boxesMadeBy(count, [&] {
+  // Inverted boxes have centres far outside the grid, so their cells exceed 32 and 64 bits before they are limited.
+  scenes.push_back({"inverted", boxesMadeBy(count, [&] {
                       const Point a = random.point(-1.0f, 1.0f), b = random.point(-1.0f, 1.0f);
                       return qzBBox::Make(a, b);
                     })});
-  scenes.push_back({"inside out, of any order", boxesMadeBy(count, [&] {
+  scenes.push_back({"inverted, of any magnitude", boxesMadeBy(count, [&] {
                       Point min, max;
                       for (int c = 0; c < 3; ++c) {
                         min[c] = anyOrder(random, -20, 50);
@@ -184,7 +182,7 @@ std::vector<Scene> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) {
                       return qzBBox::Make(min, max);
                     })});
   const qzBBox unit = qzBBox::Make(0.0f, 0.0f, 0.0f, 1.0f, 1.0f, 1.0f);
-  scenes.push_back({"inside out around a proper box", boxesMadeBy(count, [&, first = true]() mutable {
+  scenes.push_back({"inverted around a proper box", boxesMadeBy(count, [&, first = true]() mutable {
                       if (std::exchange(first, false)) return unit;
                       Point min, max;
                       for (int c = 0; c < 3; ++c) {

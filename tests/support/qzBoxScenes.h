@@ -15,7 +15,7 @@ struct Scene {
   std::vector<qzBBox> boxes;
 };
 
-/// Scenes of up to count boxes, one of every kind.
+/// A scene of every kind, of up to count boxes.
 std::vector<Scene> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed);
 
 /// The boxes of a mesh's triangles.

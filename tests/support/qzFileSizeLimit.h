@@ -1,5 +1,5 @@
 #pragma once
-// A disk that is soon full.
+// A limit on file sizes, to test writing to a full disk.
 
 #include <sys/resource.h>
 
@@ -7,8 +7,7 @@
 
 namespace qzTest {
 
-/// While it lives, a file that grows beyond size cannot be written, as on a full disk; by this process and those that
-/// it starts.
+/// During its lifetime writing beyond size bytes of a file fails, in this process and those that it starts.
 class FileSizeLimit {
  public:
   explicit FileSizeLimit(rlim_t size) : mPreviousHandler(std::signal(SIGXFSZ, SIG_IGN)) {

@@ -1,5 +1,5 @@
 #pragma once
-// Whether a class has a public member of a name, as has_name<Class>. The name must not be overloaded.
+// QZ_TEST_HAS_MEMBER(name) defines has_name<Class>: whether Class has a public member of that name, not overloaded.
 
 #include <type_traits>
 

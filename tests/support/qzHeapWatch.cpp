@@ -8,13 +8,13 @@
 
 namespace {
 
-// Threads may allocate at once; a watch or a refusal concerns one thread, so nothing has to be in order.
+// Threads may allocate concurrently; a watch or a refusal concerns one thread, so no memory order is needed.
 std::atomic<std::size_t> heldBytes{0}, peakBytes{0};
 std::atomic<bool> isWatching{false};
 std::size_t nbAllocated = 0, nbAligned = 0, nbReleased = 0;
 const void* places[qzTest::HeapWatch::kNoted] = {};
 
-// What is to be refused of one kind of allocations.
+// Which allocations of one kind to refuse.
 struct tRefusal {
   std::atomic<bool> mIsOn{false};
   std::uint64_t mNbUntil = 0;
@@ -117,7 +117,7 @@ bool RefusedAllocation::hasHappened() const {
 
 }  // namespace qzTest
 
-// Under the aligned allocator. Its blocks go back through std::free, which is left as it is.
+// Called by the aligned allocator, which releases its blocks by std::free; that is not replaced.
 extern "C" int posix_memalign(void** memory, std::size_t alignment, std::size_t size) noexcept {
   if (isWatching) {
     ++nbAllocated;
@@ -131,7 +131,7 @@ extern "C" int posix_memalign(void** memory, std::size_t alignment, std::size_t 
   return 0;
 }
 
-// All forms, as a sanitizer's own array forms would not end up in the others.
+// All forms, as a sanitizer's array forms would not call the others.
 void* operator new(std::size_t size) {
   return allocate(size, kDefaultAlignment);
 }

@@ -1,15 +1,13 @@
 #pragma once
-// What a piece of code asks of the heap, and what it does when it gets nothing. Linked into the executables that name
-// qzHeapWatch.cpp among their sources: that file stands in for operator new and delete of the whole program, the shared
-// libraries included, and for the posix_memalign under the aligned blocks of four-lane data.
+// Counts and refuses allocations. Executables that link the library qzHeapWatch have its operator new and delete, also
+// in their shared libraries, and its posix_memalign, which allocates the aligned blocks of four-lane data.
 
 #include <cstddef>
 #include <cstdint>
 
 namespace qzTest {
 
-/// Counts what goes through operator new and delete while it lives, and what the aligned allocator hands out. One at a
-/// time.
+/// Counts calls of operator new and delete and of the aligned allocator during its lifetime. One at a time.
 class HeapWatch {
  public:
   HeapWatch();
@@ -33,7 +31,7 @@ class HeapWatch {
   std::size_t mHeldBefore;
 };
 
-/// Refuses allocation number n from its construction on, counted from 0, if it gets that far: operator new throws
+/// Refuses allocation number n after its construction, counted from 0: operator new throws
 /// std::bad_alloc, the aligned allocator returns null. eOnce: later ones succeed. eFromThenOn: they fail as well.
 class RefusedAllocation {
  public:

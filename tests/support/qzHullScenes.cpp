@@ -14,7 +14,7 @@ Point normalized(const Point& a) {
   return along(Point(0.0f, 0.0f, 0.0f), 1.0f / std::sqrt(dot(a, a)), a);
 }
 
-/// The half-space that the normal points into.
+/// The half-space on the normal's side.
 Plane planeThrough(const Point& p, const Point& normal) {
   return Plane(normal[0], normal[1], normal[2], -dot(normal, p));
 }

@@ -59,22 +59,22 @@ Planes cubeAround(const Point& center, float half);
 
 Point anyPointOn(const qz::qzTriMesh& mesh, Random& random);
 
-/// A direction of length 1, near enough.
+/// A direction of length 1, up to rounding.
 Point anyDirection(Random& random);
 /// Six planes of a cube in any orientation.
 Planes turnedCube(const Point& center, float half, Random& random);
-/// Six planes: four through the eye, spread apart by slope, and two across.
+/// Six planes of a view frustum: four through the eye at this slope, and near and far.
 Planes frustum(const Point& eye, const Point& target, float slope, Random& random);
-/// Planes that touch the unit circle around the z axis, at equal angles, the circle inside: they clip a large triangle to
-/// a polygon of count corners and more.
+/// Planes that touch the unit circle around the z axis, at equal angles, the circle inside: they clip a large triangle
+/// to a polygon of count corners and more.
 Planes aroundCircle(unsigned int count);
 /// Planes that touch a ball, the ball inside.
 Planes aroundBall(const Point& center, float radius, unsigned int count, Random& random);
 
 /// A region that intersects something of the mesh about every other time.
 Planes ordinaryPlanes(const qz::qzTriMesh& mesh, Random& random);
-/// A degenerate region: planes through vertices and faces, repeated and opposite ones, around the origin, of any floats,
-/// up to several hundred.
+/// A degenerate region: planes through vertices and faces, repeated and opposite ones, around the origin, of any
+/// floats, up to several hundred.
 Planes awkwardPlanes(const qz::qzTriMesh& mesh, Random& random);
 
 }  // namespace qzTest

@@ -55,7 +55,7 @@ class OpenQBVH : public qzQBVH {
     }
     mNodes[node].mChildIndex[lane] = index;
     mNodes[node].mChildQuadruplets[lane] = quadruplets;
-    mIsNested = mIsSnug = false;  // what a build found out about the boxes no longer holds
+    mIsNested = mIsSnug = false;  // recorded by a build for its own boxes
   }
   void setTriangle(unsigned int quadruplet, int lane, const Point& v0, const Point& v1, const Point& v2) {
     const Point* vertices[3] = {&v0, &v1, &v2};

@@ -1,6 +1,5 @@
 #pragma once
-// Private members for tests, by a rule of the language: an explicit instantiation may name a member that it has no
-// access to.
+// Private members for tests: an explicit instantiation may name members that it has no access to.
 //
 //   namespace qzTest {
 //   struct Indices {

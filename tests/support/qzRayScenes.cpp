@@ -75,7 +75,7 @@ class RandomBVHMaker {
         mRandom(random) {}
 
   qzGenericBVH make() {
-    // Every triangle once, and some again.
+    // Every triangle once, and some twice.
     const unsigned int count = nbTrianglesOf(mMesh);
     std::vector<unsigned int>& primitives = mBVH.editPrimitives();
     primitives = shuffledNumbers(count, mRandom);
@@ -106,7 +106,7 @@ class RandomBVHMaker {
     const unsigned int odd = mRandom.below(8);
     if (odd == 0) middle = first + 1;  // a child of one triangle
     const bool mayBeEmpty = mHasEmptyLeaves && mNbTaken < mNumbers.size() / 2;
-    if (odd == 1 && mayBeEmpty) middle = first;  // a child without any
+    if (odd == 1 && mayBeEmpty) middle = first;  // a child without triangles
     const unsigned int left = makeNode(first, middle);
     const unsigned int right = makeNode(middle, last);
     const qzBBox box = changed(mBVH.getNode(left).getBBox().bboxUnion(mBVH.getNode(right).getBBox()));

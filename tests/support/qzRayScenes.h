@@ -17,8 +17,8 @@
 
 namespace qzTest {
 
-/// The first difference; empty when every word, the box, the flags and the sizes are the same. eAnyNaN accepts any NaN of
-/// the equations for another: which NaN a NaN vertex leads to is the compiler's choice.
+/// The first difference; empty when every word, the box, the flags and the sizes are the same. eAnyNaN accepts any NaN
+/// of the equations for another: which NaN a NaN vertex leads to is the compiler's choice.
 enum NaNWords { eSameNaN, eAnyNaN };
 std::string difference(const OpenQBVH& library, const qzPlain::tQBVH& plain, NaNWords nans = eSameNaN);
 
@@ -39,7 +39,7 @@ void setInner(qzGenericBVH& bvh, unsigned int node, const qzBBox& box, unsigned 
 enum BoxKind { eTightBoxes, eNestedBoxes, eCroppedBoxes, eOddBoxes };
 
 /// A binary hierarchy of random shape over the triangles of mesh. Leaves have any size up to maxLeafSize or 1 and any
-/// depth; some are empty. Nodes are numbered in no order, with unreachable nodes between them. Some triangles occur
+/// depth; some are empty. Nodes are numbered at random, with unreachable nodes between them. Some triangles occur
 /// twice.
 qzGenericBVH randomBVH(const qz::qzTriMesh& mesh, unsigned int maxLeafSize, BoxKind boxes, Random& random);
 

@@ -1,5 +1,5 @@
 #pragma once
-// Every allocation of a piece of code refused in turn.
+// Runs code with each of its allocations refused in turn.
 
 #include <doctest/doctest.h>
 
@@ -18,8 +18,8 @@ class Refusal {
  public:
   Refusal(std::uint64_t number, RefusedAllocation::Span span) : mNumber(number), mSpan(span) {}
 
-  /// Calls work under the refusal. Returns whether an allocation was refused; it is checked that work threw
-  /// std::bad_alloc then, and only then, and left the floating-point mode as it was.
+  /// Calls work under the refusal and returns whether an allocation was refused. Checks that work threw std::bad_alloc
+  /// exactly in that case, and kept the floating-point mode.
   template <class Work>
   bool strikes(Work work) const {
     const tOutcome outcome = outcomeOf(work);
@@ -27,7 +27,7 @@ class Refusal {
     return outcome.mIsRefused;
   }
 
-  /// The same for what takes a refusal without a word, as a stream does, which remembers that it is in a bad state.
+  /// The same for code that reports a failure in another way, as a stream does by its state.
   template <class Work>
   bool isSwallowedBy(Work work) const {
     const tOutcome outcome = outcomeOf(work);

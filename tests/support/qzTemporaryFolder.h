@@ -1,5 +1,5 @@
 #pragma once
-// A folder of its own for a test's files, gone with everything in it at the end.
+// A folder for a test's files, deleted with its contents by the destructor.
 
 #include <cstdlib>
 #include <filesystem>
@@ -42,7 +42,7 @@ class TemporaryFolder {
     return std::string(std::istreambuf_iterator<char>(file), {});
   }
 
-  /// The names of all that is in the folder.
+  /// The names of the folder's entries.
   std::set<std::string> names() const {
     std::set<std::string> result;
     for (const auto& entry : std::filesystem::directory_iterator(mPath))

@@ -1,5 +1,5 @@
 #pragma once
-// Boxes and floats that the tests of qzBBox share.
+// Boxes and special floats for tests in three dimensions.
 
 #include <Wm4/Vector3.h>
 #include <qzCommonAddOns/geometry/qzBBox.h>
@@ -23,11 +23,11 @@ inline qzBBox boxOfExtents(float x, float y, float z) {
   return qzBBox::Make(0.0f, 0.0f, 0.0f, x, y, z);
 }
 
-/// Every kind of float there is: zeros, ordinary, huge, denormal, infinite, and NaN of both signs.
+/// Every kind of float: zeros, ordinary, largest, denormal, infinite, NaN of both signs.
 constexpr float kOddFloats[] = {0.0f, -0.0f, 1.0f,      -1.0f,      0.25f,     kInf,       -kInf,
                                 kNaN, -kNaN, kMaxFloat, -kMaxFloat, 0x1p-149f, -0x1p-149f, 0x1.8p-127f};
 
-/// Floats that a comparison can tell apart or just not: enough for products of many variables.
+/// Floats for products of many variables: zeros, 1, the smallest negative, infinities, NaN.
 constexpr float kFewFloats[] = {0.0f, -0.0f, 1.0f, -0x1p-149f, kInf, -kInf, kNaN};
 
 inline Point anyPoint(Random& random) {
@@ -35,7 +35,7 @@ inline Point anyPoint(Random& random) {
   return Point(x, y, z);
 }
 
-/// A box with any six floats, in which empty axes, NaN and infinities are common.
+/// A box of any six floats; empty axes, NaN and infinities are common.
 inline qzBBox anyBox(Random& random) {
   const Point min = anyPoint(random), max = anyPoint(random);
   return qzBBox::Make(min, max);

@@ -1,5 +1,5 @@
 #pragma once
-// Boxes, points and floats that the tests in two dimensions share.
+// Boxes, points and special floats for tests in two dimensions.
 
 #include <Wm4/Vector2.h>
 #include <qzCommonAddOns/geometry/qzBBox2D.h>
@@ -18,11 +18,11 @@ inline qzBBox2D unitSquare() {
   return qzBBox2D::Make(0.0f, 0.0f, 1.0f, 1.0f);
 }
 
-/// Every kind of float there is: zeros, ordinary, huge, denormal, infinite, and NaN of both signs.
+/// Every kind of float: zeros, ordinary, largest, denormal, infinite, NaN of both signs.
 constexpr float kOddFloats[] = {0.0f, -0.0f, 1.0f,      -1.0f,      0.25f,     kInf,      -kInf,
                                 kNaN, -kNaN, kMaxFloat, -kMaxFloat, 0x1p-149f, -0x1p-149f};
 
-/// Floats that a comparison can tell apart or just not: enough for products of many variables.
+/// Floats for products of many variables: zeros, 1, the smallest negative, infinities, NaN.
 constexpr float kFewFloats[] = {0.0f, -0.0f, 1.0f, -0x1p-149f, kInf, -kInf, kNaN};
 
 inline Point anyPoint(Random& random) {
@@ -34,7 +34,7 @@ inline Point pointBetween(Random& random, float low, float high) {
   return Point(x, y);
 }
 
-/// A box with any four floats, in which empty axes, NaN and infinities are common.
+/// A box of any four floats; empty axes, NaN and infinities are common.
 inline qzBBox2D anyBox(Random& random) {
   const Point min = anyPoint(random), max = anyPoint(random);
   return qzBBox2D::Make(min, max);

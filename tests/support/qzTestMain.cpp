@@ -4,8 +4,8 @@
 #include <xmmintrin.h>
 
 int main(int argc, char** argv) {
-  // The plain forms count on rounding to nearest and on denormals; a program with anything linked by -ffast-math starts
-  // without the latter. The library needs no such help, and there are tests which say so.
+  // The plain forms need rounding to nearest and denormals; a program with anything linked by -ffast-math starts
+  // without the latter. The library does not depend on it; the tests with CallersFloatMode check that.
   _mm_setcsr(0x1F80);
   return doctest::Context(argc, argv).run();
 }

@@ -1,5 +1,5 @@
 #pragma once
-// Which slot of its class's table a virtual function has, the destructor being slot 0.
+// The position of a virtual function in its class's table.
 
 #include <cstddef>
 #include <cstring>
@@ -7,8 +7,8 @@
 namespace qzTest {
 
 #if defined(__GNUC__)
-/// The Itanium ABI, which Linux uses throughout: a pointer to a virtual member function is one more than the offset
-/// of its table entry; the destructor, always declared first in this family, takes two entries.
+/// 1 for the first virtual function after the destructor, if the destructor is declared first, which takes two entries
+/// of the table. In the Itanium ABI a pointer to a virtual member function is 1 plus the offset of its table entry.
 template <class Function>
 int virtualSlotOf(Function function) {
   std::ptrdiff_t offsetPlusOne;

@@ -1,5 +1,5 @@
-// Threads that query one hierarchy while others build their own from the same mesh: nothing is shared but what nobody
-// changes. The preset sanitize-threads looks for races; here the answers and trees are those of one thread alone.
+// Threads that query one hierarchy while others build their own from the same mesh; all shared data is constant. The
+// preset sanitize-threads looks for races; here answers and trees are compared with those of a single thread.
 
 #include <doctest/doctest.h>
 
@@ -74,7 +74,7 @@ struct Shared {
   std::vector<std::unique_ptr<PlaneSet>> regions;
   std::vector<bool> regionAnswers;
 
-  // The input of the builders that a feeder fills, to be copied.
+  // The input of the builders that a derived class fills.
   std::vector<qzBBox> boxes = randomBoxes(2000, 0.05f, 42);
   OpenBuilder2D filled2D;
 
@@ -129,7 +129,7 @@ struct Shared {
   }
   void build2D(qzGenericBVH2D& tree) const { OpenBuilder2D(filled2D).build(tree, 16); }
 
-  /// Asks everything, from a ray and a region of its own on. Returns how many answers are not those of one thread.
+  /// Runs all queries, each thread starting at another one. Returns the number of answers that differ.
   int nbWrongAnswers(std::size_t thread) const {
     int nbWrong = 0;
     for (std::size_t i = 0; i < rays.size(); ++i) {
@@ -146,7 +146,7 @@ struct Shared {
     return nbWrong;
   }
 
-  /// Builds one of every kind. Returns how many trees are not those of one thread.
+  /// Builds one tree of every kind. Returns the number of trees that differ.
   int nbWrongTrees() const {
     int nbWrong = 0;
     OpenQBVH fromMesh, fromTree;
@@ -165,7 +165,7 @@ struct Shared {
 
 }  // namespace
 
-TEST_CASE("eight threads query one hierarchy while four build their own, and all get what one thread alone gets") {
+TEST_CASE("eight threads query one hierarchy while four build their own, with the results of a single thread") {
   const LogCapture quiet(false);
   const Shared shared;
   const auto nbHits = std::count_if(shared.rayAnswers.begin(), shared.rayAnswers.end(),
@@ -176,7 +176,7 @@ TEST_CASE("eight threads query one hierarchy while four build their own, and all
   CHECK(nbYes > 100);
   CHECK(nbYes < 400);
 
-  // All begin together; those who build go on until the last query is answered.
+  // All start together; builders repeat until the last query is answered.
   std::atomic<std::size_t> nbWaiting{kNbQuerying + kNbBuilding}, nbQuerying{kNbQuerying};
   const auto await = [&] {
     for (--nbWaiting; nbWaiting > 0;) std::this_thread::yield();

@@ -35,7 +35,7 @@ TEST_CASE("this is release 3.0.0, revision 1297, of February 2026") {
   CHECK(int(Version::GetMonth()) == 2);
 }
 
-TEST_CASE("the answers have the types of their contract") {
+TEST_CASE("the functions return the documented types") {
   CHECK(std::is_same_v<decltype(Version::GetMajor()), unsigned int>);
   CHECK(std::is_same_v<decltype(Version::GetMinor()), unsigned int>);
   CHECK(std::is_same_v<decltype(Version::GetRelease()), unsigned int>);
@@ -47,7 +47,7 @@ TEST_CASE("the answers have the types of their contract") {
   CHECK(std::is_empty_v<Version>);
 }
 
-TEST_CASE("a release is no development, debug or beta build") {
+TEST_CASE("a release is not a development, debug or beta build") {
   CHECK_FALSE(Version::IsDev());
   CHECK_FALSE(Version::IsDebug());
   CHECK_FALSE(Version::IsBeta());
@@ -74,7 +74,7 @@ TEST_CASE("major, minor and release are joined by points, and the first argument
   }
 }
 
-TEST_CASE("the date follows the commit, with a single digit for February") {
+TEST_CASE("the date follows the commit id, the month without a leading zero") {
   CHECK(Version::GetDescStringMajorMinorReleaseRevisionDate() == "3.0.0.1297 #" + kCommitId + " 2026-2");
 }
 
@@ -87,7 +87,7 @@ TEST_CASE("the first argument selects between two distinct constants of the same
   }
 }
 
-TEST_CASE("a text stays what and where it is when other texts are asked for") {
+TEST_CASE("the address and contents of a text do not change with later calls") {
   const std::vector<const char*> texts = allTexts();
   const std::vector<std::string> copies(texts.begin(), texts.end());
   CHECK(bool(allTexts() == texts));

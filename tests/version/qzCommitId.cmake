@@ -61,7 +61,7 @@ string(SUBSTRING ${output} 0 16 second)
 look_up(${QZ_GIT})
 expect(${second} "after another commit")
 
-# A source archive knows its commit without git, and keeps to it inside somebody else's checkout.
+# A source archive has its commit id without git, also inside another project's checkout.
 git(-C sources archive --format=tar --prefix=sources/ -o ${QZ_WORK_DIR}/archive.tar ${commit})
 file(REMOVE_RECURSE ${sources})
 file(ARCHIVE_EXTRACT INPUT ${QZ_WORK_DIR}/archive.tar DESTINATION ${QZ_WORK_DIR})

@@ -16,7 +16,7 @@ using Point = Wm4::Vector3<float>;
 
 namespace {
 
-/// The empty box, expanded by all vertices in order.
+/// The empty box expanded by all vertices in order.
 qzBBox plainBox(const qz::qzTriMesh& mesh) {
   qzBBox box;
   for (int i = 0; i < mesh.getVertexBuffer()->getNbVertices(); ++i) {
@@ -31,11 +31,11 @@ qz::qzTriMesh meshOf(std::vector<Point> vertices, std::vector<int> indices = {})
 
 }  // namespace
 
-TEST_CASE("an empty list of meshes makes no primitive") {
+TEST_CASE("an empty list of meshes gives no primitive") {
   CHECK(qzBVHMeshContainer(std::vector<qz::qzTriMesh*>()).getQuantity() == 0);
 }
 
-TEST_CASE("there is one box per mesh, in list order, the same mesh twice included") {
+TEST_CASE("there is one box per mesh, in list order, also for repeated meshes") {
   qz::qzTriMesh a = terrainMesh(4, 81), b = sphereMesh(4, 6);
   const qzBVHMeshContainer container({&b, &a, &b});
   REQUIRE(container.getQuantity() == 3);
@@ -44,7 +44,7 @@ TEST_CASE("there is one box per mesh, in list order, the same mesh twice include
   CHECK(sameBits(*container.getBBox(2), plainBox(b)));
 }
 
-TEST_CASE("a mesh without vertices is a primitive with the empty box") {
+TEST_CASE("a mesh without vertices has the empty box") {
   qz::qzTriMesh a = terrainMesh(2, 82), b = meshOf({});
   const qzBVHMeshContainer container({&a, &b});
   REQUIRE(container.getQuantity() == 2);
@@ -52,26 +52,26 @@ TEST_CASE("a mesh without vertices is a primitive with the empty box") {
   CHECK(sameBits(*container.getBBox(1), qzBBox()));
 }
 
-TEST_CASE("a negative number of vertices is none") {
+TEST_CASE("a negative number of vertices counts as none") {
   qz::qzTriMesh mesh(qz::qzVertexBuffer(nullptr, -5), qz::qzIndexBuffer(std::vector<int>{0, 1, 2}));
   const qzBVHMeshContainer container({&mesh});
   REQUIRE(container.getQuantity() == 1);
   CHECK(sameBits(*container.getBBox(0), qzBBox()));
 }
 
-TEST_CASE("all vertices count, whether an index names them or not") {
+TEST_CASE("a mesh's box is around all vertices, referenced by an index or not") {
   qz::qzTriMesh mesh = meshOf(
       {Point(0.0f, 0.0f, 0.0f), Point(1.0f, 0.0f, 0.0f), Point(0.0f, 1.0f, 0.0f), Point(9.0f, 9.0f, -9.0f)}, {0, 1, 2});
   CHECK(sameBits(*qzBVHMeshContainer({&mesh}).getBBox(0), qzBBox::Make(0.0f, 0.0f, -9.0f, 9.0f, 9.0f, 0.0f)));
   CHECK(sameBits(*qzBVHTriangleContainer(mesh).getBBox(0), qzBBox::Make(0.0f, 0.0f, 0.0f, 1.0f, 1.0f, 0.0f)));
 }
 
-TEST_CASE("the index buffer is not consulted, even when it is nonsense") {
+TEST_CASE("the mesh container does not read the index buffer, even an invalid one") {
   qz::qzTriMesh mesh(qz::qzVertexBuffer({Point(1.0f, 2.0f, 3.0f)}), qz::qzIndexBuffer(nullptr, -300));
   CHECK(sameBits(*qzBVHMeshContainer({&mesh}).getBBox(0), qzBBox(Point(1.0f, 2.0f, 3.0f))));
 }
 
-TEST_CASE("the boxes equal their plain form for any floats, also under flushed denormals") {
+TEST_CASE("mesh triangle boxes equal their plain form for any floats, in the default and the fast-math mode") {
   const std::uint32_t seed = 83;
   INFO("seed ", seed);
   Random random(seed);
@@ -105,7 +105,7 @@ TEST_CASE("the boxes equal their plain form for any floats, also under flushed d
   }
 }
 
-TEST_CASE("the meshes are not kept") {
+TEST_CASE("the boxes outlive the meshes") {
   std::optional<qz::qzTriMesh> mesh(terrainMesh(3, 84));
   const qzBBox expected = plainBox(*mesh);
   const qzBVHMeshContainer container({&*mesh});
@@ -113,7 +113,7 @@ TEST_CASE("the meshes are not kept") {
   CHECK(sameBits(*container.getBBox(0), expected));
 }
 
-TEST_CASE("copies have boxes of their own, and assignment returns the container") {
+TEST_CASE("copies of a mesh container have their own boxes, and assignment returns the container") {
   qz::qzTriMesh a = terrainMesh(3, 85), b = sphereMesh(3, 5);
   std::optional<qzBVHMeshContainer> source(std::vector<qz::qzTriMesh*>{&a, &b});
   const qzBVHMeshContainer copy = *source;
@@ -131,7 +131,7 @@ TEST_CASE("copies have boxes of their own, and assignment returns the container"
   CHECK(sameBits(*assigned.getBBox(1), plainBox(b)));
 }
 
-TEST_CASE("getBBox points into one array, in mesh order") {
+TEST_CASE("getBBox of a mesh container points into one array, in mesh order") {
   qz::qzTriMesh a = terrainMesh(2, 86);
   const qzBVHMeshContainer container({&a, &a, &a});
   for (unsigned int i = 0; i < 3; ++i) CHECK(container.getBBox(i) == container.getBBox(0) + i);

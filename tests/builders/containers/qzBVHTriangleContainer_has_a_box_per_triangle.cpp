@@ -43,7 +43,7 @@ const qz::qzIndexBuffer* indexBufferOf(const qzBVHTriangleContainer& c) {
   return c.*privateMember(IndexBufferOf());
 }
 
-/// The empty box, expanded by the three corners in order.
+/// The empty box expanded by the three corners in order.
 qzBBox plainBox(const qz::qzTriMesh& mesh, int triangle) {
   qzBBox box;
   for (int corner = 0; corner < 3; ++corner) {
@@ -77,7 +77,7 @@ TEST_CASE("a triangle's box is the tight box of its three vertices") {
   CHECK(sameBits(*container.getBBox(1), qzBBox::Make(-3.0f, 0.0f, -1.0f, 1.0f, 2.0f, 4.0f)));
 }
 
-TEST_CASE("0, 1 or 2 indices make no triangle") {
+TEST_CASE("0, 1 or 2 indices give no triangle") {
   const qz::qzVertexBuffer vertices = fourVertices();
   const int index[2] = {0, 1};
   for (int count = 0; count < 3; ++count) {
@@ -86,7 +86,7 @@ TEST_CASE("0, 1 or 2 indices make no triangle") {
   }
 }
 
-TEST_CASE("a count of -1 or -2 makes no triangle, -3 and below throw the length exception") {
+TEST_CASE("an index count of -1 or -2 gives no triangle, -3 and below throws std::length_error") {
   const qz::qzVertexBuffer vertices = fourVertices();
   const int unread = 0;
   for (const int count : {-1, -2}) {
@@ -100,7 +100,7 @@ TEST_CASE("a count of -1 or -2 makes no triangle, -3 and below throw the length 
   }
 }
 
-TEST_CASE("one or two indices too many are left over and never read") {
+TEST_CASE("one or two extra indices are ignored and their vertices not read") {
   // An index this far off would be a read outside the vertex buffer.
   const qz::qzVertexBuffer vertices = fourVertices();
   const int index[8] = {0, 1, 2, 3, 2, 1, 1 << 30, 1 << 30};
@@ -120,14 +120,14 @@ TEST_CASE("three equal indices make a box of one point") {
   CHECK_FALSE(container.getBBox(0)->isEmpty());
 }
 
-TEST_CASE("degenerate triangles stay in the list as ordinary primitives") {
+TEST_CASE("degenerate triangles are primitives like others") {
   const qz::qzTriMesh mesh = awkwardMesh(2000, 61);
   const qzBVHTriangleContainer container(mesh);
   CHECK(container.getQuantity() == 2000);
   CHECK(samePlainBoxes(container, mesh));
 }
 
-TEST_CASE("the corners are taken in index order: of equal zeros the first one stays, NaN is passed over") {
+TEST_CASE("corners are united in index order: of equal zeros the first stays, NaN is skipped") {
   const auto boxOf = [](const Point& a, const Point& b, const Point& c) {
     const qz::qzTriMesh mesh = meshOfCorners({a, b, c});
     return *qzBVHTriangleContainer(mesh).getBBox(0);
@@ -138,7 +138,7 @@ TEST_CASE("the corners are taken in index order: of equal zeros the first one st
   CHECK(sameBits(partlyNaN, qzBBox::Make(2.0f, 1.0f, kInf, 3.0f, 1.0f, -kInf)));
 }
 
-TEST_CASE("boxes equal their plain form for any floats") {
+TEST_CASE("triangle boxes equal their plain form for any floats") {
   const std::uint32_t seed = 62;
   INFO("seed ", seed);
   Random random(seed);
@@ -151,7 +151,7 @@ TEST_CASE("boxes equal their plain form for any floats") {
   CHECK(samePlainBoxes(qzBVHTriangleContainer(mesh), mesh));
 }
 
-TEST_CASE("boxes do not depend on the caller's treatment of denormals") {
+TEST_CASE("triangle boxes do not depend on the caller's float mode, which is kept") {
   Random random(63);
   std::vector<Point> corners;
   for (int i = 0; i < 300; ++i) {
@@ -179,13 +179,13 @@ TEST_CASE("a mesh and its two buffers give the same container") {
   CHECK((vertexBufferOf(fromBuffers) == mesh.getVertexBuffer() && indexBufferOf(fromBuffers) == mesh.getIndexBuffer()));
 }
 
-TEST_CASE("only vertices that an index names count") {
+TEST_CASE("a triangle's box is around its own vertices only") {
   const qz::qzTriMesh mesh{fourVertices(), qz::qzIndexBuffer(std::vector<int>{0, 1, 2})};
   const qzBVHTriangleContainer container(mesh);
   CHECK(sameBits(*container.getBBox(0), qzBBox::Make(0.0f, 0.0f, -1.0f, 1.0f, 2.0f, 0.5f)));
 }
 
-TEST_CASE("the boxes outlive the buffers") {
+TEST_CASE("triangle boxes outlive the buffers") {
   auto mesh = std::make_unique<qz::qzTriMesh>(terrainMesh(4, 65));
   const qzBVHTriangleContainer container(*mesh);
   std::vector<qzBBox> expected;
@@ -195,7 +195,7 @@ TEST_CASE("the boxes outlive the buffers") {
   for (unsigned int i = 0; i < 32; ++i) CHECK(sameBits(*container.getBBox(i), expected[i]));
 }
 
-TEST_CASE("a copy keeps its boxes and its buffer pointers when the source is gone") {
+TEST_CASE("a copy keeps its boxes and buffer pointers when the source is destroyed") {
   const qz::qzTriMesh mesh = terrainMesh(4, 66);
   std::optional<qzBVHTriangleContainer> source(mesh);
   const qzBVHTriangleContainer copy = *source;

@@ -37,13 +37,13 @@ TEST_CASE("the interface is abstract, without data members, with a virtual destr
   CHECK(sizeof(Interface) == sizeof(void*));
 }
 
-TEST_CASE("boxes are handed out by address and the quantity as an unsigned int") {
+TEST_CASE("getBBox returns a pointer, getQuantity an unsigned int") {
   CHECK(std::is_same_v<decltype(&Interface::getBBox), const qzBBox* (Interface::*)(unsigned int) const>);
   CHECK(std::is_same_v<decltype(&Interface::getQuantity), unsigned int (Interface::*)() const>);
 }
 
 #if defined(__GNUC__)
-TEST_CASE("the virtual functions stand in the order destructor, getBBox, getQuantity") {
+TEST_CASE("the virtual functions are in the order destructor, getBBox, getQuantity") {
   CHECK(qzTest::virtualSlotOf(&Interface::getBBox) == 1);
   CHECK(qzTest::virtualSlotOf(&Interface::getQuantity) == 2);
 }
@@ -65,7 +65,7 @@ TEST_CASE("assigning interfaces returns the object and copies nothing") {
   CHECK(qzTest::sameBits(b.box(), qzBBox()));
 }
 
-TEST_CASE("both containers are interfaces that answer through it") {
+TEST_CASE("both containers implement the interface") {
   CHECK(std::is_convertible_v<qzBVHTriangleContainer*, Interface*>);
   CHECK(std::is_convertible_v<qzBVHMeshContainer*, Interface*>);
   qz::qzTriMesh mesh = qzTest::terrainMesh(2, 91);

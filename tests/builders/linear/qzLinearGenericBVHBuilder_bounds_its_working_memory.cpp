@@ -1,4 +1,4 @@
-// What a build holds at its worst, beside the two arrays of the finished tree.
+// The peak memory of a build, beyond the two arrays of the finished tree.
 
 #include "support/qzBits.h"
 #include "support/qzBoxScenes.h"
@@ -26,7 +26,7 @@ std::vector<qzBBox> randomPoints(std::uint32_t count) {
   return boxes;
 }
 
-// Twice the same place each: half as many leaves as primitives.
+// Every point twice: half as many leaves as primitives.
 std::vector<qzBBox> randomPairs(std::uint32_t count) {
   std::vector<qzBBox> boxes = randomPoints(count / 2);
   boxes.reserve(count);
@@ -43,7 +43,7 @@ std::size_t bytesOf(const qzGenericBVH& tree) {
 
 }  // namespace
 
-TEST_CASE("a build at 20 bits per axis works in at most 64 bytes per primitive beside the result") {
+TEST_CASE("a build at 20 bits per axis peaks at no more than 64 bytes per primitive beyond its result") {
   const LogCapture quiet(false);
   const CancelAtPoll never(CancelAtPoll::kNever);
   const struct {
@@ -55,7 +55,7 @@ TEST_CASE("a build at 20 bits per axis works in at most 64 bytes per primitive b
       {"one point", BoxContainer(std::vector<qzBBox>(kCount))},
   };
   for (const bool mayBeCancelled : {false, true}) {
-    const std::string way = mayBeCancelled ? "may be cancelled" : "nobody can cancel";
+    const std::string way = mayBeCancelled ? "with a cancel interface" : "without one";
     double most = 0.0;
     for (const auto& scene : kScenes) {
       for (const unsigned int limit : {1u, 4u, 8u, 100u, 0xFFFFFFFFu}) {
@@ -75,7 +75,7 @@ TEST_CASE("a build at 20 bits per axis works in at most 64 bytes per primitive b
   }
 }
 
-TEST_CASE("a rebuild into the same tree holds no more than its old arrays on top") {
+TEST_CASE("a rebuild into the same tree peaks no higher than the first build, above the old arrays") {
   const LogCapture quiet(false);
   const BoxContainer container(randomPoints(kCount));
   qzLinearGenericBVHBuilder builder;
@@ -88,8 +88,8 @@ TEST_CASE("a rebuild into the same tree holds no more than its old arrays on top
   CHECK(again.peak() <= peakOfFirst);
 }
 
-// The library has no other way to memory than operator new and the aligned allocator: its list of imports says so.
-TEST_CASE("what a build holds comes from operator new, so the figures leave nothing out") {
+// The library allocates by operator new and by the aligned allocator only, as its list of imports shows.
+TEST_CASE("a build allocates by operator new alone, so HeapWatch measures all of it") {
   const LogCapture quiet(false);
   const CancelAtPoll never(CancelAtPoll::kNever);
   const BoxContainer container(randomPoints(kCount));

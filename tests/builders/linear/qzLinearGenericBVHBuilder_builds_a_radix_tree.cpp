@@ -1,4 +1,4 @@
-// What holds for every tree of the builder, checked against the cells themselves and not against another builder.
+// Properties of every tree of the builder, checked against the cells, without another builder.
 
 #include "support/qzBits.h"
 #include "support/qzBothBuilders.h"
@@ -20,8 +20,7 @@ struct Checker {
   const qzGenericBVH& tree;
   std::size_t nbVisited = 0;
 
-  // Checks the subtree over the positions from first to last, whose codes agree in all bits above nbFreeBits. Returns
-  // its box.
+  // Checks the subtree over positions first to last, whose codes share all bits from nbFreeBits up. Returns its box.
   qzBBox check(unsigned int number, std::size_t first, std::size_t last, unsigned int nbFreeBits) {
     ++nbVisited;
     REQUIRE(number < tree.getNodes().size());
@@ -41,7 +40,7 @@ struct Checker {
       }
     } else {
       CHECK(last - first + 1 > limit);
-      // The highest bit in which the codes of the range differ decides where it is halved.
+      // The range is split at the highest bit in which its codes differ.
       unsigned int bit = nbFreeBits;
       do {
         REQUIRE(bit > 0);
@@ -66,7 +65,7 @@ struct Checker {
 
 }  // namespace
 
-TEST_CASE("trees over known cells split at the highest bit that differs, down to the leaf limit and no further") {
+TEST_CASE("trees over known cells split at the highest differing bit, down to the leaf limit") {
   Random random(60);
   for (int round = 0; round < 60; ++round) {
     const unsigned int bits = 1 + random.below(21), limit = 1 + random.below(6), spread = random.below(bits) + 1;
@@ -101,10 +100,9 @@ TEST_CASE("trees over known cells split at the highest bit that differs, down to
   }
 }
 
-TEST_CASE("a caller's floating-point mode neither changes the tree nor gets lost") {
+TEST_CASE("a linear build does not depend on the caller's float mode, which is kept") {
   Random random(61);
-  // A grid whose cells are so small that a denormal coordinate is three of them, and half the boxes denormal: taken for
-  // zeros they would share cell 0.
+  // Cells smaller than the denormals' range, and every other box denormal: flushed to zero these would share cell 0.
   const float edge = 3.7e-33f;
   std::vector<qzBBox> boxes = pointBoxes({{0.0f, 0.0f, 0.0f}, {edge, edge, edge}});
   for (int i = 0; i < 300; ++i) {

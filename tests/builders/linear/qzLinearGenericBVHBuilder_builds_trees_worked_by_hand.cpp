@@ -1,4 +1,4 @@
-// Small scenes whose trees, records, calls and polls are known without a program.
+// Small scenes whose trees, records, calls and polls were worked out by hand.
 
 #include "support/qzBits.h"
 #include "support/qzBothBuilders.h"
@@ -45,7 +45,7 @@ TEST_CASE("the eight corners of a cube split on z, then y, then x") {
   CHECK(sameBits(both.nodes()[7].getBBox(), qzBBox::Make(0.0f, 0.0f, 0.0f, 1.0f, 1.0f, 1.0f)));
 }
 
-TEST_CASE("of the eight corners, a leaf limit of 4 makes two leaves and one of 8 makes one") {
+TEST_CASE("a leaf limit of 4 makes two leaves of the eight corners, a limit of 8 one") {
   BothBuilders both(4);
   CHECK(both.build(boxesInCells(kSixCorners, 1), 1));
   REQUIRE(both.nodes().size() == 3);
@@ -63,9 +63,9 @@ TEST_CASE("of the eight corners, a leaf limit of 4 makes two leaves and one of 8
   CHECK(both.tree().getNbNodes() == 15);
 }
 
-TEST_CASE("nodes are numbered by level and then by position, not by subtree") {
-  // Codes 0, 1, 32, 33 and 63 of 6 bits: the first pair splits on the last level, like the second one; 63 leaves on
-  // level 2, the pairs part on level 1.
+TEST_CASE("nodes are numbered by level, then by position, not by subtree") {
+  // Codes 0, 1, 32, 33 and 63 of 6 bits: the two pairs split at the last level, 63 at level 2, the pairs from
+  // each other at level 1.
   const std::vector<qzBBox> boxes = boxesInCells({{1, 0, 0}, {0, 0, 2}, {1, 0, 2}}, 2);
   BothBuilders both(1);
   CHECK(both.build(boxes, 2));
@@ -81,7 +81,7 @@ TEST_CASE("nodes are numbered by level and then by position, not by subtree") {
   CHECK(both.recordTexts()[1] == "qzLinearGenericBVHBuilder : allocate 160B of working buffer");
 }
 
-TEST_CASE("a build asks and polls in the order of its stages") {
+TEST_CASE("a build calls the container and polls in the order of its stages") {
   const Event q{Event::eQuantity, 0}, p{Event::ePoll, 0}, a{Event::eBox, 0}, b{Event::eBox, 1};
   // Primitive 0 has the larger code, so primitive 1 is the left leaf.
   const std::vector<qzBBox> boxes = pointBoxes({{1.0f, 1.0f, 1.0f}, {0.0f, 0.0f, 0.0f}});
@@ -94,7 +94,7 @@ TEST_CASE("a build asks and polls in the order of its stages") {
       p, p, b, p, p, a, p,  // root, left leaf and its primitive, right leaf and its primitive
       p,                    // boxes done
       p, p, p, p, p,        // root, left and right counted, all counted, nodes moved
-      p,                    // the last word
+      p,                    // the last one
   };
   CHECK(bool(both.journal().events == kExpected));
   CHECK(both.journal().eventsBeforeRecord == std::vector<std::size_t>{1, 8, 9, 25});
@@ -110,7 +110,7 @@ TEST_CASE("a build asks and polls in the order of its stages") {
   CHECK(both.journal().eventsBeforeRecord == std::vector<std::size_t>{1, 5, 5, 7});
 }
 
-TEST_CASE("one primitive gives a root leaf, and the record says 2 into 1") {
+TEST_CASE("one primitive gives a root leaf and the record \"fuse 2 into 1\"") {
   const qzBBox box = qzBBox::Make(-1.0f, 2.0f, 3.0f, 4.0f, 5.0f, 6.0f);
   for (const unsigned int bits : {0u, 1u, 10u, 20u}) {
     BothBuilders both;
@@ -124,7 +124,7 @@ TEST_CASE("one primitive gives a root leaf, and the record says 2 into 1") {
   }
 }
 
-TEST_CASE("0 bits per axis give one leaf of all primitives, whatever the leaf limit") {
+TEST_CASE("0 bits per axis give one leaf of all primitives at any leaf limit") {
   for (const unsigned int limit : {1u, 4u, 1000u}) {
     BothBuilders both(limit);
     CHECK(both.build(randomBoxes(50, 0.1f, 41), 0));
@@ -136,7 +136,7 @@ TEST_CASE("0 bits per axis give one leaf of all primitives, whatever the leaf li
   }
 }
 
-TEST_CASE("boxes that are all one point give one leaf, in the order of their numbers") {
+TEST_CASE("boxes at one point give one leaf in the order of their numbers") {
   BothBuilders both(1);
   CHECK(both.build(std::vector<qzBBox>(9, qzBBox(Wm4::Vector3<float>(7.0f, -3.0f, 0.1f))), 20));
   REQUIRE(both.nodes().size() == 1);
@@ -156,7 +156,7 @@ TEST_CASE("primitives of one code share a leaf beyond the limit, in the order of
   CHECK(both.tree().getPrimitives() == std::vector<unsigned int>{0, 2, 3, 4, 5, 6, 1});
 }
 
-TEST_CASE("more than 21 bits per axis count as 21, and 21 bits tell neighbouring cells of the finest grid apart") {
+TEST_CASE("more than 21 bits per axis count as 21, which separate neighbouring cells of the finest grid") {
   const std::uint32_t last = (1u << 21) - 1;
   const std::vector<qzBBox> boxes = boxesInCells({{1, 0, 0}, {last - 1, last, last}}, 21);
   for (const unsigned int bits : {21u, 22u, 64u, 0xFFFFFFFFu}) {
@@ -191,13 +191,13 @@ TEST_CASE("a leaf limit of 0 counts as 1") {
   CHECK(none.nodes().size() == 59);
 }
 
-TEST_CASE("the grid is a cube around the middle of the scene, so a flat scene uses the middle of its short axes") {
-  // Along x from 0 to 4, nothing on y and z: their cell is 2 of 0 to 3, so the first two splits separate nothing.
+TEST_CASE("the grid is a cube around the centre of the scene, so flat axes use its middle cells") {
+  // Points along x from 0 to 4. On y and z all lie in cell 2 of 4, so only x splits.
   std::vector<qzBBox> boxes;
   for (const float x : {0.0f, 1.0f, 2.0f, 3.0f, 4.0f}) boxes.emplace_back(Wm4::Vector3<float>(x, 9.0f, -9.0f));
   BothBuilders both(1);
   CHECK(both.build(boxes, 2));
-  // Cells 0, 1, 2, 3 and again 3, which is the last one: the point at 4 lies on the far end of the grid.
+  // Cells 0, 1, 2, 3 and 3 again, as the point at 4 lies on the far border of the grid.
   REQUIRE(both.nodes().size() == 7);
   CHECK(isInner(both.nodes()[0], qzBBox::eAxisX, 1));
   CHECK(isInner(both.nodes()[1], qzBBox::eAxisX, 3));
@@ -205,8 +205,7 @@ TEST_CASE("the grid is a cube around the middle of the scene, so a flat scene us
   CHECK(isLeaf(both.nodes()[6], 3, 2));
 }
 
-TEST_CASE(
-    "a NaN coordinate is passed over by the boxes of leaf and scene, and puts its primitive in cell 0 of that axis") {
+TEST_CASE("boxes of leaf and scene skip a NaN coordinate, which puts its primitive in cell 0 of that axis") {
   std::vector<qzBBox> boxes = boxesInCells({{3, 3, 0}}, 2);
   boxes.push_back(qzBBox::Make(kNaN, 3.25f, 3.25f, 3.75f, 3.75f, kNaN));
   BothBuilders both(1);
@@ -223,7 +222,7 @@ TEST_CASE(
   CHECK(found);
 }
 
-TEST_CASE("of equal zeros a node keeps the left child's, a leaf the first primitive's") {
+TEST_CASE("of equal zeros a node keeps that of its left child, a leaf that of its first primitive") {
   const auto zeroBox = [](float x, float zero) { return qzBBox::Make(x, zero, 0.0f, x, zero, 0.0f); };
   BothBuilders leaf(4), inner(1);
   CHECK(leaf.build({zeroBox(1.0f, -0.0f), zeroBox(1.0f, 0.0f)}, 1));
@@ -233,7 +232,7 @@ TEST_CASE("of equal zeros a node keeps the left child's, a leaf the first primit
   CHECK(sameBits(inner.nodes()[0].getBBox(), qzBBox::Make(1.0f, -0.0f, 0.0f, 2.0f, -0.0f, 0.0f)));
 }
 
-TEST_CASE("a build swaps the primitive array of the tree for its own") {
+TEST_CASE("a build swaps its index array with the primitive array of the tree") {
   qzLinearGenericBVHBuilder builder;
   qzGenericBVH tree;
   const LogCapture quiet(false);
@@ -245,7 +244,7 @@ TEST_CASE("a build swaps the primitive array of the tree for its own") {
   CHECK(indicesOf(builder).data() == storage);
 }
 
-TEST_CASE("a completed build leaves node arrays without spare room, and the counter of the tree before fusing") {
+TEST_CASE("a completed build leaves a node array without spare capacity, and the counter of the unfused tree") {
   for (const std::uint64_t cancelAt : {kNoInterface, CancelAtPoll::kNever}) {
     BothBuilders both(4);
     CHECK(both.build(randomBoxes(300, 0.01f, 45), 20, cancelAt));
@@ -257,7 +256,7 @@ TEST_CASE("a completed build leaves node arrays without spare room, and the coun
   }
 }
 
-TEST_CASE("copies of a builder keep its leaf limit and its primitives, a move empties the source's primitives only") {
+TEST_CASE("copies of a builder have all its members; a move empties only the source's index array") {
   const std::vector<qzBBox> boxes = randomBoxes(40, 0.1f, 46);
   const LogCapture quiet(false);
   const BoxContainer container(boxes);

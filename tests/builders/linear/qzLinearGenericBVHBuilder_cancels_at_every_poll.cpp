@@ -1,5 +1,5 @@
-// Builds cancelled at poll 0, 1, 2, ... up to the last. BothBuilders checks what the abandoned build asks and says from
-// there on, and every bit that it leaves in the tree, against the plain form.
+// Builds cancelled at poll 0, 1, 2, ... up to the last one. BothBuilders compares the polls, calls and records of the
+// cancelled build and every bit that it leaves in the tree with the plain form.
 
 #include "support/qzBits.h"
 #include "support/qzBothBuilders.h"
@@ -17,7 +17,7 @@ std::uint64_t nbPollsOfWholeBuild(const std::vector<qzBBox>& boxes, unsigned int
   return both.nbPolls();
 }
 
-// Into a new tree, and into one that holds the tree of before, if there is any box.
+// Into an empty tree, or into the tree over the boxes of before, if there are any.
 void cancelAtEveryPoll(const std::vector<qzBBox>& boxes, unsigned int bits, unsigned int limit,
                        const std::vector<qzBBox>& before = {}) {
   const std::uint64_t nbPolls = nbPollsOfWholeBuild(boxes, bits, limit);
@@ -33,14 +33,14 @@ void cancelAtEveryPoll(const std::vector<qzBBox>& boxes, unsigned int bits, unsi
 
 }  // namespace
 
-TEST_CASE("a build may be cancelled at any of its polls") {
+TEST_CASE("a build can be cancelled at any poll") {
   const std::vector<qzBBox> boxes = randomBoxes(45, 0.2f, 30);
   for (const unsigned int limit : {1u, 4u, 100u}) {
     for (const unsigned int bits : {2u, 10u, 20u}) cancelAtEveryPoll(boxes, bits, limit);
   }
 }
 
-TEST_CASE("a rebuild may be cancelled at any of its polls, whether the tree was smaller or larger before") {
+TEST_CASE("a rebuild into a smaller or larger tree can be cancelled at any poll") {
   const std::vector<qzBBox> boxes = randomBoxes(33, 0.2f, 31);
   for (const unsigned int limit : {1u, 5u}) {
     cancelAtEveryPoll(boxes, 20, limit, randomBoxes(4, 0.2f, 32));
@@ -49,7 +49,7 @@ TEST_CASE("a rebuild may be cancelled at any of its polls, whether the tree was 
   }
 }
 
-TEST_CASE("degenerate builds may be cancelled at any of their polls") {
+TEST_CASE("a build of degenerate scenes can be cancelled at any poll") {
   const std::uint32_t kSeed = 35;
   for (const Scene& scene : scenesOfEveryKind(12, kSeed)) {
     INFO(scene.name, ", seed ", kSeed);
@@ -60,7 +60,7 @@ TEST_CASE("degenerate builds may be cancelled at any of their polls") {
   }
 }
 
-TEST_CASE("one builder and one tree cancelled again and again behave like the plain form") {
+TEST_CASE("repeated builds by one builder into one tree, cancelled at random, equal the plain form") {
   const std::uint32_t kSeed = 37;
   const std::vector<Scene> scenes = scenesOfEveryKind(30, kSeed);
   BothBuilders both;
@@ -77,7 +77,7 @@ TEST_CASE("one builder and one tree cancelled again and again behave like the pl
   CHECK(nbComplete < 1400);
 }
 
-TEST_CASE("up to the counting of the codes a cancelled build leaves the tree alone") {
+TEST_CASE("a build cancelled before it lists its levels does not change the tree") {
   const std::vector<qzBBox> before = randomBoxes(20, 0.2f, 38), boxes = randomBoxes(50, 0.2f, 39);
   for (const std::uint64_t cancelAt : {0u, 1u, 2u, 3u}) {
     BothBuilders both;
@@ -94,7 +94,7 @@ TEST_CASE("up to the counting of the codes a cancelled build leaves the tree alo
   }
 }
 
-TEST_CASE("cancelled at a level, the tree has room for all nodes, boxes for none and its old counter") {
+TEST_CASE("a build cancelled at a level leaves all node storage, no boxes and the old counter") {
   const std::vector<qzBBox> corners =
       boxesInCells({{1, 0, 0}, {0, 1, 0}, {1, 1, 0}, {0, 0, 1}, {1, 0, 1}, {0, 1, 1}}, 1);
   const std::size_t nbNodesOfLevel[] = {3, 7, 15};  // linked after level 1, 2, 3
@@ -116,7 +116,7 @@ TEST_CASE("cancelled at a level, the tree has room for all nodes, boxes for none
   }
 }
 
-TEST_CASE("cancelled among the boxes, the rest of the visits still poll once and the parents still unite") {
+TEST_CASE("a build cancelled among the boxes polls once per remaining visit, and parents still unite child boxes") {
   // Two leaves of one point each. Polls: 0 to 3 and three levels, then the root, the left leaf and its primitive, the
   // right leaf and its primitive, and one after the boxes.
   const std::vector<qzBBox> boxes = pointBoxes({{0.0f, 0.0f, 0.0f}, {1.0f, 1.0f, 1.0f}});
@@ -148,7 +148,7 @@ TEST_CASE("cancelled among the boxes, the rest of the visits still poll once and
   }
 }
 
-TEST_CASE("cancelled while small subtrees are counted, uncounted ones count nothing and their parents become leaves") {
+TEST_CASE("a build cancelled while it counts subtrees takes uncounted ones for empty, so parents become leaves") {
   // Polls 13 to 15 belong to the root, the left and the right leaf; 16 follows the counting.
   const std::vector<qzBBox> boxes = pointBoxes({{0.0f, 0.0f, 0.0f}, {1.0f, 1.0f, 1.0f}});
   const auto cancelledAt = [&](std::uint64_t cancelAt, std::uint64_t nbPolls) {
@@ -171,7 +171,7 @@ TEST_CASE("cancelled while small subtrees are counted, uncounted ones count noth
   CHECK_FALSE(root16.isLeaf());
 }
 
-TEST_CASE("cancelled at the very last poll, the tree is complete all the same") {
+TEST_CASE("a build cancelled at its last poll leaves the complete tree") {
   const std::vector<qzBBox> boxes = randomBoxes(60, 0.1f, 40);
   BothBuilders complete, cancelled;
   CHECK(complete.build(boxes, 20, CancelAtPoll::kNever));

@@ -1,5 +1,5 @@
-// The builder against its plain form, over scenes of every kind, resolutions and leaf limits. BothBuilders checks
-// nodes, primitives, counters, records, calls and polls to the bit; a case only has to build.
+// The builder against its plain form, over scenes of every kind, resolutions and leaf limits. BothBuilders compares
+// nodes, primitives, counters, records, calls and polls in every build.
 
 #include "support/qzBits.h"
 #include "support/qzBothBuilders.h"
@@ -20,21 +20,21 @@ const unsigned int kLeafLimits[] = {0, 1, 2, 3, 4, 8, 100, 0x7FFFFFFFu, 0xFFFFFF
 
 }  // namespace
 
-TEST_CASE("every kind of scene gives the plain form's tree at every resolution and leaf limit") {
+TEST_CASE("scenes of every kind give the plain form's tree at every resolution and leaf limit") {
   const std::uint32_t kSeed = 20;
   for (const Scene& scene : scenesOfEveryKind(80, kSeed)) {
     INFO(scene.name, ", seed ", kSeed);
     for (const unsigned int limit : kLeafLimits) {
       for (const unsigned int bits : kBits) {
-        BothBuilders nobodyCanCancel(limit), nobodyDoesCancel(limit);
-        CHECK(nobodyCanCancel.build(scene.boxes, bits));
-        CHECK(nobodyDoesCancel.build(scene.boxes, bits, CancelAtPoll::kNever));
+        BothBuilders withoutPolls(limit), withPolls(limit);
+        CHECK(withoutPolls.build(scene.boxes, bits));
+        CHECK(withPolls.build(scene.boxes, bits, CancelAtPoll::kNever));
       }
     }
   }
 }
 
-TEST_CASE("scenes of some thousand boxes give the plain form's tree") {
+TEST_CASE("scenes of thousands of boxes give the plain form's tree") {
   const std::uint32_t kSeed = 21;
   for (const Scene& scene : scenesOfEveryKind(5000, kSeed)) {
     INFO(scene.name, ", seed ", kSeed);
@@ -71,7 +71,7 @@ TEST_CASE("numbers of primitives around powers of two give the plain form's tree
   }
 }
 
-TEST_CASE("one builder and one tree rebuilt again and again give the plain form's tree every time") {
+TEST_CASE("repeated builds by one builder into one tree give the plain form's tree every time") {
   const std::uint32_t kSeed = 24;
   const std::vector<Scene> scenes = scenesOfEveryKind(100, kSeed);
   BothBuilders both;
@@ -84,7 +84,7 @@ TEST_CASE("one builder and one tree rebuilt again and again give the plain form'
   }
 }
 
-TEST_CASE("a builder and a tree in use give what new ones give, cancelled builds between or not") {
+TEST_CASE("a used builder and tree give what new ones give, also after cancelled builds") {
   const std::uint32_t kSeed = 25;
   const std::vector<Scene> scenes = scenesOfEveryKind(60, kSeed);
   BothBuilders used;
@@ -101,7 +101,7 @@ TEST_CASE("a builder and a tree in use give what new ones give, cancelled builds
   }
 }
 
-TEST_CASE("the library's own containers feed the builder like a list of the same boxes") {
+TEST_CASE("the library's containers give the tree of a list of the same boxes") {
   qz::qzTriMesh terrain = terrainMesh(20, 26), sphere = sphereMesh(9, 12), soup = soupMesh(100, 27);
   const qzBVHTriangleContainer triangles(terrain);
   const qzBVHMeshContainer meshes({&terrain, &sphere, &soup});

@@ -1,4 +1,4 @@
-// The four records of a build: their sizes, which of them a cancelled build still writes, and who gets them.
+// The four log records of a build: their sizes, which of them a cancelled build writes, and where they go.
 
 #include "support/qzBothBuilders.h"
 #include "support/qzBoxScenes.h"
@@ -11,7 +11,7 @@ using namespace qzTest;
 
 namespace {
 
-// As many times the same box as wanted, without storing any.
+// A container of count equal boxes, of which it stores one.
 class SameBoxes : public qzLinearGenericBVHBuilder::tPrimitiveContainerInterface {
  public:
   explicit SameBoxes(unsigned int count) : mCount(count), mBox(Wm4::Vector3<float>(1.0f, 2.0f, 3.0f)) {}
@@ -23,8 +23,8 @@ class SameBoxes : public qzLinearGenericBVHBuilder::tPrimitiveContainerInterface
   qzBBox mBox;
 };
 
-// Text of the records of a build of count equal boxes, cancelled at its first poll.
-std::vector<std::string> recordsOfAbandonedBuild(unsigned int count) {
+// The texts of the records of a build of count equal boxes, cancelled at its first poll.
+std::vector<std::string> recordsOfCancelledBuild(unsigned int count) {
   LogCapture log;
   qzLinearGenericBVHBuilder builder;
   qzGenericBVH tree;
@@ -51,7 +51,7 @@ class Quota : public InstalledLog {
 
 }  // namespace
 
-TEST_CASE("sizes in records have at most one decimal below 100 and none from there on, halves rounded down") {
+TEST_CASE("sizes in records have at most one decimal below 100 and none above, halves rounded down") {
   struct Expected {
     unsigned int nbPrimitives;
     const char* size;
@@ -64,7 +64,7 @@ TEST_CASE("sizes in records have at most one decimal below 100 and none from the
       {261887, "1023kB"}, {262143, "1024kB"}, {262144, "1MB"},  {393216, "1.5MB"}, {1000000, "3.8MB"},
   };
   for (const Expected& expected : kExpected) {
-    const std::vector<std::string> texts = recordsOfAbandonedBuild(expected.nbPrimitives);
+    const std::vector<std::string> texts = recordsOfCancelledBuild(expected.nbPrimitives);
     REQUIRE(texts.size() == 2);
     CHECK(texts[0] == std::string("qzLinearGenericBVHBuilder : allocate ") + expected.size + " for " +
                           std::to_string(expected.nbPrimitives) + " primitives indexes");
@@ -72,7 +72,7 @@ TEST_CASE("sizes in records have at most one decimal below 100 and none from the
   }
 }
 
-TEST_CASE("the plain form's sizes are those worked by hand, over all prefixes") {
+TEST_CASE("the plain form's sizes equal those worked by hand, for all prefixes") {
   struct Expected {
     std::int64_t value;
     const char* text;
@@ -119,14 +119,14 @@ TEST_CASE("the plain form's sizes are those worked by hand, over all prefixes") 
   for (const Expected& expected : kExpected) CHECK(qzPlain::formatByteSize(expected.value) == expected.text);
 }
 
-TEST_CASE("every size of a record up to some thousand bytes is the plain form's") {
+TEST_CASE("the sizes in records of 1 to 3000 primitives equal the plain form's") {
   for (unsigned int count = 1; count <= 3000; ++count) {
     const std::string size = qzPlain::formatByteSize(4 * std::int64_t(count)) + "B for ";
-    CHECK(recordsOfAbandonedBuild(count)[0].find("allocate " + size) != std::string::npos);
+    CHECK(recordsOfCancelledBuild(count)[0].find("allocate " + size) != std::string::npos);
   }
 }
 
-TEST_CASE("a cancelled build still reports the working buffer: unsized before the counting, sized after it") {
+TEST_CASE("a cancelled build logs its working buffer: 0 bytes before the levels are counted, its size after") {
   const std::vector<qzBBox> corners =
       boxesInCells({{1, 0, 0}, {0, 1, 0}, {1, 1, 0}, {0, 0, 1}, {1, 0, 1}, {0, 1, 1}}, 1);
   const std::string indexes = "qzLinearGenericBVHBuilder : allocate 32B for 8 primitives indexes";
@@ -153,7 +153,7 @@ TEST_CASE("a cancelled build still reports the working buffer: unsized before th
   }
 }
 
-TEST_CASE("nothing is logged when the logger does not want the type, and the build is the same") {
+TEST_CASE("with the record type disabled nothing is logged, and the tree is the same") {
   const std::vector<qzBBox> boxes = randomBoxes(100, 0.1f, 50);
   BothBuilders both;
   CHECK(both.build(boxes, 20));
@@ -165,7 +165,7 @@ TEST_CASE("nothing is logged when the logger does not want the type, and the bui
   CHECK(sameTree(tree, both.tree()));
 }
 
-TEST_CASE("the logger is asked for every record") {
+TEST_CASE("isLogTypeEnabled is called for every record") {
   for (std::size_t count = 0; count <= 4; ++count) {
     const Quota quota(count);
     qzLinearGenericBVHBuilder builder;
@@ -175,7 +175,7 @@ TEST_CASE("the logger is asked for every record") {
   }
 }
 
-TEST_CASE("without a logger the records go where such records go") {
+TEST_CASE("without a logger the records go to std::clog") {
   REQUIRE(qz::qzLog::msInstance == nullptr);
   const auto textOf = [](auto build) {
     const StandardStream clog(std::clog);

@@ -1,4 +1,4 @@
-// What a build leaves on the heap, whichever way it ends.
+// What a build leaves on the heap, completed or cancelled.
 
 #include "support/qzBothBuilders.h"
 #include "support/qzBoxScenes.h"
@@ -16,7 +16,7 @@ std::size_t bytesOfArrays(const qzGenericBVH& tree, const qzLinearGenericBVHBuil
 
 }  // namespace
 
-TEST_CASE("whether it completes or is cancelled, a build keeps nothing but the arrays of tree and builder") {
+TEST_CASE("a build, completed or cancelled, holds only the arrays of tree and builder afterwards") {
   const LogCapture quiet(false);
   const BoxContainer container(randomBoxes(40, 0.2f, 71));
   bool isComplete = false;

@@ -1,5 +1,5 @@
-// Hashes of whole trees, recorded once from the plain form: every compiler, flag set and processor must reproduce them.
-// The scenes come from seeds through plain sums and products, so no library function of the platform has a say.
+// Hashes of whole trees, recorded from the plain form, which every compiler, flag set and processor must reproduce. The
+// scenes are made from seeds by sums and products alone, so no library function of the platform matters.
 
 #include "support/qzBits.h"
 #include "support/qzBothBuilders.h"
@@ -13,7 +13,7 @@ using namespace qzTest;
 
 namespace {
 
-// Centres that overflow, vanish, wrap and are no numbers.
+// Boxes whose centres overflow, underflow, wrap and are NaN.
 std::vector<qzBBox> anyBoxes(std::uint32_t count, std::uint32_t seed) {
   Random random(seed);
   std::vector<qzBBox> boxes;
@@ -22,7 +22,7 @@ std::vector<qzBBox> anyBoxes(std::uint32_t count, std::uint32_t seed) {
     Wm4::Vector3<float> min = point, max = point;
     if (random.below(8) == 0) max[static_cast<int>(random.below(3))] = random.anyFloat();
     for (int c = 0; c < 3; ++c) {
-      if (!(max[c] <= 1.0f)) max[c] = kNaN;  // keeps the grid of the points; the centre goes anywhere below
+      if (!(max[c] <= 1.0f)) max[c] = kNaN;  // so the grid stays that of the points, and centres are anywhere below
     }
     boxes.push_back(qzBBox::Make(min, max));
   }

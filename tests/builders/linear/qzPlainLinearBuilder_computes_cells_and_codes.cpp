@@ -1,4 +1,4 @@
-// The plain form's own arithmetic, against values worked by hand.
+// The arithmetic of the plain form, against values worked by hand.
 
 #include "support/qzBits.h"
 #include "support/qzBothBuilders.h"
@@ -9,7 +9,7 @@ using namespace qzTest;
 using qzPlain::cellOf;
 using qzPlain::mortonCode;
 
-TEST_CASE("codes interleave x at bit 0, y at bit 1 and z at bit 2 of every three") {
+TEST_CASE("Morton codes interleave x at bit 0, y at bit 1 and z at bit 2 of every three") {
   CHECK(mortonCode(0, 0, 0) == 0);
   CHECK(mortonCode(1, 0, 0) == 1);
   CHECK(mortonCode(0, 1, 0) == 2);
@@ -23,7 +23,7 @@ TEST_CASE("codes interleave x at bit 0, y at bit 1 and z at bit 2 of every three
   CHECK(mortonCode(0, 0, 0x100000) == 0x4000000000000000u);
 }
 
-TEST_CASE("cells are truncated, lose their upper half and are limited to the last one") {
+TEST_CASE("cells are truncated to 64 bits, then to the low 32, then limited to the last cell") {
   CHECK(cellOf(0.0f, 0.0f, 1.0f, 4) == 0);
   CHECK(cellOf(3.99f, 0.0f, 1.0f, 4) == 3);
   CHECK(cellOf(3.0f, 1.0f, 2.0f, 4) == 4);
@@ -45,15 +45,15 @@ TEST_CASE("cells are truncated, lose their upper half and are limited to the las
   CHECK(cellOf(0.0f, 0.0f, kInf, 20) == 0);
 }
 
-TEST_CASE("centres outside the grid wrap in the builder as they do by hand") {
-  // A proper box makes the grid: origin 0, one cell per unit. Boxes turned inside out around it add nothing to the
-  // scene's box (min above 1, max below 0) but have centres anywhere.
+TEST_CASE("centres outside the grid wrap in the builder as worked by hand") {
+  // A proper box makes the grid: origin 0, one cell per unit. Inverted boxes around it (min above, max below) do not
+  // extend the scene's box, but have centres anywhere.
   const auto centredAt = [](float center) {
     const float far = 0x1p36f;
     const float min = center > 0.0f ? 2.0f * center + far : far, max = center > 0.0f ? -far : 2.0f * center - far;
     return qzBBox::Make(min, min, min, max, max, max);
   };
-  // (min + max) / 2 loses bits; these are chosen so that it does not.
+  // Chosen so that (min + max) / 2 is exact.
   const float kCenters[] = {0x1p40f, -0x1p40f, 0x1p36f, -0x1p37f};
   std::vector<qzBBox> boxes = {qzBBox::Make(0.0f, 0.0f, 0.0f, 1048576.0f, 1048576.0f, 1048576.0f)};
   for (const float center : kCenters) boxes.push_back(centredAt(center));

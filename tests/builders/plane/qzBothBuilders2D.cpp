@@ -48,7 +48,7 @@ void BothBuilders2D::build(unsigned int bitsPerAxis) {
   CHECK(nbNodesOf(mTree) == mPlainTree.nbNodes);
   CHECK(nbPrimitivesOf(mTree) == mPlainTree.nbPrimitives);
 
-  // The builder: its index array has changed places with the tree's, storage and all; the rest is as it was.
+  // The builder's index array was swapped with the tree's; its other members did not change.
   CHECK(primitives().data() == indices);
   CHECK(mBuilder.mIndices.data() == primitivesBefore);
   CHECK(bool(mBuilder.mIndices == mPlainBuilder.indices));

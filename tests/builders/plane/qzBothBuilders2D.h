@@ -1,5 +1,5 @@
 #pragma once
-// The library's 2D builder and its plain form side by side: every build is done by both, and checked to be the same.
+// The library's 2D builder and its plain form side by side. Every build is done with both and compared.
 
 #include <vector>
 
@@ -14,10 +14,10 @@ class BothBuilders2D {
   explicit BothBuilders2D(unsigned int maxPrimitivesPerLeaf = 4) { setMaxPrimitivesPerLeaf(maxPrimitivesPerLeaf); }
   void setMaxPrimitivesPerLeaf(unsigned int max);
 
-  /// Fills both builders. Their index arrays become as long as there are primitives, and spareIndices longer.
+  /// Fills both builders. Their index arrays have spareIndices entries more than there are primitives.
   void fill(const Scene2D& scene, unsigned int spareIndices = 0);
 
-  /// Builds with both and checks that nobody can tell them apart: every bit of the trees and what the builders hold.
+  /// Builds with both and checks that the trees and the builders' members agree in every bit.
   void build(unsigned int bitsPerAxis);
   void build(const Scene2D& scene, unsigned int bitsPerAxis) {
     fill(scene);

@@ -1,4 +1,4 @@
-// What a 2D build holds at its worst, and what is left when there is no memory.
+// The peak memory of a 2D build, and its state after an allocation failed.
 
 #include <doctest/doctest.h>
 
@@ -25,7 +25,7 @@ OpenBuilder2D builderOf(const Scene2D& scene) {
 
 }  // namespace
 
-TEST_CASE("a 2D build works in 12 bytes per primitive beside the nodes of the result, and leaves nothing else behind") {
+TEST_CASE("a 2D build peaks at 12 bytes per primitive beyond the resulting nodes, and then holds only these") {
   const std::uint32_t kCount = 200000, kPages = 64 * 1024;
   const Scene2D random = randomScene(kCount, 0.01f, 191);
   const Scene2D onePlace = pointScene(std::vector<Point>(kCount, Point(1.0f, 2.0f)));
@@ -44,7 +44,7 @@ TEST_CASE("a 2D build works in 12 bytes per primitive beside the nodes of the re
   }
 }
 
-TEST_CASE("a 2D build without memory throws, leaves the tree and nothing else; the next build is none the worse") {
+TEST_CASE("a 2D build whose allocation fails throws and leaves the tree unchanged, and the next build succeeds") {
   const Scene2D scene = randomScene(5000, 0.1f, 192);
   const OpenBuilder2D filled = builderOf(scene);
   qzGenericBVH2D expected, tree;
@@ -76,7 +76,7 @@ TEST_CASE("a 2D build without memory throws, leaves the tree and nothing else; t
   CHECK(nbRefused >= 3);  // codes, the sort, the nodes
 }
 
-TEST_CASE("a 2D builder that cannot be copied or assigned to throws, and is none the worse") {
+TEST_CASE("copying or assigning a 2D builder throws when an allocation fails, and succeeds afterwards") {
   const Scene2D scene = randomScene(60, 0.1f, 24);
   const OpenBuilder2D source = builderOf(scene);
   qzGenericBVH2D expected;

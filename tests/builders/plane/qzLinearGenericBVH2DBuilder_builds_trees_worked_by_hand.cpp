@@ -1,4 +1,4 @@
-// Small 2D trees whose nodes were worked out on paper, and what the builder promises about limits, counters and input.
+// Small 2D trees worked out by hand, and the builder's guarantees on limits, counters and input.
 
 #include <doctest/doctest.h>
 
@@ -32,8 +32,8 @@ void checkLeaf(const qzGNode2D& node, unsigned int start, unsigned int count, co
   CHECK(sameBits(node.getBBox(), box));
 }
 
-// Leaves of more than limit primitives hold one cell, inner nodes have more than limit below them. Returns how many
-// primitives are below node.
+// Checks that leaves of more than limit primitives hold one cell, and that inner nodes have more than limit primitives.
+// Returns the number of primitives below the node.
 unsigned int checkLimit(BothBuilders2D& both, unsigned int number, unsigned int limit,
                         const std::vector<std::uint32_t>& codes) {
   const qzGNode2D& node = both.nodes()[number];
@@ -67,7 +67,7 @@ TEST_CASE("four points in the quarters of a square: y is the top code bit, x the
   CHECK(nbNodesOf(both.tree()) == 7);
 }
 
-TEST_CASE("with two primitives per leaf the same points make a root over two leaves, and the counter still says 7") {
+TEST_CASE("with two primitives per leaf the same points make a root over two leaves, and the counter stays 7") {
   BothBuilders2D both(2);
   both.build(sceneInCells({{1, 1}, {1, 0}, {0, 1}, {0, 0}}, 1), 1);
   REQUIRE(both.nodes().size() == 3);
@@ -77,8 +77,8 @@ TEST_CASE("with two primitives per leaf the same points make a root over two lea
   CHECK(nbNodesOf(both.tree()) == 7);
 }
 
-TEST_CASE("nodes stand level by level: a deep left side comes after a shallow right one") {
-  // Two bits: cells (0, 0) and (1, 0) have the codes 0 and 1 and part on level 4, (0, 3) has 10.
+TEST_CASE("2D nodes are numbered by level: a deep left subtree comes after a shallow right one") {
+  // Two bits: cells (0, 0) and (1, 0) have the codes 0 and 1 and split at level 4, (0, 3) has 10.
   BothBuilders2D both(1);
   both.build(sceneInCells({{0, 0}, {1, 0}, {0, 3}}, 2), 2);
   REQUIRE(both.nodes().size() == 5);
@@ -96,7 +96,7 @@ TEST_CASE("one 2D primitive is one leaf with its box") {
   CHECK(nbPrimitivesOf(both.tree()) == 1);
 }
 
-TEST_CASE("0 bits give one leaf with every 2D primitive, whatever the leaf limit") {
+TEST_CASE("0 bits per axis give one leaf of all 2D primitives at any leaf limit") {
   for (const unsigned int limit : {1u, 4u, 1000u}) {
     BothBuilders2D both(limit);
     both.build(randomScene(100, 0.1f, 161), 0);
@@ -108,7 +108,7 @@ TEST_CASE("0 bits give one leaf with every 2D primitive, whatever the leaf limit
   }
 }
 
-TEST_CASE("more than 16 bits are 16 bits in 2D, and 15 are not") {
+TEST_CASE("more than 16 bits per axis count as 16 in 2D, 15 do not") {
   const Scene2D scene = randomScene(20000, 0.1f, 162);
   BothBuilders2D sixteen(1);
   sixteen.build(scene, 16);
@@ -119,7 +119,7 @@ TEST_CASE("more than 16 bits are 16 bits in 2D, and 15 are not") {
     REQUIRE(both.nodes().size() == sixteen.nodes().size());
     for (std::size_t i = 0; i < both.nodes().size(); ++i) CHECK(sameBits(both.nodes()[i], sixteen.nodes()[i]));
   }
-  // Two neighbours that 16 bits tell apart and 15 do not.
+  // Two neighbours that 16 bits separate and 15 do not.
   const Scene2D neighbours = sceneInCells({{1, 0}, {0, 0}}, 16);
   BothBuilders2D both(1);
   both.build(neighbours, 16);
@@ -128,15 +128,14 @@ TEST_CASE("more than 16 bits are 16 bits in 2D, and 15 are not") {
   CHECK(nbNodesOf(both.tree()) == 1);
 }
 
-TEST_CASE("all 32 code bits are in use with 16 bits per axis") {
+TEST_CASE("16 bits per axis use all 32 code bits") {
   BothBuilders2D both(1);
   both.build(sceneInCells({{0xFFFF, 0xFFFF}, {0xFFFE, 0xFFFF}, {0xFFFF, 0xFFFE}, {0, 0}, {0, 1}, {1, 0}}, 16), 16);
   CHECK(both.primitives() == std::vector<unsigned int>{3, 5, 4, 2, 1, 0});
   CHECK(both.nodes().size() == 11);
 }
 
-TEST_CASE(
-    "points of one cell always share a 2D leaf, even beyond the leaf limit, in ascending order of their numbers") {
+TEST_CASE("points of one cell share a 2D leaf beyond the leaf limit, in the order of their numbers") {
   BothBuilders2D both(2);
   both.build(sceneInCells({{5, 5}, {1, 1}, {5, 5}, {5, 5}, {7, 7}, {5, 5}, {5, 5}}, 3), 3);
   CHECK(both.primitives() == std::vector<unsigned int>{1, 0, 2, 3, 5, 6, 4});
@@ -147,7 +146,7 @@ TEST_CASE(
   CHECK(nbLeavesOfFive == 1);
 }
 
-TEST_CASE("a 2D leaf beyond the limit holds one cell, and every inner node has more than the limit below it") {
+TEST_CASE("a 2D leaf beyond the limit holds one cell, and every inner node has more primitives than the limit") {
   Random random(163);
   std::vector<Cell2D> cells;
   std::vector<std::uint32_t> codes;
@@ -165,7 +164,7 @@ TEST_CASE("a 2D leaf beyond the limit holds one cell, and every inner node has m
   }
 }
 
-TEST_CASE("the 2D node counter is 2 L - 1 for L different cells while the array has the nodes that are left") {
+TEST_CASE("the 2D node counter is 2 L - 1 for L different cells, and the array has the nodes of the fused tree") {
   BothBuilders2D both(8);
   std::vector<Cell2D> cells;
   for (std::uint32_t y = 0; y < 8; ++y) {
@@ -184,7 +183,7 @@ TEST_CASE("the 2D node counter is 2 L - 1 for L different cells while the array 
   CHECK(avgPrimitives == static_cast<float>(cells.size()) / static_cast<float>(nbLeaves));
 }
 
-TEST_CASE("bounds without extent put every point into one cell: one leaf") {
+TEST_CASE("bounds without extent put all points into one leaf") {
   Scene2D scene = randomScene(50, 0.1f, 164);
   scene.bounds = qzBBox2D(Point(0.25f, 0.5f));
   BothBuilders2D both(1);
@@ -193,7 +192,7 @@ TEST_CASE("bounds without extent put every point into one cell: one leaf") {
   CHECK(both.nodes()[0].getNoPrimitives() == 50);
 }
 
-TEST_CASE("a NaN point lies in cell 0, also on one axis alone") {
+TEST_CASE("a NaN coordinate of a point lies in cell 0 of its axis") {
   Scene2D scene = sceneInCells({{3, 3}, {0, 0}, {3, 3}, {0, 3}}, 2);
   scene.points[0] = Point(kNaN, kNaN);
   scene.points[2] = Point(-kNaN, 3.5f);
@@ -203,7 +202,7 @@ TEST_CASE("a NaN point lies in cell 0, also on one axis alone") {
   CHECK(nbNodesOf(both.tree()) == 3);  // the cells (0, 0) and (0, 3)
 }
 
-TEST_CASE("the bounds are taken as they are: other bounds, another tree, and the boxes have no part in the order") {
+TEST_CASE("the bounds decide the cells as given, and the boxes do not affect the order") {
   Scene2D scene = sceneInCells({{0, 0}, {1, 0}, {2, 0}, {3, 0}}, 2);
   BothBuilders2D both(1);
   both.build(scene, 2);
@@ -220,7 +219,7 @@ TEST_CASE("the bounds are taken as they are: other bounds, another tree, and the
   CHECK(sameBits(both.nodes()[1].getBBox(), qzBBox2D::Make(2.5f, 0.5f, 3.5f, 0.5f)));  // of the primitives 0 and 1
 }
 
-TEST_CASE("the grid is a square around the middle of the bounds: the short axis uses its middle cells alone") {
+TEST_CASE("the 2D grid is a square around the centre of the bounds, so the short axis uses its middle cells") {
   // 8 x 2 with 2 bits: cells of edge 2, rows from y = -3 to 5, so y = 0 ... 2 is in the rows 1 and 2.
   Scene2D scene = pointScene({Point(0.5f, 0.5f), Point(0.5f, 1.5f), Point(7.5f, 0.5f)});
   scene.bounds = qzBBox2D::Make(0.0f, 0.0f, 8.0f, 2.0f);
@@ -230,8 +229,8 @@ TEST_CASE("the grid is a square around the middle of the bounds: the short axis 
   CHECK(both.primitives() == std::vector<unsigned int>{0, 2, 1});
 }
 
-TEST_CASE("the middle of the bounds is (min + max) * 0.5, not the formula of getCenter") {
-  // (min + max) * 0.5 overflows here, so the origin is infinite and all points are in one cell.
+TEST_CASE("the centre of the 2D grid is (min + max) * 0.5, not getCenter()") {
+  // (min + max) * 0.5 overflows, so the origin is infinite and all points are in one cell.
   const float high = kMaxFloat, low = kMaxFloat * 0.5f;
   Scene2D scene = pointScene({Point(low, low), Point(high, high)});
   BothBuilders2D both(1);
@@ -241,7 +240,7 @@ TEST_CASE("the middle of the bounds is (min + max) * 0.5, not the formula of get
   CHECK((center[0] < kInf && center[1] < kInf));
 }
 
-TEST_CASE("a leaf limit of 0 is stored as 1, any other as it is; the default is 4") {
+TEST_CASE("the 2D leaf limit is 4 by default; 0 is stored as 1, other values as given") {
   OpenBuilder2D builder;
   CHECK(builder.mMaxPrimitivesPerLeaf == 4);
   builder.setMaxPrimitivesPerLeaf(0);
@@ -259,7 +258,7 @@ TEST_CASE("a new 2D builder has empty arrays, empty bounds and no primitives") {
   CHECK(builder.mNbPrimitives == 0);
 }
 
-TEST_CASE("the members of a 2D builder stand in the order boxes, indices, points, bounds, number, leaf limit") {
+TEST_CASE("the members of a 2D builder are in the order boxes, indices, points, bounds, number, leaf limit") {
   const OpenBuilder2D builder;
   const void* const places[] = {&builder.mBBoxes, &builder.mIndices,      &builder.mPoints,
                                 &builder.mBounds, &builder.mNbPrimitives, &builder.mMaxPrimitivesPerLeaf};
@@ -267,7 +266,7 @@ TEST_CASE("the members of a 2D builder stand in the order boxes, indices, points
   CHECK(std::is_sorted(std::begin(places), std::end(places), std::less<const void*>()));
 }
 
-TEST_CASE("copying and moving a 2D builder copy or move all of its members") {
+TEST_CASE("copying and moving a 2D builder copy or move all members") {
   BothBuilders2D both(7);
   both.fill(randomScene(20, 0.1f, 165));
   OpenBuilder2D source = both.builder();
@@ -295,7 +294,7 @@ TEST_CASE("copying and moving a 2D builder copy or move all of its members") {
   CHECK(assigned.mPoints.data() == storage);
 }
 
-TEST_CASE("an index array that is longer than need be goes into the 2D tree whole, its spare entries untouched") {
+TEST_CASE("a longer index array goes into the 2D tree whole, its spare entries unchanged") {
   BothBuilders2D both(2);
   both.fill(randomScene(10, 0.1f, 166), 5);
   both.build(8);
@@ -304,7 +303,7 @@ TEST_CASE("an index array that is longer than need be goes into the 2D tree whol
   CHECK(nbPrimitivesOf(both.tree()) == 10);
 }
 
-TEST_CASE("a 2D builder ends up with the tree's old primitives, and builds again once its indices are sized anew") {
+TEST_CASE("a 2D builder gets the tree's old primitives, and can build again once its indices are resized") {
   BothBuilders2D both(2);
   const Scene2D scene = randomScene(30, 0.1f, 167);
   both.fill(scene);
@@ -312,18 +311,18 @@ TEST_CASE("a 2D builder ends up with the tree's old primitives, and builds again
   CHECK(both.builder().mIndices.empty());
   const std::vector<unsigned int> first = both.primitives();
 
-  // The builder keeps its input: only the indices have to be sized.
+  // The builder keeps its input; only the indices need resizing.
   both.builder().mIndices.resize(30);
   both.plainBuilder().indices.resize(30);
   both.build(8);
   CHECK(both.primitives() == first);
   CHECK(both.builder().mIndices == first);
-  // Now they have the right size by themselves; what they hold does not matter.
+  // Now they have the right size; their contents do not matter.
   both.build(16);
   CHECK(both.builder().mIndices == first);
 }
 
-TEST_CASE("the array of 2D nodes is replaced by one of exactly the final length, whatever the tree held") {
+TEST_CASE("a 2D build leaves a node array of exactly its length as capacity, whatever the tree held") {
   BothBuilders2D both;
   both.build(randomScene(5000, 0.1f, 168), 16);
   both.build(randomScene(3, 0.1f, 169), 16);
@@ -341,8 +340,8 @@ TEST_CASE("a 2D build logs nothing") {
   CHECK(log.records().empty());
 }
 
-TEST_CASE("equal zeros in the boxes keep the sign of the left one, in leaves the sign of the first one") {
-  // A box component stays unless the other is strictly smaller (larger); in an inner node the left child is at hand.
+TEST_CASE("of equal zeros a 2D node keeps that of its left child, a leaf that of its first primitive") {
+  // A component stays unless the other is strictly smaller (larger); an inner node starts with its left child.
   Scene2D scene = sceneInCells({{0, 0}, {0, 1}, {1, 1}, {1, 1}}, 1);
   scene.boxes = {qzBBox2D::Make(0.0f, -0.0f, -0.0f, 0.0f), qzBBox2D::Make(-0.0f, 0.0f, 0.0f, -0.0f),
                  qzBBox2D::Make(-0.0f, -0.0f, -0.0f, -0.0f), qzBBox2D::Make(0.0f, 0.0f, 0.0f, 0.0f)};
@@ -354,7 +353,7 @@ TEST_CASE("equal zeros in the boxes keep the sign of the left one, in leaves the
   CHECK(sameBits(both.nodes()[4].getBBox(), scene.boxes[2]));  // the leaf of the primitives 2 and 3
 }
 
-TEST_CASE("a NaN in a box is passed over in 2D; a side that only NaN would set stays infinite") {
+TEST_CASE("a 2D build skips NaN in boxes; a side with NaN alone stays infinite") {
   Scene2D scene = sceneInCells({{0, 0}, {0, 0}, {1, 1}}, 1);
   scene.boxes = {qzBBox2D::Make(kNaN, 0.0f, 1.0f, kNaN), qzBBox2D::Make(kNaN, -1.0f, 0.5f, 3.0f),
                  qzBBox2D::Make(2.0f, 2.0f, kNaN, 2.5f)};

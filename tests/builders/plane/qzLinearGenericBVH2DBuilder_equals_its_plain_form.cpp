@@ -1,5 +1,5 @@
-// The 2D builder against its plain form, over scenes of every kind, resolutions and leaf limits. BothBuilders2D checks
-// nodes, capacity, primitives, counters and what the builder holds to the bit; a case only has to build.
+// The 2D builder against its plain form, over scenes of every kind, resolutions and leaf limits. BothBuilders2D
+// compares nodes, capacity, primitives, counters and the builders' members in every build.
 
 #include <doctest/doctest.h>
 
@@ -20,7 +20,7 @@ const unsigned int kLeafLimits[] = {0, 1, 2, 3, 4, 8, 100, 0x7FFFFFFFu, 0xFFFFFF
 
 }  // namespace
 
-TEST_CASE("every kind of 2D scene gives the plain form's tree at every resolution and leaf limit") {
+TEST_CASE("2D scenes of every kind give the plain form's tree at every resolution and leaf limit") {
   const std::uint32_t kSeed = 151;
   for (const Scene2D& scene : scenesOfEveryKind(80, kSeed)) {
     INFO(scene.name, ", seed ", kSeed);
@@ -30,7 +30,7 @@ TEST_CASE("every kind of 2D scene gives the plain form's tree at every resolutio
   }
 }
 
-TEST_CASE("2D scenes of some thousand primitives give the plain form's tree") {
+TEST_CASE("2D scenes of thousands of primitives give the plain form's tree") {
   const std::uint32_t kSeed = 152;
   for (const Scene2D& scene : scenesOfEveryKind(5000, kSeed)) {
     INFO(scene.name, ", seed ", kSeed);
@@ -59,7 +59,7 @@ TEST_CASE("numbers of 2D primitives around powers of two give the plain form's t
   }
 }
 
-TEST_CASE("one 2D builder and one tree rebuilt again and again give the plain form's tree every time") {
+TEST_CASE("repeated builds by one 2D builder into one tree give the plain form's tree every time") {
   const std::uint32_t kSeed = 156;
   const std::vector<Scene2D> scenes = scenesOfEveryKind(100, kSeed);
   BothBuilders2D both;
@@ -73,7 +73,7 @@ TEST_CASE("one 2D builder and one tree rebuilt again and again give the plain fo
   }
 }
 
-TEST_CASE("a 2D tree does not depend on the caller's rounding or treatment of denormals, which stay in place") {
+TEST_CASE("a 2D build does not depend on the caller's float mode, which is kept") {
   const std::uint32_t kSeed = 157;
   for (const Scene2D& scene : scenesOfEveryKind(60, kSeed)) {
     INFO(scene.name, ", seed ", kSeed);
@@ -99,7 +99,7 @@ TEST_CASE("a 2D tree does not depend on the caller's rounding or treatment of de
   }
 }
 
-TEST_CASE("spreading a coordinate by masks gives the code of spreading it bit by bit") {
+TEST_CASE("encodeMorton2 equals interleaving bit by bit") {
   for (std::uint32_t q = 0; q < 0x10000u; ++q) {
     const std::uint32_t other = q * 40503u & 0xFFFFu;
     if (qzDetail::encodeMorton2(q, other) != qzPlain::mortonCode(q, other)) FAIL(q, " ", other);

@@ -1,5 +1,5 @@
-// Hashes of whole 2D trees, recorded once from the plain form: every compiler, flag set and processor must reproduce
-// them. The scenes come from seeds through plain sums and products.
+// Hashes of whole 2D trees, recorded from the plain form, which every compiler, flag set and processor must reproduce.
+// The scenes are made from seeds by sums and products alone.
 
 #include <doctest/doctest.h>
 
@@ -22,7 +22,7 @@ std::uint64_t hashOf(const std::vector<qzGNode2D>& nodes, const std::vector<unsi
   return hash.value();
 }
 
-// Any points within sound bounds: cells overflow, vanish, wrap and are no numbers.
+// Any points within ordinary bounds: their cells overflow, underflow, wrap and are NaN.
 Scene2D wildScene(std::uint32_t count, std::uint32_t seed) {
   Scene2D scene = randomScene(count, 0.1f, seed);
   Random random(seed);

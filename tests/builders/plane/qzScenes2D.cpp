@@ -28,7 +28,7 @@ Scene2D named(const std::string& name, Scene2D scene) {
   return scene;
 }
 
-// A sign, and a magnitude of any order between 2^low and 2^high.
+// A random sign and a magnitude between 2^low and 2^high.
 float anyOrder(Random& random, int low, int high) {
   const int exponent = low + static_cast<int>(random.below(static_cast<std::uint32_t>(high - low)));
   return std::ldexp(random.below(2) == 0 ? 1.0f + random.unit() : -1.0f - random.unit(), exponent);
@@ -76,13 +76,13 @@ std::vector<Scene2D> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) 
   scenes.push_back(named("random", ordinary()));
   scenes.push_back(named("large boxes", randomScene(count, 5.0f, random.bits())));
 
-  addPoints("two points on one place", {Point(1.0f, 2.0f), Point(1.0f, 2.0f)});
-  addPoints("all on one place", std::vector<Point>(count, Point(3.0f, -2.0f)));
+  addPoints("two equal points", {Point(1.0f, 2.0f), Point(1.0f, 2.0f)});
+  addPoints("all at one point", std::vector<Point>(count, Point(3.0f, -2.0f)));
   const std::vector<Point> few = pointsMadeBy(7, anywhere);
   addPoints("seven different points", pointsMadeBy(count, [&] { return few[random.below(7)]; }));
   addPoints("along x", pointsMadeBy(count, [&] { return Point(random.unit(), 5.0f); }));
-  addPoints("along y, in order", pointsMadeBy(count, [y = 0.0f]() mutable { return Point(0.0f, y += 0.125f); }));
-  addPoints("along the diagonal, backwards", pointsMadeBy(count, [c = 100.0f]() mutable {
+  addPoints("along y, ascending", pointsMadeBy(count, [y = 0.0f]() mutable { return Point(0.0f, y += 0.125f); }));
+  addPoints("along the diagonal, descending", pointsMadeBy(count, [c = 100.0f]() mutable {
               c -= 0.25f;
               return Point(c, c);
             }));
@@ -94,7 +94,7 @@ std::vector<Scene2D> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) 
               const float x = 1e7f + random.between(0.0f, 9.0f);
               return Point(x, -1e7f + random.between(0.0f, 90.0f));
             }));
-  addPoints("a crowd and an outlier", pointsMadeBy(count, [&, first = true]() mutable {
+  addPoints("a cluster and an outlier", pointsMadeBy(count, [&, first = true]() mutable {
               return std::exchange(first, false) ? Point(1000.0f, 1000.0f) : pointBetween(random, -0.01f, 0.01f);
             }));
   addPoints("huge coordinates",
@@ -115,10 +115,10 @@ std::vector<Scene2D> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) 
               const Point p = anywhere();
               return random.below(10) != 0 ? p : Point(p[0], random.below(2) == 0 ? kInf : -kInf);
             }));
-  addPoints("nothing but NaN", std::vector<Point>(count, Point(kNaN, -kNaN)));
+  addPoints("all NaN", std::vector<Point>(count, Point(kNaN, -kNaN)));
   addPoints("any floats", pointsMadeBy(count, [&] { return anyPoint(random); }));
 
-  // Points that break the grid while the bounds are sound, and bounds that do not hold the points.
+  // Points outside of ordinary bounds, NaN or infinite.
   const auto withPoints = [&](const std::string& name, auto change) {
     Scene2D scene = ordinary();
     scene.name = name;
@@ -128,15 +128,15 @@ std::vector<Scene2D> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) 
   withPoints("NaN points among others", [&](Point& p) {
     if (random.below(4) == 0) p[static_cast<int>(random.below(2))] = random.below(2) == 0 ? kNaN : -kNaN;
   });
-  withPoints("infinite points in sound bounds", [&](Point& p) {
+  withPoints("infinite points in ordinary bounds", [&](Point& p) {
     if (random.below(4) == 0) p[static_cast<int>(random.below(2))] = random.below(2) == 0 ? kInf : -kInf;
   });
   withPoints("points around the bounds", [&](Point& p) { p = pointBetween(random, -3.0f, 3.0f); });
-  withPoints("points of any order in small bounds", [&](Point& p) {
+  withPoints("points of any magnitude in small bounds", [&](Point& p) {
     const float x = anyOrder(random, -20, 80);
     p = Point(x, anyOrder(random, -20, 80));
   });
-  withPoints("any points in sound bounds", [&](Point& p) { p = anyPoint(random); });
+  withPoints("any points in ordinary bounds", [&](Point& p) { p = anyPoint(random); });
 
   const auto withBounds = [&](const std::string& name, const qzBBox2D& bounds) {
     scenes.push_back(named(name, ordinary()));
@@ -149,23 +149,23 @@ std::vector<Scene2D> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) 
   withBounds("bounds flat in x", qzBBox2D::Make(0.5f, -1.0f, 0.5f, 1.0f));
   withBounds("bounds flat in y", qzBBox2D::Make(-1.0f, 0.5f, 1.0f, 0.5f));
   withBounds("empty bounds", qzBBox2D());
-  withBounds("bounds inside out", qzBBox2D::Make(1.0f, 1.0f, -1.0f, -1.0f));
-  withBounds("bounds inside out in x", qzBBox2D::Make(1.0f, -1.0f, -1.0f, 1.0f));
+  withBounds("inverted bounds", qzBBox2D::Make(1.0f, 1.0f, -1.0f, -1.0f));
+  withBounds("bounds inverted in x", qzBBox2D::Make(1.0f, -1.0f, -1.0f, 1.0f));
   withBounds("NaN bounds in x", qzBBox2D::Make(kNaN, -1.0f, 1.0f, 1.0f));
   withBounds("NaN bounds in y", qzBBox2D::Make(-1.0f, -1.0f, 1.0f, kNaN));
   withBounds("NaN bounds", qzBBox2D::Make(kNaN, kNaN, kNaN, kNaN));
-  withBounds("bounds without an end", qzBBox2D::Make(-kInf, -kInf, kInf, kInf));
-  withBounds("bounds without an end on one side", qzBBox2D::Make(-1.0f, -1.0f, kInf, 1.0f));
+  withBounds("infinite bounds", qzBBox2D::Make(-kInf, -kInf, kInf, kInf));
+  withBounds("bounds infinite on one side", qzBBox2D::Make(-1.0f, -1.0f, kInf, 1.0f));
   withBounds("denormal bounds", qzBBox2D::Make(0.0f, 0.0f, 0x1p-140f, 0x1p-149f));
 
-  // Boxes that have nothing to do with the points: they matter for the boxes of the nodes alone.
+  // Boxes that are not around the points: these affect the boxes of nodes alone.
   const auto withBoxes = [&](const std::string& name, auto make) {
     scenes.push_back(named(name, ordinary()));
     for (qzBBox2D& box : scenes.back().boxes) box = make();
   };
   withBoxes("boxes of any floats", [&] { return anyBox(random); });
   withBoxes("empty boxes among others", [&] { return random.below(3) == 0 ? qzBBox2D() : properBox(random); });
-  withBoxes("nothing but empty boxes", [] { return qzBBox2D(); });
+  withBoxes("all empty", [] { return qzBBox2D(); });
   withBoxes("boxes of zeros of both signs", [&] {
     const auto zero = [&] { return random.below(2) == 0 ? 0.0f : -0.0f; };
     const float a = zero(), b = zero(), c = zero(), d = zero();
@@ -176,7 +176,7 @@ std::vector<Scene2D> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) 
     return qzBBox2D::Make(random.below(3) == 0 ? kNaN : box.xMin(), box.yMin(), box.xMax(),
                           random.below(3) == 0 ? -kNaN : box.yMax());
   });
-  withBoxes("boxes inside out", [&] {
+  withBoxes("inverted boxes", [&] {
     const Point a = anywhere(), b = anywhere();
     return qzBBox2D::Make(a, b);
   });

@@ -1,5 +1,5 @@
 #pragma once
-// Points, boxes and bounds for the 2D builder: ordinary ones, degenerate ones and ones that break arithmetic.
+// Points, boxes and bounds for the 2D builder: ordinary, degenerate, and ones whose arithmetic overflows or gives NaN.
 
 #include <Wm4/Vector2.h>
 #include <qzCommonAddOns/geometry/qzBBox2D.h>
@@ -17,22 +17,21 @@ struct Scene2D {
   qzBBox2D bounds;
 };
 
-/// Scenes of up to count primitives, one of every kind.
+/// A scene of every kind, of up to count primitives.
 std::vector<Scene2D> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed);
 
-/// Points between (-1, -1) and (1, 1), each in the middle of a box of edges up to size, within the bounds of the
-/// points.
+/// Points from (-1, -1) to (1, 1), each the centre of a box of edges up to size. The bounds are those of the points.
 Scene2D randomScene(std::uint32_t count, float size, std::uint32_t seed);
 
-/// One point each as point and box, within the bounds of the points.
+/// Every point with the box of that point. The bounds are those of the points.
 Scene2D pointScene(const std::vector<Wm4::Vector2<float>>& points);
 
 struct Cell2D {
   std::uint32_t x, y;
 };
 
-/// A point in the middle of every given cell of a grid of 2^bits cells of edge 1, which starts at the origin and which
-/// a build of these bits makes of the bounds.
+/// A point in the centre of every given cell of a grid of 2^bits cells of edge 1 that starts at the origin. The bounds
+/// are such that a build with this many bits per axis uses this very grid.
 Scene2D sceneInCells(const std::vector<Cell2D>& cells, unsigned int bits);
 
 }  // namespace qzTest

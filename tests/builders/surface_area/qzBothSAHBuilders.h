@@ -1,6 +1,5 @@
 #pragma once
-// The library's surface-area builder and its plain form side by side: every build is done by both, and checked to be
-// the same.
+// The library's surface-area builder and its plain form side by side. Every build is done with both and compared.
 
 #include <qzCommonAddOns/builders/qzSAHFunctionoid.h>
 
@@ -13,14 +12,14 @@
 
 namespace qzTest {
 
-/// One call of a cost functor, by the bits of its box.
+/// One call of a cost functor. Boxes are compared by their bits.
 struct CostCall {
   qzBBox box;
   unsigned int count;
 };
 bool operator==(const CostCall& a, const CostCall& b);
 
-/// A cost functor of any formula that notes its calls.
+/// A cost functor with any formula, which notes its calls.
 class NotingSAH : public qzSAHFunctionoid {
  public:
   using Formula = float (*)(const qzBBox& box, unsigned int count);
@@ -39,16 +38,16 @@ class NotingSAH : public qzSAHFunctionoid {
 
 class BothSAHBuilders {
  public:
-  /// Filled as a feeder fills it: items in order, their union for the scene.
+  /// Filled as a derived class does: items in order, the scene box their union.
   explicit BothSAHBuilders(const std::vector<qzBBox>& boxes);
   void setSceneBBox(const qzBBox& box);
   void setItemIndices(const std::vector<unsigned int>& indices);
   void setNbBins(unsigned int nbBins);
 
-  /// Builds with both, by the default cost, and checks that nobody can tell them apart: the order of the items, every
+  /// Builds with both, by the default cost, and checks that the results are equal: the order of the items, every
   /// bit of the tree, length and capacity of its arrays, and the scratch arrays that an input can read.
   void build();
-  /// The same with a formula; the calls of the functors must be the same, too. Returns them.
+  /// The same with a formula. The calls of the functors must agree as well; returns them.
   std::vector<CostCall> build(NotingSAH::Formula formula);
 
   /// The median of all items by findMedianSplit along x; compares plane and scratch.

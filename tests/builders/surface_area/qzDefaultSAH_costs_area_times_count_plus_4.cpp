@@ -33,7 +33,7 @@ TEST_CASE("the count plus 4 wraps at 32 bits and is converted as an unsigned num
   CHECK(qzDefaultSAH().f(kBox, 0x80000000u) == 11.0f * 2147483648.0f);
 }
 
-TEST_CASE("any box and count cost what the plain form says, to the bit, in any floating-point mode of the caller") {
+TEST_CASE("the default cost equals its plain form, to the bit, for any box and count, and any float mode is kept") {
   const std::uint32_t seed = 1;
   Random random(seed);
   for (int i = 0; i < 20000; ++i) {
@@ -56,7 +56,7 @@ TEST_CASE("any box and count cost what the plain form says, to the bit, in any f
   }
 }
 
-TEST_CASE("the functor class is abstract, has no data, and copies like a value") {
+TEST_CASE("the functor class is abstract and has no data; the default functor can be copied and moved") {
   CHECK(std::is_abstract_v<qzSAHFunctionoid>);
   CHECK(std::has_virtual_destructor_v<qzSAHFunctionoid>);
   CHECK(sizeof(qzSAHFunctionoid) == sizeof(void*));
@@ -71,7 +71,7 @@ TEST_CASE("the functor class is abstract, has no data, and copies like a value")
 }
 
 #if defined(__GNUC__)
-TEST_CASE("f is the first entry of the table, before the destructor") {
+TEST_CASE("f is the first virtual function, before the destructor") {
   CHECK(virtualSlotOf(&qzSAHFunctionoid::f) == -1);  // the destructor would be 0 if it came first
   CHECK(virtualSlotOf(&qzDefaultSAH::f) == -1);
 }

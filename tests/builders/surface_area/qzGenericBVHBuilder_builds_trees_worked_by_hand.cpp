@@ -17,8 +17,8 @@ qzGenericBVH build(const std::vector<qzBBox>& boxes) {
   return tree;
 }
 
-// Two crowds of points along one axis, nbLow from 0 and nbHigh up to 100, in steps of 1/1024.
-std::vector<qzBBox> twoCrowds(int axis, int nbLow, int nbHigh) {
+// Two clusters of unit boxes along one axis: nbLow from 0 on and nbHigh up to 100, 1/1024 apart.
+std::vector<qzBBox> twoClusters(int axis, int nbLow, int nbHigh) {
   std::vector<qzBBox> boxes;
   for (int i = 0; i < nbLow + nbHigh; ++i) {
     Point p(0.0f, 0.0f, 0.0f);
@@ -38,7 +38,7 @@ bool isLeaf(const qzGNode& node, unsigned int start, unsigned int count) {
 
 }  // namespace
 
-TEST_CASE("no items make one empty leaf with the scene box, in a node array of 1024") {
+TEST_CASE("without items the tree is one empty leaf with the scene box, in a node array of 1024") {
   OpenSAHBuilder builder;
   builder.mSceneBBox = qzBBox::Make(1.0f, 2.0f, 3.0f, 4.0f, 5.0f, 6.0f);
   qzGenericBVH tree;
@@ -51,20 +51,20 @@ TEST_CASE("no items make one empty leaf with the scene box, in a node array of 1
   for (std::size_t i = 1; i < 1024; ++i) CHECK(sameBits(tree.getNodes()[i], qzGNode()));
 }
 
-TEST_CASE("16 items are one leaf however far apart, and 17 are split") {
-  const qzGenericBVH sixteen = build(twoCrowds(0, 8, 8));
+TEST_CASE("16 items make one leaf however far apart, 17 are split") {
+  const qzGenericBVH sixteen = build(twoClusters(0, 8, 8));
   CHECK(sixteen.getNbNodes() == 1);
   CHECK(isLeaf(sixteen.getNode(0), 0, 16));
-  const qzGenericBVH seventeen = build(twoCrowds(0, 8, 9));
+  const qzGenericBVH seventeen = build(twoClusters(0, 8, 9));
   CHECK(seventeen.getNbNodes() == 3);
   CHECK(isInner(seventeen.getNode(0), qzBBox::eAxisX, 1, 2));
   CHECK(isLeaf(seventeen.getNode(1), 0, 8));
   CHECK(isLeaf(seventeen.getNode(2), 8, 9));
 }
 
-TEST_CASE("a split takes the axis that pays, and the boxes of both sides are tight") {
+TEST_CASE("a split is on the axis of least cost, and the boxes of both sides are tight") {
   for (int axis = 0; axis < 3; ++axis) {
-    const qzGenericBVH tree = build(twoCrowds(axis, 10, 12));
+    const qzGenericBVH tree = build(twoClusters(axis, 10, 12));
     CHECK(tree.getNbNodes() == 3);
     CHECK(tree.getNode(0).getAxis() == static_cast<unsigned int>(axis) << 30);
     const qzBBox left = tree.getNode(1).getBBox(), right = tree.getNode(2).getBBox();
@@ -76,15 +76,15 @@ TEST_CASE("a split takes the axis that pays, and the boxes of both sides are tig
   }
 }
 
-TEST_CASE("the split position code of inner nodes is 0, so the plane that they tell is the box minimum") {
-  const qzGenericBVH tree = build(twoCrowds(1, 20, 20));
+TEST_CASE("inner nodes have split position 0, so getSplitPlane returns the box minimum") {
+  const qzGenericBVH tree = build(twoClusters(1, 20, 20));
   CHECK(tree.getNode(0).getNoPrimitives() == 2);  // the whole word
   CHECK(tree.getNode(0).getSplitPlane() == 0.0f);
 }
 
-TEST_CASE("left items keep their order, right items come in the order in which they were swapped back") {
-  // Of 17 items the even ones lie low. 1 goes to the end for 16, which stays; 3 goes to the next place from the end for
-  // 15, which lies high itself and goes there for 14, which stays; and so on.
+TEST_CASE("a split keeps the order of left items, and right items are in the order of their swaps") {
+  // Even items go left. 1 is swapped with 16, which stays; 3 with 15, which goes right as well and is swapped with 14;
+  // and so on.
   std::vector<qzBBox> boxes;
   for (int i = 0; i < 17; ++i) {
     const float x = i % 2 == 0 ? 0.0f : 100.0f;
@@ -111,11 +111,11 @@ TEST_CASE("up to 1024 items with one centroid stay one leaf") {
   CHECK(isLeaf(build(nested).getNode(0), 0, 500));
 }
 
-TEST_CASE("more than 1024 items with one centroid go left 32 times, beside empty leaves on the right") {
+TEST_CASE("more than 1024 items with one centroid go left 32 times, with empty leaves on the right") {
   const unsigned int kCount = 1025;
   const qzGenericBVH tree = build(std::vector<qzBBox>(kCount, qzBBox(Point(1.0f, 2.0f, 3.0f))));
   CHECK(tree.getNbNodes() == 65);
-  // A node's left child is built out before its right one, whose number was given beforehand.
+  // A left subtree is built before the right one, but both children are numbered together.
   unsigned int node = 0;
   for (int depth = 0; depth < 32; ++depth) {
     const unsigned int left = tree.getNode(node).getLeftChildIdx(), right = tree.getNode(node).getRightChildIdx();
@@ -130,7 +130,7 @@ TEST_CASE("more than 1024 items with one centroid go left 32 times, beside empty
   CHECK(sameBits(tree.getNode(node).getBBox(), qzBBox(Point(1.0f, 2.0f, 3.0f))));
 }
 
-TEST_CASE("1025 items are halved at the upper median centroid along the longest axis, whatever that costs") {
+TEST_CASE("1025 items are halved at the upper median centroid along the longest axis, at any cost") {
   // Points 0 ... 1024 on z: position 512 of the sorted ones is the median, and it goes left.
   std::vector<qzBBox> boxes;
   for (unsigned int i = 0; i < 1025; ++i) boxes.emplace_back(Point(0.5f, 0.25f, static_cast<float>((i * 7) % 1025)));
@@ -142,7 +142,7 @@ TEST_CASE("1025 items are halved at the upper median centroid along the longest 
   CHECK(tree.getNode(2).getBBox().zMin() == 513.0f);
 }
 
-TEST_CASE("the longest axis of a median split is the one of getMaxExtent: y before z before x among equals") {
+TEST_CASE("a median split uses the axis of getMaxExtent: y before z before x among equals") {
   const auto axisOf = [](float dx, float dy, float dz) {
     std::vector<qzBBox> boxes;
     for (unsigned int i = 0; i < 1025; ++i) {
@@ -157,11 +157,11 @@ TEST_CASE("the longest axis of a median split is the one of getMaxExtent: y befo
   CHECK(axisOf(2.0f, 1.0f, 1.0f) == qzBBox::eAxisX);
 }
 
-TEST_CASE("children come in pairs with higher numbers than their parent, the left subtree first and whole") {
+TEST_CASE("children are numbered in pairs after their parent, the whole left subtree first") {
   const qzGenericBVH tree = build(randomBoxes(3000, 0.02f, 1));
-  struct Walk {
+  struct Numbering {
     const qzGenericBVH& tree;
-    // The number after the last one below node, whose children are the next pair.
+    // Checks the subtree of node, whose children must be next and next + 1. Returns the number after the last one.
     unsigned int visit(unsigned int node, unsigned int next) const {
       const qzGNode& here = tree.getNode(node);
       if (here.isLeaf()) return next;
@@ -170,10 +170,10 @@ TEST_CASE("children come in pairs with higher numbers than their parent, the lef
       return visit(next + 1, visit(next, next + 2));
     }
   };
-  CHECK(Walk{tree}.visit(0, 1) == tree.getNbNodes());
+  CHECK(Numbering{tree}.visit(0, 1) == tree.getNbNodes());
 }
 
-TEST_CASE("the leaves share out the primitive array from left to right, and every item is in its leaf's box") {
+TEST_CASE("leaves divide the primitive array from left to right, and every item is within its leaf's box") {
   const std::vector<qzBBox> boxes = randomBoxes(5000, 0.02f, 2);
   const qzGenericBVH tree = build(boxes);
   std::vector<bool> isSeen(boxes.size());
@@ -198,8 +198,8 @@ TEST_CASE("the leaves share out the primitive array from left to right, and ever
   CHECK(next == boxes.size());
 }
 
-TEST_CASE("of equal costs on two axes the first axis is taken, and of equal planes the lower one") {
-  // A cross of four crowds: x and y are alike, and cost the same.
+TEST_CASE("among equal costs x comes before y, and the lower plane before the higher") {
+  // Four clusters at the corners of a square: x and y cost the same.
   std::vector<qzBBox> boxes;
   for (int i = 0; i < 8; ++i) {
     for (const Point& p :
@@ -221,7 +221,7 @@ TEST_CASE("of equal costs on two axes the first axis is taken, and of equal plan
   CHECK(build(boxes).getNode(1).getBBox().xMax() == 1.0f);
 }
 
-TEST_CASE("y goes before z when they cost the same") {
+TEST_CASE("among equal costs y comes before z") {
   std::vector<qzBBox> boxes;
   for (int i = 0; i < 8; ++i) {
     for (const float y : {0.0f, 64.0f}) {
@@ -231,8 +231,7 @@ TEST_CASE("y goes before z when they cost the same") {
   CHECK(build(boxes).getNode(0).getAxis() == qzBBox::eAxisY);
 }
 
-TEST_CASE(
-    "a hierarchy that is built again loses its nodes and primitives, and gets as long an array as the first time") {
+TEST_CASE("a rebuild replaces nodes and primitives, and gives an array as long as a new tree's") {
   OpenSAHBuilder large(randomBoxes(6000, 0.01f, 3)), small(randomBoxes(20, 0.01f, 4));
   qzGenericBVH tree, fresh;
   large.build(tree);
@@ -247,7 +246,7 @@ TEST_CASE(
   for (std::size_t i = 0; i < 1024; ++i) CHECK(sameBits(tree.getNodes()[i], fresh.getNodes()[i]));
 }
 
-TEST_CASE("there is room for about a node per item before the first one is written") {
+TEST_CASE("a build reserves about one node per item") {
   for (const unsigned int count : {1u, 1024u, 1025u, 5000u}) {
     const qzGenericBVH tree = build(randomBoxes(count, 0.01f, 5));
     CHECK(tree.getNodes().capacity() >= (count - 1 + 1024) / 1024 * 1024);

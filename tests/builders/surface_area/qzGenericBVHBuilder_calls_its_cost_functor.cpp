@@ -18,7 +18,7 @@ float count(const qzBBox&, unsigned int nb) {
   return static_cast<float>(nb);
 }
 
-// 20 boxes, two bins apart along x, in one bin of y and z.
+// 20 points at x = 0, 1, ... 19; no extent on y and z.
 std::vector<qzBBox> row() {
   std::vector<qzBBox> boxes;
   for (int i = 0; i < 20; ++i) boxes.emplace_back(Point(static_cast<float>(i), 0.0f, 0.0f));
@@ -27,10 +27,10 @@ std::vector<qzBBox> row() {
 
 }  // namespace
 
-TEST_CASE("a node of 17 to 1024 items asks for 127 planes on three axes, left before right, and then for itself") {
+TEST_CASE("a node of 17 to 1024 items costs both sides of 127 planes on three axes, then itself") {
   BothSAHBuilders both(row());
   const std::vector<CostCall> calls = both.build(count);
-  REQUIRE(calls.size() == 2 * 3 * 127 + 1);  // the sum of the halves is never below the whole: one leaf
+  REQUIRE(calls.size() == 2 * 3 * 127 + 1);  // the halves never cost less than the whole: one leaf
   CHECK(both.tree().getNbNodes() == 1);
   for (std::size_t i = 0; i + 1 < calls.size(); i += 2) CHECK(calls[i].count + calls[i + 1].count == 20);
 
@@ -48,22 +48,22 @@ TEST_CASE("a node of 17 to 1024 items asks for 127 planes on three axes, left be
   CHECK(calls.back() == CostCall{all, 20});
 }
 
-TEST_CASE("leaves by number and median splits ask nothing") {
+TEST_CASE("leaves of up to 16 items and median splits do not call the cost functor") {
   CHECK(BothSAHBuilders(randomBoxes(16, 0.1f, 1)).build(count).empty());
   // 1025 items on one point: medians all the way down to the last leaf.
   CHECK(BothSAHBuilders(std::vector<qzBBox>(1025, qzBBox(Point(0.0f, 0.0f, 0.0f)))).build(count).empty());
 }
 
-TEST_CASE("a cost that never falls below the whole makes a leaf, and a NaN on either side does") {
+TEST_CASE("a cost that is never below that of the whole makes a leaf, and so does NaN on either side") {
   const std::vector<qzBBox> boxes = randomBoxes(200, 0.1f, 2);
   const NotingSAH::Formula kLeafMakers[] = {
       [](const qzBBox&, unsigned int) { return 1.0f; },
       [](const qzBBox&, unsigned int) { return kNaN; },
       [](const qzBBox&, unsigned int) { return kInf; },
-      // Only the whole node has no number, only the halves.
+      // NaN for the whole node only, for the halves only.
       [](const qzBBox&, unsigned int nb) { return nb == 200 ? kNaN : 1.0f; },
       [](const qzBBox&, unsigned int nb) { return nb == 200 ? 1e30f : kNaN; },
-      // Equal is not cheaper.
+      // Equal cost.
       [](const qzBBox&, unsigned int nb) { return nb == 200 ? 2.0f : 1.0f; },
   };
   for (const NotingSAH::Formula formula : kLeafMakers) {
@@ -74,15 +74,15 @@ TEST_CASE("a cost that never falls below the whole makes a leaf, and a NaN on ei
   }
 }
 
-TEST_CASE("negative costs are costs") {
+TEST_CASE("negative costs are compared like others") {
   BothSAHBuilders both(row());
   both.build([](const qzBBox&, unsigned int nb) { return nb == 10 ? -5.0f : nb == 20 ? -9.0f : 0.0f; });
   CHECK(both.tree().getNbNodes() == 3);
   CHECK(both.tree().getNode(1).getNoPrimitives() == 10);
 }
 
-TEST_CASE("a constant cost below half the whole takes the first plane of x, and an empty side is accepted") {
-  // Boxes that start in bin 1 of x: the lowest plane has nothing on its left, and that is what the functor likes.
+TEST_CASE("a split with an empty side is accepted when it is the cheapest") {
+  // The scene box starts before the items: the lowest plane has no item on its left, which the functor prefers.
   std::vector<qzBBox> boxes = row();
   BothSAHBuilders both(boxes);
   both.setSceneBBox(qzBBox::Make(-30.0f, 0.0f, 0.0f, 20.0f, 1.0f, 1.0f));
@@ -94,7 +94,7 @@ TEST_CASE("a constant cost below half the whole takes the first plane of x, and 
   CHECK(sameBits(empty.getBBox(), qzBBox()));
 }
 
-TEST_CASE("a functor derived from the default one is asked, not bypassed") {
+TEST_CASE("a functor derived from the default one is called, not replaced by the built-in cost") {
   class Counting : public qzDefaultSAH {
    public:
     float f(const qzBBox& box, unsigned int nb) const override {

@@ -1,4 +1,4 @@
-// The operations that a build is made of, called one by one.
+// The operations of a build, called one by one.
 
 #include <doctest/doctest.h>
 
@@ -30,7 +30,7 @@ qzPlain::SAHBuilder plainOf(const OpenSAHBuilder& builder) {
   return plain;
 }
 
-// The bin of x that one item lies in, in a node from 0 to 128 with bins of 1.
+// The bin of an item at x, in a node from 0 to 128 with bins of width 1.
 unsigned int binOf(float x) {
   OpenSAHBuilder builder({qzBBox(Point(x, 0.5f, 0.5f))});
   builder.computeBinning(nodeOf(qzBBox::Make(0.0f, 0.0f, 0.0f, 128.0f, 128.0f, 128.0f)), 0, 1);
@@ -40,7 +40,7 @@ unsigned int binOf(float x) {
 
 }  // namespace
 
-TEST_CASE("bins of x, y and z count up to 128, 128 and 128, with the boxes up to them and from them on") {
+TEST_CASE("bins hold counts and boxes summed from the left, and boxes summed from the right, for each axis") {
   // Items at 10, 20 and 30 of 128 on x, all in bins 1 of y and 2 of z.
   OpenSAHBuilder builder(
       {qzBBox(Point(10.5f, 1.5f, 2.5f)), qzBBox(Point(20.5f, 1.5f, 2.5f)), qzBBox(Point(30.5f, 1.5f, 2.5f))});
@@ -62,13 +62,13 @@ TEST_CASE("bins of x, y and z count up to 128, 128 and 128, with the boxes up to
   CHECK(sameBits(builder.mBinRightBBoxes[130], qzBBox()));
 }
 
-TEST_CASE("whole boxes of items go into the bins, not only their centroids") {
+TEST_CASE("bins unite the boxes of items, not only their centroids") {
   OpenSAHBuilder builder({qzBBox::Make(-5.0f, 0.0f, 0.0f, 6.0f, 1.0f, 1.0f)});
   builder.computeBinning(nodeOf(qzBBox::Make(0.0f, 0.0f, 0.0f, 128.0f, 128.0f, 128.0f)), 0, 1);
   CHECK(sameBits(builder.mBinLeftBBoxes[0], builder.mItemBBoxes[0]));
 }
 
-TEST_CASE("a centroid lies in the bin that its distance truncates to, at most the last") {
+TEST_CASE("the bin of a centroid is its truncated distance, at most the last bin") {
   CHECK(binOf(0.0f) == 0);
   CHECK(binOf(0x1.fffffep-1f) == 0);
   CHECK(binOf(1.0f) == 1);
@@ -78,14 +78,14 @@ TEST_CASE("a centroid lies in the bin that its distance truncates to, at most th
   CHECK(binOf(1e6f) == 127);
 }
 
-TEST_CASE("less than a bin below the node is bin 0, a bin or more below is the last bin") {
+TEST_CASE("less than a bin width below the node is bin 0, more is the last bin") {
   CHECK(binOf(-0x1p-20f) == 0);
   CHECK(binOf(-0x1.fffffep-1f) == 0);
   CHECK(binOf(-1.0f) == 127);
   CHECK(binOf(-1e6f) == 127);
 }
 
-TEST_CASE("bin numbers wrap at 32 bits, and what 64 bits cannot hold is bin 0") {
+TEST_CASE("bin numbers wrap at 32 bits, and distances beyond 64 bits are bin 0") {
   CHECK(binOf(0x1p31f) == 127);
   CHECK(binOf(-0x1p31f) == 127);
   CHECK(binOf(0x1p32f) == 0);
@@ -101,7 +101,7 @@ TEST_CASE("bin numbers wrap at 32 bits, and what 64 bits cannot hold is bin 0") 
   CHECK(binOf(kNaN) == 0);
 }
 
-TEST_CASE("in a node without extent on an axis every item is in bin 0 of it") {
+TEST_CASE("on an axis without extent every item is in bin 0") {
   OpenSAHBuilder builder(
       {qzBBox(Point(3.0f, 0.0f, 0.0f)), qzBBox(Point(4.0f, 1.0f, 0.0f)), qzBBox(Point(2.0f, 0.0f, 0.0f))});
   builder.computeBinning(nodeOf(qzBBox::Make(3.0f, 0.0f, 0.0f, 3.0f, 1.0f, 0.0f)), 0, 3);
@@ -109,7 +109,7 @@ TEST_CASE("in a node without extent on an axis every item is in bin 0 of it") {
   CHECK(builder.mBinCounts[256] == 3);  // 0 x inf
 }
 
-TEST_CASE("binning, planes and medians of any node give what the plain form gives, arrays included") {
+TEST_CASE("bins, planes and medians of any node equal the plain form, arrays included") {
   const std::uint32_t seed = 3;
   Random random(seed);
   for (const Scene& scene : scenesOfEveryKind(600, random.bits())) {
@@ -145,7 +145,7 @@ TEST_CASE("binning, planes and medians of any node give what the plain form give
   }
 }
 
-TEST_CASE("no plane: axis and plane stay as they were") {
+TEST_CASE("findSplitPlane without a result keeps axis and plane") {
   OpenSAHBuilder builder(std::vector<qzBBox>(20, qzBBox(Point(1.0f, 1.0f, 1.0f))));
   const qzGNode node = nodeOf(builder.mSceneBBox);
   builder.computeBinning(node, 0, 20);
@@ -156,7 +156,7 @@ TEST_CASE("no plane: axis and plane stay as they were") {
   CHECK(plane == 42.0f);
 }
 
-TEST_CASE("the median is the upper one of two, and the first of equals by position counts") {
+TEST_CASE("the median is the upper one of two, and among equal keys the item at the middle position") {
   OpenSAHBuilder builder;
   const qzGNode node = nodeOf(qzBBox::Make(0.0f, 0.0f, 0.0f, 9.0f, 9.0f, 9.0f));
   const auto medianOf = [&](const std::vector<float>& ys) {
@@ -172,10 +172,10 @@ TEST_CASE("the median is the upper one of two, and the first of equals by positi
   CHECK(medianOf({3.0f, 1.0f}) == 3.0f);
   CHECK(medianOf({3.0f, 1.0f, 2.0f}) == 2.0f);
   CHECK(medianOf({4.0f, 3.0f, 1.0f, 2.0f}) == 3.0f);
-  // A distance below zero counts as the largest.
+  // The keys of negative distances are the largest.
   CHECK(medianOf({-1.0f, 1.0f, 2.0f}) == 2.0f);
   CHECK(medianOf({-1.0f, -2.0f, 2.0f}) == -1.0f);
-  // Distances from 2^24 that round to the same: the item that stands in the middle decides, not the middle value.
+  // Distances from 2^24 that round to the same: the item at the middle position is the median.
   const qzGNode far = nodeOf(qzBBox::Make(0.0f, -0x1p24f, 0.0f, 9.0f, 9.0f, 9.0f));
   builder.fill({qzBBox(Point(0.0f, 0.5f, 0.0f)), qzBBox(Point(0.0f, 0.25f, 0.0f)), qzBBox(Point(0.0f, 0.375f, 0.0f))});
   qzBBox::tAxis axis = qzBBox::eAxisY;
@@ -184,7 +184,7 @@ TEST_CASE("the median is the upper one of two, and the first of equals by positi
   CHECK(plane == 0.25f);
 }
 
-TEST_CASE("medians of any keys are those of the plain form: few values, one value, every digit") {
+TEST_CASE("medians of any keys equal the plain form: few values, one value, every digit") {
   const std::uint32_t seed = 4;
   Random random(seed);
   for (int round = 0; round < 300; ++round) {
@@ -206,7 +206,7 @@ TEST_CASE("medians of any keys are those of the plain form: few values, one valu
   }
 }
 
-TEST_CASE("a centroid on the plane goes left, a NaN one right, and a NaN plane sends all right") {
+TEST_CASE("a centroid on the plane goes left, a NaN one right; with a NaN plane all go right") {
   const auto nbLeft = [](const std::vector<float>& xs, float plane) {
     std::vector<qzBBox> boxes;
     for (const float x : xs) boxes.emplace_back(Point(x, 0.0f, 0.0f));
@@ -225,7 +225,7 @@ TEST_CASE("a centroid on the plane goes left, a NaN one right, and a NaN plane s
   CHECK(nbLeft({-0.0f, 0.0f}, -0.0f) == 2);
 }
 
-TEST_CASE("getCoord takes 0 for x, exactly eAxisY for y and anything else for z") {
+TEST_CASE("getCoord takes axis value 0 as x, eAxisY as y and any other as z") {
   const Point v(1.0f, 2.0f, 3.0f);
   CHECK(OpenSAHBuilder::getCoord(qzBBox::eAxisX, v) == 1.0f);
   CHECK(OpenSAHBuilder::getCoord(qzBBox::eAxisY, v) == 2.0f);

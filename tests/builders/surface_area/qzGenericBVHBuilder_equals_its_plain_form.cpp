@@ -14,12 +14,12 @@ namespace {
 
 using Point = Wm4::Vector3<float>;
 
-// The default cost as somebody else's functor.
+// The default cost as a functor of another class.
 float defaultCost(const qzBBox& box, unsigned int count) {
   return qzPlain::DefaultSAH().f(box, count);
 }
 
-// Cost formulas that builders must not be clever about.
+// Cost formulas for which no shortcut holds.
 struct Formula {
   const char* name;
   NotingSAH::Formula f;
@@ -48,7 +48,7 @@ std::vector<qzBBox> onOnePoint(unsigned int count) {
   return std::vector<qzBBox>(count, qzBBox(Point(1.5f, -2.0f, 0.125f)));
 }
 
-// Scene boxes that are not around the items.
+// Scene boxes that do not contain the items.
 std::vector<qzBBox> oddSceneBoxes(Random& random) {
   std::vector<qzBBox> boxes = {
       qzBBox(),
@@ -85,7 +85,7 @@ TEST_CASE("scenes of every kind and size give the tree of the plain form to the 
   }
 }
 
-TEST_CASE("the default cost as a foreign functor gives the tree of the plain form to the bit, call by call") {
+TEST_CASE("the default cost in a functor of another class gives the tree and calls of the plain form") {
   for (const std::uint32_t count : {40u, 1024u, 1500u}) {
     const std::uint32_t seed = 200 + count;
     for (const Scene& scene : scenesOfEveryKind(count, seed)) {
@@ -95,7 +95,7 @@ TEST_CASE("the default cost as a foreign functor gives the tree of the plain for
   }
 }
 
-TEST_CASE("any cost formula gives the tree of the plain form to the bit, call by call") {
+TEST_CASE("any cost formula gives the tree and calls of the plain form") {
   for (const Formula& formula : kFormulas) {
     for (const std::uint32_t count : {17u, 100u, 600u}) {
       INFO("cost ", formula.name, ", count ", count);
@@ -105,7 +105,7 @@ TEST_CASE("any cost formula gives the tree of the plain form to the bit, call by
   }
 }
 
-TEST_CASE("numbers of items around every limit give the tree of the plain form") {
+TEST_CASE("numbers of items near every limit give the tree of the plain form") {
   for (const std::uint32_t count :
        {0u, 1u, 2u, 15u, 16u, 17u, 18u, 1023u, 1024u, 1025u, 1026u, 2047u, 2048u, 2049u, 2050u, 4095u, 4096u, 4097u}) {
     INFO("count ", count);
@@ -133,7 +133,7 @@ TEST_CASE("a scene box that does not contain the items gives the tree of the pla
   }
 }
 
-TEST_CASE("centroids any number of bins away give the tree of the plain form, beyond 2^31, 2^32, 2^63 and 2^64 too") {
+TEST_CASE("centroids any number of bins away, beyond 2^31, 2^32, 2^63 and 2^64 too, give the tree of the plain form") {
   // A unit scene of 128 bins, so the centroid e lies in bin 128 e before that is limited.
   const std::uint32_t seed = 600;
   Random random(seed);
@@ -160,7 +160,7 @@ TEST_CASE("centroids any number of bins away give the tree of the plain form, be
   }
 }
 
-TEST_CASE("items in any order, left out or named twice give the tree of the plain form") {
+TEST_CASE("items in any order, missing or repeated give the tree of the plain form") {
   const std::uint32_t seed = 700;
   Random random(seed);
   INFO("seed ", seed);
@@ -173,7 +173,7 @@ TEST_CASE("items in any order, left out or named twice give the tree of the plai
   }
 }
 
-TEST_CASE("a second build goes on with the items as the first one left them, and gives the tree of the plain form") {
+TEST_CASE("a second build starts from the item order of the first, and gives the tree of the plain form") {
   BothSAHBuilders both(randomBoxes(3000, 0.05f, 800));
   both.build();
   both.build();
@@ -191,7 +191,7 @@ TEST_CASE("other numbers of bins give the tree of the plain form") {
   }
 }
 
-TEST_CASE("signed zeros of the items reach the boxes of the nodes as the plain form leaves them") {
+TEST_CASE("signed zeros in item boxes give the node boxes of the plain form") {
   const std::uint32_t seed = 1000;
   Random random(seed);
   INFO("seed ", seed);
@@ -211,9 +211,9 @@ TEST_CASE("signed zeros of the items reach the boxes of the nodes as the plain f
   }
 }
 
-TEST_CASE("of two NaN coordinates the lower one makes the key of a median, whatever the payloads") {
-  // Keys of NaN sort by sign and payload: positive ones between the distances above the node's minimum and those below
-  // it, which boxes inside out have, and negative ones behind all. So their signs decide which distance is the middle.
+TEST_CASE("of two NaN coordinates the lower one gives the key of a median, for any payloads") {
+  // NaN keys sort by sign and payload: positive ones between positive and negative distances, which inverted boxes
+  // have, negative ones last. So the signs of NaN decide which distance is the median.
   const std::uint32_t seed = 1100;
   Random random(seed);
   for (int round = 0; round < 10; ++round) {

@@ -10,7 +10,7 @@ using namespace qzTest;
 
 namespace {
 
-// Ordinary boxes, scaled by a power of two.
+// Random boxes scaled by a power of two.
 std::vector<qzBBox> scaledBoxes(std::uint32_t count, float scale) {
   std::vector<qzBBox> boxes = randomBoxes(count, 0.05f, 1);
   for (qzBBox& box : boxes) {
@@ -22,7 +22,7 @@ std::vector<qzBBox> scaledBoxes(std::uint32_t count, float scale) {
 
 }  // namespace
 
-TEST_CASE("a build asks the heap for the arrays of the tree and nothing else") {
+TEST_CASE("a surface-area build allocates the two arrays of the tree, a rebuild nothing") {
   const std::vector<qzBBox> boxes = randomBoxes(5000, 0.01f, 3);
   OpenSAHBuilder builder(boxes);
   qzGenericBVH tree;
@@ -41,7 +41,7 @@ TEST_CASE("a build asks the heap for the arrays of the tree and nothing else") {
   CHECK(nbAgain == 0);
 }
 
-TEST_CASE("a builder allocates three bin arrays and a functor, and frees the arrays alone") {
+TEST_CASE("a surface-area builder allocates three bin arrays and a functor, and frees the arrays only") {
   std::size_t nbAllocated, nbReleased;
   {
     const HeapWatch watch;
@@ -53,7 +53,7 @@ TEST_CASE("a builder allocates three bin arrays and a functor, and frees the arr
   CHECK(nbReleased == 3);
 }
 
-TEST_CASE("setSAH and the destructor release no functor") {
+TEST_CASE("setSAH does not free the functor it replaces") {
   const qzDefaultSAH own;
   OpenSAHBuilder builder;
   const qzSAHFunctionoid* const first = builder.mSAH;
@@ -67,8 +67,8 @@ TEST_CASE("setSAH and the destructor release no functor") {
   CHECK(first->f(qzBBox::Make(0.0f, 0.0f, 0.0f, 1.0f, 2.0f, 3.0f), 0) == 44.0f);  // still there
 }
 
-TEST_CASE("the caller's floating-point mode changes no bit of the tree and is the caller's again afterwards") {
-  // Ordinary ones; a size whose areas are denormal; denormal coordinates, which the medians still tell apart.
+TEST_CASE("a surface-area build does not depend on the caller's float mode, which is kept") {
+  // Ordinary boxes, boxes with denormal areas, and boxes with denormal coordinates.
   for (const float scale : {1.0f, 0x1p-68f, 0x1p-130f}) {
     const std::vector<qzBBox> boxes = scaledBoxes(2500, scale);
     INFO("scale ", scale);

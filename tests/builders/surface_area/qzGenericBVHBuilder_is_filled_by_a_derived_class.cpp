@@ -21,7 +21,7 @@ QZ_TEST_HAS_MEMBER(setSAH)
 
 }  // namespace
 
-TEST_CASE("a new builder has no items, an empty scene, 128 bins per axis at 0, 128 and 256, and a qzDefaultSAH") {
+TEST_CASE("a new builder has no items, an empty scene box, 128 bins per axis at 0, 128 and 256, and a qzDefaultSAH") {
   const OpenSAHBuilder builder;
   CHECK(builder.mItemBBoxes.empty());
   CHECK(builder.mItemIndices.empty());
@@ -42,12 +42,12 @@ TEST_CASE("a new builder has no items, an empty scene, 128 bins per axis at 0, 1
   CHECK(bool(typeid(*builder.mSAH) == typeid(qzDefaultSAH)));
 }
 
-TEST_CASE("two builders have each a default functor of its own") {
+TEST_CASE("every builder has a default functor of its own") {
   const OpenSAHBuilder one, other;
   CHECK(one.mSAH != other.mSAH);
 }
 
-TEST_CASE("resizeItems sizes all item arrays, with empty boxes and zeros, and keeps what was there") {
+TEST_CASE("resizeItems resizes all item arrays, fills with empty boxes and zeros, and keeps old entries") {
   OpenSAHBuilder builder;
   builder.resizeItems(3);
   CHECK(builder.mNbItems == 3);
@@ -76,14 +76,14 @@ TEST_CASE("setSAH stores the pointer and does nothing else") {
   CHECK(builder.mSAH == &sah);
   builder.setSAH(nullptr);
   CHECK(builder.mSAH == nullptr);
-  // Nobody asks it while there are no more than 16 items.
+  // Not called for up to 16 items.
   builder.fill(randomBoxes(16, 0.1f, 1));
   qzGenericBVH tree;
   builder.build(tree);
   CHECK(tree.getNbNodes() == 1);
 }
 
-TEST_CASE("items stay for the next build, in the order that the tree lists them") {
+TEST_CASE("items stay in the builder, in the order of the tree's primitives") {
   OpenSAHBuilder builder(randomBoxes(2000, 0.1f, 2));
   qzGenericBVH first, second;
   builder.build(first);
@@ -94,7 +94,7 @@ TEST_CASE("items stay for the next build, in the order that the tree lists them"
   CHECK(bool(builder.mItemIndices == second.getPrimitives()));
 }
 
-TEST_CASE("leaves list the numbers that the feeder wrote, and the scene box is taken as it is") {
+TEST_CASE("leaves list the numbers in mItemIndices, and the root has the scene box as given") {
   OpenSAHBuilder builder(randomBoxes(30, 0.1f, 3));
   builder.mItemIndices.assign(30, 5);
   builder.mSceneBBox = qzBBox::Make(-9.0f, -9.0f, -9.0f, 9.0f, 9.0f, 9.0f);
@@ -104,7 +104,7 @@ TEST_CASE("leaves list the numbers that the feeder wrote, and the scene box is t
   CHECK(sameBits(tree.getNode(0).getBBox(), builder.mSceneBBox));
 }
 
-TEST_CASE("a copy of a builder builds the same tree with the same functor") {
+TEST_CASE("a copy of a builder shares the functor and builds the same tree") {
   OpenSAHBuilder builder(randomBoxes(3000, 0.05f, 4));
   OpenSAHBuilder copy(builder);
   CHECK(copy.mSAH == builder.mSAH);
@@ -124,7 +124,7 @@ TEST_CASE("the builder has no virtual functions and no base, and outsiders canno
   CHECK_FALSE(has_mItemBBoxes<qzGenericBVHBuilder>);
   CHECK_FALSE(has_mNbItems<qzGenericBVHBuilder>);
   CHECK_FALSE(has_mSceneBBox<qzGenericBVHBuilder>);
-  // Eight arrays, a box, five numbers and a pointer.
+  // Eight arrays, a box, four numbers and a pointer.
   CHECK(sizeof(qzGenericBVHBuilder) ==
         8 * sizeof(std::vector<int>) + sizeof(qzBBox) + 4 * sizeof(unsigned int) + sizeof(void*));
 }

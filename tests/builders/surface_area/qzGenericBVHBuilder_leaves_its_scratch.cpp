@@ -16,8 +16,7 @@ std::vector<qzBBox> onOnePoint(unsigned int count) {
 
 }  // namespace
 
-TEST_CASE(
-    "after a build the sort's arrays are those of the last median split, the bins those of the last binned node") {
+TEST_CASE("after a build the sort arrays are those of the last median split, the bins of the last binned node") {
   BothSAHBuilders both(randomBoxes(1500, 0.1f, 11));
   both.build();  // compares them
   const OpenSAHBuilder& builder = both.builder();

@@ -1,5 +1,5 @@
-// Hashes of whole trees, recorded once from the plain form: every compiler, flag set and processor must reproduce them.
-// The scenes come from seeds through plain sums and products, so no library function of the platform has a say.
+// Hashes of whole trees, recorded from the plain form, which every compiler, flag set and processor must reproduce. The
+// scenes are made from seeds by sums and products alone, so no library function of the platform matters.
 
 #include <doctest/doctest.h>
 
@@ -12,7 +12,7 @@ using namespace qzTest;
 
 namespace {
 
-// Boxes around which no scene box is: bins wrap, centroids are no numbers.
+// Boxes some of which the scene box does not contain: bins wrap, centroids are NaN.
 std::vector<qzBBox> anyBoxes(std::uint32_t count, std::uint32_t seed) {
   Random random(seed);
   std::vector<qzBBox> boxes = randomBoxes(count, 0.1f, seed);

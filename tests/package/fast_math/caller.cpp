@@ -2,7 +2,7 @@
 // compiled with different flags, must print the same.
 //
 // Its own flags must not matter for that: every float that goes in is made from integer bits, and every float that
-// comes out is looked at as bits. Nothing here adds, multiplies or compares floats.
+// comes out is read as bits. Nothing here adds, multiplies or compares floats.
 
 #include <qzCommonAddOns/qzCommonAddOns.h>
 #include <qzSceneGraph/qzTriMesh.h>

@@ -1,5 +1,5 @@
 #pragma once
-// What qzCommonAddOns/qzDetail/base/qzPlatformAdapter.h does, for this family's spelling.
+// What qzCommonAddOns/qzDetail/base/qzPlatformAdapter.h does, for this family's names.
 
 #include <qzSceneGraph/qzCancelInterfaceReadOnly.h>
 #include <qzSceneGraph/qzIndexBuffer.h>

@@ -63,7 +63,7 @@ bool isAnyTriangleInside(const qz::qzTriMesh& mesh, const Planes& planes, double
 
 }  // namespace
 
-TEST_CASE("a region that something clearly reaches into gives yes, one that everything stays clear of gives no") {
+TEST_CASE("a region intersects when a triangle reaches into it by the margin, and does not when all stay out by it") {
   const qz::qzTriMesh meshes[] = {terrainMesh(16, 71), soupMesh(500, 72), sphereMesh(12, 20)};
   std::uint32_t seed = 500;
   for (const qz::qzTriMesh& mesh : meshes) {

@@ -1,4 +1,4 @@
-// Several threads ask one hierarchy at once, with plane sets they share.
+// Several threads query one hierarchy at once, with shared plane sets.
 
 #include <doctest/doctest.h>
 
@@ -10,7 +10,7 @@
 
 using namespace qzTest;
 
-TEST_CASE("threads that share a hierarchy and its plane sets get the answers that one thread gets") {
+TEST_CASE("concurrent hull queries on one hierarchy and shared plane sets give the answers of a single thread") {
   constexpr std::size_t kNbThreads = 8, kNbRegions = 2000;
   const qz::qzTriMesh mesh = terrainMesh(40, 61);
   HullQBVH built;
@@ -28,7 +28,7 @@ TEST_CASE("threads that share a hierarchy and its plane sets get the answers tha
   CHECK(nbYes > kNbRegions / 4);
   CHECK(nbYes < 3 * kNbRegions / 4);
 
-  // Every thread asks for all regions, each from another one on.
+  // Every thread queries all regions, starting at different ones.
   std::vector<int> nbDifferences(kNbThreads, -1);
   std::vector<std::thread> threads;
   for (std::size_t thread = 0; thread < kNbThreads; ++thread) {

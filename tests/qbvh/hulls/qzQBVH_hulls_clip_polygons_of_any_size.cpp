@@ -1,5 +1,5 @@
-// Clipped polygons of many corners: more than planes can give a convex polygon, and more than a query has room for
-// without the heap.
+// Clipped polygons of many corners: more than exact clipping can give, and more than a query stores without an
+// allocation.
 
 #include <doctest/doctest.h>
 
@@ -14,7 +14,7 @@ namespace {
 
 const Point kNowhere(kNaN, kNaN, kNaN);
 
-/// One quadruplet with one triangle, the other lanes out of every region.
+/// One quadruplet with one triangle, the other lanes outside every region.
 class OneTriangle : public HullQBVH {
  public:
   OneTriangle(const Point& a, const Point& b, const Point& c) {
@@ -37,13 +37,13 @@ unsigned int mostCorners(const OneTriangle& triangle, const Planes& planes) {
 
 }  // namespace
 
-TEST_CASE("rounding makes polygons of more than plane count + 3 corners, and the answer stays that of the plain form") {
+TEST_CASE("polygons that rounding gives more than plane count + 3 corners equal the plain form") {
   int nbLonger = 0, nbYes = 0, nbNo = 0;
   for (std::uint32_t seed = 1; seed <= 40; ++seed) {
     INFO("seed " << seed);
     Random random(seed);
     // A triangle whose corners are a few steps of its coordinates apart, and planes past it whose distances are as
-    // coarse: of a handful always the one that leaves most corners.
+    // coarse: of a few candidates the one that leaves most corners.
     const float step = 0.0625f;
     const Point center(1.0e6f, 1.1e6f, 0.9e6f);
     Point corners[3];
@@ -96,7 +96,7 @@ TEST_CASE("polygons of any number of corners are clipped as in the plain form") 
     CHECK(mostCorners(triangle, circle) >= count);
     CHECK(meets(triangle, circle));
     CHECK(qzPlain::intersectConvexHull(plain, circle));
-    // One plane more, which leaves a cap, a single corner or nothing.
+    // One more plane, which leaves a cap, a single corner or nothing.
     Random random(count);
     int nbYes = 0;
     for (int i = 0; i < 40; ++i) {
@@ -112,9 +112,9 @@ TEST_CASE("polygons of any number of corners are clipped as in the plain form") 
   }
 }
 
-TEST_CASE("a polygon of many corners that a plane along it makes longer is clipped as in the plain form") {
+TEST_CASE("a polygon of many corners that an almost coplanar plane makes longer is clipped as in the plain form") {
   // Once round, then along: the distances of the corners from the triangle's plane are what rounding left, above and
-  // below zero in no order. The room of a query that takes nothing from the heap ends in the middle of these counts.
+  // below zero in no order. The corners that a query stores without an allocation end in the middle of these counts.
   const Point a(-9.1f, -9.3f, -4.1f), b(9.7f, -9.2f, 2.7f), c(0.3f, 9.6f, 1.3f);
   const OneTriangle triangle(a, b, c);
   const qzPlain::tQBVH plain = triangle.plain();
@@ -124,7 +124,7 @@ TEST_CASE("a polygon of many corners that a plane along it makes longer is clipp
   int nbLonger = 0, nbYes = 0, nbNo = 0;
   for (unsigned int count = 2 * 52; count <= 2 * 72; ++count) {
     CAPTURE(count);
-    // Every other time a wide cut comes before all others: the two arrays of the scratch change places once more.
+    // Every other time one more plane comes first, so the two scratch arrays are swapped once more.
     Planes planes(count % 2, Plane(-1.0f, 0.0f, 0.0f, 5.0f));
     for (const Plane& plane : aroundCircle(count / 2)) planes.push_back(plane);
     qzPlain::tClipping polygon = triangle.startClipping();
@@ -158,7 +158,7 @@ TEST_CASE("a polygon of many corners that a plane along it makes longer is clipp
   CHECK(nbNo > 200);
 }
 
-TEST_CASE("a query takes memory from the heap only for polygons of more than 60 corners or so") {
+TEST_CASE("hull queries allocate only for polygons of more than about 60 corners") {
   const OneTriangle triangle(Point(-9.0f, -9.0f, 0.0f), Point(9.0f, -9.0f, 0.0f), Point(0.0f, 9.0f, 0.0f));
   for (const unsigned int count : {6u, 32u, 60u, 100u, 300u}) {
     CAPTURE(count);
@@ -175,14 +175,14 @@ TEST_CASE("a query takes memory from the heap only for polygons of more than 60 
     CHECK(answer);
     CHECK((nbAllocations == 0) == (corners <= 64));
   }
-  // Hundreds of planes that leave no polygon of many corners need none either.
+  // Hundreds of planes without a polygon of many corners do not allocate either.
   const PlaneSet same(Planes(500, Plane(1.0f, 0.0f, 0.0f, 0.5f)));
   const HeapWatch watch;
   CHECK(same.meets(triangle));
   CHECK(watch.nbAllocations() == 0);
 }
 
-TEST_CASE("ordinary queries take nothing from the heap") {
+TEST_CASE("hull queries with ordinary regions do not allocate") {
   const qz::qzTriMesh mesh = terrainMesh(30, 51);
   HullQBVH hierarchy;
   hierarchy.build(mesh, 4);

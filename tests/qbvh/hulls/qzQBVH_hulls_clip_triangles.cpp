@@ -1,4 +1,4 @@
-// The leaf test of the hull query, on hierarchies without a node, where nothing else decides.
+// The leaf test of the hull query, on hierarchies without a node, so that no box is tested.
 
 #include <doctest/doctest.h>
 
@@ -13,7 +13,7 @@ namespace {
 const Point kOrigin(0.0f, 0.0f, 0.0f);
 const Planes kUnitCube = insideOf(qzBBox::Make(0.0f, 0.0f, 0.0f, 1.0f, 1.0f, 1.0f));
 
-/// Whether one triangle alone meets the region, whichever lane it is in.
+/// Whether one triangle intersects the region; checks that the answer is the same in every lane.
 bool triangleMeets(const Point& a, const Point& b, const Point& c, const Planes& planes) {
   int nbYes = 0;
   for (int lane = 0; lane < 4; ++lane) {
@@ -41,24 +41,24 @@ qz::qzTriMesh besideOrigin(int count) {
 
 }  // namespace
 
-TEST_CASE("a triangle inside the region meets it, one beside it does not") {
+TEST_CASE("a triangle inside the region intersects it, one beside it does not") {
   CHECK(triangleMeets(Point(0.2f, 0.2f, 0.2f), Point(0.8f, 0.2f, 0.2f), Point(0.2f, 0.8f, 0.2f), kUnitCube));
   CHECK_FALSE(triangleMeets(Point(1.2f, 0.2f, 0.2f), Point(1.8f, 0.2f, 0.2f), Point(1.2f, 0.8f, 0.2f), kUnitCube));
 }
 
-TEST_CASE("a triangle through the region meets it with all vertices outside") {
+TEST_CASE("a triangle through the region intersects it with all vertices outside") {
   CHECK(triangleMeets(Point(-5.0f, -5.0f, 0.5f), Point(5.0f, -5.0f, 0.5f), Point(0.5f, 9.0f, 0.5f), kUnitCube));
   // One that only sticks a corner in, and one that only passes through with an edge.
   CHECK(triangleMeets(Point(0.9f, 0.5f, 0.5f), Point(5.0f, 0.0f, 0.5f), Point(5.0f, 1.0f, 0.5f), kUnitCube));
   CHECK(triangleMeets(Point(-1.0f, 0.9f, 0.5f), Point(2.0f, 0.9f, 0.5f), Point(0.5f, 5.0f, 0.5f), kUnitCube));
 }
 
-TEST_CASE("a triangle beside an edge of the region does not meet it, though it is outside of no plane") {
+TEST_CASE("a triangle beside an edge of the region does not intersect it, though it is outside no plane") {
   CHECK_FALSE(triangleMeets(Point(2.5f, 0.0f, 0.5f), Point(0.0f, 2.5f, 0.5f), Point(2.5f, 2.5f, 0.5f), kUnitCube));
   CHECK(triangleMeets(Point(1.9f, 0.0f, 0.5f), Point(0.0f, 1.9f, 0.5f), Point(2.5f, 2.5f, 0.5f), kUnitCube));
 }
 
-TEST_CASE("a triangle that touches a plane with a vertex, an edge or its face does not count") {
+TEST_CASE("a triangle that only touches a plane with a vertex, an edge or its face does not intersect") {
   const Planes positive = {Plane(1.0f, 0.0f, 0.0f, 0.0f)};
   const float t = 0x1p-149f;
   CHECK_FALSE(triangleMeets(Point(0, 0, 0), Point(-1, 1, 0), Point(-1, 0, 1), positive));
@@ -72,14 +72,14 @@ TEST_CASE("a triangle that touches a plane with a vertex, an edge or its face do
   CHECK(triangleMeets(Point(0.2f, 0.2f, z), Point(0.8f, 0.2f, z), Point(0.2f, 0.8f, z), kUnitCube));
 }
 
-TEST_CASE("a triangle cut by one plane touches the next with what is left of it, and does not count") {
+TEST_CASE("a triangle whose clipped part only touches the next plane does not intersect") {
   // What is left below x = 1 is the part with x <= 1, which touches y = 1 in (1, 1).
   const Point a(0.0f, 2.0f, 0.5f), b(2.0f, 0.0f, 0.5f), c(2.0f, 2.0f, 0.5f);
   CHECK_FALSE(triangleMeets(a, b, c, kUnitCube));
   CHECK(triangleMeets(a, Point(2.0f, -0.25f, 0.5f), c, kUnitCube));
 }
 
-TEST_CASE("points and segments count as triangles") {
+TEST_CASE("triangles that are points or segments intersect like others") {
   const Point p(0.5f, 0.5f, 0.5f), q(5.0f, 0.5f, 0.5f), r(5.0f, 5.0f, 0.5f);
   CHECK(triangleMeets(p, p, p, kUnitCube));
   CHECK(triangleMeets(p, q, q, kUnitCube));
@@ -97,7 +97,7 @@ TEST_CASE("distances are summed ((z + d) + y) + x") {
   CHECK_FALSE(isInside(Point(0.0f, -0x1p24f, 1.0f), 0x1p24f));
 }
 
-TEST_CASE("a vertex at a NaN distance is outside, and takes its two edges along") {
+TEST_CASE("a vertex at a NaN distance is outside, and so are the crossings of its two edges") {
   const Point n(kNaN, 0.5f, 0.5f), p(0.5f, 0.5f, 0.5f), q(0.6f, 0.5f, 0.5f);
   CHECK_FALSE(triangleMeets(n, n, n, {Plane(1.0f, 0.0f, 0.0f, 5.0f)}));
   // The crossings toward it are NaN too, but the other two vertices stay.
@@ -106,8 +106,8 @@ TEST_CASE("a vertex at a NaN distance is outside, and takes its two edges along"
   CHECK_FALSE(triangleMeets(n, Point(5.0f, 0.5f, 0.5f), Point(5.0f, 0.6f, 0.5f), kUnitCube));
 }
 
-TEST_CASE("lanes whose polygon is gone stay gone, whatever becomes of the others") {
-  // Lanes 0 and 2 die of the first plane, lane 1 of the second, lane 3 of the third; the fourth would let all live.
+TEST_CASE("a lane whose polygon is empty stays empty while other lanes are clipped") {
+  // The first plane empties lanes 0 and 2, the second lane 1, the third lane 3; the fourth accepts all.
   HullQBVH hierarchy;
   hierarchy.allocateEmpty(0, 1);
   for (int lane = 0; lane < 4; ++lane) {
@@ -120,7 +120,7 @@ TEST_CASE("lanes whose polygon is gone stay gone, whatever becomes of the others
   CHECK_FALSE(meets(hierarchy, {planes[2], planes[3]}));
 }
 
-TEST_CASE("padding lanes are not masked out: around the origin a leaf that is not full gives yes") {
+TEST_CASE("padding lanes are tested: a region around the origin intersects a leaf that is not full") {
   const Planes aroundOrigin = cubeAround(kOrigin, 0.1f), beside = cubeAround(Point(0.15f, 0.0f, 0.0f), 0.1f);
   for (int count = 1; count <= 8; ++count) {
     CAPTURE(count);
@@ -136,7 +136,7 @@ TEST_CASE("padding lanes are not masked out: around the origin a leaf that is no
   }
 }
 
-TEST_CASE("padding lanes count only in a leaf whose box the region reaches") {
+TEST_CASE("padding lanes count only in a leaf whose box the region intersects") {
   // Two leaves of one triangle each: the box of the first is around the origin, the other far from it.
   const Point far(40.0f, 40.0f, 40.0f), farther(41.0f, 42.0f, 43.0f);
   HullQBVH hierarchy;
@@ -151,7 +151,7 @@ TEST_CASE("padding lanes count only in a leaf whose box the region reaches") {
   CHECK_FALSE(meets(hierarchy, cubeAround(kOrigin, 0.1f)));
 }
 
-TEST_CASE("a processor mode of the caller's changes nothing and is there again afterwards") {
+TEST_CASE("hull queries do not depend on the caller's float mode, which is kept") {
   // Inside by less than flushing to zero, by less than rounding down would leave.
   const float tiny = 0x1p-140f;
   const Point p(tiny, 0.0f, 0.0f), q(1.0f + 0x1p-23f, 0.0f, 0.0f);

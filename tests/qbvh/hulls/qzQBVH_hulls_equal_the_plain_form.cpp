@@ -96,19 +96,19 @@ Tally compareOnScenes(std::uint32_t seed, int count, MakePlanes makePlanes) {
 
 }  // namespace
 
-TEST_CASE("hulls equal those of the plain form on ordinary regions") {
+TEST_CASE("hull queries with ordinary regions equal the plain form") {
   const Tally tally = compareOnScenes(100, 800, ordinaryPlanes);
   CHECK(tally.nbYes > 10000);
   CHECK(tally.nbNo > 10000);
 }
 
-TEST_CASE("hulls equal those of the plain form on awkward regions") {
+TEST_CASE("hull queries with degenerate regions equal the plain form") {
   const Tally tally = compareOnScenes(200, 1500, awkwardPlanes);
   CHECK(tally.nbYes > 10000);
   CHECK(tally.nbNo > 10000);
 }
 
-TEST_CASE("hulls equal those of the plain form whatever the boxes are") {
+TEST_CASE("hull queries on hierarchies with any boxes equal the plain form") {
   std::uint32_t seed = 300;
   Tally tally;
   for (const Scene& scene : scenes()) {
@@ -128,7 +128,7 @@ TEST_CASE("hulls equal those of the plain form whatever the boxes are") {
   CHECK(tally.nbNo > 6000);
 }
 
-TEST_CASE("hulls equal those of the plain form on single quadruplets of any floats") {
+TEST_CASE("hull queries on single quadruplets of any floats equal the plain form") {
   const qz::qzTriMesh mesh = soupMesh(40, 24);
   Random random(400);
   Tally tally;
@@ -151,7 +151,7 @@ TEST_CASE("hulls equal those of the plain form on single quadruplets of any floa
   CHECK(tally.nbNo > 10000);
 }
 
-TEST_CASE("answers have the fingerprint that every compiler and flag set gives") {
+TEST_CASE("hull queries reproduce the recorded hash of their answers") {
   const qz::qzTriMesh meshes[] = {terrainMesh(16, 21), soupMesh(700, 22), awkwardMesh(300, 23)};
   Random random(500);
   Hash hash;

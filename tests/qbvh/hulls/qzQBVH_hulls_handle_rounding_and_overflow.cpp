@@ -1,5 +1,5 @@
-// Hull queries whose answer is decided by the rounding of one operation, by an overflow or by an underflow: what the
-// ways around the plain form (corners by sign, the box around the region) must not leave out and not make up.
+// Hull queries whose answer depends on the rounding of one operation, on an overflow or an underflow. The library's
+// shortcuts (corners by sign, the box around the region) must give the plain form's answer there.
 
 #include <doctest/doctest.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
@@ -45,7 +45,7 @@ bool meetsAsPlain(const HullQBVH& hierarchy, const Planes& planes) {
 
 }  // namespace
 
-TEST_CASE("a box strictly inside by a rounding gives yes, though its triangle lies on the plane") {
+TEST_CASE("a box strictly inside by rounding alone intersects, though its triangle lies on the plane") {
   // Of x + y + z + 1/2 at this point a box sums (y + x) + (z + d), which leaves u, a triangle ((z + d) + y) + x: zero.
   const Point p(-1.0f, kU, 0.5f), far(-3.0f, -3.0f, -3.0f);
   const TwoTriangles hierarchy(p, far);
@@ -61,8 +61,8 @@ TEST_CASE("a box strictly inside by a rounding gives yes, though its triangle li
   }
 }
 
-TEST_CASE("a box that touches a plane from outside is looked into: a triangle in it may be inside by a rounding") {
-  // The other way round: u is left to the triangle, zero to the box.
+TEST_CASE("the triangles of a box that touches a plane from outside are tested, as rounding may put one inside") {
+  // The reverse: the triangle's distance is u, the box's is zero.
   const Point p(1.0f, kU, -0.5f), far(-3.0f, -3.0f, -3.0f);
   const TwoTriangles hierarchy(p, far);
   Planes planes = {Plane(-1, 0, 0, 1.1f), Plane(1, 0, 0, -0.9f), Plane(0, 1, 0, 0.1f),
@@ -72,7 +72,7 @@ TEST_CASE("a box that touches a plane from outside is looked into: a triangle in
   CHECK(meetsAsPlain(hierarchy, planes));
 }
 
-TEST_CASE("a corner that clipping moves out of the triangle's box is found in a region beside that box") {
+TEST_CASE("a corner that clipping moves out of the triangle's box is found by a region beside that box") {
   // The first plane goes through the corner at (m, 0, 0), and cutting there computes -1 + (m + 1), which is above m by
   // nearly u. No coordinate is as large as that of the first corner, which is negative: it counts, too.
   const float m = 0x1p-12f + kU + 0x1p-30f, beyond = m + 0.5f * kU, half = 0x1p-11f;
@@ -90,7 +90,7 @@ TEST_CASE("a corner that clipping moves out of the triangle's box is found in a 
   }
 }
 
-TEST_CASE("the root box plays no part: the room for that drift comes from the boxes of the first node") {
+TEST_CASE("hull queries ignore the root box: the clipping margin comes from the boxes of the first node") {
   // As before, smaller.
   const float m = 0x1p-16f + kU + 0x1p-30f, beyond = m + 0.5f * kU, half = 0x1p-14f;
   REQUIRE(-1.0f + (m + 1.0f) > beyond);
@@ -106,7 +106,7 @@ TEST_CASE("the root box plays no part: the room for that drift comes from the bo
   }
 }
 
-TEST_CASE("a corner that overflow moves to infinity is found where no corner of the triangle is inside") {
+TEST_CASE("a clipped corner that overflows to infinity is found by a region with no corner of the triangle inside") {
   const Point a(-2e38f, 0.0f, 0.0f), b(2e38f, 0.0f, 0.0f), c(-2e38f, 1.0f, 0.0f);
   HullQBVH hierarchy;
   hierarchy.build(meshOfCorners({a, b, c}), 4);
@@ -115,7 +115,7 @@ TEST_CASE("a corner that overflow moves to infinity is found where no corner of 
   CHECK_FALSE(meetsAsPlain(hierarchy, {beyond, cutting}));
 }
 
-TEST_CASE("a box outside of one plane stays outside where the sums of the next one overflow") {
+TEST_CASE("a box outside one plane stays outside when the sums of the next one overflow") {
   // Padding at the origin lies inside of both, so a look into the leaf would give yes.
   for (const float size : {1.0f, 1e20f}) {
     for (const float coefficient : {1.0f, 1e17f, 1e19f, 3e38f}) {
@@ -128,12 +128,12 @@ TEST_CASE("a box outside of one plane stays outside where the sums of the next o
       CHECK(meetsAsPlain(hierarchy, {Plane(0, 0, 1, 1)}));
     }
   }
-  // Not the planes are large here, but the boxes.
+  // Here the boxes are large, not the planes.
   const Point a(1e30f, 2e30f, 1e30f), b(2e30f, 3e30f, 2e30f);
   CHECK_FALSE(meetsAsPlain(TwoTriangles(a, b), {Plane(-1e-12f, 0, 0, 1e17f), Plane(1e17f, -1e17f, 0, 1)}));
 }
 
-TEST_CASE("a point among denormals is found where its distances, not the point, are rounded to the inside") {
+TEST_CASE("a denormal point is found when its distances are rounded to the inside, though it is outside") {
   // Three times 0.51 of the smallest number are three of it: more than 2, which 1.53 is not. The exact region begins
   // near (2, 1, 1).
   const float one = 0x1p-149f;
@@ -151,7 +151,7 @@ TEST_CASE("a point among denormals is found where its distances, not the point, 
   }
 }
 
-TEST_CASE("planes of normals that are as good as coplanar do not move the region away by an overflow") {
+TEST_CASE("almost coplanar normals do not displace the region by an overflow") {
   // In x and y the first planes of the three pairs leave a few steps around (large, 0); how far up they meet is beyond
   // all numbers, of which one term overflows and the others do not.
   const float large = 0x1p59f, step = 0x1p36f, width = 0x1p50f, up = 0x1p-71f, half = 0.5f, h = 0.875f;

@@ -1,4 +1,4 @@
-// What the hull query does on a hierarchy without eTrianglesVertices.
+// The hull query on a hierarchy without eTrianglesVertices.
 
 #include <doctest/doctest.h>
 
@@ -27,7 +27,7 @@ struct Hierarchies {
 
 }  // namespace
 
-TEST_CASE("without vertices the answer is no, with one record of type 2 and no category") {
+TEST_CASE("without vertices a hull query returns false and logs one record of type 2 without category") {
   const Hierarchies hierarchies;
   for (const qzQBVH* hierarchy : {&hierarchies.empty, &hierarchies.equations}) {
     for (const Planes& planes : {kAllOfIt, Planes()}) {
@@ -48,7 +48,7 @@ TEST_CASE("the record is made only when type 2 is enabled") {
   }
 }
 
-TEST_CASE("without a logger the record goes where the log object takes it") {
+TEST_CASE("without a logger the record goes to std::clog") {
   const Hierarchies hierarchies;
   const NoLog noLog;
   const StandardStream clog(std::clog);
@@ -56,7 +56,7 @@ TEST_CASE("without a logger the record goes where the log object takes it") {
   CHECK(clog.text() == std::string(kMessage) + "\n");
 }
 
-TEST_CASE("with vertices, with or without equations, it answers and logs nothing") {
+TEST_CASE("with vertices a hull query logs nothing, with or without equations") {
   const Hierarchies hierarchies;
   const LogCapture log;
   CHECK(meets(hierarchies.vertices, kAllOfIt));

@@ -1,4 +1,4 @@
-// The hull query on small regions, which leaves out what lies apart from a box around the region.
+// The hull query on small regions, which skips boxes and triangles outside a box around the region.
 
 #include <doctest/doctest.h>
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
@@ -59,7 +59,7 @@ Planes smallRegion(const qz::qzTriMesh& mesh, float size, Random& random) {
 
 }  // namespace
 
-TEST_CASE("small regions near the surface get the answer of the plain form, wherever the scene is and however large") {
+TEST_CASE("small regions near the surface equal the plain form, in scenes of any place and size") {
   Tally tally;
   std::uint32_t seed = 700;
   const Point offsets[] = {Point(0.0f, 0.0f, 0.0f), Point(3.0f, -7.0f, 11.0f), Point(-4000.0f, 300.0f, 0.5f)};
@@ -84,7 +84,7 @@ TEST_CASE("small regions near the surface get the answer of the plain form, wher
   CHECK(tally.nbNo > 5000);
 }
 
-TEST_CASE("planes of any length get the answer of the plain form, also where a product of three is out of range") {
+TEST_CASE("planes of any length equal the plain form, also where a product of three overflows or underflows") {
   const qz::qzTriMesh mesh = soupMesh(500, 36);
   HullQBVH hierarchy;
   hierarchy.build(mesh, 4);
@@ -107,7 +107,7 @@ TEST_CASE("planes of any length get the answer of the plain form, also where a p
   }
 }
 
-TEST_CASE("a triangle outside of its leaf's box is found where the planes let the box pass") {
+TEST_CASE("a triangle outside its leaf's box is found when no plane rejects the box") {
   const LogCapture quiet(false);
   const qz::qzTriMesh mesh = soupMesh(500, 31);
   for (const bool isUpperSide : {true, false}) {
@@ -133,8 +133,8 @@ TEST_CASE("a triangle outside of its leaf's box is found where the planes let th
   }
 }
 
-TEST_CASE("a small region around the origin finds the points that fill up a quadruplet, far from all triangles") {
-  // Boxes as large as the scene, which starts near the origin: planes askew let them pass.
+TEST_CASE("a small region around the origin finds the padding of a quadruplet, far from all triangles") {
+  // Boxes as large as the scene, which starts near the origin: oblique planes do not reject them.
   Random random(33);
   std::vector<Point> corners;
   std::vector<int> indices;
@@ -153,7 +153,7 @@ TEST_CASE("a small region around the origin finds the points that fill up a quad
   CHECK(tally.nbNo > 500);
 }
 
-TEST_CASE("a triangle that a derived class moves out of its leaf's box is found where the planes let the box pass") {
+TEST_CASE("a triangle that a derived class moves out of its leaf's box is found when no plane rejects the box") {
   const qz::qzTriMesh mesh = soupMesh(500, 34);
   HullQBVH hierarchy;
   hierarchy.build(mesh, 4);

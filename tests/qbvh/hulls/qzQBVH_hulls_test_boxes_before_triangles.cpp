@@ -1,5 +1,4 @@
-// The node test of the hull query: what the boxes of children decide before any triangle is looked at. The hierarchies
-// are written by hand, and their boxes and triangles need not agree.
+// The node test of the hull query, on hierarchies written by hand whose boxes and triangles need not agree.
 
 #include <doctest/doctest.h>
 
@@ -31,7 +30,7 @@ Planes operator+(const Planes& a, const Planes& b) {
 
 }  // namespace
 
-TEST_CASE("a region around a whole child box gives yes without a look at its triangles") {
+TEST_CASE("a region around a whole child box intersects without a test of its triangles") {
   for (int lane = 0; lane < 4; ++lane) {
     CHECK(meets(OneLeaf(kUnitBox, kNowhere, lane), cubeAround(kOrigin, 1.5f)));
     CHECK(meets(OneLeaf(kUnitBox, Point(9.0f, 9.0f, 9.0f), lane), cubeAround(kOrigin, 1.5f)));
@@ -43,13 +42,13 @@ TEST_CASE("a region around a whole child box gives yes without a look at its tri
   CHECK(meets(inner, cubeAround(kOrigin, 1.5f)));
 }
 
-TEST_CASE("a region that touches the box from inside is not around it, so the triangles decide") {
+TEST_CASE("a box that touches a plane from inside is not strictly inside, so the triangles decide") {
   CHECK_FALSE(meets(OneLeaf(kUnitBox, kNowhere), cubeAround(kOrigin, 1.0f)));
   CHECK(meets(OneLeaf(kUnitBox, Point(0.5f, 0.5f, 0.5f)), cubeAround(kOrigin, 1.0f)));
   CHECK(meets(OneLeaf(kUnitBox, kNowhere), cubeAround(kOrigin, 0x1.000002p0f)));
 }
 
-TEST_CASE("a box wholly outside of one plane hides its triangles, a box that touches the plane does not") {
+TEST_CASE("a box wholly outside one plane skips its triangles, a box that touches the plane does not") {
   const Planes below = {Plane(-1.0f, 0.0f, 0.0f, -0x1p-24f)}, touching = {Plane(-1.0f, 0.0f, 0.0f, 0.0f)};
   const Point inside(-5.0f, 0.5f, 0.5f);
   CHECK_FALSE(meets(OneLeaf(kUnitBox, inside), below));
@@ -58,7 +57,7 @@ TEST_CASE("a box wholly outside of one plane hides its triangles, a box that tou
   CHECK_FALSE(meets(OneLeaf(kUnitBox, inside), below + touching));
 }
 
-TEST_CASE("a box outside of no plane, but beside the region, is looked into") {
+TEST_CASE("the triangles of a box outside no plane are tested, though it is beside the region") {
   // The region lies in the corner at (1, 1) of x + y < 2, beside no face of the box around the line x + y = 2.1.
   const Planes region = insideOf(qzBBox::Make(0.5f, 0.5f, 0.0f, 1.0f, 1.0f, 1.0f)) + Planes{Plane(-1, -1, 0, 2)};
   const qzBBox box = qzBBox::Make(0.6f, 0.6f, 0.2f, 1.5f, 1.5f, 0.8f);
@@ -89,14 +88,14 @@ TEST_CASE("the distances of a box are summed (y + x) + (z + d)") {
   CHECK_FALSE(isHidden(Point(0x1p24f, 0.0f, -1.0f), -0x1p24f));
 }
 
-TEST_CASE("an inverted box is around everything between, and hides nothing") {
+TEST_CASE("an inverted box acts like the proper one, and is never outside") {
   const qzBBox inverted = qzBBox::Make(1.0f, 1.0f, 1.0f, 0.0f, 0.0f, 0.0f);
   CHECK(meets(OneLeaf(inverted, kNowhere), cubeAround(kOrigin, 1.5f)));
   CHECK_FALSE(meets(OneLeaf(inverted, kNowhere), cubeAround(kOrigin, 0.5f)));
   CHECK(meets(OneLeaf(inverted, kOrigin), cubeAround(kOrigin, 0.5f)));
 }
 
-TEST_CASE("what a build found out about its boxes is forgotten when a derived class writes others") {
+TEST_CASE("boxes that a derived class writes clear what the build recorded about nesting") {
   class Rewritten : public HullQBVH {
    public:
     Rewritten() {
@@ -117,7 +116,7 @@ TEST_CASE("what a build found out about its boxes is forgotten when a derived cl
   CHECK_FALSE(meets(inverted, cubeAround(kOrigin, 0.5f)));
 }
 
-TEST_CASE("empty lanes lie inside of no region and cost nothing") {
+TEST_CASE("empty lanes are outside every region, and their triangles are not tested") {
   HullQBVH empty;
   empty.allocateEmpty(1, 0);
   const Planes slanted = {Plane(1.0f, 2.0f, 3.0f, 1.0f), Plane(-1.0f, -2.0f, -3.0f, 1.0f)};
@@ -128,14 +127,14 @@ TEST_CASE("empty lanes lie inside of no region and cost nothing") {
   CHECK_FALSE(meets(empty, cubeAround(kOrigin, 1e30f) + slanted));
 }
 
-TEST_CASE("a zero plane cuts everything away, and its last coefficient alone decides otherwise") {
+TEST_CASE("a plane with zero normal rejects or accepts everything by its last coefficient") {
   const OneLeaf leaf(kUnitBox, Point(0.5f, 0.5f, 0.5f));
   CHECK_FALSE(meets(leaf, {Plane(0.0f, 0.0f, 0.0f, 0.0f)}));
   CHECK_FALSE(meets(leaf, {Plane(-0.0f, 0.0f, -0.0f, -1.0f)}));
   CHECK(meets(leaf, {Plane(0.0f, -0.0f, 0.0f, 0x1p-149f)}));
 }
 
-TEST_CASE("a NaN distance hides no box and counts for nothing once another plane follows") {
+TEST_CASE("a NaN distance rejects no box, and is dropped when another plane follows") {
   const Planes around = cubeAround(kOrigin, 1.5f), nan = {Plane(kNaN, 0.0f, 0.0f, 0.0f)};
   const Planes through = {Plane(1.0f, 0.0f, 0.0f, -0.5f)};
   // After a NaN the smallest distance starts over: the region cuts the box, and still it is taken as around it.
@@ -147,7 +146,7 @@ TEST_CASE("a NaN distance hides no box and counts for nothing once another plane
   CHECK_FALSE(meets(OneLeaf(kUnitBox, Point(0.5f, 0.5f, 0.5f)), around + nan));
 }
 
-TEST_CASE("a NaN corner drops out of the comparison only as the first operand") {
+TEST_CASE("a NaN corner is dropped from minimum and maximum only as the first operand") {
   const Planes around = cubeAround(kOrigin, 1.5f);
   // min(NaN, q) is q and min(p, NaN) is NaN: a NaN minimum leaves the maximum, a NaN maximum stays.
   CHECK(meets(OneLeaf(qzBBox::Make(kNaN, 0.0f, 0.0f, 1.0f, 1.0f, 1.0f), kNowhere), around));
@@ -157,7 +156,7 @@ TEST_CASE("a NaN corner drops out of the comparison only as the first operand") 
   CHECK(meets(beside, cubeAround(Point(-5.0f, 0.0f, 0.0f), 1.0f)));
 }
 
-TEST_CASE("infinite coefficients do what the arithmetic says") {
+TEST_CASE("infinite coefficients give the results of IEEE arithmetic") {
   const OneLeaf leaf(kUnitBox, Point(0.5f, 0.5f, 0.5f)), ahead(qzBBox::Make(1, 1, 1, 2, 2, 2), kNowhere);
   CHECK(meets(leaf, {Plane(0.0f, 0.0f, 0.0f, kInf)}));
   CHECK_FALSE(meets(leaf, {Plane(0.0f, 0.0f, 0.0f, -kInf)}));
@@ -166,7 +165,7 @@ TEST_CASE("infinite coefficients do what the arithmetic says") {
   CHECK_FALSE(meets(ahead, {Plane(kInf, -kInf, 0.0f, 0.0f)}));
 }
 
-TEST_CASE("no planes are all of space: yes for all that has a node or a quadruplet") {
+TEST_CASE("without planes every hierarchy with a node or a quadruplet intersects") {
   HullQBVH nothing, rootLeaf, node;
   nothing.allocateEmpty(0, 0);
   rootLeaf.allocateEmpty(0, 1);
@@ -181,7 +180,7 @@ TEST_CASE("no planes are all of space: yes for all that has a node or a quadrupl
   }
 }
 
-TEST_CASE("a leaf that claims more quadruplets than there are is read to the last of them") {
+TEST_CASE("a leaf whose count exceeds the quadruplets left is read to the last one") {
   OneLeaf leaf(kUnitBox, kNowhere);
   leaf.setLane(0, 0, kUnitBox, 0, 1000000);
   CHECK_FALSE(meets(leaf, cubeAround(kOrigin, 0.5f)));
@@ -192,7 +191,7 @@ TEST_CASE("a leaf that claims more quadruplets than there are is read to the las
   CHECK_FALSE(meets(leaf, cubeAround(kOrigin, 0.5f)));
 }
 
-TEST_CASE("every lane of every node is looked into, however deep") {
+TEST_CASE("every lane of every node is visited at any depth") {
   // A chain of nodes, three leaves hanging from each: only the triangle in one of them is inside. The chain's box lies
   // deepest inside or least deep, which decides whether the leaves have to wait until its end.
   constexpr unsigned int kDepth = 500;

@@ -41,7 +41,7 @@ TEST_CASE("CreateSOAPlaneEquationSet copies every coefficient into four lanes, p
   }
 }
 
-TEST_CASE("InitSOAPlaneEquationSet writes storage of the caller's, count entries and no more") {
+TEST_CASE("InitSOAPlaneEquationSet writes count entries of the caller's storage") {
   const Planes planes = oddPlanes();
   const Plane mark(-7.0f, -7.0f, -7.0f, -7.0f);
   Rows storage[4];
@@ -52,7 +52,7 @@ TEST_CASE("InitSOAPlaneEquationSet writes storage of the caller's, count entries
   }
 }
 
-TEST_CASE("a set on the caller's storage answers like one of the library's") {
+TEST_CASE("a set in the caller's storage gives the answers of one of the library's") {
   HullQBVH hierarchy;
   hierarchy.allocateEmpty(0, 1);
   const Planes around = cubeAround(Point(0.0f, 0.0f, 0.0f), 1.0f), beside = cubeAround(Point(2.0f, 0.0f, 0.0f), 1.0f);
@@ -63,6 +63,6 @@ TEST_CASE("a set on the caller's storage answers like one of the library's") {
   CHECK_FALSE(hierarchy.intersectConvexHull(storage, 6));
 }
 
-TEST_CASE("a null pointer is a set that needs no release") {
+TEST_CASE("a null set may be released") {
   CHECK_NOTHROW(qzQBVH::DeleteSOAPlaneEquationSet(nullptr));
 }

@@ -1,4 +1,4 @@
-// The library on siblings that spell their members otherwise; these count what is asked of them.
+// The library on sibling libraries with other names of members, which count the calls.
 
 #define DOCTEST_CONFIG_IMPLEMENT_WITH_MAIN
 #include <doctest/doctest.h>
@@ -88,7 +88,7 @@ TEST_CASE("copies of a container ask for nothing") {
   CHECK(asked(mesh).empty());
 }
 
-TEST_CASE("a mesh container asks for every vertex once, in order, whatever the index buffer says") {
+TEST_CASE("a mesh container reads every vertex once, in order, and no index") {
   qz::qzTriMesh mesh = stripOfSquares(2), other = stripOfSquares(1), none = stripOfSquares(1);
   mesh.IBuffer->IndexQuantity = 3;
   none.VBuffer->VertexQuantity = -1;
