@@ -126,6 +126,14 @@ TEST_CASE("precision is the spacing of floats at the largest coordinate") {
   CHECK(far.mStepsAcross == 4.0);
 }
 
+TEST_CASE("vertices that are not finite are not repeated, and a triangle whose area overflows is degenerate") {
+  const qzMeshReport report = inspect(meshOf(
+      {{kNoNumber, 0, 0}, {kNoNumber, 0, 0}, {0, 0, 0}, {1e30f, 0, 0}, {0, 1e30f, 0}, {1, 0, 0}}, {2, 3, 4, 2, 5, 3}));
+  CHECK(report.mNbNonFiniteVertices == 2);
+  CHECK(report.mNbRepeatedVertices == 0);
+  CHECK(report.mNbDegenerateTriangles == 2);  // the first by its overflow, the second lies on a line
+}
+
 TEST_CASE("a mesh without a valid triangle has an empty box and no precision") {
   for (const std::vector<int>& indices : {std::vector<int>{}, {0, 1, 4}}) {
     const qzMeshReport report = inspect(meshOf(kCorners, indices));
