@@ -278,7 +278,7 @@ class Taker {
   /// Casts the rays and takes the fingerprint of the first few and of all.
   std::vector<RayAnswer> cast(const std::string& part, const qzQBVH& hierarchy, const RayBatch& batch) {
     const std::size_t count = mEffort.isShort ? kFewRays : kAllRays;
-    const std::vector<RayAnswer> answers = castAll(hierarchy, batch, count, mEffort.nbThreads);
+    std::vector<RayAnswer> answers = castAll(hierarchy, batch, count, mEffort.nbThreads);
     Hash hash;
     for (std::size_t i = 0; i < answers.size(); ++i) {
       add(hash, answers[i]);

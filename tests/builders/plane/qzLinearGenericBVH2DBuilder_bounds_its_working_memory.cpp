@@ -82,7 +82,7 @@ TEST_CASE("copying or assigning a 2D builder throws when an allocation fails, an
   qzGenericBVH2D expected;
   OpenBuilder2D(source).build(expected, 16);
   const std::uint64_t nbOfCopy = refuseEachInTurn(
-      [&](const Refusal& refusal) { return refusal.strikes([&] { const OpenBuilder2D copy(source); }); });
+      [&](const Refusal& refusal) { return refusal.strikes([&] { static_cast<void>(OpenBuilder2D(source)); }); });
   const std::uint64_t nbOfAssignment = refuseEachInTurn([&](const Refusal& refusal) {
     OpenBuilder2D target;
     const bool isRefused = refusal.strikes([&] { target = source; });
