@@ -12,7 +12,7 @@
 class QZ_COMMONADDONS_API qzBVHMeshContainer : public qzLinearGenericBVHBuilder::tPrimitiveContainerInterface {
  public:
   /// One primitive per mesh, in list order. A mesh without vertices is a primitive with the empty box. A NaN coordinate
-  /// is passed over. Null meshes are the caller's fault.
+  /// is passed over. Null meshes are undefined behaviour.
   /// Failure: an allocation throws the standard exception.
   /// Cost: linear in the number of vertices; 24 bytes per mesh are kept.
   explicit qzBVHMeshContainer(const std::vector<qz::qzTriMesh*>& meshes);

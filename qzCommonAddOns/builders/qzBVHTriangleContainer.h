@@ -15,7 +15,7 @@ class QZ_COMMONADDONS_API qzBVHTriangleContainer : public qzLinearGenericBVHBuil
  public:
   /// Triangle t has the vertices that indices 3t to 3t + 2 name; one or two indices too many are left over.
   /// Degenerate triangles count like any other; a NaN coordinate is passed over. Indices are not checked.
-  /// Failure: null buffers are the caller's fault; -3 indices or fewer throw std::length_error, an allocation its own
+  /// Failure: null buffers are undefined behaviour; -3 indices or fewer throw std::length_error, an allocation its own
   /// standard exception.
   /// Cost: linear in the number of triangles; 24 bytes per triangle are kept.
   qzBVHTriangleContainer(const qz::qzVertexBuffer* vertices, const qz::qzIndexBuffer* indices);

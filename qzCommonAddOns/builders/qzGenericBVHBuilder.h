@@ -5,8 +5,8 @@
 // when none is cheaper than that; a larger one is split at the median centroid along its longest axis. Nodes of at most
 // 16 items and those 32 levels down are leaves. Source: MacDonald and Booth 1990, binned as in Wald 2007.
 //
-// The builder owns its items and offers no public way of filling it: a feeder derives from it, calls resizeItems,
-// writes mItemBBoxes, mItemIndices and mSceneBBox, and may choose a functor by setSAH. Nothing of that is checked.
+// The builder owns its items and has no public way of filling it: a derived class calls resizeItems, writes
+// mItemBBoxes, mItemIndices and mSceneBBox, and may choose a functor by setSAH. Nothing of that is checked.
 // Items stay between builds, as the last build reordered them. Limits: fewer than 2^30 items, at most 2^28 nodes.
 // Single-threaded: builder and tree belong to the calling thread during a build.
 
@@ -37,8 +37,8 @@ class QZ_COMMONADDONS_API qzGenericBVHBuilder {
   /// last bin (bin numbers wrap at 32 bits), one that is NaN or infinite as in bin 0; a NaN centroid lies right of
   /// every plane. Ties: x before y before z, then the lower plane. A cost that is NaN is never chosen, and a
   /// node whose own cost is NaN is a leaf. The functor is asked for the left and then the right half of every
-  /// candidate, planes ascending, x before y before z, and last for the whole node; a qzDefaultSAH, whose calls nobody
-  /// sees, only as far as it can matter.
+  /// candidate, planes ascending, x before y before z, and last for the whole node; a qzDefaultSAH, whose calls cannot
+  /// be observed, only where they can matter.
   /// Failure: an allocation throws the standard exception, a functor its own; the tree is then unfinished.
   /// Cost: n log n, and at most 32 levels; beside the tree no allocation.
   void build(qzGenericBVH& bvh);

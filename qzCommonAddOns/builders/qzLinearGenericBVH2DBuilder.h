@@ -4,9 +4,9 @@
 // It is qzLinearGenericBVHBuilder in two dimensions: points on a square grid, primitives sorted by the Morton code of
 // their cell, common prefixes as the tree, subtrees of few primitives made one leaf. Source: Lauterbach et al. 2009.
 //
-// The builder owns its input and offers no way of filling it: a feeder derives from it. Before every build, a second
-// one included, mIndices must have mNbPrimitives entries or more, as a build leaves it with what the tree held before.
-// Single-threaded: builder and tree belong to the calling thread during a build.
+// The builder owns its input and has no public way of filling it: a derived class does that. Before every build, a
+// second one included, mIndices must have mNbPrimitives entries or more, as a build leaves it with what the tree held
+// before. Single-threaded: builder and tree belong to the calling thread during a build.
 
 #include <Wm4/Vector2.h>
 #include <qzCommonAddOns/geometry/qzBBox2D.h>
@@ -30,7 +30,8 @@ class QZ_COMMONADDONS_API qzLinearGenericBVH2DBuilder {
   /// cell share a leaf however many they are.
   void setMaxPrimitivesPerLeaf(unsigned int max);
 
-  /// Rebuilds bvh over the primitives that the builder was filled with, at least one (unchecked).
+  /// Rebuilds bvh over the primitives that the builder was filled with, at least one: none is undefined behaviour,
+  /// unchecked.
   ///
   /// bvh          out: the tree. The node counter keeps the number of nodes before small subtrees were made leaves, the
   ///              node array has the exact final length; mIndices becomes its primitive array, entries beyond

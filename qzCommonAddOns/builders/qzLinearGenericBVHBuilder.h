@@ -17,7 +17,8 @@
 
 class QZ_COMMONADDONS_API qzLinearGenericBVHBuilder {
  public:
-  /// Numbered primitives, each known by its box alone.
+  /// Numbered primitives, each known by its box alone. A build calls it on its own thread and in the default
+  /// floating-point mode (round to nearest, denormals kept, no traps), whatever the caller's mode is.
   class QZ_COMMONADDONS_API tPrimitiveContainerInterface {
    public:
     /// Nothing to set up or to copy: the class has no data.
@@ -47,16 +48,17 @@ class QZ_COMMONADDONS_API qzLinearGenericBVHBuilder {
 
   /// Rebuilds bvh over all primitives of container.
   ///
-  /// container    at least one primitive (unchecked). A NaN coordinate of a box is passed over by the boxes of the
-  ///              nodes; a centre that is not a number lies in cell 0
+  /// container    at least one primitive: none is undefined behaviour, unchecked. A NaN coordinate of a box is passed
+  ///              over by the boxes of the nodes; a centre that is not a number lies in cell 0
   /// bvh          out: the tree. Inner nodes have a split position of 0; the node counter keeps the number of nodes
   ///              before small subtrees were made leaves, the node array has the exact final length
-  /// cancel       polled between stages, nodes and primitives; null: never cancelled
+  /// cancel       polled between stages, nodes and primitives, in the default floating-point mode like the container;
+  ///              null: never cancelled
   /// bitsPerAxis  resolution of the grid, 2^bitsPerAxis cells per axis; above 21 counts as 21. Up to 10 the codes are
   ///              32 bits wide, beyond that 64. 0 gives one leaf
   ///
   /// Returns false when cancelled, and only then: up to the sorting and counting of codes bvh is untouched, later it
-  /// holds an unfinished tree that is good for nothing but another build.
+  /// holds an unfinished tree that can only be built anew.
   ///
   /// Logs four records of type 1, category "bvh": what is allocated, and what fusing saved.
   /// Ties: primitives of one cell keep the order of their numbers.

@@ -18,7 +18,8 @@ class QZ_COMMONADDONS_API qzSAHFunctionoid {
   /// count  number of items, 0 and up
   ///
   /// A NaN: a half with such a cost is never chosen, a node with one is a leaf. Failure: what it throws passes through
-  /// the builder, whose tree is then unfinished. It is called on the thread of the build, 763 times for a node.
+  /// the builder, whose tree is then unfinished. It is called on the thread of the build, 763 times for a
+  /// node, in the default floating-point mode (round to nearest, denormals kept, no traps), whatever the caller's is.
   virtual float f(const qzBBox& box, unsigned int count) const = 0;
   virtual ~qzSAHFunctionoid() = 0;  ///< Has a body, which is empty.
 };

@@ -15,7 +15,8 @@
 
 class QZ_COMMONADDONS_API qzGNode {
  public:
-  /// An inner node on x with the empty box, both of whose children are node 0: a walker must never be led to one.
+  /// An inner node on x with the empty box, both of whose children are node 0. No inner node may have one as a child: a
+  /// traversal would not end.
   qzGNode() = default;
 
   /// The box, in scene units: any is taken as it is.

@@ -15,7 +15,8 @@
 
 class QZ_COMMONADDONS_API qzGNode2D {
  public:
-  /// An inner node with the empty box, both of whose children are node 0: a walker must never be led to one.
+  /// An inner node with the empty box, both of whose children are node 0. No inner node may have one as a child: a
+  /// traversal would not end.
   qzGNode2D() = default;
 
   /// The box, in scene units: any is taken as it is.

@@ -2,9 +2,10 @@
 // qzBBox2D: axis-aligned box in two dimensions.
 // Four floats, trivially copyable, no invariant: a box whose min exceeds its max on some axis is empty, which is a
 // legal value and the identity of union. Coordinates are in scene units. No member allocates, throws or keeps state;
-// each takes a constant number of operations, and any number of threads may read a box. It follows qzBBox member for
-// member, but for getCenter, whose formula is another, and has a segment test of its own. Whatever computes or compares
-// stands in the library, where no flag of a caller's compiler reaches it.
+// each takes a constant number of operations, and any number of threads may read a box. Members that
+// qzBBox has, too, work as there, except getCenter, whose formula differs. It lacks the members of qzBBox for planes,
+// spheres, rays, triangles, splits and conversions, and has a segment test of its own. Whatever computes or compares is
+// compiled into the library, so a caller's compiler flags do not change results.
 
 #include <Wm4/Vector2.h>
 #include <qzCommonAddOns/qzApi.h>

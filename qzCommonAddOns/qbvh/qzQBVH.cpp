@@ -29,7 +29,7 @@ struct tBinaryTree {
   const unsigned int* mPrimitives;
 };
 
-// Where every node of the binary hierarchy goes. Nodes that the root does not reach go nowhere.
+// Where each node of the binary hierarchy goes. Nodes that the root does not reach have no place.
 struct tPlaces {
   tScratch<unsigned int> mNodeStart;  // four-wide node of a binary inner node at even depth; the next entry ends it
   tScratch<unsigned int> mQuadStart;  // first quadruplet of a binary leaf; the next entry ends it
@@ -54,7 +54,7 @@ struct tPlaces {
   unsigned int nbQuadruplets(std::size_t leaf) const { return mQuadStart[leaf + 1] - mQuadStart[leaf]; }
 
  private:
-  // What a node needs stands at its number + 1, so that running sums number everything in binary node order.
+  // The need of a node is entered at its number + 1, so that running sums number everything in binary node order.
   void mark(const tBinaryTree& tree) {
     struct tVisit {
       unsigned int mNumber;
@@ -109,8 +109,8 @@ void qzQBVH::allocate(tQBVHDataFlags flags, unsigned noNodes, unsigned noQuadrup
   mIsSnug = false;
 }
 
-// Fills the arrays. Every node and quadruplet has its place, so the order of the writes is free. Neighbours in the
-// binary hierarchy are neighbours in the mesh: going from leaf to leaf finds most vertices in the cache.
+// Fills the arrays. The places are known, so the order of writes is free. Neighbouring leaves have neighbouring
+// triangles, so going from leaf to leaf finds most vertices in the cache.
 struct qzQBVH::tConversion {
   qzQBVH& mQBVH;
   const tBinaryTree& mTree;
@@ -192,8 +192,7 @@ struct qzQBVH::tConversion {
     }
   }
 
-  // Quadruplets in batches: first all corners are fetched, so that many reads from far apart are under way at once,
-  // then the equations are computed.
+  // Quadruplets in batches: all corners are read first, so that many cache misses overlap, then equations are computed.
   struct tBatch {
     static constexpr unsigned int kSize = 16;
     unsigned int mQuadruplets[kSize];
@@ -219,7 +218,7 @@ struct qzQBVH::tConversion {
     mQBVH.mIsSnug = mIsSnug && (mQBVH.mFlags & eTrianglesVertices) != 0;
   }
 
-  // Sends for the indices of the first triangles of a leaf.
+  // Prefetches the indices of the first triangles of a leaf.
   QZ_ALWAYS_INLINE void prefetchTriangles(const tPlaces::tLeaf& leaf) const {
     for (unsigned int k = 0; k < leaf.mCount && k < 4; ++k) mTriangles.prefetch(mTree.mPrimitives[leaf.mStart + k]);
     qzDetail::prefetchLine(mPlaces.mQuadStart.data() + leaf.mNumber);

@@ -71,7 +71,7 @@ class QZ_COMMONADDONS_API qzQBVH {
   ///
   /// What the object held before is released. A triangle without area keeps whatever the arithmetic of its equations
   /// gives, and is never hit.
-  /// Failure: as in buildFromMesh; a primitive that is no triangle of mesh is the caller's fault.
+  /// Failure: as in buildFromMesh; a primitive that is no triangle of mesh is undefined behaviour.
   /// Cost: linear in the number of nodes and triangles.
   /// Source: Dammertz, Hanika and Keller 2008.
   void buildFromBVH(tQBVHDataFlags flags, const qzGenericBVH& bvh, const qz::qzTriMesh& mesh);
@@ -130,8 +130,8 @@ class QZ_COMMONADDONS_API qzQBVH {
   /// Releases what CreateSOAPlaneEquationSet returned; null is allowed.
   static void DeleteSOAPlaneEquationSet(tSOASinglePlaneEqn* set);
 
-  /// Tells whether any triangle has a part strictly inside all of count planes. No planes are all of space, which holds
-  /// something of every hierarchy that is not empty.
+  /// Tells whether any triangle has a part strictly inside all of count planes. With count 0
+  /// it is true unless the hierarchy is empty.
   ///
   /// planes  from CreateSOAPlaneEquationSet or InitSOAPlaneEquationSet; only read, so calls may share them
   /// count   number of planes

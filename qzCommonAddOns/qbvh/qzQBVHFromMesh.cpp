@@ -1,5 +1,5 @@
 // qzQBVH::buildFromMesh: from the triangles of a mesh to the four-wide arrays. The linear builder's binary hierarchy is
-// never there: what it would hold follows from the sorted triangles and the splits between them.
+// never made: the sorted triangles and the splits between them determine it.
 
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
@@ -53,8 +53,8 @@ class tTriangleCenters {
   tScratch<float> mCenters;
 };
 
-// The corners of the triangles in sorted order, as [ x y z 0 ]. They are fetched block by block, ahead of their use: so
-// many reads from far apart are under way at once.
+// The corners of the triangles in sorted order, as [ x y z 0 ]. They are read in blocks ahead of their use, so that
+// many cache misses overlap.
 class tSortedCorners {
  public:
   tSortedCorners(const tMeshTriangles& triangles, const unsigned int* sorted, std::uint32_t nbTriangles)
@@ -121,7 +121,7 @@ struct tColumn {
 
 }  // namespace
 
-// One walk over the leaves from left to right, in which every split meets its halves when both are done. Everything is
+// One pass over the leaves from left to right. A split is processed as soon as both its halves are done. Everything is
 // written once, at its place.
 struct qzQBVH::tMeshBuild {
   qzQBVH& mQBVH;

@@ -18,13 +18,14 @@ namespace {
 
 using tPlane = qzQBVH::tSOASinglePlaneEqn;
 
-// What is left of one triangle while planes cut pieces off it (Sutherland and Hodgman 1974).
+// A polygon clipped by one plane at a time (Sutherland and Hodgman 1974).
 //
-// A plane adds one vertex to a convex polygon. Rounding can make a polygon so jagged that a plane crosses it again and
-// again; it then grows by up to a half, and the number of planes is no bound for its size. So the room grows on demand.
+// In exact arithmetic each plane adds at most one vertex. Rounding can make the polygon non-convex, so that a plane
+// crosses it several times and adds up to half its vertices. The number of planes is no bound, so memory grows on
+// demand.
 class tPolygon {
  public:
-  /// Starts over with the triangle in one lane of three vertices x three axes.
+  /// Starts with the triangle in one lane of three vertices x three axes.
   void setTriangle(const float (*vertices)[3][4], int lane) {
     for (int i = 0; i < 3; ++i) {
       mVertices[i] = {vertices[i][0][lane], vertices[i][1][lane], vertices[i][2][lane], 0.0f};
@@ -32,7 +33,7 @@ class tPolygon {
     mCount = 3;
   }
 
-  /// Keeps what is strictly inside the plane; false when nothing is.
+  /// Clips to the strict inside of the plane; false when nothing is left.
   bool clip(const tPlane& plane) {
     const unsigned int nbInside = measure(plane);
     if (nbInside != 0 && nbInside != mCount) cut(std::min(nbInside, mCount - nbInside));
@@ -49,7 +50,7 @@ class tPolygon {
 
   static constexpr unsigned int kSmallCapacity = 64;
 
-  // Takes the distances, in this order of operations. Returns how many vertices are inside.
+  // Computes the distances; the order of operations fixes the bits. Returns the number of vertices inside.
   unsigned int measure(const tPlane& plane) {
     const float a = plane.mCoefficient[0][0], b = plane.mCoefficient[1][0];
     const float c = plane.mCoefficient[2][0], d = plane.mCoefficient[3][0];
@@ -62,7 +63,8 @@ class tPolygon {
     return nbInside;
   }
 
-  // Puts the crossings in and leaves the vertices outside out: at most two crossings for each of the fewer.
+  // Adds crossings and drops vertices outside. nbFewer is the smaller of the counts inside and outside; there are at
+  // most two crossings for each of them.
   void cut(unsigned int nbFewer) {
     if (mCount + nbFewer > mCapacity) grow();
     unsigned int nbNext = 0;
@@ -77,7 +79,7 @@ class tPolygon {
     mCount = nbNext;
   }
 
-  // In this order of operations.
+  // The order of operations fixes the bits.
   static tVertex crossing(const tVertex& previous, const tVertex& current) {
     const float s = previous.mDistance / (current.mDistance - previous.mDistance);
     return {previous.x - (current.x - previous.x) * s, previous.y - (current.y - previous.y) * s,
@@ -94,12 +96,12 @@ class tPolygon {
   }
 
   tVertex mSmall[2][kSmallCapacity];
-  std::vector<tVertex> mLarge;  // two arrays again, once mSmall is too small
+  std::vector<tVertex> mLarge;  // replaces both arrays of mSmall once they are too small
   tVertex *mVertices = mSmall[0], *mNext = mSmall[1];
   unsigned int mCount = 0, mCapacity = kSmallCapacity;
 };
 
-// Sends for every cache line of a block.
+// Prefetches a block.
 template <class Block>
 QZ_ALWAYS_INLINE void prefetch(const Block& block) {
   const char* bytes = reinterpret_cast<const char*>(&block);
@@ -109,36 +111,36 @@ QZ_ALWAYS_INLINE void prefetch(const Block& block) {
 
 }  // namespace
 
-// One query. Whether a child has something inside depends on nothing but the child, and one yes is the answer, so
-// children are taken in the order that finds a yes soonest, and lanes of a quadruplet one by one.
+// One query. The answer is true if it is true for any child, and no child depends on another. So children are visited
+// in the order that is likely to find one soonest, and triangles of a quadruplet are clipped one by one.
 struct qzQBVH::tHullQuery {
   struct tChild {
     unsigned int mIndex, mQuadruplets;
   };
 
-  // What the planes make of the four children of a node.
+  // How the four children of a node relate to the planes.
   struct tVerdict {
     int mInside;                  // lanes strictly inside every plane
     int mOpen;                    // lanes to look into: not empty, and not wholly outside of some plane
-    alignas(16) float mDepth[4];  // how deep inside, more or less: decides about the order only
+    alignas(16) float mDepth[4];  // an estimate of how deep inside, for the order of visits only
   };
 
-  // For one plane and three axes, the rows of a node with the box's corner farthest outside and that farthest inside,
-  // counted in floats. The fourth entries are for nothing.
+  // For one plane, by axis: the offset of the row with the coordinate of the box corner farthest outside of the plane,
+  // and of that farthest inside. Lane 3 is padding.
   struct tCorners {
     alignas(16) int mOuter[4];
     alignas(16) int mInner[4];
   };
 
   static constexpr unsigned int kMaxOrderlyPlanes = 32;  // room in mCorners
-  static constexpr float kModerate = 1e18f;              // the product of two such numbers is far from overflow
+  static constexpr float kModerate = 1e18f;              // products of two such numbers do not overflow
 
   const qzQBVH& mQBVH;
   const tPlane* mPlanes;
   const unsigned int mNbPlanes;
   bool mHasModeratePlanes, mIsOriginInside;
-  bool mIsOrderly;     // boxes and planes are such that judgeOrderly holds
-  bool mHasRegionBox;  // and judgeNear
+  bool mIsOrderly;     // whether judgeOrderly may be used
+  bool mHasRegionBox;  // whether judgeNear may be used
   tRegionBox mRegionBox;
   tCorners mCorners[kMaxOrderlyPlanes];
   tPolygon mPolygon;
@@ -151,7 +153,7 @@ struct qzQBVH::tHullQuery {
     if (!mIsOrderly) return;
     const float reach = reachOf(qbvh.mNodes[0]);
     mIsOrderly = reach <= kModerate;
-    // Padding triangles are at the origin, not within the box of their leaf.
+    // Padding triangles are at the origin, which may be outside of their leaf's box.
     mHasRegionBox = mIsOrderly && qbvh.mIsSnug && !mIsOriginInside && nbPlanes == tRegionBox::kNbPlanes &&
                     isSmall(0.125f * extentOf(qbvh.mRootBBox));
     if (mHasRegionBox) mRegionBox.setAround(planes, reach);
@@ -168,7 +170,7 @@ struct qzQBVH::tHullQuery {
     return firstOf(largerOf(pairs, spread<1>(pairs)));
   }
 
-  // Only tells whether a region box is worth its while: answers do not depend on the root box.
+  // The largest extent. It only decides whether a region box saves time; answers do not depend on it.
   static float extentOf(const qzBBox& box) {
     const Wm4::Vector3<float> min = box.getMinPoint(), max = box.getMaxPoint();
     return std::max(std::max(max[0] - min[0], max[1] - min[1]), max[2] - min[2]);
@@ -192,7 +194,7 @@ struct qzQBVH::tHullQuery {
     mIsOriginInside = (bitsOf(isPositive) & 8) != 0;
   }
 
-  // Whether the planes of each pair, if they are opposite and parallel, are no farther apart than that.
+  // Whether the planes of each pair are at most that far apart, assuming that they are opposite and parallel.
   bool isSmall(float distance) const {
     bool result = true;
     for (unsigned int i = 0; i < tRegionBox::kNbPlanes; i += 2) {
@@ -203,10 +205,10 @@ struct qzQBVH::tHullQuery {
     return result;
   }
 
-  bool run() { return mQBVH.mNoNodes != 0 ? walk({0, kInnerChild}) : testLeaf({0, mQBVH.mNoQuadruplets}); }
+  bool run() { return mQBVH.mNoNodes != 0 ? traverse({0, kInnerChild}) : testLeaf({0, mQBVH.mNoQuadruplets}); }
 
-  // Whether there is something inside below one child.
-  bool walk(tChild start) {
+  // Whether anything below one child is inside.
+  bool traverse(tChild start) {
     tChild stack[kStackSize];
     stack[0] = start;
     int size = 1;
@@ -224,15 +226,15 @@ struct qzQBVH::tHullQuery {
       } else {
         tChild children[4];
         for (int i = listChildren(node, verdict, children) - 1; i >= 0; --i) {
-          if (walk(children[i])) return true;
+          if (traverse(children[i])) return true;
         }
       }
     }
     return false;
   }
 
-  // The four boxes against all planes, in this order of operations and operands. A NaN never makes a box lie outside,
-  // and in the smallest distance it gives way to the next plane's.
+  // Classifies four boxes against all planes. The order of operations and operands fixes the bits. A NaN never makes a
+  // box lie outside, and the smallest distance drops it for the next plane's.
   tVerdict judge(const tSOANode& node) const {
     const tFloat4 minX = load(node.mMin[0]), minY = load(node.mMin[1]), minZ = load(node.mMin[2]);
     const tFloat4 maxX = load(node.mMax[0]), maxY = load(node.mMax[1]), maxZ = load(node.mMax[2]);
@@ -258,10 +260,9 @@ struct qzQBVH::tHullQuery {
     return verdict;
   }
 
-  // The same verdict where no box but that of an empty lane has its minimum above its maximum, and no product or sum
-  // overflows. Of a plane's two products on an axis the sign of the coefficient then tells the smaller, there is no
-  // NaN, and distances can be compared with zero after the last plane. Only zeros may differ in sign, which no
-  // comparison sees.
+  // Fast path: the same verdict if no box is inverted, except in empty lanes, and no product or sum overflows. Then
+  // there is no NaN, the sign of a coefficient tells which of its two products is smaller, and the least distance of
+  // all planes can be compared with zero once. Zeros may differ in sign, which no comparison sees.
   tVerdict judgeOrderly(const tSOANode& node) const {
     const float* rows = reinterpret_cast<const float*>(&node);
     tFloat4 leastOuter = float4(std::numeric_limits<float>::infinity()), leastInner = leastOuter;
@@ -277,7 +278,7 @@ struct qzQBVH::tHullQuery {
     return verdict;
   }
 
-  // The same verdict where there is a region box.
+  // Fast path: the same verdict by the region box.
   tVerdict judgeNear(const tSOANode& node) const {
     const float* rows = reinterpret_cast<const float*>(&node);
     tVerdict verdict;
@@ -300,7 +301,7 @@ struct qzQBVH::tHullQuery {
     return verdict;
   }
 
-  // In the order of judge.
+  // The order of operations is that of judge.
   static tFloat4 cornerDistance(const float* rows, const int* corner, const tPlane& plane) {
     const float(*p)[4] = plane.mCoefficient;
     const tFloat4 x = load(p[0]) * load(rows + corner[0]);
@@ -313,9 +314,9 @@ struct qzQBVH::tHullQuery {
     return kAllLanes & ~bitsOf(maskOf(load(node.mChildQuadruplets) == int4(0)));
   }
 
-  // The children to look into, the deepest inside last and of equals the lowest lane. Returns how many.
+  // Lists the children to visit, the deepest inside last, among equals the lowest lane last. Returns how many.
   int listChildren(const tSOANode& node, const tVerdict& verdict, tChild* children) const {
-    // A case for each set of one or two lanes: a predicted jump knows the child before the boxes are tested.
+    // One case for each set of one or two lanes: a predicted branch knows the child before the test is done.
     switch (verdict.mOpen) {
       case 0:
         return 0;
@@ -348,7 +349,7 @@ struct qzQBVH::tHullQuery {
     return {node.mChildIndex[lane], node.mChildQuadruplets[lane]};
   }
 
-  // An only child is looked into at once, there is no use in sending for it.
+  // The only child is visited at once: a prefetch would gain nothing.
   static int listOne(const tSOANode& node, int lane, tChild* children) {
     children[0] = childAt(node, lane);
     return 1;
@@ -359,7 +360,7 @@ struct qzQBVH::tHullQuery {
     if (isFirstDeeper) std::swap(first, second);
     children[0] = childAt(node, first);
     children[1] = childAt(node, second);
-    sendFor(children[0]);
+    prefetchChild(children[0]);
     return 2;
   }
 
@@ -369,7 +370,7 @@ struct qzQBVH::tHullQuery {
     for (int lane = 0; lane < 4; ++lane) {
       if (!(verdict.mOpen >> lane & 1)) continue;
       const tChild child = childAt(node, lane);
-      sendFor(child);
+      prefetchChild(child);
       int place = count++;
       for (; place > 0 && depths[place - 1] >= verdict.mDepth[lane]; --place) {
         children[place] = children[place - 1];
@@ -381,7 +382,7 @@ struct qzQBVH::tHullQuery {
     return count;
   }
 
-  void sendFor(tChild child) const {
+  void prefetchChild(tChild child) const {
     if (child.mQuadruplets == kInnerChild) {
       prefetch(mQBVH.mNodes[child.mIndex]);
     } else {
@@ -396,10 +397,10 @@ struct qzQBVH::tHullQuery {
     return false;
   }
 
-  // Padding lanes are triangles like the others, at the origin.
+  // Padding lanes count: they are triangles at the origin.
   bool testQuadruplet(const tSOATriangleVertices& quadruplet) {
-    // Planes leave a triangle whole until the first that goes through it. From there on pieces are cut off it, but a
-    // vertex inside every plane stays, and a plane far beyond all vertices leaves nothing: most need no clipping.
+    // Most triangles need no clipping. Planes before the first that crosses a triangle leave it whole. A vertex inside
+    // all planes is never clipped away, and a plane with all vertices far outside leaves nothing.
     int left = 0xF, cut = 0;             // lanes
     int insideAll[3] = {0xF, 0xF, 0xF};  // lanes, by vertex
     unsigned int firstCut[4] = {};
@@ -430,7 +431,7 @@ struct qzQBVH::tHullQuery {
     return false;
   }
 
-  // In the order of tPolygon.
+  // The order of operations is that of tPolygon.
   static tFloat4 distance(const float (*vertex)[4], const tPlane& plane) {
     const float(*p)[4] = plane.mCoefficient;
     const tFloat4 z = load(p[2]) * load(vertex[2]) + load(p[3]);
@@ -438,7 +439,7 @@ struct qzQBVH::tHullQuery {
     return yz + load(p[0]) * load(vertex[0]);
   }
 
-  // Lanes whose vertices are so far outside of a plane that whatever other planes made of the triangle is outside, too.
+  // Lanes whose vertices are so far outside of a plane that any clipped part of the triangle is outside, too.
   //
   // A crossing lies between two vertices but for rounding: its s is between -1 and 0, and each coordinate is off by
   // less than 6 u m, with u = 2^-24 and m the largest coordinate there is. It so gains less than 6 u (|a| + |b| + |c|)
@@ -461,8 +462,8 @@ struct qzQBVH::tHullQuery {
     return bitsOf((nearest < -margin) & (largest <= float4(kModerate)));
   }
 
-  // Whether something is left of a triangle after the planes from the given one on. A clipped polygon is empty or has
-  // three vertices at least: with some vertices inside and some outside there are two crossings.
+  // Whether anything of a triangle is left after clipping by the planes from the given one on. A clipped polygon is
+  // empty or has at least three vertices: if some vertices are inside and some outside, there are two crossings.
   bool survives(const tSOATriangleVertices& quadruplet, int lane, unsigned int plane) {
     mPolygon.setTriangle(quadruplet.mVertex, lane);
     for (; plane < mNbPlanes; ++plane) {

@@ -12,6 +12,7 @@
 namespace qzTest {
 
 const char* variantInUse() {
+#if defined(__x86_64__)
   __builtin_cpu_init();
   if (!__builtin_cpu_supports("avx")) return "baseline";  // AVX instructions would have ended the program
 
@@ -73,6 +74,7 @@ const char* variantInUse() {
   for (const auto& lanes : registers) {
     if (lanes[4] == 0) return "AVX";
   }
+#endif
   return "baseline";
 }
 

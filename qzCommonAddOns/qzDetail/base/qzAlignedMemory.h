@@ -1,7 +1,7 @@
 #pragma once
 // Blocks for four-lane data, at least 16-byte aligned. Null when there is no memory; what is in them is unset.
-// A block of several megabytes starts on a large page and asks the system for large pages: a walk touches such a block
-// at random, and finding a small page costs it more than finding the data.
+// A block of several megabytes starts on a large page and asks the system for large pages: a traversal reads such a
+// block at random, and a miss in the TLB costs it more than one in the cache.
 
 #if defined(_WIN32)
 #include <malloc.h>
@@ -18,7 +18,7 @@ namespace qzDetail {
 constexpr std::size_t kLargePage = std::size_t(1) << 21;
 constexpr std::size_t kCacheLine = 64;  // a node is two lines, the equations of a quadruplet three
 
-/// Whether a block is so large that what large pages save is more than what the last one wastes.
+/// Whether large pages save more than the unused part of the last one wastes.
 inline bool isWorthLargePages(std::size_t bytes) {
   return bytes >= 2 * kLargePage;
 }

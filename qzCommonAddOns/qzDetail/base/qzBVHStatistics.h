@@ -1,13 +1,13 @@
 #pragma once
-// The walk behind getBVHInfo, for hierarchies in 3D and 2D alike: a Node has isLeaf, getLeftChildIdx, getRightChildIdx
-// and getNoPrimitives.
+// The traversal behind getBVHInfo, for hierarchies in 3D and 2D alike: a Node has isLeaf, getLeftChildIdx,
+// getRightChildIdx and getNoPrimitives.
 
 #include <cstdint>
 
 namespace qzDetail {
 
-/// The five numbers that a walk over leaves keeps, in the caller's variables. Counts are compared as signed numbers;
-/// sums wrap at 32 bits.
+/// The five numbers that a traversal of the leaves keeps, in the caller's variables. Counts are compared as signed
+/// numbers; sums wrap at 32 bits.
 struct tLeafStatistics {
   int& mNbLeaves;
   int& mMinPrimitives;

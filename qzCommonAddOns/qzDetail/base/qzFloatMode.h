@@ -10,8 +10,8 @@
 
 namespace qzDetail {
 
-/// While one lives, vector arithmetic rounds to nearest, keeps denormals and raises no trap. Puts the caller's mode back,
-/// with the exception flags that were raised meanwhile.
+/// While one lives, vector arithmetic rounds to nearest, keeps denormals and raises no trap. Puts the caller's mode
+/// back, with the exception flags that were raised meanwhile.
 /// To a compiler, arithmetic has nothing to do with the mode. What is read from memory is read, and what is written is
 /// written, while one lives; but what a function returns in a register may be computed past its end, where the caller's
 /// mode is back: such a result goes through keep.

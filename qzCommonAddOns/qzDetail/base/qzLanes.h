@@ -16,7 +16,11 @@
 // Every function is inlined without exception, see qzInline.h.
 
 #include <qzCommonAddOns/qzDetail/base/qzInline.h>
+#if defined(__aarch64__)
+#include <qzCommonAddOns/qzDetail/base/qzLanesNeon.h>
+#else
 #include <qzCommonAddOns/qzDetail/base/qzLanesSse.h>
+#endif
 
 namespace qzDetail {
 

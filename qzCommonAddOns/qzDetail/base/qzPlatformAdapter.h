@@ -1,6 +1,7 @@
 #pragma once
-// The one place where the library reads types of the sibling libraries by their members. A family whose meshes spell
-// them otherwise configures with -DQZ_PLATFORM_ADAPTER=<its own version of this header>; nothing else changes.
+// How the library reads meshes, their buffers and the cancel interface of the sibling libraries. Log records go through
+// qzLogRecord.h, byte sizes read the locale, and vectors are used as they are. A family whose meshes have other members
+// configures with -DQZ_PLATFORM_ADAPTER=<its own version of this header>; nothing else changes.
 
 #if defined(QZ_PLATFORM_ADAPTER)
 #include QZ_PLATFORM_ADAPTER

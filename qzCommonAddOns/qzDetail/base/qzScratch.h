@@ -1,7 +1,7 @@
 #pragma once
 // tScratch: an array whose contents are unset at first, for the working data of a build.
-// Fresh memory is the dearest thing in a build, so nothing is filled that will be written anyway, and large arrays ask
-// for large pages.
+// Touching fresh memory is the largest cost of a build, so arrays are not filled in advance, and large ones ask for
+// large pages.
 
 #include <qzCommonAddOns/qzDetail/base/qzAlignedMemory.h>
 

@@ -7,7 +7,7 @@
 
 namespace {
 
-// One record of the build, put together from text and numbers only if somebody reads it.
+// One record of the build. Its text is made only if the logger wants it.
 template <class MakeText>
 void log(MakeText makeText) {
   if (qzDetail::isLogged(qzDetail::kLogInfo)) qzDetail::logRecord(qzDetail::kLogInfo, "bvh", makeText().c_str());

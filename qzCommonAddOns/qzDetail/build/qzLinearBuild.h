@@ -1,6 +1,7 @@
 #pragma once
-// The stages that every linear build goes through: boxes of primitives to sorted primitives and the splits between
-// them. A Source has nbPrimitives(), boxOf(i), the tBoxLanes of primitive i, and centerOf(i), the middle of that box.
+// The stages that every linear build goes through: from the centres of boxes to sorted primitives and the splits
+// between them. A Source has nbPrimitives() and centerOf(i), the centre of the box of primitive i as [ x y z . ].
+// boxOfAll also needs boxOf(i), that box as tBoxLanes.
 
 #include <qzCommonAddOns/bvh/qzGNode.h>
 #include <qzCommonAddOns/qzDetail/base/qzPlatformAdapter.h>
@@ -19,7 +20,7 @@ namespace qzDetail {
 constexpr unsigned int kMaxBitsPerAxis = 21;
 constexpr unsigned int kMaxBitsPerAxisOf32BitCodes = 10;
 
-/// The caller's wish to stop, if there is somebody to ask.
+/// The caller's cancel interface; null is never cancelled.
 struct tCancel {
   const qz::qzCancelInterfaceReadOnly* mInterface = nullptr;
   bool poll() const { return mInterface != nullptr && isCanceled(*mInterface); }

@@ -1,6 +1,6 @@
 #pragma once
-// What all queries of a four-wide hierarchy share: where the rows of a node are, for those that choose rows at run time,
-// and how far a traversal goes before it recurses.
+// What all queries of a four-wide hierarchy share: where the rows of a node are, for those that choose rows at run
+// time, and how far a traversal goes before it recurses.
 
 #include <cstddef>
 

@@ -8,39 +8,16 @@
 
 namespace qzDetail {
 
-/// An axis-aligned box around a region of six planes that come as three pairs of more or less opposite ones, with room
-/// for the rounding of the query. Single precision throughout: the room is for this class' own rounding, too.
-///
-/// Where the planes' box cannot be told, it is everything. Else, for triangles whose coordinates are at most reach:
-/// 1. A piece of a triangle that the query's clipping leaves has vertices within this box, and they are within the
-///    triangle's box but for drift, which this box makes up for: a triangle whose box does not touch it is clipped
-///    away.
-/// 2. A box (of no coordinate beyond reach) whose every corner is inside every plane by the query's arithmetic lies
-///    within this box.
-///
-/// With u = 2^-24, n = 6 planes, m = reach, and for a plane its size A = max(|a|, |b|, |c|) and its slope
-/// |a| + |b| + |c|:
-///
-/// - A distance is off by less than 5 u (slope m + |d|). A crossing lies between two vertices but for rounding, its s
-///   being from -1 to 0, with coordinates off by less than 6 u m and its distance from the plane that made it off by
-///   less than 14 u (slope m + |d|). Every later plane adds 6 u slope m at most. So a vertex that is left has a
-///   distance from each plane above -(8 n + 32) u (slope m + |d|): the planes are moved out by that much, d' = d + ...,
-///   and the coordinates have drifted less than 8 n u m out of the triangle's box.
-/// - Three of the planes, one of each pair, with normals p, q, r: for weights wp, wq, wr that are none above zero and
-/// make
-///   wp p + wq q + wr r = e, a unit vector of an axis, every point with all three distances D above zero (from the
-///   planes moved out) has e . P = wp (Dp - dp') + ... <= -(wp dp' + wq dq' + wr dr'). With none below zero that is a
-///   lower bound. Some of the eight triples gives a bound for each direction, or there is none.
-/// - The weights are (q x r) . e / det and so on. Cross products are off by less than 4 u Aq Ar and the determinant by
-///   less than 40 u Ap Aq Ar, so that with k = Ap Aq Ar / |det| the sum of weighted normals is off by less than 192 u k
-///   in the sum of its coordinates: 192 u k m for the bound. As |d'| <= 4 A m, rounding in the bound itself is less
-///   than 72 u k m. The slack is 400 u k m + 8 n u m, more than all of these together with the drift.
-/// - Limits on A, m and k keep everything far from overflow and underflow.
+/// A box around the region inside six planes that form three pairs of roughly opposite ones. Without such a box it is
+/// infinite. Otherwise, for triangles with coordinates of at most reach in magnitude:
+/// 1. A triangle whose box does not touch this one is clipped away.
+/// 2. A box with every corner inside every plane, in the query's arithmetic, lies within this one.
+/// It has room for all rounding, its own included: see "The box around the region" in docs/hulls.md.
 class tRegionBox {
  public:
   static constexpr unsigned int kNbPlanes = 6;  // three pairs
 
-  /// Around the region inside kNbPlanes planes, each of 4 coefficients x 4 equal lanes. A box is anything before.
+  /// Around the region inside kNbPlanes planes, each of 4 coefficients x 4 equal lanes. The box is unset before.
   template <class Plane>
   void setAround(const Plane* planes, float reach) {
     for (int axis = 0; axis < 3; ++axis) {
@@ -58,8 +35,9 @@ class tRegionBox {
       isGood &= pairs[i].moveOut(float4(reach));
     }
     if (bitsOf(isGood) != kAllLanes) return;
-    // Lanes are the four pairs of a plane of the first pair and one of the second: with each plane of the third pair
-    // that makes eight triples.
+    // Lanes 0 to 3 combine each plane of the first pair with each of the second; with each plane of the third pair that
+    // makes eight triples.
+    //   p   [ 0  1  0  1 ]   q   [ 0  0  1  1 ]   r   [ 0  0  0  0 ], then [ 1  1  1  1 ]
     const tPlanes &p = pairs[0], q = pairs[1].shuffled<0, 0, 1, 1>();
     bound(p, q, pairs[2].shuffled<0, 0, 0, 0>(), float4(reach));
     bound(p, q, pairs[2].shuffled<1, 1, 1, 1>(), float4(reach));
@@ -71,7 +49,7 @@ class tRegionBox {
     }
   }
 
-  /// All lanes of which boxes do not touch this one, as a mask. Rows are min x, y, z, max x, y, z of four boxes.
+  /// Lanes whose boxes do not touch this one. Rows are min x, y, z, max x, y, z of four boxes.
   tMask4 isApart(const float* rows) const {
     tMask4 result = mask4(false);
     for (int axis = 0; axis < 3; ++axis) {
@@ -81,7 +59,7 @@ class tRegionBox {
     return result;
   }
 
-  /// Lanes of which boxes do not lie within this one, as a mask.
+  /// Lanes whose boxes do not lie within this one.
   tMask4 reachesOut(const float* rows) const {
     tMask4 result = mask4(false);
     for (int axis = 0; axis < 3; ++axis) {
@@ -98,7 +76,7 @@ class tRegionBox {
   struct tPlanes {
     tFloat4 mRows[4], mSize;
 
-    // Takes the size and moves the planes out. Returns the lanes within the limits.
+    // Computes the sizes and moves the planes out. Returns the lanes within the limits.
     tMask4 moveOut(tFloat4 reach) {
       const tFloat4 a = magnitude(mRows[0]), b = magnitude(mRows[1]), c = magnitude(mRows[2]);
       mSize = largerOf(largerOf(a, b), c);
@@ -126,7 +104,7 @@ class tRegionBox {
     }
   }
 
-  // Brings the sides as near as four triples tell, each lane for itself. A NaN gives way.
+  // Tightens the sides by four triples of planes, one per lane. A NaN bound is dropped.
   void bound(const tPlanes& p, const tPlanes& q, const tPlanes& r, tFloat4 reach) {
     const tFloat4 zero = float4(0.0f);
     tFloat4 qr[3], rp[3], pq[3];

@@ -1,5 +1,5 @@
 // Compiled with -mavx, and without fused multiply-add: three-operand instructions, the same operations.
-// Nothing in here may be an inline function that other files also use, or they could end up with this file's copy.
+// It must not use inline functions that other files use, or the linker could take this file's copy for all.
 #define QZ_RAY_VARIANT qzRayAvx
 #include <qzCommonAddOns/qzDetail/query/ray/qzRayTraversal.h>
 

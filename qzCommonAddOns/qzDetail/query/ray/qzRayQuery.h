@@ -1,5 +1,5 @@
 #pragma once
-// What a ray query asks of a four-wide hierarchy, in plain numbers, and the variants of the walk that answers it.
+// A ray query and the arrays that it reads, as plain numbers, and the variants of the traversal.
 
 #include <Wm4/Vector3.h>
 #include <qzCommonAddOns/qzDetail/base/qzLanes.h>
@@ -75,7 +75,7 @@ struct tRayHit {
   unsigned int mTriangle = kNoTriangleHit;
 };
 
-/// The walk compiled for the baseline, and for processors with AVX: same source, same bits.
+/// The traversal compiled for the baseline and for processors with AVX: same source, same bits.
 void castRayBaseline(const tRayHierarchy& hierarchy, const tRayQuery& query, tRayHit& hit);
 #if defined(QZ_HAS_AVX_VARIANT)
 void castRayAvx(const tRayHierarchy& hierarchy, const tRayQuery& query, tRayHit& hit);

@@ -1,8 +1,8 @@
 #pragma once
-// The walk of a ray through a four-wide hierarchy, four boxes or four triangles a step.
+// Traversal of a four-wide hierarchy by a ray, four boxes or four triangles at a time.
 //
-// Everything here follows one scalar form lane by lane: the order of the operations, of the operands of minimum and
-// maximum and of the comparisons decides bits. smallerOf(x, y) is (x < y ? x : y), largerOf likewise.
+// Each lane computes what the scalar form does. The order of operations and of the operands of minimum and maximum
+// fixes the bits. smallerOf(x, y) is (x < y ? x : y), largerOf likewise.
 // The file is compiled once for every kind of processor, each time in a namespace of its own.
 
 #include <qzCommonAddOns/qzDetail/base/qzBits.h>
@@ -53,7 +53,7 @@ inline constexpr tOrders kOrders;
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 constexpr float kLargest = std::numeric_limits<float>::max();
 
-/// An observer that is told nothing.
+/// An observer that does nothing.
 struct tNoRayObserver {
   void nodeVisited() {}
 };
@@ -79,7 +79,7 @@ class tRayTraversal {
         mBack(mask4(query.mBack)),
         mHit(hit),
         mObserver(observer) {
-    // Without a jump: the signs of a ray say nothing about those of the next one.
+    // Without a branch: the signs of rays are unpredictable.
     const std::ptrdiff_t negative = signBitsOf(inverse);
     for (int axis = 0; axis < 3; ++axis) {
       const std::ptrdiff_t isNegative = negative >> axis & 1;
@@ -88,10 +88,10 @@ class tRayTraversal {
     }
   }
 
-  /// Walks the whole hierarchy; the nearest hit is in the record given.
+  /// Traverses the whole hierarchy. The nearest hit is in the record given.
   void run() {
     if (mHierarchy.mNoNodes != 0) {
-      walk(0);
+      traverse(0);
     } else if (mHierarchy.mNoQuadruplets != 0) {
       testLeaf(0, mHierarchy.mNoQuadruplets);
     }
@@ -103,8 +103,8 @@ class tRayTraversal {
     unsigned int mIndex, mQuadruplets;
   };
 
-  // Visits what is below one node, nearest first, in the order of a recursion.
-  void walk(unsigned int node) {
+  // Visits everything below one node, nearest first, in the order of a recursion.
+  void traverse(unsigned int node) {
     tChild child = {0.0f, node, kInner};
     tChild stack[kStackSize];
     int size = 0;
@@ -112,7 +112,7 @@ class tRayTraversal {
       if (child.mQuadruplets != kInner) {
         testLeaf(child.mIndex, child.mQuadruplets);
       } else if (size + 4 > kStackSize) {
-        walk(child.mIndex);  // a tree deeper than any of our own: on with a stack of its own
+        traverse(child.mIndex);  // only in trees deeper than those of the library's builders
       } else if (enter(child, stack, size)) {
         continue;
       }
@@ -123,8 +123,8 @@ class tRayTraversal {
     }
   }
 
-  // Finds the children whose boxes the ray meets within the current interval. The nearest one takes the place of the
-  // node, the others go onto the stack, farthest first. Returns whether there is any.
+  // Finds the children whose boxes the ray meets within the current interval. The nearest replaces child, the others
+  // are pushed on the stack, farthest first. Returns whether there is any.
   QZ_ALWAYS_INLINE bool enter(tChild& child, tChild* stack, int& size) {
     mObserver.nodeVisited();
     const float* node = mHierarchy.mNodes + std::size_t(child.mIndex) * kNodeFloats;
@@ -142,7 +142,7 @@ class tRayTraversal {
       prefetch(stack[size++]);
     };
 
-    // A case for each set of lanes: a predicted jump knows the child before the boxes are tested.
+    // One case for each set of lanes: a predicted branch knows the child before the boxes are tested.
     int first, second;
     switch (hits) {
       case 0:
@@ -199,8 +199,7 @@ class tRayTraversal {
     return true;
   }
 
-  // Sends for the cache lines of a child: it comes from far away more often than not. Without a jump: a child is a leaf
-  // or not, at random.
+  // Prefetches a child, which is seldom in the cache. Without a branch: whether it is a leaf is unpredictable.
   QZ_ALWAYS_INLINE void prefetch(const tChild& child) const {
     const std::size_t isLeaf = child.mQuadruplets != kInner;
     const float* rows =
@@ -218,8 +217,8 @@ class tRayTraversal {
     prefetchLine(mHierarchy.mTriangles + std::size_t(quadruplet) * 4);
   }
 
-  // Slabs and keys in their general form. A key is the point of [entry, exit] nearest to 0, +inf for a miss. Returns
-  // the lanes that are met, empty ones left out: their test does nothing, but their keys take part in the order.
+  // Slab test and keys, general form. A key is the point of [entry, exit] nearest to 0, +inf for a miss. Returns the
+  // lanes hit without the empty ones. Empty lanes need no visit, but their keys take part in the order.
   int meet(const float* node, tFloat4& key) {
     const tFloat4 t = float4(mHit.mT);
     const tFloat4 hi = kIsSymmetric ? magnitude(t) : t;
@@ -239,8 +238,8 @@ class tRayTraversal {
     return bitsOf(except(key < infinity, emptyLanes(node)));
   }
 
-  // The same for a plain ray: the direction's signs say which row is the near one, and keys are entry distances. Those
-  // of the lanes that are not met mean nothing here.
+  // The same for a plain ray: the signs of the direction tell the near row, and keys are entry distances. Keys of lanes
+  // that are missed are unspecified.
   int meetPlain(const float* node, tFloat4& key) {
     const tFloat4 entry = largerOf(largerOf(slab(node + mNear[0], 0), slab(node + mNear[1], 1)),
                                    largerOf(slab(node + mNear[2], 2), mTMin));
@@ -251,8 +250,8 @@ class tRayTraversal {
     return bitsOf(entry <= exit);
   }
 
-  // The keys of a plain ray as the order wants them: +inf where a box is missed. An empty lane, which is unbounded in
-  // the general form, misses here; it has the key tMin.
+  // Keys of a plain ray for the order: +inf where a box is missed. An empty lane is hit in the general form, with the
+  // key tMin, but missed by meetPlain.
   tFloat4 orderKeys(const float* node, int hits, tFloat4 entry) const {
     const tInt4 bits = int4(1, 2, 4, 8);
     const tMask4 isMet = maskOf((int4(hits) & bits) == bits);
@@ -266,7 +265,7 @@ class tRayTraversal {
     return maskOf(load(reinterpret_cast<const unsigned int*>(node + kChildQuadrupletsRow)) == int4(0));
   }
 
-  // The answers that tOrders wants, at the bits that tOrders::bitOf names.
+  // The index into tOrders: comparison results at the bits of tOrders::bitOf.
   static int greaterBits(tFloat4 key) {
     const tFloat4 next1 = shuffle<1, 2, 3, 0>(key);
     const tFloat4 next2 = shuffle<2, 3, 0, 1>(key);
