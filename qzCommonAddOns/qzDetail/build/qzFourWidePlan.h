@@ -4,9 +4,9 @@
 //
 // A kept split is a binary inner node, a run between two kept splits is a leaf. Binary nodes stand by the level of the
 // split above them and then by position (see qzTreeWriter.h), so the nodes under splits of one level, met from left to
-// right, take places one after the other: a counter per level numbers them. The splits around a split are those to its
-// left and to its right that no smaller level hides; of each level there is at most one on either side, so a word with
-// a bit per level holds them, and their number is the depth of the node.
+// right, take places one after the other: a counter per level numbers them. The ancestors of a split are the splits to
+// its left and right without a split of a smaller level in between. There is at most one per level on either side, so a
+// bit mask of levels holds them, and their number is the depth of the node.
 
 #include <qzCommonAddOns/qzDetail/base/qzBits.h>
 #include <qzCommonAddOns/qzDetail/base/qzScratch.h>
@@ -19,10 +19,10 @@
 
 namespace qzDetail {
 
-/// The splits on one side that no smaller level hides, by the bits of their levels. Bit 0 stands for the end.
+/// The ancestors' splits on one side, as a bit mask of levels. Bit 0 stands for the end.
 class tSplitsAround {
  public:
-  /// Drops those that are hidden behind a split of this level.
+  /// Drops those of this level and of larger ones.
   void hideBehind(unsigned int level) { mLevels &= (std::uint64_t(1) << level) - 1; }
   void add(unsigned int level) { mLevels |= std::uint64_t(1) << level; }
 
@@ -58,7 +58,7 @@ struct tFourWidePlan {
       : mNbLeaves(nbKept + 1), mLasts(mNbLeaves), mLevels(mNbLeaves), mIsEven(mNbLeaves) {
     takeKept(splits);
 
-    // From right to left: the splits around every split on its right side.
+    // From right to left: the ancestors' splits on the right.
     tScratch<std::uint8_t> deepestOnRight(mNbLeaves);
     tSplitsAround right;
     for (std::uint32_t leaf = nbKept; leaf-- > 0;) {
@@ -68,7 +68,7 @@ struct tFourWidePlan {
       right.add(mLevels[leaf]);
     }
 
-    // From left to right: the others, and what there is to place under every level.
+    // From left to right: those on the left, and the number of nodes and quadruplets below each level.
     tSplitsAround left;
     std::uint32_t first = 0;
     unsigned int levelBefore = 0;

@@ -1,5 +1,5 @@
-// Planes on both sides of an empty bin divide the items in the same way, so only occupied bins are looked at. One sweep
-// from above leaves the cost of the upper side per occupied bin, one from below adds that of the lower side.
+// Planes on both sides of an empty bin divide the items alike, so only occupied bins are considered. A sweep downwards
+// stores the cost of the upper side for each occupied bin, a sweep upwards adds that of the lower side.
 
 #include <qzCommonAddOns/qzDetail/build/qzSurfaceAreaSplit.h>
 
@@ -36,10 +36,10 @@ class tGrid {
   std::uint32_t binsOf(const tBoxLanes& box) const {
     const tFloat4 centroid = box.center();
     const tInt4 bins = truncate((centroid - mOrigin) * mScale);
-    // The lowest number stands for all that 32 bits cannot hold.
+    // truncate gives the smallest integer for values that do not fit into 32 bits.
     const tInt4 isTooLarge = bins == int4(std::numeric_limits<int>::min());
     if ((bitsOf(maskOf(isTooLarge)) & kXyz) != 0) return binsOf(centroid);
-    // As unsigned numbers the negative ones lie above the last bin.
+    // Bins are compared as unsigned numbers, so negative ones go to the last bin.
     const tInt4 last = int4(static_cast<int>(mLastBin));
     return packBytes(select((bins < int4(0)) | (bins > last), last, bins));
   }
@@ -116,7 +116,7 @@ tSplit cheapestSplit(const qzBBox& node, const qzBBox* bboxes, const unsigned in
   tBins axes[3];
   for (tBins& bins : axes) std::fill_n(bins.mCounts, nbBins, std::uint16_t(0));
 
-  // Bins of all items, and an empty box in every bin that gets one.
+  // Compute the bins of all items, and start each occupied bin with an empty box.
   std::uint32_t binsOfItems[kMaxItemsOfSplit];
   const tGrid grid(node, nbBins);
   for (unsigned int i = 0; i < count; ++i) {

@@ -2,8 +2,8 @@
 // Writes the nodes of a binary hierarchy from the splits of its sorted codes, in 3D and 2D alike.
 //
 // Nodes stand in the order of their parents by level and then position: the root is node 0, and the r-th split has the
-// nodes 1 + 2r and 2 + 2r as its children. Splits that are not to be inner nodes are dropped first; what is below them
-// is one leaf then.
+// nodes 1 + 2r and 2 + 2r as its children. Splits that are not to be inner nodes are dropped first; what is
+// below them becomes one leaf.
 
 #include <qzCommonAddOns/qzDetail/morton/qzCodeGroups.h>
 
@@ -47,7 +47,7 @@ struct tNumbering {
   }
 };
 
-/// For nodes whose boxes are to stay as they are.
+/// Leaves the boxes of nodes as they are.
 struct tNoBox {
   void unite(tNoBox) {}
   template <class Node>

@@ -34,7 +34,7 @@ struct tSplits {
     for (unsigned int level = 1; level < kMaxLevels; ++level) mNbOfLevel[level] = nbOfLevel[level];
   }
 
-  /// Number of groups on the last level, that is of different codes.
+  /// Number of groups on the last level: of different codes.
   std::uint64_t nbGroups() const {
     std::uint64_t sum = 1;
     for (const std::uint32_t nb : mNbOfLevel) sum += nb;
@@ -52,7 +52,7 @@ struct tSplits {
   }
 };
 
-/// Walks all groups of the splits, halves before the whole and left before right.
+/// Traverses all groups of the splits, halves before the whole and left before right.
 /// leaf(first, last) makes a Group of the positions of one code, join(level, left, right) one of two halves.
 /// Returns the Group of everything.
 template <class Group, class Leaf, class Join>
@@ -69,7 +69,7 @@ Group walkGroups(const tSplits& splits, Leaf leaf, Join join) {
     while (last + 1 < n && splits.mLevels[last] == 0) ++last;
     const unsigned int level = last + 1 < n ? splits.mLevels[last] : 0;
 
-    // The split after this code closes every open one of a larger level; no two of one level are open at once.
+    // The split after this code closes every open split of a larger level. At most one split per level is open.
     Group group = leaf(first, last);
     while (nbOpen > 0 && open[nbOpen - 1].mLevel > level) {
       --nbOpen;

@@ -1,10 +1,9 @@
 #pragma once
 // Stable sort of (code, primitive) pairs by code, by radix.
 //
-// The codes of n primitives differ in far more bits than it takes to tell n things apart. So only the 32 bits from the
-// highest one that differs at all are sorted digit by digit; the few pairs that agree in all of those come out as short
-// runs, which an insertion sort finishes. A large array is first dealt out by its top digit into pieces that fit a
-// cache.
+// Codes have far more bits than n primitives need to be told apart. So only the 32 bits from the highest differing one
+// on are sorted digit by digit. The few pairs that agree in all of these form short runs, finished by insertion sort. A
+// large array is first distributed by its top digit into pieces that fit the cache.
 
 #include <qzCommonAddOns/qzDetail/base/qzBits.h>
 #include <qzCommonAddOns/qzDetail/base/qzScratch.h>
@@ -112,7 +111,7 @@ void sortByCode(Code* codes, std::uint32_t* indices, std::uint32_t n) {
     return;
   }
 
-  // Deal out by the top digit, then sort every piece by the other three, which brings it back.
+  // Distribute by the top digit, then sort every piece by the other three digits, which returns it to its array.
   const unsigned int topShift = shift + 3 * kDigitBits;
   std::uint32_t ends[kDigitValues] = {};
   for (std::uint32_t i = 0; i < n; ++i) ++ends[codes[i] >> topShift & (kDigitValues - 1)];
