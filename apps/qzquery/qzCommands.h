@@ -12,7 +12,7 @@ namespace qzQuery {
 struct tOptions;
 
 // Each adds a subcommand that runs when it is chosen on the command line, and throws a qzInterrupted when it is
-// canceled. options and cancel must outlive app.
+// cancelled. options and cancel must outlive app.
 void addInfoCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel);
 void addInspectCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel);
 void addRenderCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel);

@@ -31,7 +31,7 @@ namespace {
 
 constexpr std::size_t kMaxSampleTriangles = std::size_t(1) << 18;
 constexpr double kLinearPeak =
-    1.3;  // peak memory of a linear build that can be canceled, relative to the four-wide hierarchy
+    1.3;  // peak memory of a linear build that can be cancelled, relative to the four-wide hierarchy
 
 /// Memory and build time of the hierarchy, extrapolated from one over the first finite triangles.
 struct tEstimate {

@@ -16,7 +16,7 @@ struct tOptions;
 
 class qzScene {
  public:
-  /// Reads the mesh and builds the hierarchy. Throws a qzError, or a qzInterrupted when it is canceled.
+  /// Reads the mesh and builds the hierarchy. Throws a qzError, or a qzInterrupted when it is cancelled.
   /// binary  out: the binary hierarchy that the four-wide one was converted from, unless it is null
   qzScene(const std::string& meshName, const tOptions& options, const qzToolkit::tCancel& cancel,
           qzGenericBVH* binary = nullptr);

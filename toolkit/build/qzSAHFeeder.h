@@ -1,5 +1,5 @@
 #pragma once
-// qzSAHFeeder: input for the surface-area builder, from the triangles of a mesh. A build cannot be canceled.
+// qzSAHFeeder: input for the surface-area builder, from the triangles of a mesh. A build cannot be cancelled.
 
 #include <qzCommonAddOns/builders/qzGenericBVHBuilder.h>
 #include <toolkit/base/qzLimits.h>

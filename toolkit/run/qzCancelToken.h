@@ -11,16 +11,16 @@
 namespace qzToolkit {
 
 /// What the toolkit polls, which is what the library's builders poll. It is passed as a pointer that may be null, for
-/// work that is never canceled, and must outlive the work. Polled from any thread, several at once.
+/// work that is never cancelled, and must outlive the work. Polled from any thread, several at once.
 using tCancel = qz::qzCancelInterfaceReadOnly;
 
-/// Thrown by canceled work. Not a qzError: nothing was wrong.
+/// Thrown by cancelled work. Not a qzError: nothing was wrong.
 class qzInterrupted : public std::exception {
  public:
   const char* what() const noexcept override { return "interrupted"; }
 };
 
-/// Throws a qzInterrupted if the work is canceled.
+/// Throws a qzInterrupted if the work is cancelled.
 inline void throwIfCanceled(const tCancel* cancel) {
   if (cancel != nullptr && cancel->isCanceled()) throw qzInterrupted();
 }

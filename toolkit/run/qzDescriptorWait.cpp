@@ -8,7 +8,7 @@ namespace qzToolkit {
 
 namespace {
 
-// A token may be canceled by another thread, or by a signal just before poll() begins, which then is not interrupted.
+// A token may be cancelled by another thread, or by a signal just before poll() begins, which then is not interrupted.
 constexpr int kMillisecondsBetweenPolls = 100;
 
 }  // namespace

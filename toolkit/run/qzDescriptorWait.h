@@ -1,12 +1,12 @@
 #pragma once
-// Waiting for a file descriptor in a way that can be canceled.
+// Waiting for a file descriptor in a way that can be cancelled.
 
 #include <toolkit/run/qzCancelToken.h>
 
 namespace qzToolkit {
 
 /// Blocks until poll() reports one of events (POLLIN, POLLOUT), an error or a hang-up. Throws a qzInterrupted within a
-/// tenth of a second of being canceled, whichever thread cancels.
+/// tenth of a second of being cancelled, whichever thread cancels.
 void waitFor(int descriptor, short events, const tCancel* cancel);
 
 /// One of the waits that waitFor is made of, where there is nothing to poll for: sleeps a tenth of a second.

@@ -7,7 +7,7 @@
 
 using namespace qzToolkit;
 
-TEST_CASE("a token is not canceled until it is, and keeps the first reason") {
+TEST_CASE("a token is not cancelled until it is, and keeps the first reason") {
   qzCancelToken token;
   CHECK_FALSE(token.isCanceled());
   CHECK(token.getReason() == qzCancelToken::kNoReason);
@@ -23,12 +23,12 @@ TEST_CASE("a token is not canceled until it is, and keeps the first reason") {
   CHECK(other.getReason() == qzCancelToken::kRequested);
 }
 
-TEST_CASE("without a token nothing is canceled") {
+TEST_CASE("without a token nothing is cancelled") {
   throwIfCanceled(nullptr);
   qzThreads(2).forEachBlock(10, 1, nullptr, [](std::size_t, std::size_t) {});
 }
 
-TEST_CASE("of two jobs at once only the one whose token is canceled stops") {
+TEST_CASE("of two jobs at once only the one whose token is cancelled stops") {
   qzCancelToken first, second;
   std::atomic<int> nbStarted{0};
   std::atomic<bool> isFirstOver{false};
@@ -50,7 +50,7 @@ TEST_CASE("of two jobs at once only the one whose token is canceled stops") {
   std::future<std::size_t> a = std::async(std::launch::async, [&] { return job(first, kEndless, [] {}); });
   std::future<std::size_t> b = std::async(std::launch::async, [&] {
     return job(second, 100, [&] {
-      while (!isFirstOver) std::this_thread::yield();  // so that it is under way when the other one is canceled
+      while (!isFirstOver) std::this_thread::yield();  // so that it is under way when the other one is cancelled
     });
   });
   while (nbStarted < 2) std::this_thread::yield();

@@ -1,4 +1,4 @@
-// Everything in the toolkit that may run long is canceled at its first, a middle and its last poll, and from another
+// Everything in the toolkit that may run long is cancelled at its first, a middle and its last poll, and from another
 // thread while it waits.
 
 #include <doctest/doctest.h>
@@ -49,7 +49,7 @@ bool isInterrupted(const Operation& operation, const tCancel& cancel) {
 
 }  // namespace
 
-TEST_CASE("canceled at any poll, work throws and leaves its files as they were") {
+TEST_CASE("cancelled at any poll, work throws and leaves its files as they were") {
   const TemporaryFolder folder;
   const qz::qzTriMesh mesh = gridMesh(12);  // 288 triangles
   const std::string obj = folder.write("m.obj", asObj(mesh)), packed = folder.write("m.obj.gz", gzip(asObj(mesh))),

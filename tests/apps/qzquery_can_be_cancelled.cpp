@@ -129,7 +129,7 @@ TEST_CASE("reading, building and rendering each poll while they work, and stop a
   CHECK(render(CancelAt(8)).second == 28);  // seven blocks of four rows, one at a time
 }
 
-TEST_CASE("canceled at any poll from start to end, cast and render write no file") {
+TEST_CASE("cancelled at any poll from start to end, cast and render write no file") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.obj", asObj(gridMesh(4)));
   const std::string rays = folder.write("rays.csv", "0,0,2,0,0,-1\n0,0,2,0,0,1\n");
