@@ -8,7 +8,7 @@ qzBVHTriangleContainer::qzBVHTriangleContainer(const qz::qzVertexBuffer* vertice
     : mVertexBuffer(vertices), mIndexBuffer(indices) {
   const qzDetail::tFloatMode mode;
   const int nbTriangles = qzDetail::nbIndices(*indices) / 3;
-  mBBoxes.resize(static_cast<std::size_t>(nbTriangles));  // a negative number is more than any vector takes: it throws
+  mBBoxes.resize(static_cast<std::size_t>(nbTriangles));  // throws if negative: too large for a vector
   const int* index = qzDetail::indicesOf(*indices);
   for (qzBBox& bbox : mBBoxes) {
     qzDetail::tBoxLanes box;

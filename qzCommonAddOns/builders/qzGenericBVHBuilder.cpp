@@ -14,7 +14,7 @@
 #include <cstring>
 #include <limits>
 
-// The leak checker is told of the one object that is meant to stay.
+// The leak checker must ignore one object that is leaked on purpose.
 #if defined(__has_feature)
 #define QZ_HAS_FEATURE(feature) __has_feature(feature)
 #else
@@ -50,7 +50,7 @@ const qzSAHFunctionoid* makeDefaultSAH() {
 }
 
 // Whether sah is a qzDefaultSAH and of no derived class. A functor has no data, so its bytes are its pointer to virtual
-// functions: equal bytes mean the same f. Type information cannot be asked, as callers may be compiled without it.
+// functions: equal bytes mean the same f. typeid is no alternative, because callers may be compiled without it.
 bool isDefaultSAH(const qzSAHFunctionoid& sah) {
   static_assert(sizeof(qzSAHFunctionoid) == sizeof(void*) && sizeof(qzDefaultSAH) == sizeof(void*));
   const qzDefaultSAH reference;
@@ -62,8 +62,8 @@ float centroidOf(const qzBBox& bbox, int component) {
   return (bbox.getMinPoint()[component] + bbox.getMaxPoint()[component]) * 0.5f;
 }
 
-// Sort key of an item: the bits of its centroid's distance from min. Of two NaN the first counts, which has to be said
-// as a compiler may swap the operands of a sum.
+// Sort key of an item: the bits of its centroid's distance from min. Of two NaN operands the first is kept; this is
+// written out because a compiler may swap the operands of a sum.
 std::uint32_t medianKey(const qzBBox& bbox, int component, float min) {
   const float low = bbox.getMinPoint()[component], high = bbox.getMaxPoint()[component];
   const float sum = low != low ? low : low + high;
@@ -121,8 +121,8 @@ void qzGenericBVHBuilder::build(qzGenericBVH& bvh) {
   bvh.mPrimitives = mItemIndices;
 }
 
-// The recursion below one node. It takes fast paths where the scratch arrays that a full binning or a full sort would
-// leave are overwritten before anyone can look, and leaves the same arrays behind in the end.
+// The recursion below one node. It selects medians and skips the bins where later nodes overwrite the scratch arrays of
+// a full sort or binning, and leaves the arrays of the last ones as those would.
 struct qzGenericBVHBuilder::tRecursion {
   qzGenericBVHBuilder& mBuilder;
   qzGenericBVH& mBVH;
@@ -198,7 +198,7 @@ struct qzGenericBVHBuilder::tRecursion {
       std::fill_n(&builder.mBinLeftBBoxes[offsets[i]], builder.mNbBins, qzBBox());
     }
 
-    // Every item into a bin of each axis.
+    // Put every item into one bin per axis.
     for (unsigned int p = 0; p < count; ++p) {
       const qzBBox& item = builder.mItemBBoxes[items[p]];
       for (int i = 0; i < 3; ++i) {
@@ -210,7 +210,7 @@ struct qzGenericBVHBuilder::tRecursion {
       }
     }
 
-    // Boxes of the bins from j on, while the left boxes are still those of single bins; then counts and boxes up to j.
+    // Suffix boxes from the boxes of single bins, then prefix counts and prefix boxes in place.
     for (const unsigned int offset : offsets) {
       unsigned int* counts = &builder.mBinCounts[offset];
       qzBBox *lefts = &builder.mBinLeftBBoxes[offset], *rights = &builder.mBinRightBBoxes[offset];
@@ -240,7 +240,7 @@ struct qzGenericBVHBuilder::tRecursion {
   }
 
  private:
-  // The same median by selection. The first count entries of mSortedPositions and mSortScratch are arbitrary afterwards.
+  // The same median by selection. Leaves the first count entries of mSortedPositions and mSortScratch unspecified.
   static float selectedMedian(qzGenericBVHBuilder& builder, const qzGNode& node, unsigned int start, unsigned int count,
                               qzBBox::tAxis axis) {
     const int component = componentOf(axis);
@@ -266,8 +266,8 @@ struct qzGenericBVHBuilder::tRecursion {
     const qzGNode& here = mBVH.getNode(node);
     if (count > kMaxItemsToBin) {
       here.getBBox().getMaxExtent(axis);
-      // Later splits overwrite the first nbSorted entries of the sort's arrays. A large node that may be divided further
-      // leaves half of them at most, and those unsorted: sorting them would take a tenth of the whole build.
+      // Later splits overwrite the first nbSorted entries of the sort's arrays. A large node whose children are split
+      // at their median leaves about half of its entries unsorted: sorting them could take a tenth of a build.
       const bool isSeen = count > nbSorted && (count <= kMaxItemsToSort || depth + 1 == kMaxDepth);
       plane = isSeen ? sortedMedian(mBuilder, here, start, count, axis)
                      : selectedMedian(mBuilder, here, start, count, axis);

@@ -18,7 +18,7 @@ using qzDetail::tSplits;
 namespace {
 
 constexpr unsigned int kMaxBitsPerAxis = 16;
-constexpr std::uint32_t kAhead = 32;  // boxes: far enough that one is there when its turn comes
+constexpr std::uint32_t kAhead = 32;  // boxes ahead; long enough for a prefetch to arrive
 
 // Morton codes of the points on a square grid around the bounds.
 void makeCodes(const Wm4::Vector2<float>* points, unsigned int n, const qzBBox2D& bounds, unsigned int bitsPerAxis,
@@ -52,14 +52,13 @@ void qzLinearGenericBVH2DBuilder::build(qzGenericBVH2D& bvh, unsigned int bitsPe
   tSplits splits(codes.data(), mNbPrimitives, 2 * bits);
   codes.release();
 
-  // The counter is that of the whole tree, which would have a leaf for every code; the nodes are those of the fused
-  // one.
+  // The counter is that of the unfused tree, which has a leaf for every code. The nodes are those of the fused tree.
   qzDetail::tFusedTree(splits, mMaxPrimitivesPerLeaf)
       .write<tBoxLanes2D>(
           bvh.mNodes,
           [](qzGNode2D& node, unsigned int, std::uint32_t leftChild) { node.setNode(leftChild, leftChild + 1); },
           [&](std::uint32_t k) {
-            // Sorted primitives lie anywhere in memory, but the next ones are known.
+            // Sorted primitives are scattered in memory, so prefetch the next ones.
             if (k + kAhead < mNbPrimitives) {
               qzDetail::prefetchLine(&mBBoxes[mIndices[k + kAhead]]);
             }

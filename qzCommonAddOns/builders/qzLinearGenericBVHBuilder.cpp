@@ -14,7 +14,7 @@ using tContainer = qzLinearGenericBVHBuilder::tPrimitiveContainerInterface;
 
 namespace {
 
-// The primitives of a container, every box by a call of its own.
+// The primitives of a container, one call per box.
 struct tContainerSource {
   const tContainer& mContainer;
   std::uint32_t mNbPrimitives;

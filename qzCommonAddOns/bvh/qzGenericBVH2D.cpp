@@ -7,10 +7,10 @@ void qzGenericBVH2D::getBVHInfo(int& nbNodes, int& nbLeaves, int& minPrimitives,
                                 float& avgPrimitives) const {
   nbNodes = static_cast<int>(mNbNodes);
   nbLeaves = 0;
-  // Not a large number: a tree of well-filled leaves reports its node count.
+  // The initial value is no upper bound: if all leaves are larger, the node count is reported.
   minPrimitives = static_cast<int>(mNbNodes);
   maxPrimitives = 0;
-  int sumPrimitives = 0, maxLocation = 0;  // the place of the fullest leaf is for those who ask getBVHInfoIter
+  int sumPrimitives = 0, maxLocation = 0;  // maxLocation is an output of getBVHInfoIter that is not used here
   getBVHInfoIter(0, nbLeaves, minPrimitives, maxPrimitives, sumPrimitives, maxLocation, 0);
 
   const qzDetail::tFloatMode mode;

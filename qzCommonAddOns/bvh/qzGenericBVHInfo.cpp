@@ -1,5 +1,5 @@
-// Statistics and text dump of a hierarchy. Every stream keeps the formatting that it has; each piece of text and each
-// number is an insertion of its own.
+// Statistics and text dump of a hierarchy. The streams' formatting is used as it is: each text and each number is one
+// insertion, so a field width applies to it alone.
 
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <qzCommonAddOns/qzDetail/base/qzBVHStatistics.h>
@@ -31,8 +31,7 @@ void qzGenericBVH::getBVHInfo(int& nbNodes, int& nbLeaves, int& minPrimitives, i
                               float& avgPrimitives) const {
   nbNodes = static_cast<int>(mNbNodes);
   nbLeaves = 0;
-  minPrimitives =
-      static_cast<int>(mNbNodes);  // not a large number: a tree of well-filled leaves reports its node count
+  minPrimitives = static_cast<int>(mNbNodes);  // no upper bound: if all leaves are larger, the node count is reported
   maxPrimitives = 0;
   int sumPrimitives = 0, maxLocation = 0;
   getBVHInfoIter(0, nbLeaves, minPrimitives, maxPrimitives, sumPrimitives, maxLocation, 0);

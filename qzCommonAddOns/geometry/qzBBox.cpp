@@ -21,7 +21,7 @@ Point maxOfEach(const Point& atHand, const Point& other) {
   return Point(maxOf(atHand[0], other[0]), maxOf(atHand[1], other[1]), maxOf(atHand[2], other[2]));
 }
 
-// The lower bound first, then the upper; a NaN p passes both comparisons by.
+// The lower bound first, then the upper. A NaN p stays: both comparisons are false.
 float clamp(float p, float min, float max) {
   return minOf(maxOf(p, min), max);
 }
@@ -169,7 +169,7 @@ bool qzBBox::overlapsSphere(const Point& c, float r) const {
 bool qzBBox::intersectRay(const Point& origin, const Point& dir, float& tMin, float& tMax) const {
   const tFloatMode mode;
   for (int axis = 0; axis < 3; ++axis) {
-    // True divisions, and these very forms of minimum and maximum: they decide what 0 / 0 does.
+    // True divisions and exactly these forms of minimum and maximum: they decide the result of 0 / 0.
     const float t1 = (mMin[axis] - origin[axis]) / dir[axis];
     const float t2 = (mMax[axis] - origin[axis]) / dir[axis];
     const float nearest = t1 < t2 ? t1 : t2;

@@ -2,8 +2,8 @@
 // qzBBox: axis-aligned box in three dimensions.
 // Six floats, trivially copyable, no invariant: a box whose min exceeds its max on some axis is empty, which is a legal
 // value and the identity of union. Coordinates are in scene units. No member allocates, throws or keeps state; each
-// takes a constant number of operations, and any number of threads may read a box. Whatever computes or compares stands
-// in the library, where no flag of a caller's compiler reaches it.
+// takes a constant number of operations, and any number of threads may read a box. Members that compute or compare are
+// compiled into the library, so that a caller's compiler flags cannot change their results.
 
 #include <Wm4/Box3.h>
 #include <Wm4/Vector3.h>
@@ -30,12 +30,12 @@ class QZ_COMMONADDONS_API qzBBox {
     return qzBBox(xMin, yMin, zMin, xMax, yMax, zMax);
   }
 
-  /// The box that two opposite corners span: per axis min = (b < a ? b : a) and max = (b > a ? b : a), so a NaN of b is
-  /// passed over and one of a stays.
+  /// The box that two opposite corners span: per axis min = (b < a ? b : a) and max = (b > a ? b : a). A NaN of b is
+  /// ignored, a NaN of a stays.
   static qzBBox RobustMake(const Wm4::Vector3<float>& a, const Wm4::Vector3<float>& b);
   static qzBBox RobustMake(float ax, float ay, float az, float bx, float by, float bz);
 
-  /// The corners and their coordinates, as they were given. A reference holds as long as the box does.
+  /// The corners and their coordinates as given. References are valid for the lifetime of the box.
   const Wm4::Vector3<float>& getMinPoint() const { return mMin; }
   const Wm4::Vector3<float>& getMaxPoint() const { return mMax; }
   float xMin() const { return mMin[0]; }
@@ -45,8 +45,8 @@ class QZ_COMMONADDONS_API qzBBox {
   float yMax() const { return mMax[1]; }
   float zMax() const { return mMax[2]; }
 
-  /// The extents: max - min on one axis or on all, negative where the box is empty, -inf for the default box, NaN where
-  /// a bound is or where both are the same infinity.
+  /// The extents, max - min, of one axis or of all: negative where the box is empty, -inf for the default box, NaN if a
+  /// bound is NaN or both bounds are the same infinity.
   float extentX() const;
   float extentY() const;
   float extentZ() const;
@@ -56,34 +56,35 @@ class QZ_COMMONADDONS_API qzBBox {
   /// The centre: (min + max) * 0.5 per axis. The default box gives NaN, bounds whose sum overflows give infinity.
   Wm4::Vector3<float> getCenter() const;
 
-  /// The volume in cubic units, (extentY * extentX) * extentZ in that order. The default box gives -inf, any other
-  /// empty one a value of either sign: ask isEmpty first.
+  /// The volume in cubic units, (extentY * extentX) * extentZ in that order. The default box gives -inf. Any other
+  /// empty box gives a value of either sign: test isEmpty first.
   float volume() const;
 
-  /// Half the surface area in square units, (dz + dy) * dx + dz * dy in that order. The default box gives +inf, any
-  /// other empty one a value of either sign.
+  /// Half the surface area in square units, (dz + dy) * dx + dz * dy in that order. The default box gives +inf. Any
+  /// other empty box gives a value of either sign.
   float halfArea() const;
 
-  /// The largest extent, its axis in axis.
-  /// Ties: of equal extents y goes before z, and y or z before x.
-  /// NaN: an extent of x or z that is NaN is passed over, one of y is the answer.
+  /// Returns the largest extent and sets axis to its axis.
+  /// Ties: y is preferred to z, and both to x.
+  /// NaN: a NaN extent of x or z is ignored; a NaN extent of y is returned.
   float getMaxExtent(tAxis& axis) const;
-  /// The smallest extent, its axis in axis. Ties and NaN as in getMaxExtent.
+  /// Returns the smallest extent and sets axis to its axis. Ties and NaN as in getMaxExtent.
   float getMinExtent(tAxis& axis) const;
 
-  /// Whether min exceeds max on some axis. A box of one point is not empty, nor is one with a NaN on every axis.
+  /// Whether min exceeds max on some axis. A box of one point is not empty, nor is a box with a NaN on every
+  /// axis.
   bool isEmpty() const;
-  /// Whether max exceeds min on every axis; a flat box has no extent, nor has one with a NaN.
+  /// Whether max exceeds min on every axis. A flat box has no extent, nor has a box with a NaN.
   bool hasExtent() const;
 
-  /// Whether p lies in the box, border included; strictlyContains leaves the border out. A NaN of p: false.
+  /// Whether p lies in the box, border included; strictlyContains excludes the border. A NaN of p: false.
   bool contains(const Wm4::Vector3<float>& p) const;
   bool strictlyContains(const Wm4::Vector3<float>& p) const;
-  /// Whether o lies in this box, touching the border allowed. An empty o may or may not: its corners decide. A NaN:
-  /// false.
+  /// Whether o lies in this box, touching the border allowed. Only the corners of o are compared, also if o is
+  /// empty. A NaN: false.
   bool contains(const qzBBox& o) const;
 
-  /// Whether the boxes share a point; strictlyOverlaps asks for more than a touch. A NaN: false.
+  /// Whether the boxes share a point; touching does not count for strictlyOverlaps. A NaN: false.
   bool overlaps(const qzBBox& o) const;
   bool strictlyOverlaps(const qzBBox& o) const;
 
@@ -92,12 +93,12 @@ class QZ_COMMONADDONS_API qzBBox {
   /// n   any length, in the units of d per scene unit
   /// d   added, not subtracted
   ///
-  /// Compares the corners farthest along and against n: true when the product of their two values is not above 0. A
-  /// NaN product: false. A component of n that is NaN picks the corners of a negative one.
+  /// Evaluates the plane at the corners farthest along and against n: true if the product of the two values is at most
+  /// 0. A NaN product: false. A NaN component of n selects corners as a negative one does.
   bool overlapsPlane(const Wm4::Vector3<float>& n, float d) const;
 
-  /// Whether the box comes nearer to c than a sphere reaches: contains(c), or r > squared distance (a touch from
-  /// outside does not count).
+  /// Whether the box overlaps the sphere around c: contains(c), or r > squared distance from c to the box. Touching
+  /// from outside does not count.
   ///
   /// c   the centre
   /// r   compared with the squared distance as it stands: pass the squared radius
@@ -109,45 +110,45 @@ class QZ_COMMONADDONS_API qzBBox {
   ///
   /// origin      where s is 0
   /// dir         any length; s counts in multiples of it
-  /// tMin, tMax  in: the interval looked at.  out: narrowed to the box, axis by axis, hit or miss alike
+  /// tMin, tMax  in: the interval of s.  out: the interval narrowed to the box, axis by axis, for a hit and for a miss
   ///
-  /// Grazing an edge or a corner is a hit. A ray parallel to a slab that starts on its max plane may hit, on its min
-  /// plane it misses: 0 / 0 drops out of the comparisons there, here it does not. NaN interval ends: false. A NaN of
-  /// origin or dir takes the slab of its axis out of the test.
+  /// Grazing an edge or a corner is a hit. A ray that is parallel to a slab and starts on its max plane may hit; one
+  /// that starts on its min plane misses. The comparisons drop the NaN of 0 / 0 in the first case and not in the
+  /// second. A NaN interval end: false. A NaN of origin or dir removes the slab of its axis from the test.
   /// Cost: six divisions, no early exit.
   /// Source: slabs, Kay and Kajiya 1986.
   bool intersectRay(const Wm4::Vector3<float>& origin, const Wm4::Vector3<float>& dir, float& tMin, float& tMax) const;
 
   /// Whether the box and the triangle t0 t1 t2 share a point, touching included.
   ///
-  /// A separating-axis test without a tolerance: exact up to the rounding of its products. Winding does not matter.
-  /// Corners that are collinear or coincide are tested as the segment or point that they are, on the edge and box axes
-  /// alone. A NaN: false.
+  /// A separating-axis test without a tolerance: exact up to the rounding of its products. Where those overflow, with
+  /// coordinates of about 2^42 and more, it may return false for an overlap. Winding does not matter. Collinear or
+  /// coinciding corners are tested as a segment or point, on the edge and box axes alone. A NaN: false.
   /// Cost: no square root, no division; returns at the first axis that separates.
   /// Source: Akenine-Möller 2001.
   bool overlapsTriangle(const Wm4::Vector3<float>& t0, const Wm4::Vector3<float>& t1,
                         const Wm4::Vector3<float>& t2) const;
 
-  /// The smallest box around this one and o. A NaN coordinate of o is passed over, one of this box stays.
+  /// The smallest box around this one and o. A NaN coordinate of o is ignored, a NaN of this box stays.
   qzBBox bboxUnion(const qzBBox& o) const;
   qzBBox& selfUnion(const qzBBox& o);  ///< The same in place; returns this box.
 
-  /// What this box and o share: empty (min above max somewhere) when they are apart, flat when they touch. NaN as in
-  /// bboxUnion.
+  /// The intersection of this box and o: empty (min above max on some axis) if they are apart, flat if they touch. NaN
+  /// as in bboxUnion.
   qzBBox bboxIntersection(const qzBBox& o) const;
   qzBBox& selfIntersection(const qzBBox& o);  ///< The same in place; returns this box.
 
-  /// The smallest box around this one and p. A NaN coordinate of p is passed over.
+  /// The smallest box around this one and p. A NaN coordinate of p is ignored.
   qzBBox expand(const Wm4::Vector3<float>& p) const;
   qzBBox& selfExpand(const Wm4::Vector3<float>& p);  ///< The same in place; returns this box.
 
-  /// The box with every face moved outwards by g scene units; a negative g shrinks, beyond empty if need be. The
-  /// default box stays as it is for a finite g. A NaN g: all bounds are NaN.
+  /// The box with every face moved outwards by g scene units; a negative g shrinks it, possibly until it is empty.
+  /// A finite g leaves the default box unchanged. A NaN g: all bounds are NaN.
   qzBBox grow(float g) const;
   qzBBox& selfGrow(float g);  ///< The same in place; returns this box.
 
-  /// The point of the box nearest to p: moved per axis to the lower bound first and then to the upper, which is where
-  /// it ends when the box is empty there. A NaN coordinate stays, a NaN bound is passed over; w is copied.
+  /// The point of the box nearest to p: clamped per axis to the lower bound, then to the upper bound, which wins if the
+  /// box is empty on that axis. A NaN coordinate stays, a NaN bound is ignored. w is copied.
   Wm4::Vector3<float> projectOntoBBox(const Wm4::Vector3<float>& p) const;
   Wm4::Vector4<float> projectOntoBBox(const Wm4::Vector4<float>& p) const;
 
@@ -173,4 +174,4 @@ class QZ_COMMONADDONS_API qzBBox {
 
   Wm4::Vector3<float> mMin, mMax;
 };
-static_assert(sizeof(qzBBox) == 6 * sizeof(float), "qzGNode counts on six floats and nothing else");
+static_assert(sizeof(qzBBox) == 6 * sizeof(float), "qzGNode relies on six floats and nothing else");

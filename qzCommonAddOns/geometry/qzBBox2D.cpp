@@ -90,7 +90,7 @@ bool qzBBox2D::intersectSegment(const Point& a, const Point& b) const {
   const tFloatMode mode;
   float nearest[2], farthest[2];
   for (int axis = 0; axis < 2; ++axis) {
-    // One reciprocal and products with it, and the far end by the sum: both decide what 1 / 0 does.
+    // Products with one reciprocal, and the far end by a sum: both decide the result of 1 / 0.
     const float reciprocal = 1.0f / (b[axis] - a[axis]);
     const float t1 = (mMax[axis] - a[axis]) * reciprocal;
     const float t0 = (mMin[axis] - a[axis]) * reciprocal;

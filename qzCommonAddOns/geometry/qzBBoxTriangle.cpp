@@ -19,13 +19,13 @@ Point minus(const Point& a, const Point& b) {
   return Point(a[kX] - b[kX], a[kY] - b[kY], a[kZ] - b[kZ]);
 }
 
-// Whether the interval from lo to hi keeps clear of the one from -r to r.
+// Whether the intervals from lo to hi and from -r to r are disjoint.
 bool isClearOf(float r, float lo, float hi) {
   return lo > r || -r > hi;
 }
 
-// The axis across a box axis and an edge e. It has no component along the box axis; kA and kB are the other two, in
-// cyclic order. v and w are the vertices that project apart: the third falls on one of them.
+// The cross product of a box axis and an edge e. It has no component along the box axis; kA and kB are the other two
+// axes, in cyclic order. v and w are the two vertices with different projections: the third projects onto one of them.
 template <int kA, int kB>
 bool separates(const Point& e, const Point& v, const Point& w, const Point& halfExtent) {
   const float p = e[kB] * v[kA] - e[kA] * v[kB];
@@ -43,7 +43,7 @@ bool qzBBox::overlapsTriangle(const Point& t0, const Point& t1, const Point& t2)
   const Point w0 = minus(t0, center), w1 = minus(t1, center), w2 = minus(t2, center);
   const Point e0 = minus(t1, t0), e1 = minus(t2, t1), e2 = minus(t0, t2);
 
-  // Box axis across edge, the axes that reject most often first.
+  // Cross products of box axes and edges first: they reject most often.
   if (separates<kY, kZ>(e0, w0, w2, half) ||  // x
       separates<kZ, kX>(e0, w0, w2, half) ||  // y
       separates<kX, kY>(e0, w1, w2, half) ||  // z
@@ -62,7 +62,7 @@ bool qzBBox::overlapsTriangle(const Point& t0, const Point& t1, const Point& t2)
     if (isClearOf(half[axis], lo, hi)) return mode.keep(false);
   }
 
-  // The triangle's plane. Without an area the normal and d are zero, and such a plane meets every finite box.
+  // The triangle's plane. Of a triangle without area, normal and d are zero: that plane overlaps every finite box.
   const Point normal(e0[kY] * e2[kZ] - e0[kZ] * e2[kY], e0[kZ] * e2[kX] - e0[kX] * e2[kZ],
                      e0[kX] * e2[kY] - e0[kY] * e2[kX]);
   const float d = -((t0[kX] * normal[kX] + normal[kY] * t0[kY]) + t0[kZ] * normal[kZ]);

@@ -3,6 +3,7 @@
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 #include <qzCommonAddOns/qzDetail/base/qzLanes.h>
 #include <qzCommonAddOns/qzDetail/base/qzLogRecord.h>
+#include <qzCommonAddOns/qzDetail/query/hull/qzClippedPolygon.h>
 #include <qzCommonAddOns/qzDetail/query/hull/qzRegionBox.h>
 #include <qzCommonAddOns/qzDetail/query/qzNodeRows.h>
 
@@ -10,96 +11,12 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
-#include <vector>
 
 using namespace qzDetail;
 
 namespace {
 
 using tPlane = qzQBVH::tSOASinglePlaneEqn;
-
-// A polygon clipped by one plane at a time (Sutherland and Hodgman 1974).
-//
-// In exact arithmetic each plane adds at most one vertex. Rounding can make the polygon non-convex, so that a plane
-// crosses it several times and adds up to half its vertices. The number of planes is no bound, so memory grows on
-// demand.
-class tPolygon {
- public:
-  /// Starts with the triangle in one lane of three vertices x three axes.
-  void setTriangle(const float (*vertices)[3][4], int lane) {
-    for (int i = 0; i < 3; ++i) {
-      mVertices[i] = {vertices[i][0][lane], vertices[i][1][lane], vertices[i][2][lane], 0.0f};
-    }
-    mCount = 3;
-  }
-
-  /// Clips to the strict inside of the plane; false when nothing is left.
-  bool clip(const tPlane& plane) {
-    const unsigned int nbInside = measure(plane);
-    if (nbInside != 0 && nbInside != mCount) cut(std::min(nbInside, mCount - nbInside));
-    return nbInside != 0;
-  }
-
- private:
-  struct tVertex {
-    float x, y, z;
-    float mDistance;  // from the plane at hand
-
-    bool isInside() const { return mDistance > 0.0f; }
-  };
-
-  static constexpr unsigned int kSmallCapacity = 64;
-
-  // Computes the distances; the order of operations fixes the bits. Returns the number of vertices inside.
-  unsigned int measure(const tPlane& plane) {
-    const float a = plane.mCoefficient[0][0], b = plane.mCoefficient[1][0];
-    const float c = plane.mCoefficient[2][0], d = plane.mCoefficient[3][0];
-    unsigned int nbInside = 0;
-    for (unsigned int i = 0; i < mCount; ++i) {
-      tVertex& vertex = mVertices[i];
-      vertex.mDistance = ((c * vertex.z + d) + b * vertex.y) + a * vertex.x;
-      nbInside += vertex.isInside();
-    }
-    return nbInside;
-  }
-
-  // Adds crossings and drops vertices outside. nbFewer is the smaller of the counts inside and outside; there are at
-  // most two crossings for each of them.
-  void cut(unsigned int nbFewer) {
-    if (mCount + nbFewer > mCapacity) grow();
-    unsigned int nbNext = 0;
-    const tVertex* previous = &mVertices[mCount - 1];
-    for (unsigned int i = 0; i < mCount; ++i) {
-      const tVertex* current = &mVertices[i];
-      if (current->isInside() != previous->isInside()) mNext[nbNext++] = crossing(*previous, *current);
-      if (current->isInside()) mNext[nbNext++] = *current;
-      previous = current;
-    }
-    std::swap(mVertices, mNext);
-    mCount = nbNext;
-  }
-
-  // The order of operations fixes the bits.
-  static tVertex crossing(const tVertex& previous, const tVertex& current) {
-    const float s = previous.mDistance / (current.mDistance - previous.mDistance);
-    return {previous.x - (current.x - previous.x) * s, previous.y - (current.y - previous.y) * s,
-            previous.z - (current.z - previous.z) * s, 0.0f};
-  }
-
-  void grow() {
-    std::vector<tVertex> larger(4 * std::size_t(mCapacity));
-    std::copy(mVertices, mVertices + mCount, larger.begin());
-    mLarge.swap(larger);
-    mCapacity *= 2;
-    mVertices = mLarge.data();
-    mNext = mVertices + mCapacity;
-  }
-
-  tVertex mSmall[2][kSmallCapacity];
-  std::vector<tVertex> mLarge;  // replaces both arrays of mSmall once they are too small
-  tVertex *mVertices = mSmall[0], *mNext = mSmall[1];
-  unsigned int mCount = 0, mCapacity = kSmallCapacity;
-};
 
 // Prefetches a block.
 template <class Block>
@@ -143,7 +60,7 @@ struct qzQBVH::tHullQuery {
   bool mHasRegionBox;  // whether judgeNear may be used
   tRegionBox mRegionBox;
   tCorners mCorners[kMaxOrderlyPlanes];
-  tPolygon mPolygon;
+  tClippedPolygon mPolygon;
 
   tHullQuery(const qzQBVH& qbvh, const tPlane* planes, unsigned int nbPlanes)
       : mQBVH(qbvh), mPlanes(planes), mNbPlanes(nbPlanes) {
@@ -431,7 +348,7 @@ struct qzQBVH::tHullQuery {
     return false;
   }
 
-  // The order of operations is that of tPolygon.
+  // The order of operations is that of tClippedPolygon.
   static tFloat4 distance(const float (*vertex)[4], const tPlane& plane) {
     const float(*p)[4] = plane.mCoefficient;
     const tFloat4 z = load(p[2]) * load(vertex[2]) + load(p[3]);
@@ -467,7 +384,7 @@ struct qzQBVH::tHullQuery {
   bool survives(const tSOATriangleVertices& quadruplet, int lane, unsigned int plane) {
     mPolygon.setTriangle(quadruplet.mVertex, lane);
     for (; plane < mNbPlanes; ++plane) {
-      if (!mPolygon.clip(mPlanes[plane])) return false;
+      if (!mPolygon.clip(mPlanes[plane].mCoefficient)) return false;
     }
     return true;
   }

@@ -19,7 +19,7 @@ namespace qzCommonAddOns {
 
 namespace {
 
-// Every text twice; arrays, so that no linker makes one of the two.
+// Two copies of every text, as arrays, so that the linker cannot merge them.
 constexpr char kMajorMinor[2][sizeof(QZ_MAJOR_MINOR)] = {QZ_MAJOR_MINOR, QZ_MAJOR_MINOR};
 constexpr char kMajorMinorRelease[2][sizeof(QZ_MAJOR_MINOR_RELEASE)] = {QZ_MAJOR_MINOR_RELEASE, QZ_MAJOR_MINOR_RELEASE};
 constexpr char kFourParts[2][sizeof(QZ_FOUR_PARTS)] = {QZ_FOUR_PARTS, QZ_FOUR_PARTS};

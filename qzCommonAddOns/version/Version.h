@@ -1,6 +1,6 @@
 #pragma once
-// qzCommonAddOns::Version: which build of the library is loaded. Constants of the build; every text lives as long as
-// the library is loaded and is not the caller's to free. Any thread may ask.
+// qzCommonAddOns::Version: which build of the library is loaded. Constants of the build. Texts are valid while
+// the library is loaded and must not be freed. Any thread may call these functions.
 
 #include <qzCommonAddOns/qzApi.h>
 
@@ -19,10 +19,10 @@ class QZ_COMMONADDONS_API Version {
   static unsigned char GetMonth();
 
   /// The source revision the library was built from: the first 16 digits of its commit, lower-case hexadecimal. Sixteen
-  /// zeros when the sources do not tell.
+  /// zeros if it is unknown.
   static const char* GetCommitId();
 
-  /// Whether this is a development, debug or beta build: no to all three in a release.
+  /// Whether this is a development, debug or beta build. All three are false in a release.
   static bool IsDev();
   static bool IsDebug();
   static bool IsBeta();

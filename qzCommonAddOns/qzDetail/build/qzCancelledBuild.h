@@ -2,9 +2,9 @@
 // What a cancelled linear build leaves behind.
 //
 // By contract a build works stage by stage on the unfused tree, with a leaf for every code: it links the nodes level by
-// level, computes boxes bottom-up and fuses small subtrees, and polls throughout. A build that is not cancelled takes a
-// faster way: it polls as the stages would and then writes the fused tree directly. Only when a poll returns true is the
-// unfused tree built, and the stages are replayed on it up to that poll. docs/cancelling.md lists the stages.
+// level, computes boxes bottom-up and fuses small subtrees, and polls throughout. Fast path: poll as the stages would,
+// then write the fused tree directly. If a poll returns true, build the unfused tree and replay the stages up to that
+// poll. docs/cancelling.md lists the stages.
 
 #include <qzCommonAddOns/qzDetail/base/qzScratch.h>
 #include <qzCommonAddOns/qzDetail/build/qzLinearBuild.h>
