@@ -1,5 +1,7 @@
 #include "support/qzHeapWatch.h"
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -36,14 +38,16 @@ struct tRefusal {
 };
 tRefusal ofOperatorNew, ofAlignedBlock;
 
-// The size of a block stands in front of it, in the last word of as many bytes as keep its alignment.
+// The size of a block stands in front of it, in the last word of as many bytes as keep its alignment. The block ends
+// where the caller's memory ends, so that the address sanitizer sees the first byte beyond it. So memalign, as
+// aligned_alloc rounds sizes up.
 constexpr std::size_t kDefaultAlignment = __STDCPP_DEFAULT_NEW_ALIGNMENT__;
 
 void* allocateOrNull(std::size_t size, std::size_t alignment) noexcept {
   if (isWatching) ++nbAllocated;
   if (ofOperatorNew.refusesNext()) return nullptr;
-  const std::size_t whole = (size + 2 * alignment - 1) / alignment * alignment;
-  char* const block = whole < size ? nullptr : static_cast<char*>(std::aligned_alloc(alignment, whole));
+  const std::size_t whole = alignment + size;
+  char* const block = whole < size ? nullptr : static_cast<char*>(memalign(alignment, whole));
   if (block == nullptr) return nullptr;
   char* const memory = block + alignment;
   reinterpret_cast<std::size_t*>(memory)[-1] = size;
@@ -124,8 +128,7 @@ extern "C" int posix_memalign(void** memory, std::size_t alignment, std::size_t 
     ++nbAligned;
   }
   if (ofAlignedBlock.refusesNext()) return ENOMEM;
-  const std::size_t whole = (size + alignment - 1) / alignment * alignment;
-  void* const block = whole < size ? nullptr : std::aligned_alloc(alignment, whole);
+  void* const block = memalign(alignment, size);
   if (block == nullptr) return ENOMEM;
   *memory = block;
   return 0;
