@@ -180,3 +180,21 @@ TEST_CASE("a stream rethrows the first exception in reading order, after writing
     }
   }
 }
+
+TEST_CASE("a block that could not be read is neither worked on nor written") {
+  for (const int nbThreads : {1, 3}) {
+    const qzThreads threads(nbThreads);
+    int nbRead = 0, nbWritten = 0;
+    std::atomic<int> nbWorkedOn{0};
+    const auto read = [&](std::size_t) {
+      if (nbRead == 5) throw std::runtime_error("five");
+      ++nbRead;
+      return true;
+    };
+    CHECK_THROWS_WITH_AS(threads.streamBlocks(
+                             4, nullptr, read, [&](std::size_t) { ++nbWorkedOn; }, [&](std::size_t) { ++nbWritten; }),
+                         "five", std::runtime_error);
+    CHECK(nbWorkedOn == 5);
+    CHECK(nbWritten == 5);
+  }
+}
