@@ -2,8 +2,8 @@
 // QZ_COMMONADDONS_API marks a class as exported from the shared library; everything unmarked stays hidden.
 
 #if defined(QZ_COMMONADDONS_STATIC)
-/// Stands before the name of an exported class. It is empty for a static library, whose users get
-/// QZ_COMMONADDONS_STATIC from the CMake target.
+/// Precedes the name of an exported class. Empty for a static library; the CMake target defines QZ_COMMONADDONS_STATIC
+/// for its users.
 #define QZ_COMMONADDONS_API
 #elif defined(_WIN32)
 #if defined(QZ_COMMONADDONS_BUILD)

@@ -6,8 +6,8 @@
 //   inner      axis (00 01 10)   left child              split position k     right child
 //   leaf       11                first primitive entry   number of primitives, all 32 bits
 //
-// The mark 11 alone tells a leaf. This encoding is what builders, statistics and qzQBVH exchange. Nothing is
-// checked: an accessor reads its bits whatever kind of node it is asked of.
+// The bits 11 mark a leaf. Builders, statistics and qzQBVH all use this encoding. Nothing is checked: an accessor reads
+// its bits whatever the kind of the node.
 // Limits: left child and first entry below 2^30, right child below 2^28.
 
 #include <qzCommonAddOns/geometry/qzBBox.h>
@@ -19,7 +19,7 @@ class QZ_COMMONADDONS_API qzGNode {
   /// traversal would not end.
   qzGNode() = default;
 
-  /// The box, in scene units: any is taken as it is.
+  /// The box, in scene units; stored as given.
   void setBBox(const qzBBox& bbox) { mBBox = bbox; }
   const qzBBox& getBBox() const { return mBBox; }
 
@@ -29,14 +29,14 @@ class QZ_COMMONADDONS_API qzGNode {
     mRightAndCount = count;
   }
 
-  /// Makes this an inner node. left keeps its low 30 bits. right is stored whole, so its top four bits become the split
-  /// position k. The last argument is accepted and ignored: the split position is what right says.
+  /// Makes this an inner node. left keeps its low 30 bits. right is stored whole: its top four bits become the split
+  /// position k. The last argument is ignored.
   void setNode(qzBBox::tAxis axis, unsigned int left, unsigned int right, float /*splitPlane*/) {
     mAxisAndLeft = (left & kLeftMask) | axis;
     mRightAndCount = right;
   }
 
-  /// Whether this is a leaf, by the mark alone.
+  /// Whether this is a leaf.
   bool isLeaf() const { return (mAxisAndLeft & kLeafMark) == kLeafMark; }
 
   /// The qzBBox::tAxis value of an inner node; 0xC0000000 for a leaf.
@@ -52,8 +52,8 @@ class QZ_COMMONADDONS_API qzGNode {
   unsigned int getNoPrimitives() const { return mRightAndCount; }
 
   /// Coordinate of the splitting plane, (k / 15) * (max - min) + min of the node's box on its axis, with k from 0
-  /// to 15, in scene units. The library's own builders leave k at 0, which is the box minimum. A leaf answers for z, a
-  /// node with the empty box NaN.
+  /// to 15, in scene units. The library's own builders leave k at 0, which is the box minimum. A leaf is read as if its
+  /// axis were z; the empty box gives NaN.
   float getSplitPlane() const;
 
  private:

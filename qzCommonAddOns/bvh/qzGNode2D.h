@@ -6,9 +6,9 @@
 //   inner      00                left child              right child
 //   leaf       11                first primitive entry   number of primitives
 //
-// The mark 11 alone tells a leaf. Unlike a qzGNode, a node records neither the axis nor the position of its split, so
-// the right child has the whole word. Nothing is checked: an accessor reads its bits whatever kind of node it is asked
-// of. Limits: left child and first entry below 2^30.
+// The bits 11 mark a leaf. Unlike a qzGNode, a node records neither the axis nor the position of its split, so the
+// right child has the whole word. Nothing is checked: an accessor reads its bits whatever the kind of the node.
+// Limits: left child and first entry below 2^30.
 
 #include <qzCommonAddOns/geometry/qzBBox2D.h>
 #include <qzCommonAddOns/qzApi.h>
@@ -19,7 +19,7 @@ class QZ_COMMONADDONS_API qzGNode2D {
   /// traversal would not end.
   qzGNode2D() = default;
 
-  /// The box, in scene units: any is taken as it is.
+  /// The box, in scene units; stored as given.
   void setBBox(const qzBBox2D& bbox) { mBBox = bbox; }
   const qzBBox2D& getBBox() const { return mBBox; }
 
@@ -35,7 +35,7 @@ class QZ_COMMONADDONS_API qzGNode2D {
     mRightAndCount = right;
   }
 
-  /// Whether this is a leaf, by the mark alone.
+  /// Whether this is a leaf.
   bool isLeaf() const { return (mAxisAndLeft & kLeafMark) == kLeafMark; }
 
   /// Node number of an inner node's left child.

@@ -51,8 +51,8 @@ class QZ_COMMONADDONS_API qzGenericBVH {
   ///
   /// nbNodes        the node counter, as getNbNodes
   /// nbLeaves       leaves that the root reaches
-  /// minPrimitives  the smallest leaf, or nbNodes if that is less
-  /// maxPrimitives  the largest leaf
+  /// minPrimitives  primitives of the smallest leaf, or nbNodes if that is less
+  /// maxPrimitives  primitives of the largest leaf
   /// avgPrimitives  primitives per leaf
   ///
   /// Writes the line "max at lvl:" with the level of the first leaf of maxPrimitives to std::cout; the root is level 0.

@@ -21,7 +21,7 @@ class QZ_COMMONADDONS_API qzGenericBVH2D {
   qzGenericBVH2D& operator=(qzGenericBVH2D&&) = default;
   ~qzGenericBVH2D() = default;
 
-  /// Entry i of the primitive array, which holds the numbers of primitives, those of a leaf in a row.
+  /// Entry i of the primitive array: primitive numbers, those of a leaf one after another.
   unsigned int getPrimitive(unsigned int i) const { return mPrimitives[i]; }
 
   /// The node array, the root at 0.
@@ -34,12 +34,12 @@ class QZ_COMMONADDONS_API qzGenericBVH2D {
   ///
   /// nbNodes        the node counter that the builder set: that of the tree before small subtrees were made leaves
   /// nbLeaves       leaves that the root reaches
-  /// minPrimitives  the smallest leaf, or nbNodes if that is less
-  /// maxPrimitives  the largest leaf
+  /// minPrimitives  primitives of the smallest leaf, or nbNodes if that is less
+  /// maxPrimitives  primitives of the largest leaf
   /// avgPrimitives  primitives per leaf
   ///
   /// Writes to no stream. Counts above 2^31 - 1 count as negative.
-  /// Cost: every node once; the recursion is as deep as the left branches on the way to a leaf.
+  /// Cost: every node once; the recursion is as deep as the most left branches on the way to a leaf.
   void getBVHInfo(int& nbNodes, int& nbLeaves, int& minPrimitives, int& maxPrimitives, float& avgPrimitives) const;
 
  private:
@@ -47,8 +47,8 @@ class QZ_COMMONADDONS_API qzGenericBVH2D {
 
   /// Copies node to position i. The node array must reach that far: it does not grow, unlike that of a qzGenericBVH.
   void setNode(unsigned int i, const qzGNode2D& node);
-  /// Adds up the leaves from nodeIndex on, which stands at the given level. maxLocation becomes (level << 24) | node of
-  /// the first leaf that exceeds maxPrimitives.
+  /// Adds up the leaves below nodeIndex, a node at the given level. maxLocation becomes (level << 24) | node of the
+  /// first leaf that exceeds maxPrimitives.
   void getBVHInfoIter(int nodeIndex, int& nbLeaves, int& minPrimitives, int& maxPrimitives, int& sumPrimitives,
                       int& maxLocation, int level) const;
 

@@ -53,7 +53,7 @@ class QZ_COMMONADDONS_API qzBBox {
   float getExtent(tAxis axis) const;
   Wm4::Vector3<float> getExtents() const;
 
-  /// The centre: (min + max) * 0.5 per axis. The default box gives NaN, bounds whose sum overflows give infinity.
+  /// The centre: (min + max) * 0.5 per axis. The default box gives NaN, bounds whose sum overflows give an infinity.
   Wm4::Vector3<float> getCenter() const;
 
   /// The volume in cubic units, (extentY * extentX) * extentZ in that order. The default box gives -inf. Any other
@@ -101,9 +101,9 @@ class QZ_COMMONADDONS_API qzBBox {
   /// from outside does not count.
   ///
   /// c   the centre
-  /// r   compared with the squared distance as it stands: pass the squared radius
+  /// r   compared with the squared distance as it is: pass the squared radius
   ///
-  /// A NaN of c: false. When r is NaN, contains(c) decides.
+  /// A NaN in c: false. If r is NaN, contains(c) decides.
   bool overlapsSphere(const Wm4::Vector3<float>& c, float r) const;
 
   /// Whether the ray origin + s * dir meets the box for some s from tMin to tMax.
@@ -158,7 +158,7 @@ class QZ_COMMONADDONS_API qzBBox {
   /// The part on the upper side of coordinate v: a copy whose min on the axis is at least v. With v above the box it is
   /// empty. NaN as in splitLeft.
   qzBBox splitRight(tAxis axis, float v) const;
-  /// Turns the box into its left part and returns the right part of the box as it was.
+  /// Cuts the box at v: this box becomes its left part, and the right part is returned.
   qzBBox split(tAxis axis, float v);
 
   /// The same box as centre (that of getCenter), unit axes and half extents, (max - min) * 0.5, which are negative

@@ -33,7 +33,7 @@ class QZ_COMMONADDONS_API Version {
   static const char* GetDescStringMajorMinorRelease(bool secondCopy);
   static const char* GetDescStringMajorMinorReleaseRevision(bool secondCopy, bool withCommit);
 
-  /// The longest of these texts, a blank, and year-month, the month without a leading zero.
+  /// The longest of these texts, with the commit, then a blank and year-month, the month without a leading zero.
   static const char* GetDescStringMajorMinorReleaseRevisionDate();
 };
 
