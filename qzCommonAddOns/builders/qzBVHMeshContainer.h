@@ -1,7 +1,7 @@
 #pragma once
-// qzBVHMeshContainer: whole meshes as primitives, each by the box around all vertices of its vertex buffer, whether an
-// index names them or not. The boxes are computed once, in the constructor; the meshes are not kept. Any number of
-// threads may read a finished container.
+// qzBVHMeshContainer: whole meshes as primitives, each with the box around all vertices of its vertex buffer, unused
+// ones included. The boxes are computed once, in the constructor; the meshes are not kept. Any number of threads may
+// read a finished container.
 
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
 #include <qzCommonAddOns/qzApi.h>
@@ -12,7 +12,7 @@
 class QZ_COMMONADDONS_API qzBVHMeshContainer : public qzLinearGenericBVHBuilder::tPrimitiveContainerInterface {
  public:
   /// One primitive per mesh, in list order. A mesh without vertices is a primitive with the empty box. A NaN coordinate
-  /// is passed over. Null meshes are undefined behaviour.
+  /// is ignored. Null meshes are undefined behaviour.
   /// Failure: an allocation throws the standard exception.
   /// Cost: linear in the number of vertices; 24 bytes per mesh are kept.
   explicit qzBVHMeshContainer(const std::vector<qz::qzTriMesh*>& meshes);

@@ -1,7 +1,7 @@
 #pragma once
-// qzBVHTriangleContainer: the triangles of one indexed mesh as primitives, each by the tight box of its three vertices.
-// The boxes are computed once, in the constructor; afterwards the buffers may change or disappear. Any number of
-// threads may read a finished container.
+// qzBVHTriangleContainer: the triangles of one indexed mesh as primitives, each with the tight box of its three
+// vertices. The boxes are computed once, in the constructor; afterwards the buffers may change or disappear. Any number
+// of threads may read a finished container.
 
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
 #include <qzCommonAddOns/qzApi.h>
@@ -13,10 +13,10 @@
 
 class QZ_COMMONADDONS_API qzBVHTriangleContainer : public qzLinearGenericBVHBuilder::tPrimitiveContainerInterface {
  public:
-  /// Triangle t has the vertices that indices 3t to 3t + 2 name; one or two indices too many are left over.
-  /// Degenerate triangles count like any other; a NaN coordinate is passed over. Indices are not checked.
-  /// Failure: null buffers are undefined behaviour; -3 indices or fewer throw std::length_error, an allocation its own
-  /// standard exception.
+  /// Triangle t has the vertices that indices 3t to 3t + 2 name; one or two surplus indices are ignored. Degenerate
+  /// triangles count like any other; a NaN coordinate is ignored. Indices are not checked.
+  /// Failure: null buffers are undefined behaviour; -3 indices or fewer throw std::length_error, a failed allocation
+  /// its own standard exception.
   /// Cost: linear in the number of triangles; 24 bytes per triangle are kept.
   qzBVHTriangleContainer(const qz::qzVertexBuffer* vertices, const qz::qzIndexBuffer* indices);
   explicit qzBVHTriangleContainer(const qz::qzTriMesh& mesh);
@@ -31,7 +31,7 @@ class QZ_COMMONADDONS_API qzBVHTriangleContainer : public qzLinearGenericBVHBuil
   unsigned int getQuantity() const override;
 
  private:
-  [[maybe_unused]] const qz::qzVertexBuffer* mVertexBuffer;  // borrowed, read by the constructor only
+  [[maybe_unused]] const qz::qzVertexBuffer* mVertexBuffer;  // not owned; only the constructor reads it
   [[maybe_unused]] const qz::qzIndexBuffer* mIndexBuffer;
   std::vector<qzBBox> mBBoxes;
 };

@@ -109,8 +109,8 @@ void qzGenericBVHBuilder::build(qzGenericBVH& bvh) {
   bvh.mNbNodes = 0;
   bvh.mNbPrimitives = mNbItems;
 
-  // Room for a node per item, by the growth rule in 32 bits: none for no items. Resized, not reserved, before it is
-  // cleared: the capacity afterwards is part of the contract.
+  // Room for a node per item, rounded up as in getOrCreateNode, in 32 bits: none for no items. resize and clear instead
+  // of reserve: the resulting capacity is part of the contract.
   constexpr unsigned int kStep = qzGenericBVH::kNodeGrowthStep;
   if (!(mNbItems - 1 < bvh.mNodes.size())) bvh.mNodes.resize((mNbItems - 1 + kStep) & ~(kStep - 1));
   bvh.mNodes.clear();
@@ -127,13 +127,13 @@ struct qzGenericBVHBuilder::tRecursion {
   qzGenericBVHBuilder& mBuilder;
   qzGenericBVH& mBVH;
 
-  // Items of the last node that was split by bins, as they stood before the split, if its bins are still to be filled.
+  // Items of the last binned node, in their order before the split, if its bins are not filled yet.
   unsigned int mBinnedNode = 0, mNbBinnedItems = 0;
   unsigned int mBinnedItems[kMaxItemsToBin];
 
   tRecursion(qzGenericBVHBuilder& builder, qzGenericBVH& bvh) : mBuilder(builder), mBVH(bvh) {}
 
-  // nbSorted  items of the largest node that is certain to be split at its median later on
+  // nbSorted  items of the largest node that will certainly be split at its median later
   void buildNode(unsigned int node, unsigned int start, unsigned int count, int depth, unsigned int nbSorted) {
     qzBBox::tAxis axis;
     float plane;
@@ -146,7 +146,7 @@ struct qzGenericBVHBuilder::tRecursion {
 
   void splitNode(unsigned int node, unsigned int start, unsigned int count, qzBBox::tAxis axis, float plane, int depth,
                  unsigned int nbSorted) {
-    // An item right of the plane changes places with the last item not yet examined, which is examined next.
+    // Swaps an item right of the plane with the last unexamined item, which is examined next.
     unsigned int* const items = mBuilder.mItemIndices.data();
     const qzBBox* const bboxes = mBuilder.mItemBBoxes.data();
     const int component = componentOf(axis);
@@ -166,7 +166,7 @@ struct qzGenericBVHBuilder::tRecursion {
       }
     }
 
-    // The node array may grow here, so the parent is looked up afterwards.
+    // The node array may be reallocated here, so the parent is accessed afterwards.
     const unsigned int leftChild = mBVH.mNbNodes, rightChild = leftChild + 1;
     mBVH.mNbNodes += 2;
     left.storeTo(mBVH.getOrCreateNode(leftChild));
@@ -179,12 +179,12 @@ struct qzGenericBVHBuilder::tRecursion {
     buildNode(rightChild, i, nbRight, depth + 1, nbSorted);
   }
 
-  // Fills the bins of the last node that had any.
+  // Fills the bins of the last binned node.
   void finish() {
     if (mNbBinnedItems > 0) fillBins(mBuilder, mBVH.getNode(mBinnedNode), mBinnedItems, mNbBinnedItems);
   }
 
-  // The bins of items of a node, as computeBinning leaves them.
+  // Fills the bins with the items of a node, as computeBinning does.
   static void fillBins(qzGenericBVHBuilder& builder, const qzGNode& node, const unsigned int* items,
                        unsigned int count) {
     const qzBBox& bbox = node.getBBox();
@@ -229,7 +229,7 @@ struct qzGenericBVHBuilder::tRecursion {
     }
   }
 
-  // The median centroid by sorting, which leaves the sort's arrays as findMedianSplit does.
+  // The median centroid by sorting. Leaves the sort's arrays as findMedianSplit does.
   static float sortedMedian(qzGenericBVHBuilder& builder, const qzGNode& node, unsigned int start, unsigned int count,
                             qzBBox::tAxis axis) {
     const int component = componentOf(axis);

@@ -45,7 +45,7 @@ void qzLinearGenericBVH2DBuilder::build(qzGenericBVH2D& bvh, unsigned int bitsPe
   const qzDetail::tFloatMode mode;
   const unsigned int bits = bitsPerAxis < kMaxBitsPerAxis ? bitsPerAxis : kMaxBitsPerAxis;
 
-  // Sort by code and read the splits off the sorted codes.
+  // Sort by code, and find the splits between neighbouring codes.
   qzDetail::tScratch<std::uint32_t> codes(mNbPrimitives);
   makeCodes(mPoints.data(), mNbPrimitives, mBounds, bits, codes.data());
   qzDetail::sortByCode(codes.data(), mIndices.data(), mNbPrimitives);

@@ -1,12 +1,14 @@
 #pragma once
 // qzLinearGenericBVH2DBuilder: builds a qzGenericBVH2D in linear time from the Morton codes of one point per primitive.
 //
-// It is qzLinearGenericBVHBuilder in two dimensions: points on a square grid, primitives sorted by the Morton code of
-// their cell, common prefixes as the tree, subtrees of few primitives made one leaf. Source: Lauterbach et al. 2009.
+// It is qzLinearGenericBVHBuilder in two dimensions: quantises points on a square grid, sorts primitives by the Morton
+// codes of their cells, takes the tree from common prefixes and makes small subtrees leaves. Source: Lauterbach et al.
+// 2009.
 //
-// The builder owns its input and has no public way of filling it: a derived class does that. Before every build, a
-// second one included, mIndices must have mNbPrimitives entries or more, as a build leaves it with what the tree held
-// before. Single-threaded: builder and tree belong to the calling thread during a build.
+// The builder owns its input and has no public way of filling it: a derived class does that. Before every build
+// mIndices must have at least mNbPrimitives entries, of any value. A build swaps it with the tree's primitive array, so
+// check its length before the next build. Single-threaded: builder and tree belong to the calling thread during a
+// build.
 
 #include <Wm4/Vector2.h>
 #include <qzCommonAddOns/geometry/qzBBox2D.h>
@@ -38,18 +40,18 @@ class QZ_COMMONADDONS_API qzLinearGenericBVH2DBuilder {
   ///              mNbPrimitives included
   /// bitsPerAxis  resolution of the grid, 2^bitsPerAxis cells per axis; above 16 counts as 16. 0 gives one leaf
   ///
-  /// A point that is not a number, or bounds without extent: cell 0. A point a cell or more outside of the grid counts
-  /// as in the last cell of its axis (cell numbers wrap at 32 bits). A NaN coordinate of a box is passed over. Ties:
-  /// primitives of one cell keep the order of their numbers. Failure: an allocation throws the standard exception; bvh
-  /// is as it was. Cost: linear in the number of primitives; working memory 12 bytes per primitive, beside the old tree
-  /// and the new.
+  /// A NaN coordinate of a point, or bounds without extent: cell 0. A point a cell or more outside the grid counts as
+  /// in the last cell of its axis (cell numbers wrap at 32 bits). A NaN coordinate of a box is ignored.
+  /// Ties: primitives of one cell keep the order of their numbers.
+  /// Failure: an allocation throws the standard exception; bvh is unchanged.
+  /// Cost: linear in the number of primitives; working memory 12 bytes per primitive beside the old and the new tree.
   void build(qzGenericBVH2D& bvh, unsigned int bitsPerAxis);
 
  protected:
-  std::vector<qzBBox2D> mBBoxes;             ///< Of every primitive, for the boxes of the nodes alone.
-  std::vector<unsigned int> mIndices;        ///< During a build the sorted primitives.
-  std::vector<Wm4::Vector2<float>> mPoints;  ///< Of every primitive, for its place in the tree alone.
+  std::vector<qzBBox2D> mBBoxes;             ///< Boxes of the primitives; the boxes of nodes come from them.
+  std::vector<unsigned int> mIndices;        ///< During a build: the sorted primitives.
+  std::vector<Wm4::Vector2<float>> mPoints;  ///< Points of the primitives; they decide the places in the tree.
   qzBBox2D mBounds;                          ///< Around all points; the grid lies around its centre.
-  unsigned int mNbPrimitives = 0;            ///< The arrays have that many entries or more.
+  unsigned int mNbPrimitives = 0;            ///< The arrays have at least that many entries.
   unsigned int mMaxPrimitivesPerLeaf = 4;    ///< Never 0.
 };

@@ -41,7 +41,7 @@ struct qzLinearGenericBVHBuilder::tFinish {
   unsigned int mLastLevel;
   tCancel mCancel;
 
-  // The counter is that of the unfused tree, which has a leaf for every code; the node array has one node to spare.
+  // The counter is that of the unfused tree, which has a leaf for every code.
   void setCounter() { mBVH.mNbNodes = static_cast<unsigned int>(2 * mSplits.nbGroups() - 1); }
 
   void takeOverPrimitives() {
@@ -122,7 +122,7 @@ bool qzLinearGenericBVHBuilder::build(const tPrimitiveContainerInterface& contai
   const std::unique_ptr<tSplits> splits = qzDetail::sortAndSplit(source, mBBox, bits, mIndices.data(), cancel);
   if (splits == nullptr) return false;
 
-  // The log records, too, count the nodes of the unfused tree.
+  // The log records also count the nodes of the unfused tree.
   const std::uint64_t nbCodes = splits->nbGroups(), nbUnfused = 2 * nbCodes;
   qzDetail::logNodeAllocation(nbCodes);
   tFinish finish{*this, bvh, source, *splits, 3 * bits, cancel};

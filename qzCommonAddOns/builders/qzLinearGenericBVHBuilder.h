@@ -1,12 +1,12 @@
 #pragma once
 // qzLinearGenericBVHBuilder: builds a qzGenericBVH in linear time from the Morton codes of the primitives' box centres.
 //
-// The centres are put on a cubic grid around the scene, primitives are sorted by the Morton code of their cell, and the
-// common prefixes of neighbouring codes are the tree. Subtrees of few primitives become one leaf. No cost function.
+// The centres are quantised on a cubic grid around the scene, primitives are sorted by the Morton codes of their cells,
+// and the common prefixes of neighbouring codes give the tree. Small subtrees become leaves. There is no cost function.
 // Source: Lauterbach et al. 2009.
 //
-// A builder keeps nothing between builds that affects a result but the leaf limit; it can build any number of trees in
-// turn. Single-threaded: builder, container and tree belong to the calling thread during a build.
+// The leaf limit is the only state that affects a build; one builder can build any number of trees in turn.
+// Single-threaded: builder, container and tree belong to the calling thread during a build.
 
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
 #include <qzCommonAddOns/geometry/qzBBox.h>
@@ -17,7 +17,7 @@
 
 class QZ_COMMONADDONS_API qzLinearGenericBVHBuilder {
  public:
-  /// Numbered primitives, each known by its box alone. A build calls it on its own thread and in the default
+  /// Numbered primitives, known by their boxes. A build calls it on the thread of the build and in the default
   /// floating-point mode (round to nearest, denormals kept, no traps), whatever the caller's mode is.
   class QZ_COMMONADDONS_API tPrimitiveContainerInterface {
    public:
@@ -28,7 +28,7 @@ class QZ_COMMONADDONS_API qzLinearGenericBVHBuilder {
     virtual ~tPrimitiveContainerInterface();
 
     /// Box of primitive i in scene units, for i below getQuantity(); it must stay valid while a build runs. A build
-    /// asks for every box up to three times, on the caller's thread.
+    /// asks for every box up to three times.
     virtual const qzBBox* getBBox(unsigned int i) const = 0;
     /// Number of primitives; a build asks once.
     virtual unsigned int getQuantity() const = 0;
@@ -48,8 +48,8 @@ class QZ_COMMONADDONS_API qzLinearGenericBVHBuilder {
 
   /// Rebuilds bvh over all primitives of container.
   ///
-  /// container    at least one primitive: none is undefined behaviour, unchecked. A NaN coordinate of a box is passed
-  ///              over by the boxes of the nodes; a centre that is not a number lies in cell 0
+  /// container    at least one primitive: none is undefined behaviour, unchecked. A NaN coordinate of a box is ignored
+  ///              in the boxes of nodes; a NaN coordinate of a centre counts as in cell 0
   /// bvh          out: the tree. Inner nodes have a split position of 0; the node counter keeps the number of nodes
   ///              before small subtrees were made leaves, the node array has the exact final length
   /// cancel       polled between stages, nodes and primitives, in the default floating-point mode like the container;
@@ -57,8 +57,8 @@ class QZ_COMMONADDONS_API qzLinearGenericBVHBuilder {
   /// bitsPerAxis  resolution of the grid, 2^bitsPerAxis cells per axis; above 21 counts as 21. Up to 10 the codes are
   ///              32 bits wide, beyond that 64. 0 gives one leaf
   ///
-  /// Returns false when cancelled, and only then: up to the sorting and counting of codes bvh is untouched, later it
-  /// holds an unfinished tree that can only be built anew.
+  /// Returns false if cancelled, and only then. Cancelled before nodes are linked, bvh is untouched; later it holds a
+  /// tree that may be unfinished and must be rebuilt.
   ///
   /// Logs four records of type 1, category "bvh": what is allocated, and what fusing saved.
   /// Ties: primitives of one cell keep the order of their numbers.
@@ -71,7 +71,7 @@ class QZ_COMMONADDONS_API qzLinearGenericBVHBuilder {
  private:
   struct tFinish;
 
-  std::vector<unsigned int> mIndices;  // during a build the sorted primitives, afterwards what the tree held before
+  std::vector<unsigned int> mIndices;  // during a build: the sorted primitives; afterwards: the tree's old array
   qzBBox mBBox;                        // around all primitives of the last build
   unsigned int mNbPrimitives = 0;      // of the last build
   unsigned int mMaxPrimitivesPerLeaf = 4;

@@ -54,14 +54,14 @@ struct tPlaces {
   unsigned int nbQuadruplets(std::size_t leaf) const { return mQuadStart[leaf + 1] - mQuadStart[leaf]; }
 
  private:
-  // The need of a node is entered at its number + 1, so that running sums number everything in binary node order.
+  // Counts what node i needs in entry i + 1, so that running sums number everything in binary node order.
   void mark(const tBinaryTree& tree) {
     struct tVisit {
       unsigned int mNumber;
       bool mIsEvenDepth;
     };
     std::vector<tVisit> toVisit;
-    mLeaves.reserve(tree.mNbNodes / 2 + 1);  // as many as a tree has that uses all its nodes
+    mLeaves.reserve(tree.mNbNodes / 2 + 1);  // all leaves, if the root reaches every node
     if (tree.mNbNodes != 0) toVisit.push_back({0, true});
     while (!toVisit.empty()) {
       const tVisit visit = toVisit.back();
@@ -132,7 +132,7 @@ struct qzQBVH::tConversion {
   void fillNodes() {
     for (std::size_t i = 0; i < mTree.mNbNodes; ++i) {
       if (!mPlaces.isPlacedNode(i)) continue;
-      // Children of an inner child take its two lanes, a leaf takes the first of them.
+      // The children of an inner child take two lanes; a leaf takes the first of its two lanes.
       const qzGNode& node = mTree.mNodes[i];
       tSOANode& target = mQBVH.mNodes[mPlaces.mNodeStart[i]];
       const tBoxLanes around = i == 0 ? everywhere() : tBoxLanes(node.getBBox());
@@ -170,9 +170,9 @@ struct qzQBVH::tConversion {
     checkNesting(tBoxLanes(node.getBBox()), around, target.mChildQuadruplets[lane] == 0);
   }
 
-  // A lane without triangles counts as empty in a query, so its box must not be anything else.
+  // A query counts a lane without triangles as empty, whatever its box. So an empty leaf makes the boxes not nested.
   void checkNesting(const tBoxLanes& box, const tBoxLanes& around, bool isWithoutTriangles) {
-    const tFloat4 min = shuffle<0, 0, 1, 2>(box.mMin);  // where the maximum has its lanes
+    const tFloat4 min = shuffle<0, 0, 1, 2>(box.mMin);  // in the lanes of the maximum
     mIsMinNested &= box.mMin >= around.mMin;
     mIsMaxNested &= box.mMax <= around.mMax;
     mIsMaxNested &= min <= box.mMax;
@@ -261,7 +261,7 @@ struct qzQBVH::tConversion {
     batch.mNb = 0;
   }
 
-  // Of the first count lanes; a NaN lies nowhere.
+  // Checks the first count lanes. A NaN is in no box.
   void checkSnugness(const tSOATriangleVertices& corners, unsigned int count, const qzBBox& box) {
     tMask4 isWithin = mask4(true);
     for (int axis = 0; axis < 3; ++axis) {

@@ -1,8 +1,8 @@
 #pragma once
 // qzQBVH: a four-wide hierarchy over the triangles of one mesh, in rows of four lanes, for ray and hull queries.
-// It is a binary hierarchy with every second level left out: buildFromBVH converts any one over the mesh's triangles,
-// buildFromMesh writes what becomes of the linear builder's. The object owns its arrays and keeps no reference to the
-// mesh; every query is const and keeps its state to itself, so any number may run at once.
+// It is a binary hierarchy without every second level of nodes: buildFromBVH converts one over the mesh's triangles,
+// buildFromMesh writes what the linear builder's would become. The object owns its arrays and keeps no reference to the
+// mesh; queries are const and share no state, so any number may run at once.
 // A copy shares its source's arrays, and each destructor releases them: destroy only one of the two.
 // Source: Dammertz, Hanika and Keller 2008.
 
@@ -20,13 +20,13 @@ class QZ_COMMONADDONS_API qzQBVH {
     eTrianglesVertices = 1,   ///< the three vertices, for intersectConvexHull
     eTrianglesEquations = 2,  ///< plane and barycentric equations, for the ray queries
   };
-  /// Both sets of flags in one.
+  /// The union of both sets of flags.
   friend constexpr tQBVHDataFlags operator|(tQBVHDataFlags a, tQBVHDataFlags b) {
     return tQBVHDataFlags(static_cast<unsigned>(a) | static_cast<unsigned>(b));
   }
 
-  /// Which triangles a ray may hit, by the sign of normal . direction, the normal being e1 x e2 of the vertices in
-  /// index order. Zero counts as both. Any other value is eIntersectBothFaces.
+  /// Which triangles a ray may hit, by the sign of normal . direction, where normal = (V1 - V0) x (V2 - V0). A product
+  /// of 0 counts as both. Any other value of the policy means eIntersectBothFaces.
   enum tIntersectionPolicy : unsigned int {
     eIntersectBothFaces = 0,   ///< any normal . direction
     eIntersectFrontFaces = 1,  ///< normal . direction <= 0, the ray comes from the side that the normal points to
@@ -35,7 +35,7 @@ class QZ_COMMONADDONS_API qzQBVH {
 
   /// One plane of a convex region: 4 rows of 16 bytes, a, b, c, d, each in all four lanes.
   struct alignas(16) tSOASinglePlaneEqn {
-    float mCoefficient[4][4];  ///< [coefficient][lane], the lanes all alike.
+    float mCoefficient[4][4];  ///< [coefficient][lane], all lanes equal.
   };
   static_assert(sizeof(tSOASinglePlaneEqn) == 4 * 16);
 
@@ -53,12 +53,11 @@ class QZ_COMMONADDONS_API qzQBVH {
   ///
   /// flags        which data to keep, at least one bit
   /// mesh         at least one triangle, indices in range: neither is checked
-  /// maxLeafSize  largest subtree made one leaf, in triangles; 0 counts as 1. 4 fills the lanes best
+  /// maxLeafSize  largest subtree that is made one leaf, in triangles; 0 counts as 1. 4 fills the lanes best
   ///
-  /// A NaN coordinate of a vertex is passed over by the boxes; rays never hit its triangle. Logs the linear builder's
-  /// records.
-  /// Failure: a failed allocation of working memory throws; one of the four-lane arrays goes unnoticed. -3
-  /// indices or fewer throw std::length_error.
+  /// A NaN coordinate of a vertex is ignored in boxes; rays never hit its triangle. Logs the linear builder's records.
+  /// Failure: a failed allocation of working memory throws; one of the four-lane arrays is not detected and is
+  /// undefined behaviour. -3 indices or fewer throw std::length_error.
   /// Cost: linear in the number of triangles.
   /// Source: Lauterbach et al. 2009 and Dammertz, Hanika and Keller 2008.
   void buildFromMesh(tQBVHDataFlags flags, const qz::qzTriMesh& mesh, unsigned maxLeafSize);
@@ -69,8 +68,8 @@ class QZ_COMMONADDONS_API qzQBVH {
   /// bvh    has at least its root; nodes that the root does not reach change nothing
   /// mesh   the triangles that bvh names; not kept
   ///
-  /// What the object held before is released. A triangle without area keeps whatever the arithmetic of its equations
-  /// gives, and is never hit.
+  /// What the object held before is released. The equations of a triangle without area hold whatever the arithmetic
+  /// gives; no ray hits it.
   /// Failure: as in buildFromMesh; a primitive that is no triangle of mesh is undefined behaviour.
   /// Cost: linear in the number of nodes and triangles.
   /// Source: Dammertz, Hanika and Keller 2008.
@@ -81,15 +80,15 @@ class QZ_COMMONADDONS_API qzQBVH {
   /// origin       where s is 0, in scene units
   /// direction    any length; distances count in multiples of it (unit length: scene units)
   /// tMin         smallest accepted distance, inclusive
-  /// t            in: farthest distance looked at, inclusive.  out: distance of the hit
-  /// barycentric  out: weights of the triangle's first and second vertex; the third is the rest to 1
+  /// t            in: largest accepted distance, inclusive.  out: distance of the hit
+  /// barycentric  out: weights of the triangle's first and second vertex; the third is 1 minus both
   /// triangle     out: triangle number in the mesh, 0xFFFFFFFF for no hit
   /// policy       which faces count
   ///
   /// Returns whether there is a hit; without one, t and barycentric keep their values. A weight above -1e-4 counts as
-  /// inside, so edges are a little wide. A NaN argument: no hit.
+  /// inside, so triangles reach slightly over their edges. A NaN argument: no hit.
   ///
-  /// Ties: at equal distances the first triangle met stays, which the order in the tree decides: always the same one.
+  /// Ties: of equal distances the first one found wins. The tree decides which that is, so it is always the same.
   /// Failure: a hierarchy built without eTrianglesEquations logs one error and returns false, outputs untouched.
   /// Cost: no allocation. Any number of calls may run at once on a built hierarchy.
   /// Source: boxes Kay and Kajiya 1986, triangles Havel and Herout 2010.
@@ -101,55 +100,54 @@ class QZ_COMMONADDONS_API qzQBVH {
   ///
   /// origin       where s is 0, in scene units
   /// direction    any length; distances count in multiples of it
-  /// t            in: farthest distance looked at on both sides, inclusive, not negative (else: no hit).  out: |s| of
-  ///              the hit
+  /// t            in: largest accepted |s|, inclusive; negative: no hit.  out: |s| of the hit
   /// barycentric  out: weights of the triangle's first and second vertex
   /// triangle     out: triangle number in the mesh, 0xFFFFFFFF for no hit
   ///
   /// Returns whether there is a hit; without one, t and barycentric keep their values. Ties, NaN, cost, threads and
   /// sources as in intersectRay.
   ///
-  /// Failure: a hierarchy built without eTrianglesEquations returns false in silence, outputs untouched.
+  /// Failure: a hierarchy built without eTrianglesEquations returns false and logs nothing, outputs untouched.
   bool intersectRaySymmetric(const Wm4::Vector3<float>& origin, const Wm4::Vector3<float>& direction, float& t,
                              Wm4::Vector2<float>& barycentric, unsigned& triangle) const;
 
   /// Copies planes into four-lane rows for intersectConvexHull.
   ///
-  /// planes   count x (a, b, c, d); a point is inside when a*x + b*y + c*z + d > 0, on the plane it is outside. Any
-  ///          length of (a, b, c), any value: they are copied
+  /// planes   count x (a, b, c, d); a point is inside when a*x + b*y + c*z + d > 0, on the plane it is outside. Values
+  ///          are copied unchecked; (a, b, c) may have any length
   /// count    number of planes, 0 and up
   ///
-  /// Returns  count x 4 rows of 16 bytes, 16-byte aligned, the caller's: DeleteSOAPlaneEquationSet releases them.
-  ///
-  /// Failure: a failed allocation goes unnoticed.
+  /// Returns  count x 4 rows of 16 bytes, 16-byte aligned, owned by the caller, who releases them by
+  ///          DeleteSOAPlaneEquationSet.
+  /// Failure: a failed allocation is not detected.
   static tSOASinglePlaneEqn* CreateSOAPlaneEquationSet(const Wm4::Vector4<float>* planes, unsigned count);
 
-  /// The same into storage of the caller's, count entries, 16-byte aligned.
+  /// The same into the caller's storage: count entries, 16-byte aligned.
   static void InitSOAPlaneEquationSet(const Wm4::Vector4<float>* planes, tSOASinglePlaneEqn* out, unsigned count);
 
   /// Releases what CreateSOAPlaneEquationSet returned; null is allowed.
   static void DeleteSOAPlaneEquationSet(tSOASinglePlaneEqn* set);
 
-  /// Tells whether any triangle has a part strictly inside all of count planes. With count 0
-  /// it is true unless the hierarchy is empty.
+  /// Tells whether any triangle has a part strictly inside all of count planes. With count 0: true unless the hierarchy
+  /// is empty.
   ///
   /// planes  from CreateSOAPlaneEquationSet or InitSOAPlaneEquationSet; only read, so calls may share them
   /// count   number of planes
   ///
-  /// The answer is that of clipping in single precision, plane after plane in the order given; it is true at once for a
-  /// child box strictly inside every plane. A plane that a triangle only touches leaves nothing of it. A vertex at a
-  /// NaN distance is outside, a box at one is looked into. A leaf whose triangles do not fill its quadruplets is filled
-  /// up with points at the origin, and these count: a region around the origin that such a leaf's box reaches into
-  /// gives true.
+  /// The answer is that of clipping every triangle in single precision, plane after plane in the given order, except
+  /// that a child box strictly inside every plane gives true at once. A triangle that only touches a plane from outside
+  /// is clipped away. A vertex at a NaN distance is outside; a box at a NaN distance is visited. Padding lanes count as
+  /// triangles at the origin: the answer is true if the origin is in the region and the query visits a leaf that has
+  /// such lanes.
   ///
   /// Failure: a hierarchy built without eTrianglesVertices logs one error and returns false.
-  /// Cost: no allocation as long as no clipped triangle nears 64 corners. Any number of calls may run at once on a
+  /// Cost: no allocation unless a clipped triangle approaches 64 corners. Any number of calls may run at once on a
   /// built hierarchy.
   /// Source: Sutherland and Hodgman 1974.
   bool intersectConvexHull(const tSOASinglePlaneEqn* planes, unsigned count) const;
 
  protected:
-  // The arrays, for queries of derived classes. Everything is in rows of four lanes, 16 bytes each, lane 0 first.
+  // The arrays, for derived classes. All are in rows of four lanes, 16 bytes each, lane 0 first.
   //
   /// A node, 8 rows; lane j of every row belongs to child j.
   ///
@@ -194,8 +192,8 @@ class QZ_COMMONADDONS_API qzQBVH {
   static constexpr unsigned kNoChild = 0xFFFFFFFFu;     ///< Row 6 of an empty lane.
   static constexpr unsigned kNoTriangle = 0xFFFFFFFFu;  ///< Number of a padding lane, and of no hit.
 
-  /// Releases all arrays and allocates those that flags ask for, contents unset, sizes set. mRootBBox keeps its value.
-  /// Results are not checked.
+  /// Releases all arrays and allocates those that flags ask for. Sets the sizes and flags, neither the contents nor
+  /// mRootBBox. A failed allocation is not detected.
   void allocate(tQBVHDataFlags flags, unsigned noNodes, unsigned noQuadruplets);
 
   /// Sets mRootBBox around the four lanes of node 0; false, and no change, when there are no nodes.
@@ -209,11 +207,11 @@ class QZ_COMMONADDONS_API qzQBVH {
   tQBVHDataFlags mFlags = tQBVHDataFlags(0);            ///< Which arrays there are.
   unsigned mNoNodes = 0;                                ///< Length of mNodes.
   unsigned mNoQuadruplets = 0;                          ///< Length of the other three arrays.
-  /// Set by a build when no box is inverted or holds a NaN and all lie within their parents: queries may then leave
-  /// out more. allocate takes it back; a derived class that changes boxes after a build has to do so, too.
+  /// Set by a build if no box is inverted or has a NaN and each lies within its parent's: queries may then skip tests.
+  /// allocate clears it; a derived class that changes boxes after a build must clear it too.
   bool mIsNested = false;
-  /// Set by a build with eTrianglesVertices when every triangle lies within the box of its leaf. allocate takes it
-  /// back; a derived class that changes boxes or triangles after a build has to do so, too.
+  /// Set by a build with eTrianglesVertices if every triangle lies within the box of its leaf: the hull query may then
+  /// skip tests. allocate clears it; a derived class that changes boxes or triangles after a build must clear it too.
   bool mIsSnug = false;
 
  private:

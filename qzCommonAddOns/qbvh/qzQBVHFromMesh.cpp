@@ -30,7 +30,7 @@ std::uint32_t nbTrianglesOf(const qz::qzTriMesh& mesh) {
   return static_cast<std::uint32_t>(count);
 }
 
-// The box around all triangles, and the middle of the box of each, as a source of the linear build.
+// The box around all triangles and the centre of each triangle's box, as a Source of the linear build.
 class tTriangleCenters {
  public:
   tTriangleCenters(const tMeshTriangles& triangles, std::uint32_t nbTriangles)
@@ -60,7 +60,7 @@ class tSortedCorners {
   tSortedCorners(const tMeshTriangles& triangles, const unsigned int* sorted, std::uint32_t nbTriangles)
       : mTriangles(triangles), mSorted(sorted), mNbTriangles(nbTriangles) {}
 
-  /// Makes the triangles before this position available, of which the last few stay so.
+  /// Reads the triangles before this position. The most recent ones stay available.
   void fetchUpTo(std::uint32_t end) {
     while (mNbFetched < end) fetchBlock();
   }
@@ -87,7 +87,7 @@ class tSortedCorners {
   tFloat4 mCorners[kNbKept][3];
 };
 
-// A box while it grows, by [ x y z . ]. The forms of minimum and maximum are those of tBoxLanes.
+// A growing box, as [ x y z . ]. The forms of minimum and maximum are those of tBoxLanes.
 struct tBox {
   tFloat4 mMin = float4(kInfinity), mMax = float4(-kInfinity);
 
@@ -110,7 +110,7 @@ tFloat4 withLast(tFloat4 a, unsigned int word) {
   return shuffle<0, 1, 0, 2>(a, zAndLast);                // [ x     y     z     word ]
 }
 
-// One lane of a node as a column: the rows of the minimum and the index, those of the maximum and the quadruplets.
+// One lane of a node as two columns: [ min x y z, child index ] and [ max x y z, child quadruplets ].
 struct tColumn {
   tFloat4 mMinAndIndex, mMaxAndQuadruplets;
 
@@ -131,13 +131,13 @@ struct qzQBVH::tMeshBuild {
   tMask4 mIsUpright = mask4(true);  // whether no leaf's box is inverted, by axis
   tMask4 mIsNumber = mIsUpright;    // whether no coordinate is NaN, by lane
 
-  // A binary node that waits for the other half of its split: as the lane that it takes itself, and as the two lanes
-  // that stand for it in the node above, which are its children's if it is an inner node of odd depth.
+  // A binary node whose sibling is not done yet: the lane for the node itself, and the two lanes that it takes in the
+  // four-wide node above. An inner node of odd depth is replaced by its children there.
   struct tHalf {
     tBox mBox;
     tColumn mSelf, mLanes[2];
     unsigned int mLevel;  // of the split before it
-    bool mIsSplitEven;    // whether the depth of that split is
+    bool mIsSplitEven;    // whether the depth of that split is even
   };
 
   void run() {
@@ -160,9 +160,9 @@ struct qzQBVH::tMeshBuild {
       top->mIsSplitEven = mPlan.mIsEven[leaf] != 0;
       first = last + 1;
     }
-    // Inner boxes are unions, so nothing but an inverted leaf can lie outside of what is around it.
+    // Inner boxes are unions of their children's, so all boxes are nested unless a leaf's is inverted.
     mQBVH.mIsNested = mQBVH.mNoNodes == 0 || (bitsOf(mIsUpright) & kXyz) == kXyz;
-    // A box goes around all of its triangles but for what is NaN.
+    // A leaf's box contains its triangles unless a coordinate is NaN.
     mQBVH.mIsSnug = (mQBVH.mFlags & eTrianglesVertices) != 0 && bitsOf(mIsNumber) == kAllLanes;
     if (!mQBVH.computeRootNodeBBox()) mQBVH.mRootBBox = halves[0].mBox.toBBox();
   }
@@ -180,7 +180,7 @@ struct qzQBVH::tMeshBuild {
     next += nbQuadruplets;
   }
 
-  // Makes left the whole of left and right.
+  // Unites both halves of a split in left.
   void join(tHalf& left, const tHalf& right, unsigned int levelAfter) {
     left.mBox.unite(right.mBox.mMin, right.mBox.mMax);
     if (right.mIsSplitEven) {
@@ -262,7 +262,7 @@ void qzQBVH::buildFromMesh(tQBVHDataFlags flags, const qz::qzTriMesh& mesh, unsi
         qzDetail::sortAndSplit(centers, centers.scene().toBBox(), kBitsPerAxis, sorted.data(), qzDetail::tCancel());
   }
 
-  // The binary hierarchy is not made, but its size is known, and told in the records.
+  // The binary hierarchy is not made, but the log records report its size.
   qzDetail::logNodeAllocation(splits->nbGroups());
   const qzDetail::tFusedTree tree(*splits, maxLeafSize == 0 ? 1 : maxLeafSize);
   qzDetail::logFusion(2 * splits->nbGroups(), tree.nbNodes());

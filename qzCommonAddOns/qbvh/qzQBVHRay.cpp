@@ -5,8 +5,8 @@
 
 namespace {
 
-// Runs the variant for this processor. The test reads what the compiler's runtime found out about the processor before
-// any constructor ran, one load and a predicted jump; it is all zeros before that, which stands for the baseline.
+// Runs the variant for this processor. The compiler's runtime detects the processor before any constructor runs, so the
+// test is one load and a predicted branch. Before that it reads zeros, which select the baseline.
 void castRay(const qzDetail::tRayHierarchy& hierarchy, const qzDetail::tRayQuery& query, qzDetail::tRayHit& hit) {
 #if defined(QZ_HAS_AVX_VARIANT)
   if (__builtin_expect(__builtin_cpu_supports("avx"), 1)) return qzDetail::castRayAvx(hierarchy, query, hit);
@@ -14,7 +14,7 @@ void castRay(const qzDetail::tRayHierarchy& hierarchy, const qzDetail::tRayQuery
   qzDetail::castRayBaseline(hierarchy, query, hit);
 }
 
-// Hands the hit to the caller, whose t and weights stay as they are when there is none.
+// Copies a hit to the caller's variables. Without a hit t and barycentric keep their values.
 bool report(const qzDetail::tRayHit& hit, float& t, Wm4::Vector2<float>& barycentric, unsigned& triangle) {
   triangle = hit.mTriangle;
   if (triangle == qzDetail::kNoTriangleHit) return false;

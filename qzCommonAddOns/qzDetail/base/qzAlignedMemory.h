@@ -1,7 +1,7 @@
 #pragma once
-// Blocks for four-lane data, at least 16-byte aligned. Null when there is no memory; what is in them is unset.
+// Blocks for four-lane data, at least 16-byte aligned; null if there is no memory. Contents are uninitialised.
 // A block of several megabytes starts on a large page and asks the system for large pages: a traversal reads such a
-// block at random, and a miss in the TLB costs it more than one in the cache.
+// block at random, and a TLB miss costs it more than a cache miss.
 
 #if defined(_WIN32)
 #include <malloc.h>
@@ -18,12 +18,12 @@ namespace qzDetail {
 constexpr std::size_t kLargePage = std::size_t(1) << 21;
 constexpr std::size_t kCacheLine = 64;  // a node is two lines, the equations of a quadruplet three
 
-/// Whether large pages save more than the unused part of the last one wastes.
+/// Whether a block is large enough that the unused part of its last large page does not matter.
 inline bool isWorthLargePages(std::size_t bytes) {
   return bytes >= 2 * kLargePage;
 }
 
-/// Asks for large pages under a block that starts on one. A system that has none, or refuses, changes nothing.
+/// Asks for large pages for a block that starts on one. No effect if the system has none or refuses.
 inline void preferLargePages(void* block, std::size_t bytes) {
 #if defined(__linux__) && defined(MADV_HUGEPAGE)
   if (block != nullptr) madvise(block, bytes, MADV_HUGEPAGE);

@@ -6,14 +6,14 @@
 
 namespace qzDetail {
 
-/// The five numbers that a traversal of the leaves keeps, in the caller's variables. Counts are compared as signed
+/// The five numbers that a traversal of the leaves updates, in the caller's variables. Counts are compared as signed
 /// numbers; sums wrap at 32 bits.
 struct tLeafStatistics {
   int& mNbLeaves;
   int& mMinPrimitives;
   int& mMaxPrimitives;
   int& mSumPrimitives;
-  int& mMaxLocation;  // (level << 24) | number of the first leaf with the most primitives; large numbers spill over
+  int& mMaxLocation;  // (level << 24) | number of the first leaf with the most primitives; they may overlap
 
   void add(std::uint32_t leaf, std::uint32_t nbPrimitives, std::uint32_t level) {
     const auto count = static_cast<std::int32_t>(nbPrimitives);
@@ -27,8 +27,8 @@ struct tLeafStatistics {
   }
 };
 
-/// Adds the leaves below a node of this level, the left ones first. The recursion is as deep as there are left
-/// branches on the way to a leaf.
+/// Adds the leaves below a node of this level, the left ones first. The recursion is as deep as the most left branches
+/// on the way to a leaf.
 template <class Node>
 void addLeaves(const Node* nodes, std::uint32_t number, std::uint32_t level, tLeafStatistics& statistics) {
   for (; !nodes[number].isLeaf(); number = nodes[number].getRightChildIdx()) {

@@ -1,5 +1,5 @@
 #pragma once
-// Numbers of bits in a word, from the lowest, which is 0.
+// Bit scans. Bits are numbered from 0, the lowest.
 
 #include <qzCommonAddOns/qzDetail/base/qzInline.h>
 
@@ -11,7 +11,7 @@
 
 namespace qzDetail {
 
-/// Number of the highest set bit of a value that has one.
+/// Number of the highest set bit; value must not be 0.
 QZ_ALWAYS_INLINE unsigned int highestBit(std::uint64_t value) {
 #if defined(_MSC_VER)
   unsigned long bit;
@@ -22,7 +22,7 @@ QZ_ALWAYS_INLINE unsigned int highestBit(std::uint64_t value) {
 #endif
 }
 
-/// Number of the lowest set bit of a value that has one.
+/// Number of the lowest set bit; value must not be 0.
 QZ_ALWAYS_INLINE int lowestBit(int value) {
 #if defined(_MSC_VER)
   unsigned long bit;

@@ -1,7 +1,7 @@
 #pragma once
 // The processor's floating-point mode, held at its default while the library computes.
 // A program linked with -ffast-math starts with flush-to-zero and denormals-are-zero set, and a caller may have changed
-// the rounding; either would change results. The check costs a few cycles, a change only happens when it is needed.
+// the rounding; either would change results. The check costs a few cycles; the mode is written only if it differs.
 
 #include <qzCommonAddOns/qzDetail/base/qzLanes.h>
 
@@ -10,11 +10,11 @@
 
 namespace qzDetail {
 
-/// While one lives, vector arithmetic rounds to nearest, keeps denormals and raises no trap. Puts the caller's mode
-/// back, with the exception flags that were raised meanwhile.
-/// To a compiler, arithmetic has nothing to do with the mode. What is read from memory is read, and what is written is
-/// written, while one lives; but what a function returns in a register may be computed past its end, where the caller's
-/// mode is back: such a result goes through keep.
+/// While one exists, vector arithmetic rounds to nearest, keeps denormals and raises no trap. The destructor restores
+/// the caller's mode and keeps the exception flags raised meanwhile.
+/// Compilers do not know that arithmetic depends on the mode. Reads and writes of memory stay within the object's
+/// lifetime, but a result that a function returns in a register may be computed after the destructor, in the caller's
+/// mode. Pass such a result through keep.
 class tFloatMode {
  public:
   tFloatMode() : mCallers(readFloatControl()) {
@@ -25,7 +25,7 @@ class tFloatMode {
     stayInOrder();
     if ((mCallers & ~kFloatFlags) != kFloatDefault) writeFloatControl(mCallers | (readFloatControl() & kFloatFlags));
   }
-  /// The value, computed here and not later.
+  /// Forces the compiler to compute value here, not later; returns it.
   template <class T>
   T keep(T value) const {
 #if defined(__GNUC__)

@@ -1,8 +1,9 @@
 #pragma once
-// Functions inlined without exception.
+// QZ_ALWAYS_INLINE: a function that is inlined even in unoptimised builds.
 //
-// Code that is compiled once for each kind of processor calls no other inline functions but its own: a copy in an
-// object for one kind could be the one that the linker takes for all.
+// Code that is compiled for several kinds of processor calls no other inline functions than these and its own.
+// Otherwise an object compiled for AVX could hold an out-of-line copy, and the linker might use that copy for all
+// callers.
 
 #if defined(_MSC_VER)
 #define QZ_ALWAYS_INLINE __forceinline

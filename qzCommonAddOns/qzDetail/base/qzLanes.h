@@ -3,17 +3,17 @@
 // control register. Each instruction set has one header, included below; the rest of the library names no intrinsic.
 //
 //   tFloat4   four floats                       lane 0 comes first in memory, in argument lists and in comments
-//   tMask4    what comparing them gives         every lane all ones or all zeros
-//   tInt4     four 32-bit signed integers       their comparisons give all ones or all zeros, too
+//   tMask4    results of comparing them         every lane all ones or all zeros
+//   tInt4     four 32-bit signed integers       comparisons give a tInt4 of all ones or all zeros
 //
-// Arithmetic is that of float, lane by lane: one rounding an operation, never fused. Bit for bit:
+// Arithmetic is that of float, lane by lane: one rounding per operation, never fused. Bit for bit:
 //
 //   smallerOf(x, y)   x < y ? x : y             y stays when the two are equal and when one is NaN
 //   largerOf(x, y)    x > y ? x : y
 //   -x                flips the sign bit        also of zeros and NaN
 //   truncate(x)       toward zero               the smallest integer for NaN and whatever does not fit
 //
-// Every function is inlined without exception, see qzInline.h.
+// Every function is always inlined, see qzInline.h.
 
 #include <qzCommonAddOns/qzDetail/base/qzInline.h>
 #if defined(__aarch64__)

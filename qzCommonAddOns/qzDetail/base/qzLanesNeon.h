@@ -1,8 +1,8 @@
 #pragma once
-// qzLanes.h by NEON, for AArch64. Include qzLanes.h, not this.
+// The operations of qzLanes.h in NEON, for AArch64. Include qzLanes.h, not this.
 //
-// Where NEON differs from what qzLanes.h promises, comparisons decide: its minimum and maximum propagate NaN and order
-// zeros, its conversions to integers saturate.
+// NEON's minimum and maximum propagate NaN and order zeros, and its conversions to integers saturate. Comparisons give
+// what qzLanes.h promises instead.
 
 #include <qzCommonAddOns/qzDetail/base/qzInline.h>
 
@@ -40,7 +40,7 @@ QZ_ALWAYS_INLINE tInt4 int4(std::int32_t x, std::int32_t y, std::int32_t z, std:
 QZ_ALWAYS_INLINE tMask4 mask4(bool all) {
   return {vdupq_n_u32(all ? 0xFFFFFFFFu : 0u)};
 }
-/// [ word  0  0  0 ], bit by bit.
+/// [ word  0  0  0 ], as bits.
 QZ_ALWAYS_INLINE tFloat4 firstWord(std::uint32_t word) {
   return {vreinterpretq_f32_u32(uint32x4_t{word, 0, 0, 0})};
 }
@@ -102,7 +102,7 @@ QZ_ALWAYS_INLINE tFloat4 operator-(tFloat4 a) {
 QZ_ALWAYS_INLINE tFloat4 magnitude(tFloat4 a) {
   return {vreinterpretq_f32_u32(vandq_u32(vreinterpretq_u32_f32(a.mLanes), vdupq_n_u32(0x7FFFFFFFu)))};
 }
-/// The bits that either has.
+/// Bitwise or.
 QZ_ALWAYS_INLINE tFloat4 uniteBits(tFloat4 a, tFloat4 b) {
   return {vreinterpretq_f32_u32(vorrq_u32(vreinterpretq_u32_f32(a.mLanes), vreinterpretq_u32_f32(b.mLanes)))};
 }
@@ -119,7 +119,7 @@ QZ_ALWAYS_INLINE tMask4 operator>(tFloat4 a, tFloat4 b) {
 QZ_ALWAYS_INLINE tMask4 operator>=(tFloat4 a, tFloat4 b) {
   return {vcgeq_f32(a.mLanes, b.mLanes)};
 }
-/// Where neither is NaN.
+/// The lanes where neither is NaN.
 QZ_ALWAYS_INLINE tMask4 areOrdered(tFloat4 a, tFloat4 b) {
   return {vandq_u32(vceqq_f32(a.mLanes, a.mLanes), vceqq_f32(b.mLanes, b.mLanes))};
 }
@@ -258,7 +258,7 @@ QZ_ALWAYS_INLINE std::int64_t truncate64(float x) {
   return x >= -0x1p63f && x < 0x1p63f ? static_cast<std::int64_t>(x) : std::int64_t(std::uint64_t(1) << 63);
 }
 
-/// Prefetches the cache line at an address, which need not be one of ours.
+/// Prefetches the cache line at an address, which may be invalid.
 QZ_ALWAYS_INLINE void prefetchLine(const void* line) {
   __builtin_prefetch(line);
 }
@@ -277,7 +277,7 @@ QZ_ALWAYS_INLINE tFloatControl readFloatControl() {
 QZ_ALWAYS_INLINE void writeFloatControl(tFloatControl control) {
   asm volatile("msr fpcr, %0" : : "r"(control) : "memory");
 }
-/// Where the compiler must have computed x when it gets here.
+/// Forces the compiler to compute x before this point.
 QZ_ALWAYS_INLINE void computeHere(float& x) {
   asm volatile("" : "+w"(x) : : "memory");
 }

@@ -1,5 +1,5 @@
 #pragma once
-// qzLanes.h by SSE2, of which select uses SSE4.1 where the compiler may. Include qzLanes.h, not this.
+// The operations of qzLanes.h in SSE2; select uses SSE4.1 where the compiler may. Include qzLanes.h, not this.
 
 #include <qzCommonAddOns/qzDetail/base/qzInline.h>
 
@@ -39,7 +39,7 @@ QZ_ALWAYS_INLINE tInt4 int4(std::int32_t x, std::int32_t y, std::int32_t z, std:
 QZ_ALWAYS_INLINE tMask4 mask4(bool all) {
   return {_mm_castsi128_ps(_mm_set1_epi32(all ? -1 : 0))};
 }
-/// [ word  0  0  0 ], bit by bit.
+/// [ word  0  0  0 ], as bits.
 QZ_ALWAYS_INLINE tFloat4 firstWord(std::uint32_t word) {
   return {_mm_castsi128_ps(_mm_cvtsi32_si128(static_cast<int>(word)))};
 }
@@ -101,7 +101,7 @@ QZ_ALWAYS_INLINE tFloat4 operator-(tFloat4 a) {
 QZ_ALWAYS_INLINE tFloat4 magnitude(tFloat4 a) {
   return {_mm_andnot_ps(_mm_set1_ps(-0.0f), a.mLanes)};
 }
-/// The bits that either has.
+/// Bitwise or.
 QZ_ALWAYS_INLINE tFloat4 uniteBits(tFloat4 a, tFloat4 b) {
   return {_mm_or_ps(a.mLanes, b.mLanes)};
 }
@@ -118,7 +118,7 @@ QZ_ALWAYS_INLINE tMask4 operator>(tFloat4 a, tFloat4 b) {
 QZ_ALWAYS_INLINE tMask4 operator>=(tFloat4 a, tFloat4 b) {
   return {_mm_cmpge_ps(a.mLanes, b.mLanes)};
 }
-/// Where neither is NaN.
+/// The lanes where neither is NaN.
 QZ_ALWAYS_INLINE tMask4 areOrdered(tFloat4 a, tFloat4 b) {
   return {_mm_cmpord_ps(a.mLanes, b.mLanes)};
 }
@@ -256,10 +256,10 @@ QZ_ALWAYS_INLINE std::int64_t truncate64(float x) {
   return _mm_cvttss_si64(_mm_set_ss(x));
 }
 
-// Memory ahead of its use. A function that does nothing but prefetch must always be inlined, too: gcc takes it for one
-// without effect and leaves out the calls.
+// Prefetching. A function that only prefetches must always be inlined too: gcc believes that it has no effect and drops
+// calls of it.
 
-/// Prefetches the cache line at an address, which need not be one of ours.
+/// Prefetches the cache line at an address, which may be invalid.
 QZ_ALWAYS_INLINE void prefetchLine(const void* line) {
   _mm_prefetch(static_cast<const char*>(line), _MM_HINT_T0);
 }
@@ -276,7 +276,7 @@ QZ_ALWAYS_INLINE tFloatControl readFloatControl() {
 QZ_ALWAYS_INLINE void writeFloatControl(tFloatControl control) {
   _mm_setcsr(control);
 }
-/// Where the compiler must have computed x when it gets here.
+/// Forces the compiler to compute x before this point.
 #if defined(__GNUC__)
 QZ_ALWAYS_INLINE void computeHere(float& x) {
   asm volatile("" : "+x"(x) : : "memory");

@@ -6,15 +6,15 @@
 
 namespace qzDetail {
 
-/// Types of records by number: a family's own logger may give them other names.
+/// Types of records by number, as another platform's logger may name them differently.
 constexpr qz::qzLogType kLogInfo = qz::qzLogType(1), kLogError = qz::qzLogType(2);
 
-/// Whether a record of this type goes anywhere: there is no logger, or it wants the type.
+/// Whether a record of this type is written: without a logger all are, otherwise the logger decides.
 inline bool isLogged(qz::qzLogType type) {
   return qz::qzLog::msInstance == nullptr || qz::qzLog::msInstance->isLogTypeEnabled(type);
 }
 
-/// Writes one record; ask isLogged first, which saves putting the text together.
+/// Writes one record. Check isLogged first, before composing the text.
 inline void logRecord(qz::qzLogType type, const char* category, const char* text) {
   qz::qzLogObject(type, category, qz::qzLog::msInstance, nullptr, false) << text;
 }

@@ -1,6 +1,6 @@
 #pragma once
-// Minimum and maximum in the form that decides NaN and signed zeros in boxes and builders: the value at hand stays
-// unless the other is strictly smaller (larger).
+// Minimum and maximum in the form that decides what boxes and builders do with NaN and signed zeros: atHand is the
+// result unless other is strictly smaller (larger).
 
 namespace qzDetail {
 

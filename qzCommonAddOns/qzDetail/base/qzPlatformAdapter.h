@@ -1,7 +1,7 @@
 #pragma once
-// How the library reads meshes, their buffers and the cancel interface of the sibling libraries. Log records go through
-// qzLogRecord.h, byte sizes read the locale, and vectors are used as they are. A family whose meshes have other members
-// configures with -DQZ_PLATFORM_ADAPTER=<its own version of this header>; nothing else changes.
+// How the library reads meshes, their buffers and the cancel interface of the sibling libraries. A platform whose
+// classes have other members configures with -DQZ_PLATFORM_ADAPTER=<its own version of this header>. The other uses of
+// the sibling libraries are elsewhere: log records in qzLogRecord.h, the locale in qzByteSize.cpp, vectors everywhere.
 
 #if defined(QZ_PLATFORM_ADAPTER)
 #include QZ_PLATFORM_ADAPTER

@@ -1,5 +1,5 @@
 #pragma once
-// tScratch: an array whose contents are unset at first, for the working data of a build.
+// tScratch: an array with uninitialised contents, for the working data of a build.
 // Touching fresh memory is the largest cost of a build, so arrays are not filled in advance, and large ones ask for
 // large pages.
 

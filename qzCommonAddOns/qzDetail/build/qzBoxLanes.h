@@ -1,5 +1,5 @@
 #pragma once
-// tBoxLanes: a box in two registers while it grows, for the builders' inner loops.
+// tBoxLanes: a growing box in two registers, for the builders' inner loops.
 // The forms of minimum and maximum are those of qzBBox: smallerOf(other, atHand) is (other < atHand ? other : atHand).
 
 #include <qzCommonAddOns/geometry/qzBBox.h>
@@ -10,13 +10,13 @@
 namespace qzDetail {
 
 struct tBoxLanes {
-  tFloat4 mMin;  // [ x  y  z  . ]  the fourth lane holds whatever stood beside the point and is never read
+  tFloat4 mMin;  // [ x  y  z  . ]  the unused lane holds whatever was next to the point and is never read
   tFloat4 mMax;  // [ .  x  y  z ]
 
   /// The empty box.
   tBoxLanes() : mMin(float4(kInfinity)), mMax(float4(-kInfinity)) {}
 
-  /// A box as it stands in memory: six floats, read as the first four and the last four.
+  /// A box from memory: six floats, read as the first four and the last four.
   explicit tBoxLanes(const qzBBox& bbox)
       : mMin(loadUnaligned(floatsOf(bbox))), mMax(loadUnaligned(floatsOf(bbox) + 2)) {}
 
@@ -31,20 +31,20 @@ struct tBoxLanes {
   }
 
   void store(qzBBox& bbox) const {
-    // The upper half last: both stores touch the middle of the box, and only this one has it right in its lanes 1 to 3
-    // beside a lane 0 that belongs to the minimum. So z of the minimum moves into lane 0 first.
+    // The stores overlap in floats 2 and 3, min z and max x. The first one puts a wrong value into float 3, which the
+    // second overwrites; lane 0 of the second becomes min z first.
     float* floats = reinterpret_cast<float*>(&bbox);
     storeUnaligned(floats, mMin);
     storeUnaligned(floats + 2, withFirst(mMax, spread<2>(mMin)));  // [ min z  max x  max y  max z ]
   }
 
-  /// The middle, [ x y z . ].
+  /// The centre, [ x y z . ].
   tFloat4 center() const { return (mMin + maxInFront()) * float4(0.5f); }
 
-  /// The maximum where the minimum has its lanes, [ x  y  z  z ].
+  /// The maximum in the lanes of the minimum, [ x  y  z  z ].
   tFloat4 maxInFront() const { return shuffle<1, 2, 3, 3>(mMax); }
 
-  /// As the box of a node.
+  /// Sets the box of a node.
   template <class Node>
   void storeTo(Node& node) const {
     node.setBBox(toBBox());

@@ -1,7 +1,7 @@
 #pragma once
-// tBoxLanes2D: a qzBBox2D in one register while it grows, for the builder's inner loops.
-// The maximum is held negated: -a < -b is a > b, equal stays equal and NaN stays NaN, so one smallerOf(other, atHand),
-// which is (other < atHand ? other : atHand), does both corners in the form of qzBBox2D.
+// tBoxLanes2D: a growing qzBBox2D in one register, for the builder's inner loops. The maximum is negated: -a < -b is a
+// > b, equal stays equal and NaN stays NaN. So one smallerOf(other, atHand), which is (other < atHand ? other :
+// atHand), updates both corners in the form of qzBBox2D.
 
 #include <qzCommonAddOns/geometry/qzBBox2D.h>
 #include <qzCommonAddOns/qzDetail/base/qzLanes.h>
@@ -16,7 +16,7 @@ struct tBoxLanes2D {
   /// The empty box.
   tBoxLanes2D() : mLanes(float4(std::numeric_limits<float>::infinity())) {}
 
-  /// A box as it stands in memory: four floats.
+  /// A box from memory: four floats.
   explicit tBoxLanes2D(const qzBBox2D& bbox)
       : mLanes(withMaxNegated(loadUnaligned(reinterpret_cast<const float*>(&bbox)))) {}
 
@@ -28,14 +28,14 @@ struct tBoxLanes2D {
     return bbox;
   }
 
-  /// As the box of a node.
+  /// Sets the box of a node.
   template <class Node>
   void storeTo(Node& node) const {
     node.setBBox(toBBox());
   }
 
  private:
-  // Flips the sign bits of the maximum, also those of zeros and NaN; twice is nothing.
+  // Flips the sign bits of the maximum, also those of zeros and NaN; its own inverse.
   static tFloat4 withMaxNegated(tFloat4 lanes) { return flipSigns(lanes, float4(0.0f, 0.0f, -0.0f, -0.0f)); }
 };
 

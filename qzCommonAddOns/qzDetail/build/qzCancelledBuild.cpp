@@ -6,7 +6,7 @@ namespace qzDetail {
 
 namespace {
 
-// The answers of the polls once more: false nbFalse times, then true. From there on the caller is polled.
+// Repeats the answers of the polls: false nbFalse times, then true. After that it polls the caller again.
 class tAnswers {
  public:
   /// nbFalse may be kNotCancelled: then every answer is false.

@@ -25,7 +25,7 @@ std::uint64_t pollTimes(std::uint64_t count, tCancel cancel);
 template <class Source>
 std::uint64_t fetchBoxes(const Source& source, const std::uint32_t* indices, const tSplits& splits, tCancel cancel,
                          qzBBox* boxes) {
-  // Inner nodes by the position of their first primitive: they are visited just before the leaf there.
+  // Number of inner nodes by the position of their first primitive: they are visited just before the leaf there.
   const std::uint32_t n = source.nbPrimitives();
   tScratch<std::uint8_t> nbInner(n);
   std::fill_n(nbInner.data(), n, std::uint8_t(0));
@@ -58,18 +58,18 @@ struct tCancelledBuild {
   std::vector<qzGNode>& mNodes;
   tSplits& mSplits;
   unsigned int mLastLevel;
-  const qzBBox* mBoxes;  ///< of the primitives in sorted order; before cancelAtBox(k) only those already fetched
-  tCancel mCancel;       ///< polled on after the poll that returned true, as the stages do
+  const qzBBox* mBoxes;  ///< of the primitives in sorted order; for cancelAtBox only those already fetched
+  tCancel mCancel;       ///< the stages continue to poll it after the poll that returned true
 
-  /// The poll after nbPolls others in the computation of boxes returned true.
+  /// Cancelled while computing boxes: nbPolls polls returned false, the next one true.
   void cancelAtBox(std::uint64_t nbPolls);
-  /// The poll after the computation of boxes did.
+  /// Cancelled at the poll after the boxes.
   void cancelAfterBoxes();
-  /// The poll after nbPolls others in the fusion of leaves of at most max primitives did.
+  /// Cancelled while fusing leaves of at most max primitives: nbPolls polls returned false, the next one true.
   void cancelAtFusion(std::uint64_t nbPolls, unsigned int max);
-  /// The poll between fusion and compaction did.
+  /// Cancelled at the poll between fusion and compaction.
   void cancelAfterFusion(unsigned int max);
-  /// The poll after compaction did.
+  /// Cancelled at the poll after compaction.
   void cancelAfterCompaction(unsigned int max);
 };
 

@@ -1,12 +1,12 @@
 #pragma once
-// Where the nodes and leaves of a four-wide hierarchy go, read off the splits of a linear build without the binary
-// hierarchy in between.
+// Positions of the nodes and leaves of a four-wide hierarchy, computed from the splits of a linear build without making
+// the binary hierarchy.
 //
-// A kept split is a binary inner node, a run between two kept splits is a leaf. Binary nodes stand by the level of the
-// split above them and then by position (see qzTreeWriter.h), so the nodes under splits of one level, met from left to
-// right, take places one after the other: a counter per level numbers them. The ancestors of a split are the splits to
-// its left and right without a split of a smaller level in between. There is at most one per level on either side, so a
-// bit mask of levels holds them, and their number is the depth of the node.
+// A kept split is a binary inner node, a run between two kept splits is a leaf. Binary nodes are ordered by the level
+// of the split above them, then by position (see qzTreeWriter.h). So the nodes below splits of one level, met from left
+// to right, take consecutive places, which a counter per level numbers. The ancestors of a split are the splits to its
+// left and right without a split of a smaller level in between. There is at most one per level on either side, so a bit
+// mask of levels holds them, and their number is the depth of the node.
 
 #include <qzCommonAddOns/qzDetail/base/qzBits.h>
 #include <qzCommonAddOns/qzDetail/base/qzScratch.h>
@@ -39,7 +39,7 @@ class tSplitsAround {
   std::uint64_t mLevels = 1;
 };
 
-/// The leaves from left to right and the split after each, and places for them.
+/// The leaves from left to right, the split after each, and their places.
 struct tFourWidePlan {
   struct tPlaces {
     std::uint32_t mNextNode = 0;        // four-wide node for the next inner node of even depth
@@ -53,7 +53,7 @@ struct tFourWidePlan {
   tPlaces mPlacesBelow[kMaxLevels];  // by the level of the split above; level 0: of the root
   std::uint32_t mNbNodes = 0, mNbQuadruplets = 0;
 
-  /// The dropped splits have level 0, nbKept are left.
+  /// Dropped splits have level 0; nbKept are left.
   tFourWidePlan(const tSplits& splits, std::uint32_t nbKept)
       : mNbLeaves(nbKept + 1), mLasts(mNbLeaves), mLevels(mNbLeaves), mIsEven(mNbLeaves) {
     takeKept(splits);
@@ -68,7 +68,7 @@ struct tFourWidePlan {
       right.add(mLevels[leaf]);
     }
 
-    // From left to right: those on the left, and the number of nodes and quadruplets below each level.
+    // From left to right: the ancestors' splits on the left, and the number of nodes and quadruplets below each level.
     tSplitsAround left;
     std::uint32_t first = 0;
     unsigned int levelBefore = 0;
@@ -77,7 +77,7 @@ struct tFourWidePlan {
       mPlacesBelow[std::max(levelBefore, level)].mNextQuadruplet += nbQuadruplets(mLasts[leaf] - first + 1);
       if (leaf < nbKept) {
         left.hideBehind(level);
-        const unsigned int isEven = 1 ^ left.parity() ^ mIsEven[leaf];  // each side counts the end
+        const unsigned int isEven = 1 ^ left.parity() ^ mIsEven[leaf];  // both masks count bit 0, so it cancels out
         mPlacesBelow[std::max<unsigned int>(left.deepest(), deepestOnRight[leaf])].mNextNode += isEven;
         mIsEven[leaf] = static_cast<std::uint8_t>(isEven);
         left.add(level);
@@ -97,7 +97,7 @@ struct tFourWidePlan {
   void takeKept(const tSplits& splits) {
     std::uint32_t nb = 0;
     for (std::uint32_t i = 0; i + 1 < splits.mNbPrimitives; ++i) {
-      mLasts[nb] = i;  // written over by the next one when there is no split
+      mLasts[nb] = i;  // overwritten by the next position if this is no split
       mLevels[nb] = splits.mLevels[i];
       nb += splits.mLevels[i] != 0 ? 1 : 0;
     }

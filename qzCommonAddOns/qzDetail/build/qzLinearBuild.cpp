@@ -7,7 +7,7 @@
 
 namespace {
 
-// One record of the build. Its text is made only if the logger wants it.
+// Writes one record of the build. Composes its text only if the logger wants it.
 template <class MakeText>
 void log(MakeText makeText) {
   if (qzDetail::isLogged(qzDetail::kLogInfo)) qzDetail::logRecord(qzDetail::kLogInfo, "bvh", makeText().c_str());

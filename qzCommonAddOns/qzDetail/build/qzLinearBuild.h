@@ -20,7 +20,7 @@ namespace qzDetail {
 constexpr unsigned int kMaxBitsPerAxis = 21;
 constexpr unsigned int kMaxBitsPerAxisOf32BitCodes = 10;
 
-/// The caller's cancel interface; null is never cancelled.
+/// The caller's cancel interface; null: never cancelled.
 struct tCancel {
   const qz::qzCancelInterfaceReadOnly* mInterface = nullptr;
   bool poll() const { return mInterface != nullptr && isCanceled(*mInterface); }
@@ -63,7 +63,7 @@ class tGrid3 {
     alignas(16) std::int32_t cell[4];
     store(cell, cells);
 
-    // From 0 to the last cell the 32-bit conversion is the 64-bit one; all else is left to the axes.
+    // From 0 to the last cell the 32-bit conversion equals the 64-bit one; tGridAxis handles everything else.
     const tInt4 isOutside = signs(cells) | (cells > int4(static_cast<int>(mLastCell)));
     if ((bitsOf(maskOf(isOutside)) & kXyz) != 0) {
       alignas(16) float centers[4];
@@ -82,8 +82,8 @@ class tGrid3 {
   tFloat4 mOrigin, mScale;
 };
 
-/// Writes the primitive numbers in the order of their Morton codes to indices, and reads the splits off the sorted
-/// codes. Polls after every step; null when cancelled.
+/// Writes the primitive numbers to indices in the order of their Morton codes and returns the splits between the sorted
+/// codes. Polls after every step; null if cancelled.
 template <class Code, class Source>
 std::unique_ptr<tSplits> sortAndSplit(const Source& source, const qzBBox& scene, unsigned int bitsPerAxis,
                                       std::uint32_t* indices, tCancel cancel) {
@@ -121,7 +121,7 @@ std::unique_ptr<tSplits> sortAndSplit(const Source& source, const qzBBox& scene,
              : sortAndSplit<std::uint64_t>(source, scene, bitsPerAxis, indices, cancel);
 }
 
-/// Splits of level 1 are on the top code bit, a z bit; then y, then x, and again.
+/// Makes an inner node of a split. Level 1 is the top code bit, a z bit; then follow y, x, z and so on.
 struct tLink3 {
   void operator()(qzGNode& node, unsigned int level, std::uint32_t leftChild) const {
     const qzBBox::tAxis axis = level % 3 == 0 ? qzBBox::eAxisX : level % 3 == 1 ? qzBBox::eAxisZ : qzBBox::eAxisY;

@@ -1,6 +1,6 @@
 #pragma once
-// The triangles of a mesh by their corners, and the arithmetic on four triangles at a time that a four-wide hierarchy
-// keeps of them.
+// Access to the corners of a mesh's triangles, and the equations that a four-wide hierarchy keeps, for four triangles
+// at a time.
 
 #include <qzCommonAddOns/qzDetail/base/qzLanes.h>
 #include <qzCommonAddOns/qzDetail/base/qzPlatformAdapter.h>
@@ -46,8 +46,7 @@ inline tPoints select(tMask4 mask, const tPoints& a, const tPoints& b) {
   return {select(mask, a.x, b.x), select(mask, a.y, b.y), select(mask, a.z, b.z)};
 }
 
-/// Writes three coefficients and a constant as four rows; lanes outside the mask get zeros and the constant for
-/// padding.
+/// Writes three coefficients and a constant as four rows; lanes outside the mask get zeros and the constant padding.
 inline void storeEquation(float (*rows)[4], const tPoints& coefficients, tFloat4 constant, tMask4 isTriangle,
                           float padding) {
   store(rows[0], zeroUnless(isTriangle, coefficients.x));
@@ -57,7 +56,7 @@ inline void storeEquation(float (*rows)[4], const tPoints& coefficients, tFloat4
 }
 
 /// Plane and barycentric equations of four triangles, in this order of operations; only the first count lanes hold
-/// triangles. A triangle without area keeps what comes out: no query accepts it.
+/// triangles. The equations of a triangle without area are arbitrary: no query accepts it.
 template <class Equations>
 void fillEquations(Equations& equations, const tPoints (&corners)[3], unsigned int count) {
   const tPoints &v0 = corners[0], e1 = corners[1] - v0, e2 = corners[2] - v0;

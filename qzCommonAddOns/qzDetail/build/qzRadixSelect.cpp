@@ -9,7 +9,7 @@ namespace {
 constexpr unsigned int kDigitBits = 11, kDigits = 1u << kDigitBits;
 
 // Of count keys, keeps those that agree with the one at rank in the 11 bits from shift on, and their positions, both in
-// order. rank becomes the rank among them. Returns their number. The output may stand where the input stands.
+// order. rank becomes the rank among them. Returns their number. Input and output may be the same arrays.
 template <class KeyAt, class PositionAt>
 std::uint32_t narrow(unsigned int shift, std::uint32_t count, std::uint32_t& rank, KeyAt keyAt, PositionAt positionAt,
                      std::uint32_t* positions, std::uint32_t* candidates) {
@@ -33,7 +33,7 @@ std::uint32_t narrow(unsigned int shift, std::uint32_t count, std::uint32_t& ran
 
 std::uint32_t positionOfRank(const std::uint32_t* keys, std::uint32_t count, std::uint32_t rank,
                              std::uint32_t* positions, std::uint32_t* candidates) {
-  // The digits of a key overlap by a bit, which all candidates share by then.
+  // Digits overlap by one bit, in which all candidates agree by then.
   const auto own = [](std::uint32_t i) { return i; };
   const auto keyOf = [=](std::uint32_t i) { return keys[i]; };
   const auto kept = [=](std::uint32_t i) { return positions[i]; };

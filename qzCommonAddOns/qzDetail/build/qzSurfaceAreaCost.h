@@ -1,5 +1,5 @@
 #pragma once
-// The formula of qzDefaultSAH, for the loops that need no call for it.
+// The formula of qzDefaultSAH, inline.
 
 #include <qzCommonAddOns/geometry/qzBBox.h>
 

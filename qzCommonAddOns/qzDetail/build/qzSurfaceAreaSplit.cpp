@@ -1,5 +1,5 @@
-// Planes on both sides of an empty bin divide the items alike, so only occupied bins are considered. A sweep downwards
-// stores the cost of the upper side for each occupied bin, a sweep upwards adds that of the lower side.
+// Planes on both sides of an empty bin divide the items equally, so only occupied bins are considered. A sweep down
+// stores the cost of the upper side for each occupied bin, a sweep up adds that of the lower side.
 
 #include <qzCommonAddOns/qzDetail/build/qzSurfaceAreaSplit.h>
 
@@ -20,7 +20,7 @@ float costOf(const tBoxLanes& box, unsigned int count) {
   return ((dz + dy) * dx + dz * dy) * static_cast<float>(count + 4);
 }
 
-// Bins of all three axes for one item at a time.
+// Computes the bins of an item on all three axes.
 class tGrid {
  public:
   tGrid(const qzBBox& node, unsigned int nbBins) : mLastBin(nbBins - 1) {
@@ -32,7 +32,7 @@ class tGrid {
     mScale = float4(mAxes[0].mScale, mAxes[1].mScale, mAxes[2].mScale, 0.0f);
   }
 
-  // Bins of x, y and z in the three low bytes: tGridAxis::cellOf on every axis.
+  // Bins of x, y and z in the three low bytes, equal to tGridAxis::cellOf on every axis.
   std::uint32_t binsOf(const tBoxLanes& box) const {
     const tFloat4 centroid = box.center();
     const tInt4 bins = truncate((centroid - mOrigin) * mScale);

@@ -16,9 +16,9 @@ struct tSplit {
   unsigned int mBin = 0;
 };
 
-/// The answer of trying all planes of x, y and z in ascending order and keeping the first of the cheapest; a cost of
-/// +inf if none is cheaper than that. nbBins bins per axis divide the node's box; items are put into them by their
-/// centroids, as qzGenericBVHBuilder::computeBinning does.
+/// The result of trying all planes of x, y and z in ascending order and keeping the first of the cheapest; cost +inf if
+/// no plane has a finite cost. nbBins bins per axis divide the node's box; items are put into them by their centroids,
+/// as qzGenericBVHBuilder::computeBinning does.
 /// count    at most kMaxItemsOfSplit items, whose boxes are bboxes[items[0]] ... bboxes[items[count - 1]]
 /// nbBins   at most kMaxBinsOfSplit
 tSplit cheapestSplit(const qzBBox& node, const qzBBox* bboxes, const unsigned int* items, unsigned int count,

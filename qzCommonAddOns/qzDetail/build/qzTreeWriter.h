@@ -1,9 +1,8 @@
 #pragma once
 // Writes the nodes of a binary hierarchy from the splits of its sorted codes, in 3D and 2D alike.
 //
-// Nodes stand in the order of their parents by level and then position: the root is node 0, and the r-th split has the
-// nodes 1 + 2r and 2 + 2r as its children. Splits that are not to be inner nodes are dropped first; what is
-// below them becomes one leaf.
+// Splits are ranked by level, then position. The root is node 0, and the split of rank r has the nodes 1 + 2r and 2 +
+// 2r as children. Splits that are not to be inner nodes are dropped first; everything below one becomes a leaf.
 
 #include <qzCommonAddOns/qzDetail/morton/qzCodeGroups.h>
 
@@ -17,8 +16,8 @@ struct tNumbering {
   std::uint32_t mFirstOfLevel[kMaxLevels];  // rank of the first one of every level
   std::uint32_t mNbNodes;
 
-  /// Drops the splits for which keeps(level, count) is false, count being the primitives around the split; a split may
-  /// only be dropped when those within its halves are. Numbers the others.
+  /// Drops the splits for which keeps(level, count) is false, where count is the number of primitives in the split's
+  /// group, and ranks the others. A split may only be dropped if all splits within its halves are.
   template <class Keeps>
   tNumbering(tSplits& splits, Keeps keeps) {
     struct tGroup {
@@ -54,9 +53,9 @@ struct tNoBox {
   void storeTo(Node&) const {}
 };
 
-/// Writes all nodes. link(node, level, leftChild) makes an inner node of a split of that level, boxOf(first, last) the
-/// Box of the primitives at these sorted positions; a Box has unite(other), the other being to its right, and
-/// storeTo(node).
+/// Writes all nodes. link(node, level, leftChild) makes an inner node of a split of that level, boxOf(first, last)
+/// returns the Box of the primitives at these sorted positions. A Box has unite(other), where other is to its right,
+/// and storeTo(node).
 template <class Box, class Node, class Link, class BoxOf>
 void writeNodes(const tSplits& splits, tNumbering numbering, Node* nodes, Link link, BoxOf boxOf) {
   struct tGroup {
@@ -82,7 +81,7 @@ void writeNodes(const tSplits& splits, tNumbering numbering, Node* nodes, Link l
       [&](unsigned int level, const tGroup& left, const tGroup& right) {
         tGroup whole{left.mFirst, right.mLast, 0, 0, left.mBox};
         whole.mBox.unite(right.mBox);
-        // Within a level splits come in the order of their positions, so counting gives the rank.
+        // Splits of a level are met in the order of their positions, so counting gives the rank.
         whole.mSplitLevel = level;
         whole.mLeftChild = 1 + 2 * numbering.mFirstOfLevel[level]++;
         write(whole.mLeftChild, left);
@@ -92,7 +91,7 @@ void writeNodes(const tSplits& splits, tNumbering numbering, Node* nodes, Link l
   write(0, root);
 }
 
-/// The tree whose every subtree of at most maxPerLeaf primitives is one leaf: the splits within leaves are dropped.
+/// The tree in which every subtree of at most maxPerLeaf primitives is a leaf: drops the splits within leaves.
 struct tFusedTree {
   const tSplits& mSplits;
   tNumbering mNumbering;
@@ -102,8 +101,8 @@ struct tFusedTree {
 
   std::uint32_t nbNodes() const { return mNumbering.mNbNodes; }
 
-  /// Writes all nodes, boxes included. boxAt(k) is the Box of the primitive at sorted position k, asked for once each,
-  /// in ascending order.
+  /// Writes all nodes, boxes included. boxAt(k) returns the Box of the primitive at sorted position k; called once for
+  /// each k, in ascending order.
   template <class Box, class Node, class Link, class BoxAt>
   void write(Node* nodes, Link link, BoxAt boxAt) const {
     writeNodes<Box>(mSplits, mNumbering, nodes, link, [&](std::uint32_t first, std::uint32_t last) {
@@ -113,7 +112,7 @@ struct tFusedTree {
     });
   }
 
-  /// The same into an array of exactly their number.
+  /// The same; nodes gets exactly the length of the tree.
   template <class Box, class Node, class Link, class BoxAt>
   void write(std::vector<Node>& nodes, Link link, BoxAt boxAt) const {
     std::vector<Node>(nbNodes()).swap(nodes);

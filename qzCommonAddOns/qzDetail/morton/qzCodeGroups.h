@@ -1,5 +1,5 @@
 #pragma once
-// The binary radix tree of sorted Morton codes, read off neighbouring codes.
+// The binary radix tree of sorted Morton codes, found by comparing neighbouring codes.
 //
 // Position i is a split when codes i and i + 1 differ; its level l is the number of top bits up to and including the
 // first one that differs, 1 ... B for codes of B bits. A group of level l is a run of codes that agree in their top l
@@ -34,7 +34,7 @@ struct tSplits {
     for (unsigned int level = 1; level < kMaxLevels; ++level) mNbOfLevel[level] = nbOfLevel[level];
   }
 
-  /// Number of groups on the last level: of different codes.
+  /// Number of groups on the last level, which is the number of different codes.
   std::uint64_t nbGroups() const {
     std::uint64_t sum = 1;
     for (const std::uint32_t nb : mNbOfLevel) sum += nb;
@@ -53,8 +53,8 @@ struct tSplits {
 };
 
 /// Traverses all groups of the splits, halves before the whole and left before right.
-/// leaf(first, last) makes a Group of the positions of one code, join(level, left, right) one of two halves.
-/// Returns the Group of everything.
+/// leaf(first, last) makes a Group of the positions of one code, join(level, left, right) makes one of two halves.
+/// Returns the Group of all positions.
 template <class Group, class Leaf, class Join>
 Group walkGroups(const tSplits& splits, Leaf leaf, Join join) {
   struct tOpenSplit {

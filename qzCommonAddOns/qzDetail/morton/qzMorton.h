@@ -7,7 +7,7 @@
 
 namespace qzDetail {
 
-/// Ten bits each spread to every third bit.
+/// Table of all ten-bit numbers with bit k moved to bit 3k.
 struct tSpread3 {
   std::uint32_t mOf[1024];
 
@@ -47,15 +47,15 @@ inline std::uint32_t encodeMorton2(std::uint32_t x, std::uint32_t y) {
 struct tGridAxis {
   float mOrigin, mScale;
 
-  /// Cell of a coordinate: truncated toward zero as a 64-bit integer, of which the low 32 bits count, at most the last
-  /// cell. So a coordinate a cell or more below the origin lies in the last cell, a NaN or an infinity in cell 0.
+  /// Cell of a coordinate: truncated toward zero to a 64-bit integer, cut to its low 32 bits and clamped to the last
+  /// cell. So a coordinate a cell or more below the origin is in the last cell, a NaN or an infinity in cell 0.
   std::uint32_t cellOf(float coordinate, std::uint32_t lastCell) const {
     const auto cell = static_cast<std::uint32_t>(truncate64((coordinate - mOrigin) * mScale));
     return cell < lastCell ? cell : lastCell;
   }
 };
 
-/// The grid of a cube (a square) with edge E around the middle of min to max on one axis.
+/// One axis of the grid of a cube (in 2D a square) with this edge, centred between min and max.
 inline tGridAxis gridAxis(float min, float max, float edge, unsigned int bits) {
   return {(min + max) * 0.5f - edge * 0.5f, static_cast<float>(1u << bits) / edge};
 }

@@ -1,9 +1,9 @@
 #pragma once
 // Stable sort of (code, primitive) pairs by code, by radix.
 //
-// Codes have far more bits than n primitives need to be told apart. So only the 32 bits from the highest differing one
-// on are sorted digit by digit. The few pairs that agree in all of these form short runs, finished by insertion sort. A
-// large array is first distributed by its top digit into pieces that fit the cache.
+// Codes have far more bits than it takes to tell n primitives apart. So only the 32 bits below and including the
+// highest differing one are sorted digit by digit. The few pairs that agree in all of these form short runs, which
+// insertion sort finishes. A large array is first distributed by its top digit into pieces that fit the cache.
 
 #include <qzCommonAddOns/qzDetail/base/qzBits.h>
 #include <qzCommonAddOns/qzDetail/base/qzScratch.h>
@@ -71,7 +71,7 @@ void sortDigits(tPairs<Code> pairs, tPairs<Code> other, std::uint32_t n, unsigne
   }
 }
 
-/// Sorts runs of pairs that agree in all bits from shift up, and are in order otherwise, by the bits below.
+/// Completes a sort by the bits from shift up: sorts every run of pairs that agree in these by the bits below.
 template <class Code>
 void sortRuns(tPairs<Code> pairs, tPairs<Code> other, std::uint32_t n, unsigned int shift) {
   if (shift == 0) return;

@@ -1,6 +1,6 @@
 #pragma once
-// What all queries of a four-wide hierarchy share: where the rows of a node are, for those that choose rows at run
-// time, and how far a traversal goes before it recurses.
+// What all queries of a four-wide hierarchy share: offsets of a node's rows, for choosing rows at run time, and the
+// size of a traversal's stack.
 
 #include <cstddef>
 
@@ -12,7 +12,7 @@ constexpr int kMinRows = 0, kMaxRows = 3 * kRow;  // x, y, z each
 constexpr int kChildIndexRow = 6 * kRow, kChildQuadrupletsRow = 7 * kRow;
 constexpr int kNodeFloats = 8 * kRow;
 
-/// Holds a type of nodes to these offsets.
+/// Whether a node type has these offsets.
 template <class Node>
 constexpr bool hasNodeRows() {
   return offsetof(Node, mMin) == kMinRows * sizeof(float) && offsetof(Node, mMax) == kMaxRows * sizeof(float) &&
@@ -21,8 +21,8 @@ constexpr bool hasNodeRows() {
          sizeof(Node) == kNodeFloats * sizeof(float);
 }
 
-/// Entries of a traversal's stack. Trees of the library's own builders need three a level and have up to 32 levels;
-/// deeper trees go on by recursion.
+/// Entries of a traversal's stack. Trees of the library's own builders need three per level and have up to 32 four-wide
+/// levels; in deeper trees the traversal recurses when the stack is full.
 constexpr int kStackSize = 128;
 
 }  // namespace qzDetail

@@ -1,5 +1,5 @@
 #pragma once
-// A box around what the hull query can find within six planes.
+// A box around the region of a hull query with six planes.
 
 #include <qzCommonAddOns/qzDetail/base/qzLanes.h>
 #include <qzCommonAddOns/qzDetail/query/qzNodeRows.h>
@@ -8,16 +8,17 @@
 
 namespace qzDetail {
 
-/// A box around the region inside six planes that form three pairs of roughly opposite ones. Without such a box it is
-/// infinite. Otherwise, for triangles with coordinates of at most reach in magnitude:
+/// A box around the region inside six planes that form three pairs of roughly opposite ones. Infinite if no such box
+/// can be computed safely. For triangles with coordinates of at most reach in magnitude:
 /// 1. A triangle whose box does not touch this one is clipped away.
 /// 2. A box with every corner inside every plane, in the query's arithmetic, lies within this one.
-/// It has room for all rounding, its own included: see "The box around the region" in docs/hulls.md.
+/// Its margins cover all rounding errors, its own included: see "The box around the region" in docs/hulls.md.
 class tRegionBox {
  public:
   static constexpr unsigned int kNbPlanes = 6;  // three pairs
 
-  /// Around the region inside kNbPlanes planes, each of 4 coefficients x 4 equal lanes. The box is unset before.
+  /// Computes the box around the region inside kNbPlanes planes, each of 4 coefficients x 4 equal lanes. Until then the
+  /// box is uninitialised.
   template <class Plane>
   void setAround(const Plane* planes, float reach) {
     for (int axis = 0; axis < 3; ++axis) {
@@ -35,8 +36,8 @@ class tRegionBox {
       isGood &= pairs[i].moveOut(float4(reach));
     }
     if (bitsOf(isGood) != kAllLanes) return;
-    // Lanes 0 to 3 combine each plane of the first pair with each of the second; with each plane of the third pair that
-    // makes eight triples.
+    // Lanes 0 to 3 combine each plane of the first pair with each of the second; combined with either plane of the
+    // third pair they make eight triples.
     //   p   [ 0  1  0  1 ]   q   [ 0  0  1  1 ]   r   [ 0  0  0  0 ], then [ 1  1  1  1 ]
     const tPlanes &p = pairs[0], q = pairs[1].shuffled<0, 0, 1, 1>();
     bound(p, q, pairs[2].shuffled<0, 0, 0, 0>(), float4(reach));
@@ -76,7 +77,7 @@ class tRegionBox {
   struct tPlanes {
     tFloat4 mRows[4], mSize;
 
-    // Computes the sizes and moves the planes out. Returns the lanes within the limits.
+    // Computes the sizes and moves the planes outwards. Returns the lanes whose planes are within the limits.
     tMask4 moveOut(tFloat4 reach) {
       const tFloat4 a = magnitude(mRows[0]), b = magnitude(mRows[1]), c = magnitude(mRows[2]);
       mSize = largerOf(largerOf(a, b), c);
@@ -120,10 +121,10 @@ class tRegionBox {
       const tFloat4 wp = qr[axis] * inverse;
       const tFloat4 wq = rp[axis] * inverse;
       const tFloat4 wr = pq[axis] * inverse;
-      const tFloat4 corner = wp * p.mRows[3] + wq * q.mRows[3] + wr * r.mRows[3];  // the other way round
+      const tFloat4 corner = wp * p.mRows[3] + wq * q.mRows[3] + wr * r.mRows[3];  // negated
       const tMask4 isUpper = isTold & (largerOf(largerOf(wp, wq), wr) <= zero);
       const tMask4 isLower = isTold & (smallerOf(smallerOf(wp, wq), wr) >= zero);
-      // Moved out to infinity where the signs are not right.
+      // Infinite unless the triple bounds this side.
       const tFloat4 infinity = float4(std::numeric_limits<float>::infinity());
       const tFloat4 upper = slack - corner + zeroWhere(isUpper, infinity);
       const tFloat4 lower = zero - (corner + slack) - zeroWhere(isLower, infinity);

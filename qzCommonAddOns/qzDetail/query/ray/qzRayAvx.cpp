@@ -1,5 +1,5 @@
 // Compiled with -mavx, and without fused multiply-add: three-operand instructions, the same operations.
-// It must not use inline functions that other files use, or the linker could take this file's copy for all.
+// It must not use inline functions that other files also use, see qzInline.h.
 #define QZ_RAY_VARIANT qzRayAvx
 #include <qzCommonAddOns/qzDetail/query/ray/qzRayTraversal.h>
 

@@ -1,5 +1,5 @@
 #pragma once
-// A ray query and the arrays that it reads, as plain numbers, and the variants of the traversal.
+// A ray query and the arrays that it reads, as plain data, and the compiled variants of the traversal.
 
 #include <Wm4/Vector3.h>
 #include <qzCommonAddOns/qzDetail/base/qzLanes.h>
@@ -14,14 +14,14 @@ constexpr unsigned int kNoTriangleHit = 0xFFFFFFFFu;  // triangle of a padding l
 constexpr int kEquationFloats = 12 * kRow;            // equations of a quadruplet: plane, U and W, four rows each
 constexpr int kURow = 4 * kRow, kWRow = 8 * kRow;
 
-/// The arrays of a four-wide hierarchy as rows of four lanes: 8 rows a node, 12 rows and 4 triangle numbers a
+/// The arrays of a four-wide hierarchy as rows of four lanes: 8 rows per node, 12 rows and 4 triangle numbers per
 /// quadruplet.
 struct tRayHierarchy {
   const float* mNodes;
   const float* mEquations;
   const unsigned int* mTriangles;
   unsigned int mNoNodes, mNoQuadruplets;
-  /// Every lane is empty or has a box that is not inverted, holds no NaN and lies within the box of its node's lane.
+  /// Every lane is empty or has a box that is not inverted, has no NaN and lies within the box of its node.
   bool mIsNested;
 };
 
@@ -61,7 +61,7 @@ inline tRayQuery makeRayQuery(const Wm4::Vector3<float>& origin, const Wm4::Vect
           false};
 }
 
-/// A query of qzQBVH::intersectRaySymmetric: both ways, front faces only.
+/// A query of qzQBVH::intersectRaySymmetric: both directions, front faces only.
 inline tRayQuery makeSymmetricRayQuery(const Wm4::Vector3<float>& origin, const Wm4::Vector3<float>& direction) {
   tRayQuery query = makeRayQuery(origin, direction, 0.0f, kFrontFacesOnly);
   query.mIsSymmetric = true;

@@ -3,7 +3,7 @@
 //
 // Each lane computes what the scalar form does. The order of operations and of the operands of minimum and maximum
 // fixes the bits. smallerOf(x, y) is (x < y ? x : y), largerOf likewise.
-// The file is compiled once for every kind of processor, each time in a namespace of its own.
+// The file is compiled once for each kind of processor, in a namespace of its own.
 
 #include <qzCommonAddOns/qzDetail/base/qzBits.h>
 #include <qzCommonAddOns/qzDetail/base/qzLanes.h>
@@ -20,15 +20,16 @@
 namespace qzDetail {
 inline namespace QZ_RAY_VARIANT {
 
-// Visiting order of four children with keys.
+// The order in which four children with keys are visited.
 //
-// The order is what the comparators (0,1) (2,3) (0,2) (1,3) (1,2) make of the keys, each exchanging two when the first
-// key is strictly greater. That is not a stable sort, and equal keys are common (an origin inside several boxes). Each
-// comparison is between two lanes, so the 12 answers to "is the key of lane i greater than that of lane j" decide.
+// It is the result of the sorting network (0,1) (2,3) (0,2) (1,3) (1,2), which swaps a pair if the first key is
+// strictly greater. That is not a stable sort, and equal keys are common (an origin inside several boxes), so the
+// network fixes the bits. The 12 comparisons "is the key of lane i greater than that of lane j" determine the order; a
+// table maps them to it.
 struct tOrders {
   std::uint8_t mOrder[4096];  // four lane numbers of two bits, the first one lowest
 
-  /// Number of the answer to key[i] > key[j] in an index: j is i + 1, i + 2 or i + 3 around the lanes.
+  /// Bit of the index that holds key[i] > key[j]; j is i + 1, i + 2 or i + 3 modulo 4.
   static constexpr int bitOf(int i, int j) { return 4 * ((j - i + 4) % 4 - 1) + i; }
 
   constexpr tOrders() : mOrder() {
@@ -58,10 +59,9 @@ struct tNoRayObserver {
   void nodeVisited() {}
 };
 
-/// kIsSymmetric: looks both ways along the line; the query says which faces count.
-/// kIsPlain: the reciprocals of the direction are finite, 0 <= tMin <= t, and the boxes are nested. Then slab bounds
-///           need no minimum and maximum per axis, and a box that begins beyond the nearest hit need not be opened: no
-///           box in it begins before it.
+/// kIsSymmetric: searches both directions along the line; the query says which faces count.
+/// kIsPlain: the reciprocals of the direction are finite, 0 <= tMin <= t, and the boxes are nested. Then slabs need no
+/// minimum and maximum per axis, and a box that begins beyond the nearest hit can be skipped: so does every box in it.
 template <bool kIsSymmetric, bool kIsPlain, class Observer>
 class tRayTraversal {
   static_assert(!(kIsSymmetric && kIsPlain));
@@ -79,7 +79,7 @@ class tRayTraversal {
         mBack(mask4(query.mBack)),
         mHit(hit),
         mObserver(observer) {
-    // Without a branch: the signs of rays are unpredictable.
+    // Without branches: the signs of directions are unpredictable.
     const std::ptrdiff_t negative = signBitsOf(inverse);
     for (int axis = 0; axis < 3; ++axis) {
       const std::ptrdiff_t isNegative = negative >> axis & 1;
@@ -88,7 +88,7 @@ class tRayTraversal {
     }
   }
 
-  /// Traverses the whole hierarchy. The nearest hit is in the record given.
+  /// Traverses the whole hierarchy and leaves the nearest hit in the tRayHit.
   void run() {
     if (mHierarchy.mNoNodes != 0) {
       traverse(0);
@@ -199,7 +199,7 @@ class tRayTraversal {
     return true;
   }
 
-  // Prefetches a child, which is seldom in the cache. Without a branch: whether it is a leaf is unpredictable.
+  // Prefetches a child, which is seldom in the cache. Without branches: whether it is a leaf is unpredictable.
   QZ_ALWAYS_INLINE void prefetch(const tChild& child) const {
     const std::size_t isLeaf = child.mQuadruplets != kInner;
     const float* rows =
@@ -217,8 +217,8 @@ class tRayTraversal {
     prefetchLine(mHierarchy.mTriangles + std::size_t(quadruplet) * 4);
   }
 
-  // Slab test and keys, general form. A key is the point of [entry, exit] nearest to 0, +inf for a miss. Returns the
-  // lanes hit without the empty ones. Empty lanes need no visit, but their keys take part in the order.
+  // Slab test and keys, general form. A key is the value in [entry, exit] nearest to 0, +inf for a miss. Returns the
+  // lanes that are hit and not empty. Keys of empty lanes still affect the order.
   int meet(const float* node, tFloat4& key) {
     const tFloat4 t = float4(mHit.mT);
     const tFloat4 hi = kIsSymmetric ? magnitude(t) : t;
@@ -238,8 +238,8 @@ class tRayTraversal {
     return bitsOf(except(key < infinity, emptyLanes(node)));
   }
 
-  // The same for a plain ray: the signs of the direction tell the near row, and keys are entry distances. Keys of lanes
-  // that are missed are unspecified.
+  // The same for a plain ray: the signs of the direction select the near rows, and keys are entry distances. Keys of
+  // missed lanes are unspecified.
   int meetPlain(const float* node, tFloat4& key) {
     const tFloat4 entry = largerOf(largerOf(slab(node + mNear[0], 0), slab(node + mNear[1], 1)),
                                    largerOf(slab(node + mNear[2], 2), mTMin));
@@ -250,15 +250,15 @@ class tRayTraversal {
     return bitsOf(entry <= exit);
   }
 
-  // Keys of a plain ray for the order: +inf where a box is missed. An empty lane is hit in the general form, with the
-  // key tMin, but missed by meetPlain.
+  // Changes the keys of a plain ray to those of the general form: +inf for a missed box, and tMin for an empty lane,
+  // which the general form hits but meetPlain misses.
   tFloat4 orderKeys(const float* node, int hits, tFloat4 entry) const {
     const tInt4 bits = int4(1, 2, 4, 8);
     const tMask4 isMet = maskOf((int4(hits) & bits) == bits);
     return select(isMet, entry, select(emptyLanes(node), mTMin, float4(kInfinity)));
   }
 
-  // Distance to four planes across one axis.
+  // Distances to four planes perpendicular to one axis.
   tFloat4 slab(const float* planes, int axis) const { return (load(planes) - mOrigin[axis]) * mInverse[axis]; }
 
   static tMask4 emptyLanes(const float* node) {
@@ -315,7 +315,8 @@ class tRayTraversal {
     if (accepted != 0) takeNearestLane(accepted, best, bestW, bestU, bestTriangle);
   }
 
-  // Lanes in order: one that is nearer replaces the hit, and so does the first one at the very distance of entry.
+  // Goes through the lanes in order: a nearer one replaces the hit. If there is no hit yet, one at exactly the largest
+  // accepted distance counts too.
   void takeNearestLane(int accepted, tFloat4 best, tFloat4 bestW, tFloat4 bestU, tFloat4 bestTriangle) {
     alignas(16) float t[4], w[4], u[4];
     alignas(16) unsigned int triangle[4];
@@ -346,7 +347,7 @@ class tRayTraversal {
   tFloat4 mOrigin[3], mDirection[3], mInverse[3];
   tFloat4 mTMin;
   tMask4 mFront, mBack;
-  std::ptrdiff_t mNear[3], mFar[3];  // where in a node the near and the far planes of every axis stand
+  std::ptrdiff_t mNear[3], mFar[3];  // offsets of the near and far planes in a node
   tRayHit& mHit;
   Observer mObserver;
 };
@@ -357,8 +358,8 @@ void castRay(const tRayHierarchy& hierarchy, const tRayQuery& query, tRayHit& hi
   const tFloat4 origin = query.mOrigin, direction = query.mDirection;
   const tFloat4 inverse = float4(1.0f) / direction;
 
-  // Only the direction matters: nothing accepts a ray whose origin is infinite or NaN, nor one whose direction is, as
-  // the point where it meets a plane is not finite. NaN fails the comparison.
+  // Only the direction is checked. A ray whose origin or direction is infinite or NaN never hits anything, because the
+  // point where it meets a plane is not finite. NaN fails the comparison.
   const tFloat4 size = magnitude(inverse);
   const tMask4 isFinite = size <= float4(kLargest);
   const bool isPlain =
