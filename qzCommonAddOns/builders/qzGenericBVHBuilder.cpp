@@ -287,6 +287,7 @@ struct qzGenericBVHBuilder::tRecursion {
 
 void qzGenericBVHBuilder::buildIter(unsigned int node, qzGenericBVH& bvh, unsigned int start, unsigned int count,
                                     int depth) {
+  const tFloatMode mode;
   tRecursion recursion(*this, bvh);
   recursion.buildNode(node, start, count, depth, 0);
   recursion.finish();
@@ -294,16 +295,19 @@ void qzGenericBVHBuilder::buildIter(unsigned int node, qzGenericBVH& bvh, unsign
 
 void qzGenericBVHBuilder::splitNode(unsigned int node, qzGenericBVH& bvh, unsigned int start, unsigned int count,
                                     qzBBox::tAxis axis, float plane, int depth) {
+  const tFloatMode mode;
   tRecursion recursion(*this, bvh);
   recursion.splitNode(node, start, count, axis, plane, depth, 0);
   recursion.finish();
 }
 
 void qzGenericBVHBuilder::computeBinning(const qzGNode& node, unsigned int start, unsigned int count) {
+  const tFloatMode mode;
   tRecursion::fillBins(*this, node, mItemIndices.data() + start, count);
 }
 
 bool qzGenericBVHBuilder::findSplitPlane(const qzGNode& node, unsigned int count, qzBBox::tAxis& axis, float& plane) {
+  const tFloatMode mode;
   const unsigned int offsets[3] = {0, mBinOffsetY, mBinOffsetZ};
   float best = std::numeric_limits<float>::infinity();
   int bestComponent = 0;
@@ -339,5 +343,6 @@ bool qzGenericBVHBuilder::findDefaultSplitPlane(const qzGNode& node, unsigned in
 
 void qzGenericBVHBuilder::findMedianSplit(const qzGNode& node, unsigned int start, unsigned int count,
                                           qzBBox::tAxis& axis, float& plane) {
+  const tFloatMode mode;
   plane = tRecursion::sortedMedian(*this, node, start, count, axis);
 }

@@ -7,7 +7,9 @@
 #include "plain/qzPlainSAHBuilder.h"
 #include "support/qzBits.h"
 #include "support/qzBoxScenes.h"
+#include "support/qzCallersFloatMode.h"
 #include "support/qzOpenSAHBuilder.h"
+#include "support/qzSameTrees.h"
 
 using namespace qzTest;
 
@@ -37,6 +39,29 @@ unsigned int binOf(float x) {
   const auto begin = builder.mBinCounts.begin();
   return static_cast<unsigned int>(std::find(begin, begin + 128, 1u) - begin);
 }
+
+// Results of all operations, each called by a caller in the given floating-point mode.
+struct tOperations {
+  OpenSAHBuilder mBinned;
+  bool mIsSplit, mIsModeKept;
+  qzBBox::tAxis mAxis = qzBBox::eAxisZ;
+  float mPlane = 7.0f, mMedian = 7.0f;
+  qzGenericBVH mIterated, mSplit;
+
+  tOperations(const OpenSAHBuilder& builder, const qzGenericBVH& root, const qzGNode& node, CallersFloatMode::Mode mode)
+      : mBinned(builder), mIterated(root), mSplit(root) {
+    OpenSAHBuilder iterating = builder, splitting = builder;
+    qzBBox::tAxis medianAxis = qzBBox::eAxisX;
+    const float splitPlane = node.getBBox().getCenter()[0];
+    const CallersFloatMode callers(mode);
+    mBinned.computeBinning(node, 0, builder.mNbItems);
+    mIsSplit = mBinned.findSplitPlane(node, builder.mNbItems, mAxis, mPlane);
+    mBinned.findMedianSplit(node, 0, builder.mNbItems, medianAxis, mMedian);
+    iterating.buildIter(0, mIterated, 0, builder.mNbItems, 0);
+    splitting.splitNode(0, mSplit, 0, builder.mNbItems, qzBBox::eAxisX, splitPlane, 0);
+    mIsModeKept = callers.isKept();
+  }
+};
 
 }  // namespace
 
@@ -141,6 +166,31 @@ TEST_CASE("bins, planes and medians of any node equal the plain form, arrays inc
         CHECK(axis == medianAxis);
         CHECK(sameBitsOrNaN(plane, plainPlane));
       }
+    }
+  }
+}
+
+TEST_CASE("every operation gives the same results in any floating-point mode of the caller, which it keeps") {
+  const std::uint32_t seed = 8;
+  for (const Scene& scene : scenesOfEveryKind(1500, seed)) {
+    OpenSAHBuilder builder(scene.boxes);
+    const qzGNode node = nodeOf(builder.mSceneBBox);
+    qzGenericBVH root;
+    builder.build(root);  // a root to split
+    builder.fill(scene.boxes);
+    const tOperations expected(builder, root, node, CallersFloatMode::eDefault);
+    for (const CallersFloatMode::Mode mode : CallersFloatMode::kModes) {
+      INFO("scene ", scene.name, ", mode ", static_cast<unsigned int>(mode), ", seed ", seed);
+      const tOperations actual(builder, root, node, mode);
+      CHECK(actual.mIsModeKept);
+      CHECK(bool(actual.mBinned.mBinCounts == expected.mBinned.mBinCounts));
+      CHECK(actual.mIsSplit == expected.mIsSplit);
+      CHECK(actual.mAxis == expected.mAxis);
+      CHECK(sameBitsOrNaN(actual.mPlane, expected.mPlane));
+      CHECK(sameBitsOrNaN(actual.mMedian, expected.mMedian));
+      CHECK(bool(actual.mBinned.mSortKeys == expected.mBinned.mSortKeys));
+      CHECK(sameTree(actual.mIterated, expected.mIterated));
+      CHECK(sameTree(actual.mSplit, expected.mSplit));
     }
   }
 }
