@@ -21,7 +21,8 @@ class qzThreads {
   /// Threads that may run at once.
   int getNbThreads() const { return mNbThreads; }
 
-  /// Calls function in the calling thread; algorithms of oneTBB in it use the threads of this pool.
+  /// Calls function and returns when it has; algorithms of oneTBB in it use the threads of this pool. It runs in the
+  /// calling thread, or in another one of the pool if all its threads are busy, so function must not depend on which.
   void execute(const std::function<void()>& function) const;
 
   /// Splits the numbers 0 to count - 1 into blocks of at most blockSize and calls body(begin, end) once for each, in
