@@ -78,7 +78,7 @@ void cast(const tCastArguments& arguments, const tOptions& options, const qzTool
 void addCastCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel) {
   CLI::App& command = *app.add_subcommand("cast", "Find the nearest hit of every ray in a file");
   const auto arguments = std::make_shared<tCastArguments>();
-  command.add_option("MESH", arguments->mMeshName, "Mesh file, also compressed as .gz")->required();
+  command.add_option("MESH", arguments->mMeshName, "Mesh file; may be compressed (.gz)")->required();
   command
       .add_option(
           "RAYS", arguments->mRaysName,
@@ -97,7 +97,7 @@ void addCastCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel& 
                                                                "Faces that can be hit (default: both)");
   command
       .add_flag("--symmetric", arguments->mSymmetric,
-                "Look both ways from the origin, front faces only; distances are absolute")
+                "Search both directions from the origin, front faces only; distances are absolute values")
       ->excludes(policy);
   addOptions(command, options);
   command.callback([arguments, &options, &cancel] { cast(*arguments, options, cancel); });

@@ -10,7 +10,7 @@
 
 namespace qzQuery {
 
-/// Adds an option that sets value to the second of the pair whose first is given, and refuses other words.
+/// Adds an option that takes the first of any pair in choices and sets value to the second. Other words are refused.
 template <class tValue>
 CLI::Option* addChoice(CLI::App& command, const std::string& name, tValue& value,
                        const std::vector<std::pair<std::string, tValue>>& choices, const std::string& description) {

@@ -18,7 +18,7 @@ void addInspectCommand(CLI::App& app, tOptions& options, const qzToolkit::tCance
 void addRenderCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel);
 void addCastCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel);
 
-/// Makes app the whole of qzquery: its description, its own options and all subcommands.
+/// Sets up app as qzquery: description, options and all subcommands.
 void addCommands(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel);
 
 }  // namespace qzQuery

@@ -6,7 +6,7 @@
 
 namespace qzQuery {
 
-/// "12.3 %", and "0 %" of nothing.
+/// "12.3 %"; "0 %" if whole is 0.
 std::string percent(std::size_t part, std::size_t whole);
 /// "0.123 s"
 std::string seconds(double duration);

@@ -11,11 +11,11 @@ namespace qzQuery {
 struct tOptions;
 
 /// The binary hierarchy over the triangles of a mesh. Throws a qzInterrupted when it is cancelled. The surface-area
-/// builder cannot be cancelled: meanwhile the signals of a qzSignals end the process at once.
+/// builder cannot be cancelled: while it runs, the signals of a qzSignals end the process at once.
 qzGenericBVH buildBinaryHierarchy(const qz::qzTriMesh& mesh, const tOptions& options, const qzToolkit::tCancel& cancel);
 
-/// The same converted to a four-wide hierarchy with triangle equations. qzQBVH::buildFromMesh builds it in one go and
-/// faster, but cannot be cancelled.
+/// The same converted to a four-wide hierarchy with triangle equations. qzQBVH::buildFromMesh is faster but cannot be
+/// cancelled.
 /// binary  out: the binary hierarchy, unless it is null
 void buildHierarchy(const qz::qzTriMesh& mesh, const tOptions& options, const qzToolkit::tCancel& cancel,
                     qzToolkit::qzHierarchy& hierarchy, qzGenericBVH* binary = nullptr);

@@ -90,7 +90,7 @@ std::string asText(const nlohmann::ordered_json& info) {
 void addInfoCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel) {
   CLI::App& command = *app.add_subcommand("info", "Print the size of a mesh and of the hierarchy over it");
   const auto meshName = std::make_shared<std::string>();
-  command.add_option("MESH", *meshName, "Mesh file, also compressed as .gz")->required();
+  command.add_option("MESH", *meshName, "Mesh file; may be compressed (.gz)")->required();
   addOptions(command, options);
   command.callback([meshName, &options, &cancel] {
     const nlohmann::ordered_json info = describe(*meshName, options, cancel);

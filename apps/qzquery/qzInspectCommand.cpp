@@ -150,7 +150,7 @@ void inspect(const std::string& meshName, const tOptions& options, const qzToolk
 void addInspectCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel) {
   CLI::App& command = *app.add_subcommand("inspect", "Report defects of a mesh and estimate the cost of its hierarchy");
   const auto meshName = std::make_shared<std::string>();
-  command.add_option("MESH", *meshName, "Mesh file, also compressed as .gz")->required();
+  command.add_option("MESH", *meshName, "Mesh file; may be compressed (.gz)")->required();
   command.footer(
       "The exit code is 0 whatever is found, and 2 if the file cannot be read, for example because a face refers to a "
       "missing vertex.");

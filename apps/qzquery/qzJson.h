@@ -17,8 +17,8 @@ void addHierarchy(nlohmann::ordered_json& answer, const qzScene& scene, const tO
 nlohmann::ordered_json describeWork(const std::string& meshName, const qzScene& scene, const tOptions& options,
                                     int nbThreads);
 
-/// Writes a result to standard output, or to standard error if dataName is "-", as the data are on standard output
-/// then. Bytes of file names that are not UTF-8 become replacement characters.
+/// Writes a result to standard output, or to standard error if dataName is "-": then the data are on standard output.
+/// Bytes of file names that are not UTF-8 become replacement characters.
 void writeJson(const nlohmann::ordered_json& answer, const std::string& dataName = "");
 
 }  // namespace qzQuery

@@ -23,7 +23,7 @@ void addOptions(CLI::App& command, tOptions& options) {
       {{nameOf(tBuilder::eLinear), tBuilder::eLinear}, {nameOf(tBuilder::eSurfaceArea), tBuilder::eSurfaceArea}},
       "Builder: linear (default) builds faster, sah (surface-area heuristic) makes queries faster");
   CLI::Option* const leaf =
-      command.add_option("--leaf", options.mLeafSize, "Most triangles in a leaf, linear builder only")
+      command.add_option("--leaf", options.mLeafSize, "Maximum number of triangles in a leaf (linear builder only)")
           ->check(CLI::Range(1u, kMaxLeafSize))
           ->capture_default_str();
   command.parse_complete_callback([leaf, &options] {
@@ -36,7 +36,7 @@ void addOptions(CLI::App& command, tOptions& options) {
   command.add_flag("--quiet", options.mQuiet, "Print errors only");
   command.add_flag("--verbose", options.mVerbose, "Print the log records of the library");
   command.add_flag("--json", options.mAsJson,
-                   "Print the result as one JSON object on standard output, with -o - on standard error");
+                   "Print the result as one JSON object on standard output (on standard error with -o -)");
 }
 
 }  // namespace qzQuery

@@ -18,7 +18,7 @@ struct tOptions {
   bool mAsJson = false;
 };
 
-/// Its value of --builder.
+/// The value of --builder that selects it.
 const char* nameOf(tBuilder builder);
 
 /// Adds --builder, --leaf, --threads, --quiet, --verbose and --json to a subcommand. options must outlive it.

@@ -215,7 +215,7 @@ void render(const tRenderArguments& arguments, const tOptions& options, const qz
 void addRenderCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel& cancel) {
   CLI::App& command = *app.add_subcommand("render", "Render a picture of a mesh");
   const auto arguments = std::make_shared<tRenderArguments>();
-  command.add_option("MESH", arguments->mMeshName, "Mesh file, also compressed as .gz")->required();
+  command.add_option("MESH", arguments->mMeshName, "Mesh file; may be compressed (.gz)")->required();
   command.add_option("-o,--output", arguments->mImageName, "PNG file; - is standard output")->required();
   command.add_option("--size", arguments->mSize, "Width and height in pixels, with --turntable of each view")
       ->capture_default_str()
@@ -242,9 +242,10 @@ void addRenderCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel
           "--view")
       ->check(CLI::Range(1, kMaxViews));
   command
-      .add_option("--view", arguments->mView,
-                  "Where to look from: x,y,z or front, back, left, right, top, bottom, iso (default: from the front, "
-                  "above and the side)")
+      .add_option(
+          "--view", arguments->mView,
+          "Direction to look from: x,y,z or front, back, left, right, top, bottom, iso (default: from the front, "
+          "above and the side)")
       ->type_name("FROM");
   addChoice<qzToolkit::qzCamera::tUp>(command, "--up", arguments->mUp,
                                       {{"y", qzToolkit::qzCamera::eUpY}, {"z", qzToolkit::qzCamera::eUpZ}},
@@ -254,10 +255,9 @@ void addRenderCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel
                        {"normal", tShading::eNormal},
                        {"depth", tShading::eDepth},
                        {"cost", tShading::eCost}},
-                      "What colours show; cost is the nodes visited by the rays of a pixel (default: facing)");
+                      "What the colours show; cost: nodes visited by the rays of a pixel (default: facing)");
   command
-      .add_option("--samples", arguments->mNbSamples,
-                  "Rays per pixel in each direction; its square is the rays per pixel")
+      .add_option("--samples", arguments->mNbSamples, "Rays along each side of a pixel; N gives N x N rays per pixel")
       ->check(CLI::Range(1, kMaxSamples))
       ->capture_default_str();
   addOptions(command, options);

@@ -38,9 +38,9 @@ class qzRenderer {
   qzRenderer(const qz::qzTriMesh& mesh, const qzToolkit::qzHierarchy& hierarchy,
              std::vector<qzToolkit::qzCamera> cameras, qzToolkit::qzCamera::tUp up, tShading shading);
 
-  /// sheet  has as many views as there are cameras. A view does not depend on its position; the colours of eDepth and
-  ///        eCost have one scale for the sheet
-  /// nbSamples  rays across a pixel, so nbSamples^2 in it
+  /// sheet  has as many views as there are cameras. A view does not depend on its place in the sheet, but the colours
+  ///        of eDepth and eCost have one scale for all views
+  /// nbSamples  nbSamples^2 rays are cast per pixel
   /// progress   counts rows of the sheet
   qzToolkit::qzImage render(const qzSheet& sheet, int nbSamples, const qzToolkit::qzThreads& threads,
                             const qzToolkit::tCancel& cancel, qzToolkit::qzProgress& progress,

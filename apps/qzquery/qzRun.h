@@ -12,7 +12,7 @@ constexpr int kExitSignalBase = 128;
 
 /// Runs a command line. Data go to standard output or to a file, messages to standard error. Returns the exit code.
 /// cancel  cancels the work; its reason is the number of a signal
-/// Threads: one call at a time, as the log of the library is the process's.
+/// Threads: one call at a time, as the library's log is process-wide.
 int run(int argc, const char* const* argv, const qzToolkit::qzCancelToken& cancel);
 
 }  // namespace qzQuery

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
-// Signal handlers have no argument for an owner, so what they need belongs to the process.
+// A signal handler takes no pointer to an object, so what it needs is global.
 std::atomic<qzToolkit::qzCancelToken*> boundToken{nullptr};
 struct sigaction previousActions[std::size(kSignals)];
 
@@ -38,7 +38,7 @@ void cancelBoundToken(int signal) {
 qzSignals::qzSignals(qzToolkit::qzCancelToken& token) {
   qzToolkit::qzCancelToken* expected = nullptr;
   if (!boundToken.compare_exchange_strong(expected, &token)) {
-    throw std::logic_error("the signals are bound to another token");
+    throw std::logic_error("only one qzSignals may exist at a time");
   }
   for (std::size_t i = 0; i < std::size(kSignals); ++i) ::sigaction(kSignals[i], nullptr, &previousActions[i]);
   handleBy(cancelBoundToken);

@@ -9,16 +9,16 @@ namespace qzQuery {
 class qzSignals {
  public:
   /// While this lives, SIGINT, SIGTERM and SIGHUP cancel token, the signal's number being the reason. A signal that the
-  /// process was started to ignore stays ignored. System calls that wait fail with EINTR. One object at a time: a
-  /// second one throws std::logic_error.
+  /// process was started to ignore stays ignored. Blocking system calls fail with EINTR. One object at a time: a second
+  /// one throws std::logic_error.
   explicit qzSignals(qzToolkit::qzCancelToken& token);
-  /// The signals do what they did before.
+  /// Restores the previous handlers.
   ~qzSignals();
   qzSignals(const qzSignals&) = delete;
   qzSignals& operator=(const qzSignals&) = delete;
 
-  /// While it lives, the signals of a living qzSignals end the process at once, as they would without it: for long work
-  /// that polls no token and leaves nothing to tidy up. Does nothing without a qzSignals.
+  /// While this lives, the signals end the process at once, as without the qzSignals: for long work that polls no token
+  /// and needs no cleanup. No effect if there is no qzSignals.
   class tEndAtOnce {
    public:
     tEndAtOnce();

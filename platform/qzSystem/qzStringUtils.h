@@ -1,5 +1,5 @@
 #pragma once
-// qz::qzStringUtils: the locale of the family's text formatting. Stand-in for the system library's type.
+// qz::qzStringUtils: the locale for formatting text. Stand-in for the system library's type.
 
 #include <locale>
 

@@ -1,5 +1,5 @@
 #pragma once
-// qzRay and qzHit: the question and the answer of a ray query, as values.
+// qzRay and qzHit: a ray and its nearest hit.
 
 #include <Wm4/Vector2.h>
 #include <Wm4/Vector3.h>

@@ -41,7 +41,7 @@ tVector along(const tVector& a, tReal factor, const tVector& b) {
   return {a[0] + factor * b[0], a[1] + factor * b[1], a[2] + factor * b[2]};
 }
 
-/// Without overflow or underflow on the way.
+/// Intermediate results do not overflow or underflow.
 inline double length(const tVector3d& v) {
   return std::hypot(v[0], v[1], v[2]);
 }

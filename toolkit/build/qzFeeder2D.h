@@ -10,12 +10,12 @@ namespace qzToolkit {
 
 class qzFeeder2D : public qzLinearGenericBVH2DBuilder {
  public:
-  /// Sets the primitives of later builds: a box, and a point that decides its place in the tree. Throws a qzError, and
-  /// keeps what it had, unless there are as many points as boxes, from 1 to maxPrimitives, all coordinates are finite
-  /// and no box is empty.
+  /// Sets the primitives of later builds: a box, and a point that decides its place in the tree. Throws a qzError and
+  /// keeps the previous primitives unless there are as many points as boxes, from 1 to maxPrimitives, all coordinates
+  /// are finite and no box is empty.
   void setPrimitives(std::vector<Wm4::Vector2<float>> points, std::vector<qzBBox2D> boxes,
                      std::size_t maxPrimitives = kMaxPrimitives2D);
-  /// The same with the centres of the boxes as points.
+  /// The same, with the centres of the boxes as points.
   void setPrimitives(std::vector<qzBBox2D> boxes, std::size_t maxPrimitives = kMaxPrimitives2D);
 
   /// Builds bvh over the primitives. Later builds do not depend on earlier ones. Throws a qzError when there are no

@@ -12,15 +12,14 @@ namespace qzToolkit {
 
 class qzSAHFeeder : public qzGenericBVHBuilder {
  public:
-  /// Sets the triangles of later builds by their boxes; the mesh is not kept. Throws a qzError, and keeps
-  /// what it had, when there are more than maxTriangles.
+  /// Sets the triangles of later builds by their boxes; the mesh is not kept. Throws a qzError and keeps the previous
+  /// triangles if there are more than maxTriangles.
   void setMesh(const qz::qzTriMesh& mesh, std::size_t maxTriangles = kMaxTriangles);
 
   /// Sets the cost function of later builds instead of a qzDefaultSAH. Not owned; it must outlive them.
   void setCost(const qzSAHFunctionoid& cost);
 
-  /// Builds bvh over the triangles. Repeated builds give the same tree: the order in which the last build left the
-  /// triangles does not matter.
+  /// Builds bvh over the triangles. Repeated builds give the same tree.
   void build(qzGenericBVH& bvh);
 };
 

@@ -39,7 +39,7 @@ struct qzMeshReport {
 
 /// Inspects all triangles of a mesh. Accepts any mesh, bad indices included.
 ///
-/// threads  sort; everything else is done by the calling thread
+/// threads  used for sorting; the calling thread does everything else
 /// cancel   polled between stages and triangles, not within a sort
 ///
 /// Cost: n log n, about 40 bytes a triangle.

@@ -7,8 +7,8 @@ class qzGenericBVH;
 
 namespace qzToolkit {
 
-/// Expected cost of a ray that meets the root's box, by the surface-area metric: a random line that meets a convex box
-/// meets a box within it with a probability of the ratio of their areas, so the cost is
+/// Expected cost of a ray that meets the root's box, by the surface-area metric: a random line that meets a box meets a
+/// box within it with a probability of the ratio of their areas, so the cost is
 ///
 ///     sum over inner nodes   area(node) / area(root) * nodeCost
 ///   + sum over leaves        area(node) / area(root) * primitives of the leaf * primitiveCost

@@ -1,7 +1,6 @@
 #pragma once
-// qzHierarchy: a four-wide hierarchy with what programs ask of it besides: its memory, and rays that count the nodes
-// they visit. Counting uses the library's own traversal, compiled once more with a counter in it, so that it finds the
-// same hits to the bit.
+// qzHierarchy: a four-wide hierarchy that also tells its memory and casts rays that count the nodes they visit.
+// Counting uses the library's own traversal, compiled again with a counter, so that it finds the same hits to the bit.
 
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
 #include <toolkit/base/qzRay.h>

@@ -29,9 +29,9 @@ struct qzCastCounts {
 };
 
 /// Casts every ray of a file and writes the hits in the same order, block by block, so memory does not grow with the
-/// file. The hits do not depend on the number of threads, nor does what is written before an error, which is that of
-/// the first invalid row or refused ray. A qzError of cast is prefixed with the name of the file and the number of the
-/// ray, from 0. hits are complete when the caller commits them.
+/// file. The hits do not depend on the number of threads. Neither does an error, which is that of the first invalid row
+/// or refused ray, nor what is written before it. A qzError from cast is prefixed with the name of the file and the
+/// number of the ray, from 0. The caller commits hits afterwards.
 ///
 /// cancel    polled before each block
 /// progress  counts bytes of the file with the rays; may be null

@@ -1,7 +1,6 @@
 #pragma once
-// Cooperative cancellation. The caller owns a token and passes it to whatever may run long; the work polls it at its
-// own pace, tidies up and throws a qzInterrupted. There is no token of the process: two jobs with two tokens are
-// independent.
+// Cooperative cancellation. The caller owns a token and passes it to whatever may run long; the work polls it, cleans
+// up and throws a qzInterrupted. There is no process-wide token: two jobs with two tokens are independent.
 
 #include <qzSceneGraph/qzCancelInterfaceReadOnly.h>
 
@@ -10,8 +9,8 @@
 
 namespace qzToolkit {
 
-/// What the toolkit polls, which is what the library's builders poll. It is passed as a pointer that may be null, for
-/// work that is never cancelled, and must outlive the work. Polled from any thread, several at once.
+/// The interface that the toolkit polls; the library's builders poll the same one. It is passed as a pointer, null for
+/// work that is never cancelled, and must outlive the work. Several threads may poll it at once.
 using tCancel = qz::qzCancelInterfaceReadOnly;
 
 /// Thrown by cancelled work. Not a qzError: nothing was wrong.
@@ -35,8 +34,8 @@ class qzCancelToken : public tCancel {
   qzCancelToken(const qzCancelToken&) = delete;
   qzCancelToken& operator=(const qzCancelToken&) = delete;
 
-  /// Cancels all work that polls this token. reason is the caller's, as the number of a signal, and not kNoReason; the
-  /// first reason stays. Lock-free and async-signal-safe.
+  /// Cancels all work that polls this token. reason is any number but kNoReason, for example that of a signal; the
+  /// first reason is kept. Lock-free and async-signal-safe.
   void cancel(int reason = kRequested) noexcept {
     int expected = kNoReason;
     mReason.compare_exchange_strong(expected, reason, std::memory_order_relaxed);

@@ -34,8 +34,8 @@ class qzChildProcess {
     using std::runtime_error::runtime_error;
   };
 
-  /// Forks and runs work in the child, which has the calling thread only. An exception of work ends the child. Its
-  /// standard output and error are /dev/null.
+  /// Forks and runs work in the child, where only the calling thread exists. An exception thrown by work ends the
+  /// child, whose standard output and error are /dev/null.
   /// cancel  ends the waits of read in this process; work does not see it
   /// Failure: throws a tFailure when no process can be started.
   qzChildProcess(const tLimits& limits, const std::function<void(const tOutput&)>& work,

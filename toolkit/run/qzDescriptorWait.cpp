@@ -8,7 +8,8 @@ namespace qzToolkit {
 
 namespace {
 
-// A token may be cancelled by another thread, or by a signal just before poll() begins, which then is not interrupted.
+// poll() needs a timeout: a token cancelled by another thread, or by a signal just before the call, does not interrupt
+// it.
 constexpr int kMillisecondsBetweenPolls = 100;
 
 }  // namespace

@@ -9,7 +9,7 @@ namespace qzToolkit {
 /// tenth of a second of being cancelled, whichever thread cancels.
 void waitFor(int descriptor, short events, const tCancel* cancel);
 
-/// One of the waits that waitFor is made of, where there is nothing to poll for: sleeps a tenth of a second.
+/// Sleeps a tenth of a second, for callers that can only retry. Throws a qzInterrupted if cancelled before.
 void waitForRetry(const tCancel* cancel);
 
 }  // namespace qzToolkit

@@ -13,9 +13,9 @@ namespace qzToolkit {
 
 class qzThreads {
  public:
-  /// At most nbThreads threads, the calling one included; 0 and below: as many as possible. oneTBB runs no more than
-  /// the process has processors, unless the process allows others by a tbb::global_control of max_allowed_parallelism
-  /// before the pool is made; the pool sets no limit of the process.
+  /// At most nbThreads threads, the calling one included; 0 and below: as many as possible. oneTBB runs no more threads
+  /// than there are processors, unless the process sets another limit by a tbb::global_control of
+  /// max_allowed_parallelism before it makes the pool. The pool sets no process-wide limit.
   explicit qzThreads(int nbThreads);
 
   /// Threads that may run at once.
@@ -38,8 +38,8 @@ class qzThreads {
   /// write(slot)  writes the block; one call at a time, in reading order. Then the slot is reused.
   ///
   /// Returns when all blocks are written. An exception ends the stream early and is rethrown here: that of the first
-  /// block in reading order that has one in any of the three, after all earlier blocks are written. So it does not
-  /// depend on the number of threads. cancel is polled before the work on each block.
+  /// block in reading order for which any of the three functions throws, after all earlier blocks are written. So it
+  /// does not depend on the number of threads. cancel is polled before the work on each block.
   void streamBlocks(std::size_t nbSlots, const tCancel* cancel, const std::function<bool(std::size_t slot)>& read,
                     const std::function<void(std::size_t slot)>& work,
                     const std::function<void(std::size_t slot)>& write) const;

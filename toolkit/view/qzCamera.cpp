@@ -17,7 +17,7 @@ using tVector = qzCamera::tVector;
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kLowest = std::numeric_limits<double>::lowest();
-constexpr double kTanHalfView = 0.26;  // of half the larger angle of view: 29 degrees in all, little distortion
+constexpr double kTanHalfView = 0.26;  // of half the larger angle of view, which is 29 degrees: little distortion
 constexpr double kMargin = 1.06;       // free space around the mesh
 
 /// The vector in the space of the mesh with the given components to the right, to the back and up.

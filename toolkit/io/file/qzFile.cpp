@@ -27,8 +27,8 @@ constexpr std::size_t kBlock = std::size_t(1) << 20;
   throw qzError(name, std::string(action) + ": " + std::strerror(number));
 }
 
-/// Opens a file. Does not wait in open() itself for the other end of a pipe with a name, which nothing but a signal to
-/// the same thread would end.
+/// Opens a file. Does not block in open() until a named pipe has another end: only a signal to this thread could end
+/// that wait.
 qzDescriptor open(const std::string& path, int flags, const std::string& name, const char* action,
                   const tCancel* cancel) {
   for (;; waitForRetry(cancel)) {
@@ -54,7 +54,7 @@ bool isRegular(const qzDescriptor& file) {
   return ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-/// Repeats a call of read() or write() until it succeeds; returns its number of bytes.
+/// Repeats a call of read() or write() until it succeeds; returns the number of bytes.
 template <class tCall>
 std::size_t transfer(const qzDescriptor& file, short events, const std::string& name, const char* action,
                      const tCancel* cancel, const tCall& call) {
@@ -94,7 +94,7 @@ qzDescriptor createBeside(const std::string& target, std::string& temporary) {
   }
 }
 
-/// Creates a temporary file without a name, which vanishes when it is closed.
+/// Creates an unnamed temporary file, which vanishes when it is closed.
 qzDescriptor createWithoutName(const std::string& name) {
   std::error_code failure;
   const std::filesystem::path folder = std::filesystem::temp_directory_path(failure);

@@ -36,8 +36,8 @@ class qzFileReader {
 /// directly, as is standard output. Exceeding a limit on file sizes counts as a full disk only if SIGXFSZ is ignored.
 class qzFileWriter {
  public:
-  /// isRewritten  whether rewriteStart will be called. What cannot be rewritten, a device or a pipe, gets its bytes at
-  ///              commit only; until then they are in a temporary file without a name.
+  /// isRewritten  whether rewriteStart will be called. A device or a pipe cannot be rewritten, so it gets its bytes
+  ///              only at commit; until then they are in an unnamed temporary file.
   explicit qzFileWriter(const std::string& name, const tCancel* cancel = nullptr, bool isRewritten = false);
   /// Without commit the target is unchanged, except for bytes already sent to a device or a pipe.
   ~qzFileWriter();

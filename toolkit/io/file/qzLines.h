@@ -11,7 +11,7 @@
 
 namespace qzToolkit {
 
-/// Iterates over the lines of a text, without comments from "#" on and surrounding spaces.
+/// Iterates over the lines of a text, without surrounding spaces and without comments, which begin with "#".
 class qzLines {
  public:
   /// name    of the file, for messages; it and text must outlive the object

@@ -1,7 +1,7 @@
 #pragma once
-// Checks of mesh files that assimp's readers lack. They fill the end of a truncated PLY file with arbitrary numbers,
-// use other vertices in place of missing ones (OFF), accept truncated STL files, and loop for ever on a letter among
-// vertex indices (COLLADA).
+// Checks of mesh files that assimp's readers lack. Those readers fill the end of a truncated PLY file with arbitrary
+// numbers, use other vertices in place of missing ones (OFF), accept truncated STL files, and loop for ever on a letter
+// among vertex indices (COLLADA).
 
 #include <toolkit/run/qzCancelToken.h>
 

@@ -20,7 +20,8 @@ std::uint8_t encodeChannel(double linear) {
   return static_cast<std::uint8_t>(std::lround(255.0 * encoded));
 }
 
-/// A stream of the C library that collects bytes in memory, and fails once cancel is set: the one way to stop libpng.
+/// A stream of the C library that collects bytes in memory and fails once the work is cancelled: the only way to stop
+/// libpng.
 class tPngStream {
  public:
   explicit tPngStream(const tCancel* cancel) : mCancel(cancel) {

@@ -17,7 +17,7 @@ namespace qzToolkit {
 struct qzRayBlock {
   std::string mBytes;
   std::size_t mFirst = 0;      ///< number of the first line, from 1; of the first row, from 0, in a .npy file
-  std::size_t mNbColumns = 0;  ///< of text: those of the first row of the file; 0 while there was none
+  std::size_t mNbColumns = 0;  ///< of text: as in the first row of the file; 0 before there is one
 };
 
 /// Reads rays, one per row: origin x, y, z, direction x, y, z and, where the table has them, tMin (else 0) and tMax
@@ -31,7 +31,7 @@ class qzRayReader {
   static constexpr std::size_t kBlockSize = std::size_t(1) << 18;
 
   /// cancel     polled while the file is read
-  /// blockSize  bytes of a block at most, about; a block has a whole row at least
+  /// blockSize  approximate size of a block in bytes; a block has at least one whole row
   explicit qzRayReader(const std::string& name, const tCancel* cancel = nullptr, std::size_t blockSize = kBlockSize);
 
   /// For messages.
@@ -70,8 +70,8 @@ class qzRayReader {
 class qzHitWriter {
  public:
   /// cancel  polled while the file is written
-  /// nbHits  how many there will be, if known. If not, a .npy file that is not a regular file gets its
-  ///         bytes at commit only, out of a temporary file.
+  /// nbHits  how many there will be, if known. If not, a .npy target that is not a regular file gets its bytes only at
+  ///         commit, from a temporary file.
   explicit qzHitWriter(const std::string& name, const tCancel* cancel = nullptr,
                        std::optional<std::size_t> nbHits = std::nullopt);
 
