@@ -1,4 +1,4 @@
-// What qzLanes.h promises of every instruction set, bit for bit, over all pairs of special and ordinary floats.
+// What qzLanes.h promises for every instruction set, bit for bit, over all pairs of special and ordinary floats.
 
 #include <doctest/doctest.h>
 #include <qzCommonAddOns/qzDetail/base/qzLanes.h>
@@ -100,7 +100,7 @@ TEST_CASE("conversions truncate, and give the smallest integer for what does not
   }
 }
 
-TEST_CASE("lanes go where the comments draw them") {
+TEST_CASE("shuffles, pairs and transposes put every lane where the comment of the function draws it") {
   const tFloat4 a = float4(0, 1, 2, 3), b = float4(4, 5, 6, 7);
   CHECK(lanesOf(shuffle<3, 0, 2, 1>(a)) == Lanes{3, 0, 2, 1});
   CHECK(lanesOf(shuffle<3, 0, 2, 1>(a, b)) == Lanes{3, 0, 6, 5});

@@ -40,7 +40,7 @@ qzGenericBVH rootLeaf(unsigned int count) {
   return bvh;
 }
 
-/// The library's conversion, after a check that its words are the plain form's.
+/// The library's conversion, after checking that its words equal the plain form's.
 struct Converted {
   OpenQBVH library;
   qzPlain::tQBVH plain;
@@ -309,8 +309,8 @@ TEST_CASE("unreachable nodes change nothing, wherever they are in the array") {
     fillPrimitives(*bvh, 4);
     if (isSparse) {
       for (unsigned int i = 1; i < 2000; ++i)
-        setLeaf(*bvh, i, boxNumber(50), 0xFFFFFFu, 0x10000u);                                   // past the primitives
-      for (unsigned int i = 1; i < 2000; i += 3) setInner(*bvh, i, boxNumber(50), 5000, 6000);  // past the nodes
+        setLeaf(*bvh, i, boxNumber(50), 0xFFFFFFu, 0x10000u);                                   // beyond the primitives
+      for (unsigned int i = 1; i < 2000; i += 3) setInner(*bvh, i, boxNumber(50), 5000, 6000);  // beyond the nodes
     }
     setInner(*bvh, 0, boxNumber(0), left, right);
     setLeaf(*bvh, left, boxNumber(1), 0, 2);
@@ -464,8 +464,8 @@ TEST_CASE("the root box unites lanes 0 with 1 and 2 with 3; a first operand stay
       {{-0.0f, 0.0f, 0.0f, 0.0f}, {1, 1, 1, 1}, -0.0f, 1},
       {{-1, -1, -1, -1}, {0.0f, -0.0f, -0.0f, -0.0f}, -1, 0.0f},
       {{-1, -1, -1, -1}, {-0.0f, 0.0f, 0.0f, 0.0f}, -1, -0.0f},
-      {{1, kNaN, 2, 3}, {4, kNaN, 5, 6}, 1, 6},  // a NaN in lane 1, 2 or 3 drops out,
-      {{1, 2, kNaN, 0}, {4, 5, kNaN, 9}, 1, 5},  // in lane 2 lane 3 with it,
+      {{1, kNaN, 2, 3}, {4, kNaN, 5, 6}, 1, 6},  // a NaN in lane 1 or 3 is dropped,
+      {{1, 2, kNaN, 0}, {4, 5, kNaN, 9}, 1, 5},  // in lane 2 together with lane 3,
       {{1, 2, 0, kNaN}, {4, 5, 9, kNaN}, 0, 9},
       {{kNaN, 2, 0, 1}, {4, 5, 6, 7}, kNaN, kNaN},         // in lane 0 it stays, in both corners
       {{1, 2, 3, 4}, {kNaN, 5, 6, 7}, 1, 1},               // a NaN maximum becomes the minimum

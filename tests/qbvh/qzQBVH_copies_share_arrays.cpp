@@ -67,7 +67,7 @@ TEST_CASE("a copy of a source that is never destroyed releases the shared arrays
   const qz::qzTriMesh mesh = terrainMesh(6, 24);
   Undestroyed source;
   buildFromMesh(*source, kBothArrays, mesh, 4);
-  const OpenQBVH copy(*source);  // a leak checker sees whether these arrays are released, and once
+  const OpenQBVH copy(*source);  // a leak checker sees whether these arrays are released, and only once
   CHECK(cast(copy, kDown).hit);
 }
 
@@ -86,7 +86,7 @@ TEST_CASE("qzQBVH has no virtual functions and the alignment of a pointer") {
   CHECK(!std::is_polymorphic_v<qzQBVH>);
   CHECK(std::is_copy_constructible_v<qzQBVH>);
   CHECK(std::is_copy_assignable_v<qzQBVH>);
-  CHECK(sizeof(qzQBVH) == 4 * sizeof(void*) + sizeof(qzBBox) + 3 * sizeof(unsigned) + 4);  // 4 to fill up
+  CHECK(sizeof(qzQBVH) == 4 * sizeof(void*) + sizeof(qzBBox) + 3 * sizeof(unsigned) + 4);  // 4 bytes of padding
   CHECK(static_cast<unsigned>(qzQBVH::eTrianglesVertices) == 1);
   CHECK(static_cast<unsigned>(qzQBVH::eTrianglesEquations) == 2);
   CHECK(static_cast<unsigned>(qzQBVH::eTrianglesVertices | qzQBVH::eTrianglesEquations) == 3);

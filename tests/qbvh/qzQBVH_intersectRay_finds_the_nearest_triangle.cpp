@@ -173,7 +173,7 @@ TEST_CASE("an interval of one distance contains that distance, an inverted one c
   CHECK(isUntouched(scene(ray), 1.0f));
 }
 
-TEST_CASE("with a negative tMin a ray hits behind its origin, and the smallest distance is the farthest there") {
+TEST_CASE("with a negative tMin a ray hits behind its origin, where the farthest triangle has the smallest distance") {
   const Scene scene(fourLeaves({kEverywhere, kEverywhere, kEverywhere, kEverywhere}),
                     meshOfCorners(trianglesAt({4.0f, 5.0f, 6.0f, 0.0f})));
   Ray ray = down();
@@ -279,7 +279,7 @@ TEST_CASE("at equal distances in several leaves the one visited first wins, also
   for (float t : {3.0f, 10.0f, kInf}) {
     Ray ray = down();
     ray.t = t;
-    // The boxes hold the origin: keys 0, lanes in order.
+    // The boxes contain the origin: all keys are 0, lanes in order.
     CHECK(Scene(fourLeaves({kEverywhere, kEverywhere, kEverywhere, kEverywhere}), mesh)(ray).triangle == 0);
     // Lane 1 is the only box around the origin, the others begin at distance 1.
     CHECK(Scene(fourLeaves({nearer, kEverywhere, nearer, nearer}), mesh)(ray).triangle == 1);
@@ -288,7 +288,7 @@ TEST_CASE("at equal distances in several leaves the one visited first wins, also
 }
 
 TEST_CASE("lanes with equal keys are visited in the order of the sorting network of five exchanges") {
-  // Keys 1 0 0 0: exchanged are (0, 1) and then (1, 3), so the order is 1 3 2 0. Triangles 2 and 3 are one.
+  // Keys 1 0 0 0: the network swaps (0, 1) and then (1, 3), so the order is 1 3 2 0. Triangles 2 and 3 are equal.
   const qz::qzTriMesh mesh = meshOfCorners(trianglesAt({0, -1, 0, 0}));
   const qzBBox nearer = qzBBox::Make(-100.0f, -100.0f, -100.0f, 100.0f, 100.0f, 2.0f);
   CHECK(Scene(fourLeaves({nearer, kEverywhere, kEverywhere, kEverywhere}), mesh)(down()).triangle == 3);
@@ -300,7 +300,7 @@ TEST_CASE("the nearest lane is visited first, and its t limits the later leaves"
   CHECK(sameBits(Scene(rootLeaf({0, 1, 2, 3}), mesh)(down()).t, 1.0f));
 }
 
-TEST_CASE("a ray along an axis hits a box that it is inside, not one that it is beside, or whose lower face it is in") {
+TEST_CASE("a ray along an axis hits a box that it runs through, not one beside it or one whose lower face it runs in") {
   const qz::qzTriMesh mesh = meshOfCorners(trianglesAt({0, -1, -2, -3}));
   const qzBBox tight = qzBBox::Make(0.0f, 0.0f, -5.0f, 2.0f, 4.0f, 0.0f), away = qzBBox::Make(50, 50, 50, 60, 60, 60);
   const Scene scene(fourLeaves({tight, away, away, away}), mesh);
@@ -311,8 +311,8 @@ TEST_CASE("a ray along an axis hits a box that it is inside, not one that it is 
     ray.origin[0] = 3.0f;  // beside the box
     CHECK(!scene(ray).hit);
   }
-  // On the face x = 0 the minimum gives 0 * inf, a NaN, and near and far are both what the maximum gives: +inf for a
-  // direction of 0, -inf for -0.
+  // On the face x = 0 the minimum gives 0 * inf, which is NaN, so near and far are both the maximum's distance: +inf
+  // for a direction of 0, -inf for -0.
   Ray ray = down();
   ray.origin[0] = 0.0f;
   ray.direction[0] = 0.0f;
@@ -334,7 +334,7 @@ TEST_CASE("a triangle outside its leaf's box is hit only by rays that hit the bo
   CHECK(!scene(ray).hit);
 }
 
-TEST_CASE("every ray hits an infinite or an empty box; a box with swapped corners acts like the proper one") {
+TEST_CASE("every ray hits an infinite or an empty box; a box with swapped corners acts like one with ordered corners") {
   const qz::qzTriMesh mesh = meshOfCorners(trianglesAt({0, 0, 0, 0}));
   const qzBBox away = qzBBox::Make(50, 50, 50, 60, 60, 60);
   const qzBBox infinite = qzBBox::Make(-kInf, -kInf, -kInf, kInf, kInf, kInf);

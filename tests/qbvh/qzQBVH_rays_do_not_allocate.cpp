@@ -35,7 +35,7 @@ TEST_CASE("ray queries do not allocate") {
   CHECK(nbAllocations == 0);
   CHECK(nbHits > 100);
 
-  const HeapWatch watch;  // which counts those of a build
+  const HeapWatch watch;  // checks that the watch counts allocations
   hierarchy.buildFromMesh(qzQBVH::eTrianglesEquations, soupMesh(10, kSeed), 4);
   CHECK(watch.nbAllocations() > 0);
 }

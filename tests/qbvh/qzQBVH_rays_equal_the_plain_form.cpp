@@ -1,4 +1,4 @@
-// Many rays, ordinary and awkward, on many hierarchies: every bit of every answer against the plain form.
+// Many rays, ordinary and degenerate, on many hierarchies: every bit of every answer against the plain form.
 
 #include <doctest/doctest.h>
 
@@ -13,7 +13,7 @@ using namespace qzTest;
 
 namespace {
 
-/// A hierarchy in both forms. Their words are the same but for NaN in the equations, which affect no answer.
+/// A hierarchy in both forms. Their words are equal except for NaN in the equations, which affect no answer.
 struct Scene {
   qz::qzTriMesh mesh;
   OpenQBVH library;
@@ -97,8 +97,8 @@ struct Hits {
   }
 };
 
-/// Ordinary and awkward rays by turns, half of them again with the hit at an end of the interval. Each query must hit
-/// at least smallestNbHits times.
+/// Alternates ordinary and degenerate rays; casts half of them again with the hit at an end of the interval. Each query
+/// must hit at least smallestNbHits times.
 Hits compareRays(const Scene& scene, std::uint32_t seed, int nbRays, int smallestNbHits) {
   Random random(seed);
   Comparison comparison(scene);
@@ -122,7 +122,7 @@ qz::qzTriMesh meshOfTies(int nbTriangles, std::uint32_t seed) {
   std::vector<Point> corners;
   for (int i = 0; i < nbTriangles; ++i) {
     const unsigned int triangle = random.below(nbTrianglesOf(once));
-    const int first = static_cast<int>(random.below(3));  // the same corners from another one on, now and then turned
+    const int first = static_cast<int>(random.below(3));  // the same corners in another order, sometimes reversed
     const bool turned = random.below(8) == 0;
     for (int corner = 0; corner < 3; ++corner) {
       corners.push_back(cornerOf(once, triangle, (first + (turned ? 3 - corner : corner)) % 3));
@@ -131,7 +131,7 @@ qz::qzTriMesh meshOfTies(int nbTriangles, std::uint32_t seed) {
   return meshOfCorners(corners);
 }
 
-/// A whole number from -2 to 2, now and then -0.
+/// A whole number from -2 to 2, sometimes -0.
 float latticeNumber(Random& random) {
   const std::uint32_t number = random.below(6);
   return number == 5 ? -0.0f : static_cast<float>(number) - 2.0f;
@@ -155,7 +155,7 @@ qz::qzTriMesh latticeMesh(int nbTriangles, Random& random) {
   return meshOfCorners(corners);
 }
 
-/// From a point of the lattice to another, or from half way between.
+/// From a lattice point to another, or from half way between.
 Ray latticeRay(Random& random) {
   Ray ray;
   ray.origin = latticePoint(random);
@@ -210,7 +210,7 @@ TEST_CASE("rays on hierarchies of any shape and with any boxes equal the plain f
     CHECK(hits.ray > 1000);
     CHECK(hits.symmetric > 1000);
   }
-  CHECK(nbNested > 40);  // for which queries may take a shortcut
+  CHECK(nbNested > 40);  // for these, queries take the fast path
   CHECK(nbScenes - nbNested > 80);
 }
 

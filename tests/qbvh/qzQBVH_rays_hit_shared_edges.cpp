@@ -1,5 +1,5 @@
-// Rays aimed at the edges and vertices of a closed mesh. docs/edges.md has the rates of misses; these tests are about
-// what every ray does.
+// Rays aimed at the edges and vertices of a closed mesh. docs/edges.md has the rates of misses; these tests check every
+// ray.
 
 #include <doctest/doctest.h>
 
@@ -20,8 +20,8 @@ struct AimedRay {
   float distance;
 };
 
-/// From outside of a sphere around the origin to a point of an edge, every fourth time to a vertex, at a steep angle,
-/// so that it passes through the surface there in spite of rounding.
+/// A ray from outside a sphere around the origin to a point of an edge, every fourth one to a vertex. The angle is
+/// steep, so that the ray crosses the surface there in spite of rounding.
 AimedRay rayAtEdge(const qz::qzTriMesh& sphere, Random& random) {
   for (;;) {
     const unsigned int triangle = random.below(nbTrianglesOf(sphere));
@@ -100,7 +100,7 @@ TEST_CASE("rays miss edges of a mesh far from the origin, and hit all of them wh
   for (int i = 0; i < kNbRays; ++i) {
     AimedRay aimed = rayAtEdge(near, random);
     const Point farOrigin = plus(aimed.ray.origin, way);
-    aimed.ray.origin = minus(farOrigin, way);  // rounded as it is there
+    aimed.ray.origin = minus(farOrigin, way);  // rounded as far from the origin
     nbSlippedNear += nbHitsAround(nearHierarchy, aimed, 0.1f, 1.0f) == 0 ? 1 : 0;
     aimed.ray.origin = farOrigin;
     nbSlippedFar += nbHitsAround(farHierarchy, aimed, 0.1f, 1.0f) == 0 ? 1 : 0;
@@ -110,7 +110,7 @@ TEST_CASE("rays miss edges of a mesh far from the origin, and hit all of them wh
 }
 
 TEST_CASE("a ray with direction z = 0 in the plane z = const shared by two boxes misses both") {
-  // Two triangles of a wall that is nearly upright, with an edge in common that is parallel to another axis.
+  // Two triangles of a nearly upright wall. Their common edge is parallel to another axis.
   const auto wall = [](int across, int high) {
     const int wide = 3 - across - high;
     std::vector<Point> corners(6, Point(0.0f, 0.0f, 0.0f));

@@ -29,7 +29,7 @@ struct Hierarchies {
 
 }  // namespace
 
-TEST_CASE("intersectRay without equations logs one record of type 2 and leaves the outputs") {
+TEST_CASE("intersectRay without equations logs one record of type 2 and does not change the outputs") {
   const Hierarchies hierarchies;
   for (const OpenQBVH* hierarchy : {&hierarchies.empty, &hierarchies.vertices}) {
     const LogCapture log;
@@ -59,7 +59,7 @@ TEST_CASE("without a logger the record goes to std::clog") {
   CHECK(clog.text() == std::string(kMessage) + "\n");
 }
 
-TEST_CASE("intersectRaySymmetric without equations returns false, logs nothing and leaves the outputs") {
+TEST_CASE("intersectRaySymmetric without equations returns false, logs nothing and does not change the outputs") {
   const Hierarchies hierarchies;
   const LogOfOneType log(2);
   CHECK(isUntouched(castSymmetric(hierarchies.empty, kDown)));

@@ -1,5 +1,5 @@
 // Hashes of whole hierarchies and of thousands of hits, the same with every compiler, flag set and processor.
-// The scenes come from seeds and plain sums and products, so no library function of the platform matters.
+// The scenes are made from seeds by sums and products alone, so no library function of the platform matters.
 
 #include <doctest/doctest.h>
 

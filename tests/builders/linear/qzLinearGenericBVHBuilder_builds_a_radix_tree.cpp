@@ -1,4 +1,4 @@
-// Properties of every tree of the builder, checked against the cells, without another builder.
+// Properties of every tree that the builder makes, checked against the cells without another builder.
 
 #include "support/qzBits.h"
 #include "support/qzBothBuilders.h"
@@ -102,7 +102,7 @@ TEST_CASE("trees over known cells split at the highest differing bit, down to th
 
 TEST_CASE("a linear build does not depend on the caller's float mode, which is kept") {
   Random random(61);
-  // Cells smaller than the denormals' range, and every other box denormal: flushed to zero these would share cell 0.
+  // Cells smaller than the range of denormals, and every other box denormal: flushed to zero, these would share cell 0.
   const float edge = 3.7e-33f;
   std::vector<qzBBox> boxes = pointBoxes({{0.0f, 0.0f, 0.0f}, {edge, edge, edge}});
   for (int i = 0; i < 300; ++i) {

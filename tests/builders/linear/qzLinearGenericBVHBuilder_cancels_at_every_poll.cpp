@@ -17,7 +17,7 @@ std::uint64_t nbPollsOfWholeBuild(const std::vector<qzBBox>& boxes, unsigned int
   return both.nbPolls();
 }
 
-// Into an empty tree, or into the tree over the boxes of before, if there are any.
+// Builds into an empty tree or, if before is not empty, into the tree over those boxes.
 void cancelAtEveryPoll(const std::vector<qzBBox>& boxes, unsigned int bits, unsigned int limit,
                        const std::vector<qzBBox>& before = {}) {
   const std::uint64_t nbPolls = nbPollsOfWholeBuild(boxes, bits, limit);
@@ -77,7 +77,7 @@ TEST_CASE("repeated builds by one builder into one tree, cancelled at random, eq
   CHECK(nbComplete < 1400);
 }
 
-TEST_CASE("a build cancelled before it lists its levels does not change the tree") {
+TEST_CASE("a build cancelled before it links nodes does not change the tree") {
   const std::vector<qzBBox> before = randomBoxes(20, 0.2f, 38), boxes = randomBoxes(50, 0.2f, 39);
   for (const std::uint64_t cancelAt : {0u, 1u, 2u, 3u}) {
     BothBuilders both;
@@ -94,7 +94,7 @@ TEST_CASE("a build cancelled before it lists its levels does not change the tree
   }
 }
 
-TEST_CASE("a build cancelled at a level leaves all node storage, no boxes and the old counter") {
+TEST_CASE("a build cancelled while it links nodes leaves the full node array, no boxes and the old counter") {
   const std::vector<qzBBox> corners =
       boxesInCells({{1, 0, 0}, {0, 1, 0}, {1, 1, 0}, {0, 0, 1}, {1, 0, 1}, {0, 1, 1}}, 1);
   const std::size_t nbNodesOfLevel[] = {3, 7, 15};  // linked after level 1, 2, 3
@@ -148,7 +148,7 @@ TEST_CASE("a build cancelled among the boxes polls once per remaining visit, and
   }
 }
 
-TEST_CASE("a build cancelled while it counts subtrees takes uncounted ones for empty, so parents become leaves") {
+TEST_CASE("a build cancelled while it counts subtrees treats uncounted ones as empty, so parents become leaves") {
   // Polls 13 to 15 belong to the root, the left and the right leaf; 16 follows the counting.
   const std::vector<qzBBox> boxes = pointBoxes({{0.0f, 0.0f, 0.0f}, {1.0f, 1.0f, 1.0f}});
   const auto cancelledAt = [&](std::uint64_t cancelAt, std::uint64_t nbPolls) {

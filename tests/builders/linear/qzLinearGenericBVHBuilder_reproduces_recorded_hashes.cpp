@@ -22,7 +22,7 @@ std::vector<qzBBox> anyBoxes(std::uint32_t count, std::uint32_t seed) {
     Wm4::Vector3<float> min = point, max = point;
     if (random.below(8) == 0) max[static_cast<int>(random.below(3))] = random.anyFloat();
     for (int c = 0; c < 3; ++c) {
-      if (!(max[c] <= 1.0f)) max[c] = kNaN;  // so the grid stays that of the points, and centres are anywhere below
+      if (!(max[c] <= 1.0f)) max[c] = kNaN;  // keeps the grid that of the points; centres are anywhere below
     }
     boxes.push_back(qzBBox::Make(min, max));
   }

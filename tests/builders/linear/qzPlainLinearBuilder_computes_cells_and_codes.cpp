@@ -46,8 +46,8 @@ TEST_CASE("cells are truncated to 64 bits, then to the low 32, then limited to t
 }
 
 TEST_CASE("centres outside the grid wrap in the builder as worked by hand") {
-  // A proper box makes the grid: origin 0, one cell per unit. Inverted boxes around it (min above, max below) do not
-  // extend the scene's box, but have centres anywhere.
+  // One ordinary box sets the grid: origin 0, one cell per unit. Inverted boxes around it (min above, max below) do not
+  // extend the scene's box, but their centres can be anywhere.
   const auto centredAt = [](float center) {
     const float far = 0x1p36f;
     const float min = center > 0.0f ? 2.0f * center + far : far, max = center > 0.0f ? -far : 2.0f * center - far;

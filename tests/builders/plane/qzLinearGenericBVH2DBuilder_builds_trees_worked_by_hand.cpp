@@ -119,7 +119,7 @@ TEST_CASE("more than 16 bits per axis count as 16 in 2D, 15 do not") {
     REQUIRE(both.nodes().size() == sixteen.nodes().size());
     for (std::size_t i = 0; i < both.nodes().size(); ++i) CHECK(sameBits(both.nodes()[i], sixteen.nodes()[i]));
   }
-  // Two neighbours that 16 bits separate and 15 do not.
+  // Two neighbouring points that 16 bits separate and 15 do not.
   const Scene2D neighbours = sceneInCells({{1, 0}, {0, 0}}, 16);
   BothBuilders2D both(1);
   both.build(neighbours, 16);

@@ -118,7 +118,7 @@ std::vector<Scene2D> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) 
   addPoints("all NaN", std::vector<Point>(count, Point(kNaN, -kNaN)));
   addPoints("any floats", pointsMadeBy(count, [&] { return anyPoint(random); }));
 
-  // Points outside of ordinary bounds, NaN or infinite.
+  // Points outside ordinary bounds, NaN or infinite.
   const auto withPoints = [&](const std::string& name, auto change) {
     Scene2D scene = ordinary();
     scene.name = name;
@@ -158,7 +158,7 @@ std::vector<Scene2D> scenesOfEveryKind(std::uint32_t count, std::uint32_t seed) 
   withBounds("bounds infinite on one side", qzBBox2D::Make(-1.0f, -1.0f, kInf, 1.0f));
   withBounds("denormal bounds", qzBBox2D::Make(0.0f, 0.0f, 0x1p-140f, 0x1p-149f));
 
-  // Boxes that are not around the points: these affect the boxes of nodes alone.
+  // Boxes that do not contain the points: they affect only the boxes of nodes.
   const auto withBoxes = [&](const std::string& name, auto make) {
     scenes.push_back(named(name, ordinary()));
     for (qzBBox2D& box : scenes.back().boxes) box = make();

@@ -31,7 +31,7 @@ struct Cell2D {
 };
 
 /// A point in the centre of every given cell of a grid of 2^bits cells of edge 1 that starts at the origin. The bounds
-/// are such that a build with this many bits per axis uses this very grid.
+/// are such that a build with this many bits per axis uses exactly this grid.
 Scene2D sceneInCells(const std::vector<Cell2D>& cells, unsigned int bits);
 
 }  // namespace qzTest

@@ -47,7 +47,8 @@ void BothSAHBuilders::build() {
   mPlainBuilder.build(mPlainTree);
   compare();
   compareBins();
-  // A median split has more than 1024 items. Of many items, earlier and larger splits may leave their entries unsorted.
+  // A median split has more than 1024 items. In large builds, earlier and larger splits may leave their entries
+  // unsorted.
   const std::size_t nbItems = mPlainBuilder.itemBBoxes.size();
   compareSort(nbItems <= 8192 ? nbItems : 1025);
 }

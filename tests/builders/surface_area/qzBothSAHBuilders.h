@@ -19,7 +19,7 @@ struct CostCall {
 };
 bool operator==(const CostCall& a, const CostCall& b);
 
-/// A cost functor with any formula, which notes its calls.
+/// A cost functor with any formula, which records its calls.
 class NotingSAH : public qzSAHFunctionoid {
  public:
   using Formula = float (*)(const qzBBox& box, unsigned int count);
@@ -45,7 +45,7 @@ class BothSAHBuilders {
   void setNbBins(unsigned int nbBins);
 
   /// Builds with both, by the default cost, and checks that the results are equal: the order of the items, every
-  /// bit of the tree, length and capacity of its arrays, and the scratch arrays that an input can read.
+  /// bit of the tree, length and capacity of its arrays, and the scratch arrays that a derived class can read.
   void build();
   /// The same with a formula. The calls of the functors must agree as well; returns them.
   std::vector<CostCall> build(NotingSAH::Formula formula);
@@ -54,7 +54,7 @@ class BothSAHBuilders {
   void findMedianSplitOfAll();
   /// All items by buildIter below node 0, without build; compares the nodes and scratch.
   void buildIterOfAll();
-  /// Makes the node arrays of both trees that long, with a capacity of just as much.
+  /// Makes the node arrays of both trees this long, with the same capacity.
   void setNbNodes(std::size_t count);
 
   const OpenSAHBuilder& builder() const { return mBuilder; }

@@ -13,7 +13,7 @@ std::unique_ptr<qzSAHFunctionoid> makeCostWithoutTypeInformation();
 /// A class derived from qzDefaultSAH that returns another cost: the item count alone.
 std::unique_ptr<qzSAHFunctionoid> makeDerivedCostWithoutTypeInformation();
 
-/// A qzDefaultSAH itself, made there.
+/// A qzDefaultSAH, made by that code.
 std::unique_ptr<qzSAHFunctionoid> makeDefaultCostWithoutTypeInformation();
 
 }  // namespace qzTest

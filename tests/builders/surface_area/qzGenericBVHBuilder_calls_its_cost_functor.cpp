@@ -111,7 +111,7 @@ TEST_CASE("a functor derived from the default one is called, not replaced by the
   CHECK(counting.mNbCalls >= 2 * 3 * 127 + 1);
 }
 
-TEST_CASE("an exception of the functor comes out, and the builder then builds what a new one builds") {
+TEST_CASE("an exception of the functor propagates, and the builder then builds the same tree as a new one") {
   class Throwing : public qzSAHFunctionoid {
    public:
     float f(const qzBBox&, unsigned int) const override { throw std::runtime_error("no cost"); }
@@ -131,7 +131,7 @@ TEST_CASE("an exception of the functor comes out, and the builder then builds wh
   CHECK(sameTree(tree, expected));
 }
 
-TEST_CASE("functors of callers without run-time type information are asked like any other") {
+TEST_CASE("functors of callers without run-time type information are called like any other") {
   const std::vector<qzBBox> boxes = randomBoxes(800, 0.1f, 9);
   const auto nbNodesBy = [&](const qzSAHFunctionoid* sah) {
     OpenSAHBuilder builder(boxes);

@@ -19,7 +19,7 @@ float defaultCost(const qzBBox& box, unsigned int count) {
   return qzPlain::DefaultSAH().f(box, count);
 }
 
-// Cost formulas for which no shortcut holds.
+// Cost formulas without a fast path.
 struct Formula {
   const char* name;
   NotingSAH::Formula f;
@@ -134,7 +134,7 @@ TEST_CASE("a scene box that does not contain the items gives the tree of the pla
 }
 
 TEST_CASE("centroids any number of bins away, beyond 2^31, 2^32, 2^63 and 2^64 too, give the tree of the plain form") {
-  // A unit scene of 128 bins, so the centroid e lies in bin 128 e before that is limited.
+  // A unit scene of 128 bins, so the centroid e lies in bin 128 e before clamping.
   const std::uint32_t seed = 600;
   Random random(seed);
   std::vector<float> far;
@@ -212,8 +212,8 @@ TEST_CASE("signed zeros in item boxes give the node boxes of the plain form") {
 }
 
 TEST_CASE("of two NaN coordinates the lower one gives the key of a median, for any payloads") {
-  // NaN keys sort by sign and payload: positive ones between positive and negative distances, which inverted boxes
-  // have, negative ones last. So the signs of NaN decide which distance is the median.
+  // NaN keys sort by sign and payload: positive NaN between positive and negative distances (of inverted boxes),
+  // negative NaN last. So the signs of NaN decide which distance is the median.
   const std::uint32_t seed = 1100;
   Random random(seed);
   for (int round = 0; round < 10; ++round) {

@@ -64,7 +64,7 @@ TEST_CASE("setSAH does not free the functor it replaces") {
     nbReleased = watch.nbReleases();
   }
   CHECK(nbReleased == 0);
-  CHECK(first->f(qzBBox::Make(0.0f, 0.0f, 0.0f, 1.0f, 2.0f, 3.0f), 0) == 44.0f);  // still there
+  CHECK(first->f(qzBBox::Make(0.0f, 0.0f, 0.0f, 1.0f, 2.0f, 3.0f), 0) == 44.0f);  // not freed
 }
 
 TEST_CASE("a surface-area build does not depend on the caller's float mode, which is kept") {

@@ -115,7 +115,7 @@ TEST_CASE("a copy of a builder shares the functor and builds the same tree") {
   CHECK(sameTree(tree, treeOfCopy));
 }
 
-TEST_CASE("the builder has no virtual functions and no base, and outsiders cannot fill it") {
+TEST_CASE("the builder has no virtual functions and no base, and only derived classes can fill it") {
   CHECK_FALSE(std::is_polymorphic_v<qzGenericBVHBuilder>);
   CHECK(std::is_default_constructible_v<qzGenericBVHBuilder>);
   CHECK(has_resizeItems<OpenSAHBuilder>);

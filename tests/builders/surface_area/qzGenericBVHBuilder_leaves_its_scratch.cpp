@@ -1,4 +1,5 @@
-// An input can read the scratch arrays of a build and the capacity of its tree. Both are as the plain form leaves them.
+// A derived class can read the scratch arrays of a build, and anyone the capacity of its tree. Both are as the plain
+// form leaves them.
 
 #include <doctest/doctest.h>
 
@@ -24,28 +25,28 @@ TEST_CASE("after a build the sort arrays are those of the last median split, the
   CHECK(builder.mBinCounts[builder.mNbBins - 1] >= 17);
 }
 
-TEST_CASE("up to 8192 items leave every entry of the scratch arrays as the plain form does, also of earlier splits") {
+TEST_CASE("with up to 8192 items every scratch entry is that of the plain form, also those of earlier splits") {
   for (const std::uint32_t count : {1026u, 2051u, 5000u, 8192u}) {
     INFO("count ", count);
     BothSAHBuilders(randomBoxes(count, 0.05f, 20 + count)).build();
   }
 }
 
-TEST_CASE("of more items the last median split leaves its entries, and the last binned node all bins") {
+TEST_CASE("with more items the last median split leaves its entries, and the last binned node all bins") {
   for (const std::uint32_t count : {8193u, 40000u, 70000u}) {
     INFO("count ", count);
     BothSAHBuilders(randomBoxes(count, 0.02f, 30 + count)).build();
   }
 }
 
-TEST_CASE("items on one point are split at their median down to the deepest level, which leaves all entries") {
+TEST_CASE("items on one point are split at their median down to the deepest level, and leave all scratch entries") {
   BothSAHBuilders both(onOnePoint(40000));
   both.build();
   CHECK(bool(both.builder().mSortedPositions == both.plainBuilder().sortedPositions));
   CHECK(bool(both.builder().mSortScratch == both.plainBuilder().sortScratch));
 }
 
-TEST_CASE("operations that an input calls by itself leave their scratch as the plain form does") {
+TEST_CASE("operations that a derived class calls directly leave their scratch as the plain form does") {
   for (const std::uint32_t count : {17u, 900u, 1025u, 20000u}) {
     INFO("count ", count);
     BothSAHBuilders both(randomBoxes(count, 0.1f, 40 + count));

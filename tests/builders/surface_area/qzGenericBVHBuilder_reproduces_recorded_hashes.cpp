@@ -12,7 +12,7 @@ using namespace qzTest;
 
 namespace {
 
-// Boxes some of which the scene box does not contain: bins wrap, centroids are NaN.
+// Boxes that the scene box does not all contain: bins wrap, centroids are NaN.
 std::vector<qzBBox> anyBoxes(std::uint32_t count, std::uint32_t seed) {
   Random random(seed);
   std::vector<qzBBox> boxes = randomBoxes(count, 0.1f, seed);

@@ -12,7 +12,7 @@ using namespace qzTest;
 
 namespace {
 
-constexpr double kMargin = 1e-5;  // lengths; single precision errs by some 1e-6 at these sizes
+constexpr double kMargin = 1e-5;  // a length; single precision is off by about 1e-6 at these sizes
 
 using Vertex = std::array<double, 3>;
 
@@ -29,7 +29,7 @@ struct DoublePlane {
   double distance(const Vertex& p) const { return normal[0] * p[0] + normal[1] * p[1] + normal[2] * p[2] + offset; }
 };
 
-/// Whether the half-spaces, their borders moved outward by the margin, have something of a polygon in common.
+/// Whether any part of a polygon lies in all half-spaces, their borders moved outward by the margin.
 bool isAnyInside(std::vector<Vertex> polygon, const Planes& planes, double margin) {
   for (const Plane& plane : planes) {
     const DoublePlane exact(plane, margin);
@@ -63,7 +63,7 @@ bool isAnyTriangleInside(const qz::qzTriMesh& mesh, const Planes& planes, double
 
 }  // namespace
 
-TEST_CASE("a region intersects when a triangle reaches into it by the margin, and does not when all stay out by it") {
+TEST_CASE("a region intersects if a triangle enters it by the margin, and does not if all miss it by the margin") {
   const qz::qzTriMesh meshes[] = {terrainMesh(16, 71), soupMesh(500, 72), sphereMesh(12, 20)};
   std::uint32_t seed = 500;
   for (const qz::qzTriMesh& mesh : meshes) {

@@ -1,5 +1,4 @@
-// Clipped polygons of many corners: more than exact clipping can give, and more than a query stores without an
-// allocation.
+// Clipped polygons of many corners: more than exact clipping can give, and more than a query stores without allocating.
 
 #include <doctest/doctest.h>
 
@@ -37,13 +36,13 @@ unsigned int mostCorners(const OneTriangle& triangle, const Planes& planes) {
 
 }  // namespace
 
-TEST_CASE("polygons that rounding gives more than plane count + 3 corners equal the plain form") {
+TEST_CASE("polygons with more than planes + 3 corners, an effect of rounding, equal the plain form") {
   int nbLonger = 0, nbYes = 0, nbNo = 0;
   for (std::uint32_t seed = 1; seed <= 40; ++seed) {
     INFO("seed " << seed);
     Random random(seed);
-    // A triangle whose corners are a few steps of its coordinates apart, and planes past it whose distances are as
-    // coarse: of a few candidates the one that leaves most corners.
+    // A triangle whose corners are a few float steps apart, and planes near it whose distances are as coarse. Of
+    // several candidates, the one that leaves most corners.
     const float step = 0.0625f;
     const Point center(1.0e6f, 1.1e6f, 0.9e6f);
     Point corners[3];
@@ -112,9 +111,10 @@ TEST_CASE("polygons of any number of corners are clipped as in the plain form") 
   }
 }
 
-TEST_CASE("a polygon of many corners that an almost coplanar plane makes longer is clipped as in the plain form") {
-  // Once round, then along: the distances of the corners from the triangle's plane are what rounding left, above and
-  // below zero in no order. The corners that a query stores without an allocation end in the middle of these counts.
+TEST_CASE("a polygon of many corners to which an almost coplanar plane adds more is clipped as in the plain form") {
+  // First planes around the polygon, then planes along it: the distances of the corners from the triangle's plane are
+  // rounding errors of either sign, in no order. The number of corners that a query stores without allocating lies in
+  // the middle of these counts.
   const Point a(-9.1f, -9.3f, -4.1f), b(9.7f, -9.2f, 2.7f), c(0.3f, 9.6f, 1.3f);
   const OneTriangle triangle(a, b, c);
   const qzPlain::tQBVH plain = triangle.plain();
@@ -124,7 +124,7 @@ TEST_CASE("a polygon of many corners that an almost coplanar plane makes longer 
   int nbLonger = 0, nbYes = 0, nbNo = 0;
   for (unsigned int count = 2 * 52; count <= 2 * 72; ++count) {
     CAPTURE(count);
-    // Every other time one more plane comes first, so the two scratch arrays are swapped once more.
+    // Every other time one more plane comes first, which swaps the two scratch arrays once more.
     Planes planes(count % 2, Plane(-1.0f, 0.0f, 0.0f, 5.0f));
     for (const Plane& plane : aroundCircle(count / 2)) planes.push_back(plane);
     qzPlain::tClipping polygon = triangle.startClipping();

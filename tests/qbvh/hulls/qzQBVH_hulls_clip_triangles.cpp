@@ -46,14 +46,14 @@ TEST_CASE("a triangle inside the region intersects it, one beside it does not") 
   CHECK_FALSE(triangleMeets(Point(1.2f, 0.2f, 0.2f), Point(1.8f, 0.2f, 0.2f), Point(1.2f, 0.8f, 0.2f), kUnitCube));
 }
 
-TEST_CASE("a triangle through the region intersects it with all vertices outside") {
+TEST_CASE("a triangle that passes through the region intersects it, even with all vertices outside") {
   CHECK(triangleMeets(Point(-5.0f, -5.0f, 0.5f), Point(5.0f, -5.0f, 0.5f), Point(0.5f, 9.0f, 0.5f), kUnitCube));
-  // One that only sticks a corner in, and one that only passes through with an edge.
+  // A triangle with only a corner inside, and one with only part of an edge inside.
   CHECK(triangleMeets(Point(0.9f, 0.5f, 0.5f), Point(5.0f, 0.0f, 0.5f), Point(5.0f, 1.0f, 0.5f), kUnitCube));
   CHECK(triangleMeets(Point(-1.0f, 0.9f, 0.5f), Point(2.0f, 0.9f, 0.5f), Point(0.5f, 5.0f, 0.5f), kUnitCube));
 }
 
-TEST_CASE("a triangle beside an edge of the region does not intersect it, though it is outside no plane") {
+TEST_CASE("a triangle beside an edge of the region does not intersect it, though no single plane rejects it") {
   CHECK_FALSE(triangleMeets(Point(2.5f, 0.0f, 0.5f), Point(0.0f, 2.5f, 0.5f), Point(2.5f, 2.5f, 0.5f), kUnitCube));
   CHECK(triangleMeets(Point(1.9f, 0.0f, 0.5f), Point(0.0f, 1.9f, 0.5f), Point(2.5f, 2.5f, 0.5f), kUnitCube));
 }
@@ -87,7 +87,7 @@ TEST_CASE("triangles that are points or segments intersect like others") {
 }
 
 TEST_CASE("distances are summed ((z + d) + y) + x") {
-  // 2^24 + 1 loses the 1; a point is inside when the 1 is left.
+  // 2^24 + 1 loses the 1; a point is inside if the 1 is not lost.
   const auto isInside = [](const Point& p, float d) { return triangleMeets(p, p, p, {Plane(1.0f, 1.0f, 1.0f, d)}); };
   CHECK(isInside(Point(1.0f, 0.0f, 0x1p24f), -0x1p24f));
   CHECK(isInside(Point(0.0f, 1.0f, 0x1p24f), -0x1p24f));
@@ -152,7 +152,7 @@ TEST_CASE("padding lanes count only in a leaf whose box the region intersects") 
 }
 
 TEST_CASE("hull queries do not depend on the caller's float mode, which is kept") {
-  // Inside by less than flushing to zero, by less than rounding down would leave.
+  // p is inside by so little that flushing denormals to zero would put it outside.
   const float tiny = 0x1p-140f;
   const Point p(tiny, 0.0f, 0.0f), q(1.0f + 0x1p-23f, 0.0f, 0.0f);
   HullQBVH small, close;

@@ -16,7 +16,7 @@ struct Tally {
 
 using MakePlanes = Planes (*)(const qz::qzTriMesh&, Random&);
 
-/// Asks both forms about count regions near the mesh.
+/// Queries both forms with count regions near the mesh.
 void compare(const HullQBVH& hierarchy, int count, MakePlanes makePlanes, const qz::qzTriMesh& mesh, Random& random,
              Tally& tally) {
   const qzPlain::tQBVH plain = hierarchy.plain();
@@ -31,7 +31,7 @@ void compare(const HullQBVH& hierarchy, int count, MakePlanes makePlanes, const 
   }
 }
 
-/// Boxes of some lanes made odd: inverted, infinite, NaN, or of any floats.
+/// Makes the boxes of some lanes unusual: inverted, infinite, NaN, or of any floats.
 void spoilBoxes(HullQBVH& hierarchy, unsigned int oneIn, Random& random) {
   const qzPlain::tQBVH words = hierarchy.plain();
   for (unsigned int node = 0; node < hierarchy.getNoNodes(); ++node) {

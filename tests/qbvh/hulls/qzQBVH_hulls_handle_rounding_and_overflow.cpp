@@ -1,5 +1,5 @@
 // Hull queries whose answer depends on the rounding of one operation, on an overflow or an underflow. The library's
-// shortcuts (corners by sign, the box around the region) must give the plain form's answer there.
+// fast paths (corners by sign, the region box) must give the plain form's answer there.
 
 #include <doctest/doctest.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
@@ -35,7 +35,7 @@ class TwoTriangles : public HullQBVH {
   TwoTriangles(const Point& a, const Point& b) : TwoTriangles(a, a, a, b, b, b) {}
 };
 
-/// The answer, if the plain form gives the same.
+/// The answer, after checking that the plain form gives the same.
 bool meetsAsPlain(const HullQBVH& hierarchy, const Planes& planes) {
   INFO(describe(planes));
   const bool answer = meets(hierarchy, planes);
@@ -56,7 +56,7 @@ TEST_CASE("a box strictly inside by rounding alone intersects, though its triang
     Planes planes = around;
     planes.insert(planes.begin() + static_cast<std::ptrdiff_t>(place), Plane(1, 1, 1, 0.5f));
     CHECK(meetsAsPlain(hierarchy, planes));
-    planes.push_back(Plane(0, 0, 1, 1));  // seven planes have no box around their region
+    planes.push_back(Plane(0, 0, 1, 1));  // a region of seven planes has no region box
     CHECK(meetsAsPlain(hierarchy, planes));
   }
 }
@@ -74,7 +74,7 @@ TEST_CASE("the triangles of a box that touches a plane from outside are tested, 
 
 TEST_CASE("a corner that clipping moves out of the triangle's box is found by a region beside that box") {
   // The first plane goes through the corner at (m, 0, 0), and cutting there computes -1 + (m + 1), which is above m by
-  // nearly u. No coordinate is as large as that of the first corner, which is negative: it counts, too.
+  // nearly u. The largest coordinate in magnitude is that of the first corner, which is negative: it counts too.
   const float m = 0x1p-12f + kU + 0x1p-30f, beyond = m + 0.5f * kU, half = 0x1p-11f;
   REQUIRE(-1.0f + (m + 1.0f) > beyond);
   const Point far(-1.0f, -1.0f, -1.0f);
@@ -116,7 +116,7 @@ TEST_CASE("a clipped corner that overflows to infinity is found by a region with
 }
 
 TEST_CASE("a box outside one plane stays outside when the sums of the next one overflow") {
-  // Padding at the origin lies inside of both, so a look into the leaf would give yes.
+  // Padding at the origin lies inside both regions, so testing the leaf would give true.
   for (const float size : {1.0f, 1e20f}) {
     for (const float coefficient : {1.0f, 1e17f, 1e19f, 3e38f}) {
       CAPTURE(size);
@@ -128,14 +128,14 @@ TEST_CASE("a box outside one plane stays outside when the sums of the next one o
       CHECK(meetsAsPlain(hierarchy, {Plane(0, 0, 1, 1)}));
     }
   }
-  // Here the boxes are large, not the planes.
+  // Here the boxes are large instead of the planes.
   const Point a(1e30f, 2e30f, 1e30f), b(2e30f, 3e30f, 2e30f);
   CHECK_FALSE(meetsAsPlain(TwoTriangles(a, b), {Plane(-1e-12f, 0, 0, 1e17f), Plane(1e17f, -1e17f, 0, 1)}));
 }
 
 TEST_CASE("a denormal point is found when its distances are rounded to the inside, though it is outside") {
-  // Three times 0.51 of the smallest number are three of it: more than 2, which 1.53 is not. The exact region begins
-  // near (2, 1, 1).
+  // 0.51 times the smallest number rounds up to it, so three such products sum to 3, above 2, where the exact sum is
+  // 1.53. The exact region begins near (2, 1, 1).
   const float one = 0x1p-149f;
   const Point p(one, one, one), far(-40 * one, -40 * one, -40 * one);
   const TwoTriangles hierarchy(p, far);

@@ -19,7 +19,7 @@ struct Tally {
   int nbYes = 0, nbNo = 0;
 };
 
-/// Asks both forms.
+/// Queries both forms.
 void compare(const HullQBVH& hierarchy, const qzPlain::tQBVH& plain, const Planes& planes, Tally& tally) {
   const bool answer = meets(hierarchy, planes), expected = qzPlain::intersectConvexHull(plain, planes);
   if (answer != expected) {
@@ -29,7 +29,7 @@ void compare(const HullQBVH& hierarchy, const qzPlain::tQBVH& plain, const Plane
   ++(answer ? tally.nbYes : tally.nbNo);
 }
 
-/// Three pairs of planes: a small cube about as far from a triangle as its size, upright or turned; or sheared, flat,
+/// Three pairs of planes: a small cube about its own size away from a triangle, upright or rotated; or sheared, flat,
 /// with planes of any length and pairs in any order.
 Planes smallRegion(const qz::qzTriMesh& mesh, float size, Random& random) {
   const Point on = anyPointOn(mesh, random), direction = anyDirection(random);

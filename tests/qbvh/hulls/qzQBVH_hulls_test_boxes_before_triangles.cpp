@@ -12,7 +12,7 @@ namespace {
 const Point kOrigin(0.0f, 0.0f, 0.0f), kNowhere(kNaN, kNaN, kNaN);
 const qzBBox kUnitBox = qzBBox::Make(0.0f, 0.0f, 0.0f, 1.0f, 1.0f, 1.0f);
 
-/// One node whose given lane is a leaf of one quadruplet in this box, all of its triangles in one point.
+/// One node whose given lane is a leaf of one quadruplet in this box; all of its triangles are the same point.
 class OneLeaf : public HullQBVH {
  public:
   OneLeaf(const qzBBox& box, const Point& triangles, int lane = 0) {
@@ -35,7 +35,7 @@ TEST_CASE("a region around a whole child box intersects without a test of its tr
     CHECK(meets(OneLeaf(kUnitBox, kNowhere, lane), cubeAround(kOrigin, 1.5f)));
     CHECK(meets(OneLeaf(kUnitBox, Point(9.0f, 9.0f, 9.0f), lane), cubeAround(kOrigin, 1.5f)));
   }
-  // The same for an inner child, which need not even lead anywhere sensible.
+  // The same for an inner child, whose index is never used.
   HullQBVH inner;
   inner.allocateEmpty(1, 0);
   inner.setLane(0, 2, kUnitBox, 12345, HullQBVH::kInner);
@@ -57,8 +57,9 @@ TEST_CASE("a box wholly outside one plane skips its triangles, a box that touche
   CHECK_FALSE(meets(OneLeaf(kUnitBox, inside), below + touching));
 }
 
-TEST_CASE("the triangles of a box outside no plane are tested, though it is beside the region") {
-  // The region lies in the corner at (1, 1) of x + y < 2, beside no face of the box around the line x + y = 2.1.
+TEST_CASE("the triangles of a box that no plane rejects are tested, even if the box is beside the region") {
+  // The region lies in x + y < 2 near the corner (1, 1). No face separates it from the box, which is around the line x
+  // + y = 2.1.
   const Planes region = insideOf(qzBBox::Make(0.5f, 0.5f, 0.0f, 1.0f, 1.0f, 1.0f)) + Planes{Plane(-1, -1, 0, 2)};
   const qzBBox box = qzBBox::Make(0.6f, 0.6f, 0.2f, 1.5f, 1.5f, 0.8f);
   CHECK(meets(OneLeaf(box, Point(0.75f, 0.75f, 0.5f)), region));
@@ -66,7 +67,7 @@ TEST_CASE("the triangles of a box outside no plane are tested, though it is besi
 }
 
 TEST_CASE("the distances of a box are summed (y + x) + (z + d)") {
-  // 2^24 + 1 loses the 1; a point as a box is inside when the 1 is left.
+  // 2^24 + 1 loses the 1; a box of one point is inside if the 1 is not lost.
   const auto isInside = [](const Point& p, float d) {
     return meets(OneLeaf(qzBBox(p), kNowhere), {Plane(1.0f, 1.0f, 1.0f, d)});
   };
@@ -78,7 +79,7 @@ TEST_CASE("the distances of a box are summed (y + x) + (z + d)") {
   CHECK_FALSE(isInside(Point(-0x1p24f, 0.0f, 1.0f), 0x1p24f));
   CHECK_FALSE(isInside(Point(-0x1p24f, 0.0f, 0x1p24f), 1.0f));
 
-  // The greatest distance likewise: the box is outside, and hides the triangle, when the 1 is left.
+  // Likewise the largest distance: the box is outside, so its triangle is skipped, if the 1 is not lost.
   const auto isHidden = [](const Point& p, float d) {
     return !meets(OneLeaf(qzBBox(p), Point(0x1p25f, 0.0f, 0.0f)), {Plane(1.0f, 1.0f, 1.0f, d)});
   };
@@ -88,14 +89,14 @@ TEST_CASE("the distances of a box are summed (y + x) + (z + d)") {
   CHECK_FALSE(isHidden(Point(0x1p24f, 0.0f, -1.0f), -0x1p24f));
 }
 
-TEST_CASE("an inverted box acts like the proper one, and is never outside") {
+TEST_CASE("an inverted box acts like the box with its corners in order, and is never outside") {
   const qzBBox inverted = qzBBox::Make(1.0f, 1.0f, 1.0f, 0.0f, 0.0f, 0.0f);
   CHECK(meets(OneLeaf(inverted, kNowhere), cubeAround(kOrigin, 1.5f)));
   CHECK_FALSE(meets(OneLeaf(inverted, kNowhere), cubeAround(kOrigin, 0.5f)));
   CHECK(meets(OneLeaf(inverted, kOrigin), cubeAround(kOrigin, 0.5f)));
 }
 
-TEST_CASE("boxes that a derived class writes clear what the build recorded about nesting") {
+TEST_CASE("allocate clears what the build recorded about nesting, so a derived class may write inverted boxes") {
   class Rewritten : public HullQBVH {
    public:
     Rewritten() {
@@ -137,11 +138,11 @@ TEST_CASE("a plane with zero normal rejects or accepts everything by its last co
 TEST_CASE("a NaN distance rejects no box, and is dropped when another plane follows") {
   const Planes around = cubeAround(kOrigin, 1.5f), nan = {Plane(kNaN, 0.0f, 0.0f, 0.0f)};
   const Planes through = {Plane(1.0f, 0.0f, 0.0f, -0.5f)};
-  // After a NaN the smallest distance starts over: the region cuts the box, and still it is taken as around it.
+  // After a NaN the smallest distance starts over: the region cuts the box, but the box counts as inside.
   CHECK(meets(OneLeaf(kUnitBox, kNowhere), nan + around));
   CHECK(meets(OneLeaf(kUnitBox, kNowhere), through + nan + around));
   CHECK_FALSE(meets(OneLeaf(kUnitBox, kNowhere), nan + around + through));
-  // As the last one it is the smallest distance, which is then not above zero; and no vertex is inside of it.
+  // In the last plane the NaN is the smallest distance, which is then not above zero; and no vertex is inside.
   CHECK_FALSE(meets(OneLeaf(kUnitBox, kNowhere), around + nan));
   CHECK_FALSE(meets(OneLeaf(kUnitBox, Point(0.5f, 0.5f, 0.5f)), around + nan));
 }
@@ -151,7 +152,7 @@ TEST_CASE("a NaN corner is dropped from minimum and maximum only as the first op
   // min(NaN, q) is q and min(p, NaN) is NaN: a NaN minimum leaves the maximum, a NaN maximum stays.
   CHECK(meets(OneLeaf(qzBBox::Make(kNaN, 0.0f, 0.0f, 1.0f, 1.0f, 1.0f), kNowhere), around));
   CHECK_FALSE(meets(OneLeaf(qzBBox::Make(0.0f, 0.0f, 0.0f, 1.0f, 1.0f, kNaN), kNowhere), around));
-  // It stays in every plane, as 0 times NaN is one too, and so it never makes the box lie outside either.
+  // It stays in every plane, as 0 times NaN is NaN, so it never puts the box outside either.
   const OneLeaf beside(qzBBox::Make(0.0f, 0.0f, 0.0f, kNaN, 1.0f, 1.0f), Point(-5.0f, 0.0f, 0.0f));
   CHECK(meets(beside, cubeAround(Point(-5.0f, 0.0f, 0.0f), 1.0f)));
 }
@@ -192,8 +193,8 @@ TEST_CASE("a leaf whose count exceeds the quadruplets left is read to the last o
 }
 
 TEST_CASE("every lane of every node is visited at any depth") {
-  // A chain of nodes, three leaves hanging from each: only the triangle in one of them is inside. The chain's box lies
-  // deepest inside or least deep, which decides whether the leaves have to wait until its end.
+  // A chain of nodes with three leaves each; only the triangle in one leaf is inside. The box of the next node is the
+  // deepest or the least deep, which decides whether the leaves wait on the stack until the end of the chain.
   constexpr unsigned int kDepth = 500;
   const qzBBox large = qzBBox::Make(-2.0f, -2.0f, -2.0f, 2.0f, 2.0f, 2.0f);
   const qzBBox beside = qzBBox::Make(0.0f, 0.0f, 0.0f, 2.0f, 2.0f, 2.0f);

@@ -52,7 +52,7 @@ TEST_CASE("InitSOAPlaneEquationSet writes count entries of the caller's storage"
   }
 }
 
-TEST_CASE("a set in the caller's storage gives the answers of one of the library's") {
+TEST_CASE("a plane set in the caller's storage gives the same answers as one that the library allocated") {
   HullQBVH hierarchy;
   hierarchy.allocateEmpty(0, 1);
   const Planes around = cubeAround(Point(0.0f, 0.0f, 0.0f), 1.0f), beside = cubeAround(Point(2.0f, 0.0f, 0.0f), 1.0f);
