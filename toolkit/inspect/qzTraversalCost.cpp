@@ -15,7 +15,7 @@ double expectedTraversalCost(const qzGenericBVH& bvh, double nodeCost, double pr
     throwIfCanceled(cancel);
     const qzGNode& node = bvh.getNode(open.back());
     open.pop_back();
-    if (node.isLeaf() && node.getNoPrimitives() == 0) continue;  // its box is empty, too, and has an infinite area
+    if (node.isLeaf() && node.getNoPrimitives() == 0) continue;  // its empty box has an infinite area
     const double share = rootArea > 0.0 ? static_cast<double>(node.getBBox().halfArea()) / rootArea : 1.0;
     if (node.isLeaf()) {
       cost += share * node.getNoPrimitives() * primitiveCost;

@@ -11,7 +11,7 @@
 //   smallerOf(x, y)   x < y ? x : y             y stays when the two are equal and when one is NaN
 //   largerOf(x, y)    x > y ? x : y
 //   -x                flips the sign bit        also of zeros and NaN
-//   truncate(x)       toward zero               the smallest integer for NaN and whatever does not fit
+//   truncate(x)       toward zero               the smallest integer for NaN and values out of range
 //
 // Every function is always inlined, see qzInline.h.
 

@@ -251,7 +251,7 @@ QZ_ALWAYS_INLINE tFloat4 asFloats(tInt4 a) {
 
 // Single numbers.
 
-/// Toward zero; the smallest integer for NaN and whatever does not fit into 64 bits.
+/// Toward zero; the smallest integer for NaN and values out of the range of 64 bits.
 QZ_ALWAYS_INLINE std::int64_t truncate64(float x) {
   return _mm_cvttss_si64(_mm_set_ss(x));
 }

@@ -19,7 +19,7 @@
 
 namespace qzDetail {
 
-/// The ancestors' splits on one side, as a bit mask of levels. Bit 0 stands for the end.
+/// The ancestors' splits on one side, as a bit mask of levels. Bit 0 is always set and stands for the end of the array.
 class tSplitsAround {
  public:
   /// Drops those of this level and of larger ones.

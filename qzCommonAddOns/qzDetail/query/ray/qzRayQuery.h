@@ -70,7 +70,7 @@ inline tRayQuery makeSymmetricRayQuery(const Wm4::Vector3<float>& origin, const 
 
 /// The nearest hit so far.
 struct tRayHit {
-  float mT;                    // in: farthest distance looked at
+  float mT;                    // in: largest accepted distance
   float mW = 0.0f, mU = 0.0f;  // weights of the first and the second vertex
   unsigned int mTriangle = kNoTriangleHit;
 };
