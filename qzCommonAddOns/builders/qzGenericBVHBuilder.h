@@ -34,11 +34,12 @@ class QZ_COMMONADDONS_API qzGenericBVHBuilder {
   ///      nodes pad the node array to a multiple of 1024
   ///
   /// Without items the tree is one empty leaf. A centroid a bin or more below its node's box, or beyond the last bin,
-  /// counts as in the last bin (bin numbers wrap at 32 bits), a NaN or infinite one as in bin 0. A NaN centroid lies to
-  /// the right of every plane. Ties: x before y before z, then the lower plane. A NaN cost is never chosen, and a node
-  /// whose own cost is NaN is a leaf. The functor is called for the left and then the right half of every candidate,
-  /// planes ascending, x before y before z, and last for the whole node. A qzDefaultSAH, whose calls nobody can
-  /// observe, is not called: its formula is used directly.
+  /// counts as in the last bin (bin numbers wrap at 32 bits), a NaN or infinite one as in bin 0. The functor is called
+  /// for the left and then the right half of every candidate, planes ascending, x before y before z, and last for the
+  /// whole node. A qzDefaultSAH, whose calls nobody can observe, is not called: its formula is used directly.
+  /// Ties: x before y before z, then the lower plane.
+  /// NaN: a NaN centroid lies to the right of every plane. A NaN cost is never chosen, and a node whose own cost is NaN
+  /// is a leaf.
   /// Failure: an allocation throws the standard exception, a functor its own; the tree is then unfinished.
   /// Cost: n log n, at most 32 levels; allocates nothing but the tree.
   void build(qzGenericBVH& bvh);
