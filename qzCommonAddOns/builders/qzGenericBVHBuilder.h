@@ -82,7 +82,7 @@ class QZ_COMMONADDONS_API qzGenericBVHBuilder {
 
   // Scratch arrays of median splits. The last split leaves one entry per item of its node; later entries remain from
   // earlier splits of larger nodes. In a build of more than 8192 items, positions among the remaining entries may be
-  // unsorted.
+  // unsorted. In a build that an exception ends, all positions may be.
   std::vector<unsigned int> mSortedPositions;  ///< Positions in the node, sorted by key.
   std::vector<unsigned int> mSortScratch;      ///< The same sorted by the low 24 bits of the key.
   std::vector<unsigned int> mSortKeys;         ///< Key of every position.
