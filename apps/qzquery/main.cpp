@@ -1,13 +1,13 @@
 // qzquery: inspects a triangle mesh in a file, casts rays at it and renders it.
 
+#include <apps/qzquery/console/qzSignals.h>
+#include <apps/qzquery/qzRun.h>
+
 #include <csignal>
 
-#include "qzRun.h"
-#include "qzSignals.h"
-
 int main(int argc, char** argv) {
-  std::signal(SIGXFSZ,
-              SIG_IGN);  // exceeding the file size limit is an error like a full disk, and does not kill the process
+  // Exceeding the file size limit is an error like a full disk and does not kill the process.
+  std::signal(SIGXFSZ, SIG_IGN);
   qzToolkit::qzCancelToken cancel;
   int exitCode;
   {

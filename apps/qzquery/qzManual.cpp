@@ -1,14 +1,13 @@
 // Generates the manual page and the bash completion of qzquery from its options.
 
+#include <apps/qzquery/commands/qzCommands.h>
+#include <apps/qzquery/console/qzOptions.h>
 #include <toolkit/io/file/qzFile.h>
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <string>
 #include <vector>
-
-#include "qzCommands.h"
-#include "qzOptions.h"
 
 namespace {
 

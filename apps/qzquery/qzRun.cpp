@@ -1,5 +1,7 @@
-#include "qzRun.h"
+#include <apps/qzquery/qzRun.h>
 
+#include <apps/qzquery/commands/qzCommands.h>
+#include <apps/qzquery/console/qzOptions.h>
 #include <qzSystem/qzLog.h>
 #include <toolkit/base/qzError.h>
 
@@ -7,9 +9,6 @@
 #include <cstdio>
 #include <new>
 #include <string>
-
-#include "qzCommands.h"
-#include "qzOptions.h"
 
 namespace qzQuery {
 

@@ -1,4 +1,4 @@
-#include <apps/qzquery/qzFormat.h>
+#include <apps/qzquery/console/qzFormat.h>
 #include <doctest/doctest.h>
 
 using namespace qzQuery;

@@ -1,6 +1,6 @@
-#include <apps/qzquery/qzHierarchyBuild.h>
-#include <apps/qzquery/qzOptions.h>
-#include <apps/qzquery/qzSignals.h>
+#include <apps/qzquery/scene/qzHierarchyBuild.h>
+#include <apps/qzquery/console/qzOptions.h>
+#include <apps/qzquery/console/qzSignals.h>
 #include <doctest/doctest.h>
 #include <toolkit/run/qzChildProcess.h>
 #include <unistd.h>
@@ -9,7 +9,7 @@
 #include <csignal>
 #include <thread>
 
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using qzToolkit::qzChildProcess;
 

@@ -1,4 +1,4 @@
-#include <apps/qzquery/qzProgressLine.h>
+#include <apps/qzquery/console/qzProgressLine.h>
 #include <doctest/doctest.h>
 #include <fcntl.h>
 #include <stdlib.h>

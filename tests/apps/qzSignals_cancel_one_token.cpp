@@ -1,6 +1,6 @@
 // Signals are for a whole process, so each of these runs in one of its own.
 
-#include <apps/qzquery/qzSignals.h>
+#include <apps/qzquery/console/qzSignals.h>
 #include <doctest/doctest.h>
 #include <toolkit/run/qzChildProcess.h>
 

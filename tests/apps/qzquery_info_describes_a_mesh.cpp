@@ -9,7 +9,7 @@
 
 #include "apps/qzProcess.h"
 #include "support/qzTemporaryFolder.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzTestMeshes.h"
 #include "toolkit/qzTestFiles.h"
 
 #include <iostream>

@@ -12,7 +12,7 @@
 #include "apps/qzProcess.h"
 #include "support/qzBits.h"
 #include "support/qzTemporaryFolder.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzTestMeshes.h"
 #include "toolkit/qzTestFiles.h"
 
 using namespace qzTest;

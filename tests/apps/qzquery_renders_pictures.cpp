@@ -7,7 +7,7 @@
 #include "apps/qzPicture.h"
 #include "apps/qzProcess.h"
 #include "support/qzTemporaryFolder.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzTestMeshes.h"
 #include "toolkit/qzTestFiles.h"
 
 using namespace qzTest;

@@ -4,8 +4,8 @@
 #include <type_traits>
 #include <utility>
 
-#include "support/qzHasMember.h"
-#include "support/qzTestBoxes2D.h"
+#include "support/access/qzHasMember.h"
+#include "support/scenes/qzTestBoxes2D.h"
 
 using namespace qzTest;
 

@@ -4,10 +4,10 @@
 #include <type_traits>
 #include <utility>
 
+#include "support/access/qzHasMember.h"
+#include "support/access/qzOpenBVH2D.h"
+#include "support/access/qzSameTrees.h"
 #include "support/qzBits.h"
-#include "support/qzHasMember.h"
-#include "support/qzOpenBVH2D.h"
-#include "support/qzSameTrees.h"
 
 using namespace qzTest;
 using Tree = qzGenericBVH2D;

@@ -4,9 +4,9 @@
 #include <cstdio>
 #include <iostream>
 
+#include "support/access/qzOpenBVH2D.h"
 #include "support/qzBits.h"
 #include "support/qzCallersFloatMode.h"
-#include "support/qzOpenBVH2D.h"
 
 using namespace qzTest;
 

@@ -1,7 +1,7 @@
 #include <doctest/doctest.h>
 
+#include "support/access/qzOpenBVH.h"
 #include "support/qzBits.h"
-#include "support/qzOpenBVH.h"
 
 using namespace qzTest;
 

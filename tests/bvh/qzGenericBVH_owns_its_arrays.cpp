@@ -4,10 +4,10 @@
 #include <type_traits>
 #include <utility>
 
+#include "support/access/qzOpenBVH.h"
+#include "support/access/qzSameTrees.h"
 #include "support/qzBits.h"
 #include "support/qzHeapWatch.h"
-#include "support/qzOpenBVH.h"
-#include "support/qzSameTrees.h"
 
 using namespace qzTest;
 

@@ -5,8 +5,8 @@
 
 #include <vector>
 
+#include "support/access/qzOpenBVH.h"
 #include "support/qzBits.h"
-#include "support/qzOpenBVH.h"
 
 namespace qzTest {
 

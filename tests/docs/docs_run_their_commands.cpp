@@ -7,7 +7,7 @@
 
 #include "docs/qzMarkdown.h"
 #include "support/qzTemporaryFolder.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzTestMeshes.h"
 #include "toolkit/qzTestFiles.h"
 
 namespace {

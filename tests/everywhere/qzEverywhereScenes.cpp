@@ -1,8 +1,8 @@
 #include "everywhere/qzEverywhereScenes.h"
 
 #include "support/qzBits.h"
-#include "support/qzTestMeshes.h"
 #include "support/qzVectors.h"
+#include "support/scenes/qzTestMeshes.h"
 
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 

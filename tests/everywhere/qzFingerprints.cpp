@@ -4,9 +4,9 @@
 #include "everywhere/qzFingerprints.h"
 
 #include "everywhere/qzRayCaster.h"
+#include "support/access/qzOpenQBVH.h"
 #include "support/qzHash.h"
 #include "support/qzObservers.h"
-#include "support/qzOpenQBVH.h"
 #include "support/qzStandardStream.h"
 
 #include <qzCommonAddOns/qzCommonAddOns.h>

@@ -1,6 +1,6 @@
 #include "everywhere/qzVariantInUse.h"
 
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 #include <qzCommonAddOns/qbvh/qzQBVH.h>
 

@@ -3,8 +3,8 @@
 
 #include "fuzz/qzFuzzCheck.h"
 #include "fuzz/qzFuzzInput.h"
+#include "support/access/qzBothBuilders.h"
 #include "support/qzBits.h"
-#include "support/qzBothBuilders.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include "fuzz/qzFuzzInput.h"
 #include "plain/qzPlainHull.h"
-#include "support/qzRayScenes.h"
+#include "support/scenes/qzRayScenes.h"
 
 namespace qzFuzz {
 

@@ -4,8 +4,8 @@
 #include "fuzz/qzFuzzCheck.h"
 #include "fuzz/qzFuzzInput.h"
 #include "fuzz/qzFuzzQueries.h"
-#include "support/qzBothBuilders.h"
-#include "support/qzBoxScenes.h"
+#include "support/access/qzBothBuilders.h"
+#include "support/scenes/qzBoxScenes.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   qzFuzz::useAssertions();

@@ -5,7 +5,7 @@
 
 #include "fuzz/qzFuzzInput.h"
 #include "fuzz/qzFuzzQueries.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 namespace {
 

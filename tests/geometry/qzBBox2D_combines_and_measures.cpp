@@ -1,7 +1,7 @@
 #include <doctest/doctest.h>
 #include <qzCommonAddOns/geometry/qzBBox.h>
 
-#include "support/qzTestBoxes2D.h"
+#include "support/scenes/qzTestBoxes2D.h"
 
 using namespace qzTest;
 

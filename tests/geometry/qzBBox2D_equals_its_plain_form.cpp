@@ -5,7 +5,7 @@
 
 #include "plain/qzPlainBBox2D.h"
 #include "support/qzCallersFloatMode.h"
-#include "support/qzTestBoxes2D.h"
+#include "support/scenes/qzTestBoxes2D.h"
 
 using namespace qzTest;
 

@@ -5,7 +5,7 @@
 
 #include <type_traits>
 
-#include "support/qzHasMember.h"
+#include "support/access/qzHasMember.h"
 
 using Point = Wm4::Vector2<float>;
 using Box = qzBBox2D;

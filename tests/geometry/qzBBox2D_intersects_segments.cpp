@@ -1,6 +1,6 @@
 #include <doctest/doctest.h>
 
-#include "support/qzTestBoxes2D.h"
+#include "support/scenes/qzTestBoxes2D.h"
 
 using namespace qzTest;
 

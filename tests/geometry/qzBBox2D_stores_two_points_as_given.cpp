@@ -3,7 +3,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "support/qzTestBoxes2D.h"
+#include "support/scenes/qzTestBoxes2D.h"
 
 using namespace qzTest;
 

@@ -1,6 +1,6 @@
 #include <doctest/doctest.h>
 
-#include "support/qzTestBoxes.h"
+#include "support/scenes/qzTestBoxes.h"
 
 using namespace qzTest;
 

@@ -6,7 +6,7 @@
 #include <algorithm>
 
 #include "plain/qzPlainBBox.h"
-#include "support/qzTestBoxes.h"
+#include "support/scenes/qzTestBoxes.h"
 
 using namespace qzTest;
 

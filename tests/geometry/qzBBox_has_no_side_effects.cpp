@@ -7,7 +7,7 @@
 
 #include "support/qzCallersFloatMode.h"
 #include "support/qzHeapWatch.h"
-#include "support/qzTestBoxes.h"
+#include "support/scenes/qzTestBoxes.h"
 
 using namespace qzTest;
 

@@ -7,7 +7,7 @@
 
 #include "plain/qzPlainTriangleOverlap.h"
 #include "support/qzCallersFloatMode.h"
-#include "support/qzTestBoxes.h"
+#include "support/scenes/qzTestBoxes.h"
 
 using namespace qzTest;
 

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "plain/qzPlainBBox.h"
-#include "support/qzTestBoxes.h"
+#include "support/scenes/qzTestBoxes.h"
 
 using namespace qzTest;
 

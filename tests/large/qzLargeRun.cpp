@@ -13,11 +13,11 @@
 
 #include "large/qzTreeCheck.h"
 #include "plain/qzPlainHull.h"
-#include "support/qzBoxScenes.h"
 #include "support/qzHash.h"
 #include "support/qzObservers.h"
-#include "support/qzRayScenes.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzBoxScenes.h"
+#include "support/scenes/qzRayScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

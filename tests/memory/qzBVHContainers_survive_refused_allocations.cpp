@@ -7,7 +7,7 @@
 
 #include "support/qzBits.h"
 #include "support/qzRefusals.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

@@ -2,10 +2,10 @@
 
 #include <doctest/doctest.h>
 
-#include "support/qzBoxScenes.h"
-#include "support/qzOpenSAHBuilder.h"
+#include "support/access/qzOpenSAHBuilder.h"
+#include "support/access/qzSameTrees.h"
 #include "support/qzRefusals.h"
-#include "support/qzSameTrees.h"
+#include "support/scenes/qzBoxScenes.h"
 
 using namespace qzTest;
 

@@ -4,10 +4,10 @@
 
 #include <iostream>
 
-#include "support/qzOpenBVH.h"
-#include "support/qzOpenBVH2D.h"
+#include "support/access/qzOpenBVH.h"
+#include "support/access/qzOpenBVH2D.h"
+#include "support/access/qzSameTrees.h"
 #include "support/qzRefusals.h"
-#include "support/qzSameTrees.h"
 #include "support/qzStandardStream.h"
 
 using namespace qzTest;

@@ -11,11 +11,11 @@
 #include <optional>
 #include <string>
 
-#include "support/qzHullScenes.h"
 #include "support/qzObservers.h"
 #include "support/qzRefusals.h"
-#include "support/qzTestMeshes.h"
 #include "support/qzVectors.h"
+#include "support/scenes/qzHullScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

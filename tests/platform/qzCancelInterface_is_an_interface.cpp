@@ -4,7 +4,7 @@
 #include <memory>
 #include <type_traits>
 
-#include "support/qzVirtualSlots.h"
+#include "support/access/qzVirtualSlots.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <type_traits>
 
-#include "support/qzVirtualSlots.h"
+#include "support/access/qzVirtualSlots.h"
 
 namespace {
 

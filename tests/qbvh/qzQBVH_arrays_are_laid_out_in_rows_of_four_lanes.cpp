@@ -2,8 +2,8 @@
 
 #include <doctest/doctest.h>
 
-#include "support/qzRayScenes.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzRayScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

@@ -10,8 +10,8 @@
 
 #include "support/qzCallersFloatMode.h"
 #include "support/qzObservers.h"
-#include "support/qzRayScenes.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzRayScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

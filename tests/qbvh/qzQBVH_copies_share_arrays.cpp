@@ -7,8 +7,8 @@
 #include <type_traits>
 
 #include "support/qzObservers.h"
-#include "support/qzRayScenes.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzRayScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

@@ -4,8 +4,8 @@
 
 #include <cmath>
 
-#include "support/qzRayScenes.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzRayScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

@@ -5,8 +5,8 @@
 #include <cmath>
 
 #include "plain/qzBruteForceCaster.h"
-#include "support/qzRayScenes.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzRayScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

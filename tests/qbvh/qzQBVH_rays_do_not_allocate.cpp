@@ -5,8 +5,8 @@
 #include "support/qzBits.h"
 #include "support/qzHeapWatch.h"
 #include "support/qzObservers.h"
-#include "support/qzRayScenes.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzRayScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

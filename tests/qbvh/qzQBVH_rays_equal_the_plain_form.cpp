@@ -6,8 +6,8 @@
 #include <sstream>
 
 #include "support/qzCallersFloatMode.h"
-#include "support/qzRayScenes.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzRayScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

@@ -5,9 +5,9 @@
 
 #include <cmath>
 
-#include "support/qzRayScenes.h"
-#include "support/qzTestMeshes.h"
 #include "support/qzVectors.h"
+#include "support/scenes/qzRayScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

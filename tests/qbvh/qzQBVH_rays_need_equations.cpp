@@ -3,9 +3,9 @@
 #include <doctest/doctest.h>
 
 #include "support/qzObservers.h"
-#include "support/qzRayScenes.h"
 #include "support/qzStandardStream.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzRayScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

@@ -11,15 +11,15 @@
 #include <memory>
 #include <thread>
 
-#include "support/qzBoxScenes.h"
-#include "support/qzHullScenes.h"
+#include "support/access/qzOpenBVH2D.h"
+#include "support/access/qzOpenSAHBuilder.h"
+#include "support/access/qzSameTrees.h"
 #include "support/qzObservers.h"
-#include "support/qzOpenBVH2D.h"
-#include "support/qzOpenSAHBuilder.h"
-#include "support/qzRayScenes.h"
-#include "support/qzSameTrees.h"
-#include "support/qzTestMeshes.h"
 #include "support/qzVectors.h"
+#include "support/scenes/qzBoxScenes.h"
+#include "support/scenes/qzHullScenes.h"
+#include "support/scenes/qzRayScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

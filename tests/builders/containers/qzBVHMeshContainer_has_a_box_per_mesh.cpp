@@ -9,7 +9,7 @@
 #include "plain/qzPlainBBox.h"
 #include "support/qzBits.h"
 #include "support/qzCallersFloatMode.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 using Point = Wm4::Vector3<float>;

@@ -9,11 +9,11 @@
 #include <vector>
 
 #include "plain/qzPlainBBox.h"
+#include "support/access/qzPrivateAccess.h"
 #include "support/qzBits.h"
 #include "support/qzCallersFloatMode.h"
 #include "support/qzHeapWatch.h"
-#include "support/qzPrivateAccess.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 using Point = Wm4::Vector3<float>;

@@ -6,9 +6,9 @@
 #include <memory>
 #include <type_traits>
 
+#include "support/access/qzVirtualSlots.h"
 #include "support/qzBits.h"
-#include "support/qzTestMeshes.h"
-#include "support/qzVirtualSlots.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using Interface = qzLinearGenericBVHBuilder::tPrimitiveContainerInterface;
 

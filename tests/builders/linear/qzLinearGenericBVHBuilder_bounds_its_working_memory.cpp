@@ -1,9 +1,9 @@
 // The peak memory of a build, beyond the two arrays of the finished tree.
 
 #include "support/qzBits.h"
-#include "support/qzBoxScenes.h"
 #include "support/qzHeapWatch.h"
 #include "support/qzObservers.h"
+#include "support/scenes/qzBoxScenes.h"
 
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
 

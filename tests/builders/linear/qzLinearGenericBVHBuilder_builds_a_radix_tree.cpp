@@ -1,9 +1,9 @@
 // Properties of every tree that the builder makes, checked against the cells without another builder.
 
+#include "support/access/qzBothBuilders.h"
 #include "support/qzBits.h"
-#include "support/qzBothBuilders.h"
-#include "support/qzBoxScenes.h"
 #include "support/qzCallersFloatMode.h"
+#include "support/scenes/qzBoxScenes.h"
 
 #include <doctest/doctest.h>
 

@@ -1,8 +1,8 @@
 // Small scenes whose trees, records, calls and polls were worked out by hand.
 
+#include "support/access/qzBothBuilders.h"
 #include "support/qzBits.h"
-#include "support/qzBothBuilders.h"
-#include "support/qzBoxScenes.h"
+#include "support/scenes/qzBoxScenes.h"
 
 #include <doctest/doctest.h>
 

@@ -1,9 +1,9 @@
 // Builds cancelled at poll 0, 1, 2, ... up to the last one. BothBuilders compares the polls, calls and records of the
 // cancelled build and every bit that it leaves in the tree with the plain form.
 
+#include "support/access/qzBothBuilders.h"
 #include "support/qzBits.h"
-#include "support/qzBothBuilders.h"
-#include "support/qzBoxScenes.h"
+#include "support/scenes/qzBoxScenes.h"
 
 #include <doctest/doctest.h>
 

@@ -1,10 +1,10 @@
 // The builder against its plain form, over scenes of every kind, resolutions and leaf limits. BothBuilders compares
 // nodes, primitives, counters, records, calls and polls in every build.
 
+#include "support/access/qzBothBuilders.h"
 #include "support/qzBits.h"
-#include "support/qzBothBuilders.h"
-#include "support/qzBoxScenes.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzBoxScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 #include <qzCommonAddOns/builders/qzBVHMeshContainer.h>
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>

@@ -1,9 +1,9 @@
 // The four log records of a build: their sizes, which of them a cancelled build writes, and where they go.
 
-#include "support/qzBothBuilders.h"
-#include "support/qzBoxScenes.h"
-#include "support/qzSameTrees.h"
+#include "support/access/qzBothBuilders.h"
+#include "support/access/qzSameTrees.h"
 #include "support/qzStandardStream.h"
+#include "support/scenes/qzBoxScenes.h"
 
 #include <doctest/doctest.h>
 

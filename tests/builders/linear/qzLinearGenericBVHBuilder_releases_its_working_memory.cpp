@@ -1,8 +1,8 @@
 // What a build leaves on the heap, completed or cancelled.
 
-#include "support/qzBothBuilders.h"
-#include "support/qzBoxScenes.h"
+#include "support/access/qzBothBuilders.h"
 #include "support/qzHeapWatch.h"
+#include "support/scenes/qzBoxScenes.h"
 
 #include <doctest/doctest.h>
 

@@ -1,11 +1,11 @@
 // Hashes of whole trees, recorded from the plain form, which every compiler, flag set and processor must reproduce. The
 // scenes are made from seeds by sums and products alone, so no library function of the platform matters.
 
+#include "support/access/qzBothBuilders.h"
 #include "support/qzBits.h"
-#include "support/qzBothBuilders.h"
-#include "support/qzBoxScenes.h"
 #include "support/qzHash.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzBoxScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 #include <doctest/doctest.h>
 

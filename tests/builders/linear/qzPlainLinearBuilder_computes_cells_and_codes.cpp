@@ -1,7 +1,7 @@
 // The arithmetic of the plain form, against values worked by hand.
 
+#include "support/access/qzBothBuilders.h"
 #include "support/qzBits.h"
-#include "support/qzBothBuilders.h"
 
 #include <doctest/doctest.h>
 

@@ -2,8 +2,8 @@
 
 #include <doctest/doctest.h>
 
+#include "support/access/qzSameTrees.h"
 #include "support/qzBits.h"
-#include "support/qzSameTrees.h"
 
 namespace qzTest {
 

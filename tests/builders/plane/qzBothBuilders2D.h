@@ -5,7 +5,7 @@
 
 #include "builders/plane/qzScenes2D.h"
 #include "plain/qzPlainLinear2DBuilder.h"
-#include "support/qzOpenBVH2D.h"
+#include "support/access/qzOpenBVH2D.h"
 
 namespace qzTest {
 

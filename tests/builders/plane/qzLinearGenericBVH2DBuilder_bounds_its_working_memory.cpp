@@ -3,11 +3,11 @@
 #include <doctest/doctest.h>
 
 #include "builders/plane/qzScenes2D.h"
+#include "support/access/qzOpenBVH2D.h"
+#include "support/access/qzSameTrees.h"
 #include "support/qzHeapWatch.h"
-#include "support/qzOpenBVH2D.h"
 #include "support/qzRefusals.h"
-#include "support/qzSameTrees.h"
-#include "support/qzTestBoxes2D.h"
+#include "support/scenes/qzTestBoxes2D.h"
 
 using namespace qzTest;
 

@@ -8,7 +8,7 @@
 
 #include "builders/plane/qzBothBuilders2D.h"
 #include "support/qzObservers.h"
-#include "support/qzTestBoxes2D.h"
+#include "support/scenes/qzTestBoxes2D.h"
 
 using namespace qzTest;
 using Builder = qzLinearGenericBVH2DBuilder;

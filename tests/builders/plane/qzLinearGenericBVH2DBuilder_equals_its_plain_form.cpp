@@ -7,7 +7,7 @@
 #include "plain/qzPlainLinear2DBuilder.h"
 #include "plain/qzPlainLinearBuilder.h"
 #include "support/qzCallersFloatMode.h"
-#include "support/qzTestBoxes2D.h"
+#include "support/scenes/qzTestBoxes2D.h"
 
 #include <qzCommonAddOns/qzDetail/morton/qzMorton.h>
 

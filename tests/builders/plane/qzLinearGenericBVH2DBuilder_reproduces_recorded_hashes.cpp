@@ -5,7 +5,7 @@
 
 #include "builders/plane/qzBothBuilders2D.h"
 #include "support/qzHash.h"
-#include "support/qzTestBoxes2D.h"
+#include "support/scenes/qzTestBoxes2D.h"
 
 using namespace qzTest;
 

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <utility>
 
-#include "support/qzTestBoxes2D.h"
+#include "support/scenes/qzTestBoxes2D.h"
 
 namespace qzTest {
 

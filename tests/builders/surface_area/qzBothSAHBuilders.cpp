@@ -4,10 +4,10 @@
 
 #include <algorithm>
 
+#include "support/access/qzOpenBVH.h"
+#include "support/access/qzSameTrees.h"
 #include "support/qzBits.h"
-#include "support/qzBoxScenes.h"
-#include "support/qzOpenBVH.h"
-#include "support/qzSameTrees.h"
+#include "support/scenes/qzBoxScenes.h"
 
 namespace qzTest {
 

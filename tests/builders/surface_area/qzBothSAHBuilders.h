@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "plain/qzPlainSAHBuilder.h"
-#include "support/qzOpenSAHBuilder.h"
+#include "support/access/qzOpenSAHBuilder.h"
 
 namespace qzTest {
 

@@ -4,9 +4,9 @@
 #include <type_traits>
 
 #include "plain/qzPlainSAHBuilder.h"
+#include "support/access/qzVirtualSlots.h"
 #include "support/qzBits.h"
 #include "support/qzCallersFloatMode.h"
-#include "support/qzVirtualSlots.h"
 
 using namespace qzTest;
 

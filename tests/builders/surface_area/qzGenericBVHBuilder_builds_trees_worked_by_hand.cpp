@@ -1,8 +1,8 @@
 #include <doctest/doctest.h>
 
+#include "support/access/qzOpenSAHBuilder.h"
 #include "support/qzBits.h"
-#include "support/qzBoxScenes.h"
-#include "support/qzOpenSAHBuilder.h"
+#include "support/scenes/qzBoxScenes.h"
 
 using namespace qzTest;
 

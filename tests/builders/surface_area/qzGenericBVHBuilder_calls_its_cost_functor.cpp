@@ -4,9 +4,9 @@
 
 #include "builders/surface_area/qzBothSAHBuilders.h"
 #include "builders/surface_area/qzCostWithoutTypeInformation.h"
+#include "support/access/qzSameTrees.h"
 #include "support/qzBits.h"
-#include "support/qzBoxScenes.h"
-#include "support/qzSameTrees.h"
+#include "support/scenes/qzBoxScenes.h"
 
 using namespace qzTest;
 

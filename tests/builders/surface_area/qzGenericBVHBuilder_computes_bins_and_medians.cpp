@@ -5,11 +5,11 @@
 #include <algorithm>
 
 #include "plain/qzPlainSAHBuilder.h"
+#include "support/access/qzOpenSAHBuilder.h"
+#include "support/access/qzSameTrees.h"
 #include "support/qzBits.h"
-#include "support/qzBoxScenes.h"
 #include "support/qzCallersFloatMode.h"
-#include "support/qzOpenSAHBuilder.h"
-#include "support/qzSameTrees.h"
+#include "support/scenes/qzBoxScenes.h"
 
 using namespace qzTest;
 

@@ -5,8 +5,8 @@
 
 #include "builders/surface_area/qzBothSAHBuilders.h"
 #include "support/qzBits.h"
-#include "support/qzBoxScenes.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzBoxScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

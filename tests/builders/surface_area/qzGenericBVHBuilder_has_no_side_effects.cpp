@@ -2,9 +2,9 @@
 
 #include "builders/surface_area/qzBothSAHBuilders.h"
 #include "support/qzBits.h"
-#include "support/qzBoxScenes.h"
 #include "support/qzCallersFloatMode.h"
 #include "support/qzHeapWatch.h"
+#include "support/scenes/qzBoxScenes.h"
 
 using namespace qzTest;
 

@@ -3,11 +3,11 @@
 #include <type_traits>
 #include <typeinfo>
 
+#include "support/access/qzHasMember.h"
+#include "support/access/qzOpenSAHBuilder.h"
+#include "support/access/qzSameTrees.h"
 #include "support/qzBits.h"
-#include "support/qzBoxScenes.h"
-#include "support/qzHasMember.h"
-#include "support/qzOpenSAHBuilder.h"
-#include "support/qzSameTrees.h"
+#include "support/scenes/qzBoxScenes.h"
 
 using namespace qzTest;
 

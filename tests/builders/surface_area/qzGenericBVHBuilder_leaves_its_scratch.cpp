@@ -5,7 +5,7 @@
 
 #include "builders/surface_area/qzBothSAHBuilders.h"
 #include "support/qzBits.h"
-#include "support/qzBoxScenes.h"
+#include "support/scenes/qzBoxScenes.h"
 
 using namespace qzTest;
 

@@ -4,9 +4,9 @@
 #include <doctest/doctest.h>
 
 #include "builders/surface_area/qzBothSAHBuilders.h"
-#include "support/qzBoxScenes.h"
 #include "support/qzHash.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzBoxScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

@@ -5,8 +5,8 @@
 #include <array>
 #include <cmath>
 
-#include "support/qzHullScenes.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzHullScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

@@ -5,8 +5,8 @@
 #include <memory>
 #include <thread>
 
-#include "support/qzHullScenes.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzHullScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

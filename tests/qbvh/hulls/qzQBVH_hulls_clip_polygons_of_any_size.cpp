@@ -3,9 +3,9 @@
 #include <doctest/doctest.h>
 
 #include "support/qzHeapWatch.h"
-#include "support/qzHullScenes.h"
-#include "support/qzTestMeshes.h"
 #include "support/qzVectors.h"
+#include "support/scenes/qzHullScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

@@ -3,8 +3,8 @@
 #include <doctest/doctest.h>
 
 #include "support/qzHash.h"
-#include "support/qzHullScenes.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzHullScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

@@ -4,8 +4,8 @@
 #include <doctest/doctest.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
 
-#include "support/qzHullScenes.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzHullScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

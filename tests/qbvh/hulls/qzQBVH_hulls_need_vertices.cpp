@@ -2,10 +2,10 @@
 
 #include <doctest/doctest.h>
 
-#include "support/qzHullScenes.h"
 #include "support/qzObservers.h"
 #include "support/qzStandardStream.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzHullScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

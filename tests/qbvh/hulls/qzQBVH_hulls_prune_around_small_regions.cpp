@@ -6,10 +6,10 @@
 
 #include <cmath>
 
-#include "support/qzHullScenes.h"
 #include "support/qzObservers.h"
-#include "support/qzTestMeshes.h"
 #include "support/qzVectors.h"
+#include "support/scenes/qzHullScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

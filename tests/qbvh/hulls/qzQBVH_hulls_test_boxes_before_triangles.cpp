@@ -2,8 +2,8 @@
 
 #include <doctest/doctest.h>
 
-#include "support/qzHullScenes.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzHullScenes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "support/qzHullScenes.h"
+#include "support/scenes/qzHullScenes.h"
 
 using namespace qzTest;
 using Rows = qzQBVH::tSOASinglePlaneEqn;

@@ -8,7 +8,7 @@
 
 #include "plain/qzPlainSAHBuilder.h"
 #include "support/qzBits.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzTestMeshes.h"
 #include "toolkit/qzTestFiles.h"
 
 using qzToolkit::qzSAHFeeder;

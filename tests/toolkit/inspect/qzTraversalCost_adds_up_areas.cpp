@@ -5,7 +5,7 @@
 #include <toolkit/build/qzSAHFeeder.h>
 #include <toolkit/inspect/qzTraversalCost.h>
 
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using qzToolkit::expectedTraversalCost;
 using namespace qzTest;

@@ -2,7 +2,7 @@
 #include <toolkit/query/qzRayCast.h>
 
 #include "support/qzBits.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 using namespace qzTest;
 using namespace qzToolkit;

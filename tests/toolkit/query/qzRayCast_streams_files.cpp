@@ -17,7 +17,7 @@
 #include "support/qzBits.h"
 #include "support/qzFileSizeLimit.h"
 #include "support/qzTemporaryFolder.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzTestMeshes.h"
 #include "toolkit/qzAllowedThreads.h"
 #include "toolkit/qzTestFiles.h"
 

@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "support/qzBits.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzTestMeshes.h"
 #include "toolkit/qzTestFiles.h"
 
 using namespace qzTest;

@@ -6,7 +6,7 @@
 
 #include "support/qzBits.h"
 #include "support/qzTemporaryFolder.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzTestMeshes.h"
 #include "toolkit/qzTestFiles.h"
 
 using namespace qzTest;

@@ -1,11 +1,10 @@
-#include "qzJson.h"
+#include <apps/qzquery/scene/qzJson.h>
 
+#include <apps/qzquery/console/qzOptions.h>
 #include <toolkit/io/file/qzFile.h>
 
 #include <cstdio>
 #include <nlohmann/json.hpp>
-
-#include "qzOptions.h"
 
 namespace qzQuery {
 

@@ -1,6 +1,6 @@
-#include "support/qzOpenBVH2D.h"
+#include "support/access/qzOpenBVH2D.h"
 
-#include "support/qzPrivateAccess.h"
+#include "support/access/qzPrivateAccess.h"
 
 namespace qzTest {
 

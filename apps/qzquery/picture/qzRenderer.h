@@ -2,6 +2,7 @@
 // qzRenderer: pictures and depth maps of a mesh by ray casting, with several camera rays per pixel.
 // The results do not depend on the number of threads.
 
+#include <apps/qzquery/picture/qzSheet.h>
 #include <qzSceneGraph/qzTriMesh.h>
 #include <toolkit/io/picture/qzFloatMap.h>
 #include <toolkit/io/picture/qzImage.h>
@@ -15,8 +16,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <vector>
-
-#include "qzSheet.h"
 
 namespace qzQuery {
 

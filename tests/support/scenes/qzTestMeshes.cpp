@@ -1,4 +1,4 @@
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 #include "support/qzBits.h"
 #include "support/qzVectors.h"

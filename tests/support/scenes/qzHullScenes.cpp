@@ -1,4 +1,4 @@
-#include "support/qzHullScenes.h"
+#include "support/scenes/qzHullScenes.h"
 
 #include <cmath>
 #include <sstream>

@@ -1,5 +1,10 @@
 // qzquery info: the size of a mesh and of its hierarchies, as text or JSON.
 
+#include <apps/qzquery/commands/qzCommands.h>
+#include <apps/qzquery/console/qzFormat.h>
+#include <apps/qzquery/console/qzOptions.h>
+#include <apps/qzquery/scene/qzJson.h>
+#include <apps/qzquery/scene/qzScene.h>
 #include <qzCommonAddOns/qzDetail/base/qzBVHStatistics.h>
 #include <toolkit/base/qzMeshGeometry.h>
 #include <toolkit/inspect/qzMeshReport.h>
@@ -12,12 +17,6 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <sstream>
-
-#include "qzCommands.h"
-#include "qzFormat.h"
-#include "qzJson.h"
-#include "qzOptions.h"
-#include "qzScene.h"
 
 namespace qzQuery {
 

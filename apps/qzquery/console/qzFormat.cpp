@@ -1,4 +1,4 @@
-#include "qzFormat.h"
+#include <apps/qzquery/console/qzFormat.h>
 
 #include <cstdio>
 

@@ -1,7 +1,7 @@
-#include "support/qzBoxScenes.h"
+#include "support/scenes/qzBoxScenes.h"
 
 #include "support/qzBits.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 

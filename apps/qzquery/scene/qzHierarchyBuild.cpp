@@ -1,13 +1,12 @@
-#include "qzHierarchyBuild.h"
+#include <apps/qzquery/scene/qzHierarchyBuild.h>
 
+#include <apps/qzquery/console/qzOptions.h>
+#include <apps/qzquery/console/qzSignals.h>
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
 #include <toolkit/build/qzSAHFeeder.h>
 
 #include <utility>
-
-#include "qzOptions.h"
-#include "qzSignals.h"
 
 namespace qzQuery {
 

@@ -1,8 +1,8 @@
-#include "support/qzBothBuilders.h"
+#include "support/access/qzBothBuilders.h"
 
+#include "support/access/qzPrivateAccess.h"
+#include "support/access/qzSameTrees.h"
 #include "support/qzBits.h"
-#include "support/qzPrivateAccess.h"
-#include "support/qzSameTrees.h"
 
 #include <doctest/doctest.h>
 

@@ -1,5 +1,12 @@
 // qzquery inspect: defects of a mesh, and estimates of the memory and time for its hierarchy.
 
+#include <apps/qzquery/commands/qzCommands.h>
+#include <apps/qzquery/console/qzClock.h>
+#include <apps/qzquery/console/qzFormat.h>
+#include <apps/qzquery/console/qzOptions.h>
+#include <apps/qzquery/console/qzProgramThreads.h>
+#include <apps/qzquery/scene/qzHierarchyBuild.h>
+#include <apps/qzquery/scene/qzJson.h>
 #include <toolkit/base/qzMeshGeometry.h>
 #include <toolkit/base/qzVectorMath.h>
 #include <toolkit/inspect/qzMeshReport.h>
@@ -16,14 +23,6 @@
 #include <sstream>
 #include <utility>
 #include <vector>
-
-#include "qzClock.h"
-#include "qzCommands.h"
-#include "qzFormat.h"
-#include "qzHierarchyBuild.h"
-#include "qzJson.h"
-#include "qzOptions.h"
-#include "qzProgramThreads.h"
 
 namespace qzQuery {
 

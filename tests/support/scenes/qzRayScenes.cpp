@@ -1,4 +1,4 @@
-#include "support/qzRayScenes.h"
+#include "support/scenes/qzRayScenes.h"
 
 #include <qzCommonAddOns/builders/qzBVHTriangleContainer.h>
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>

@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "plain/qzPlainQBVH.h"
+#include "support/access/qzOpenQBVH.h"
 #include "support/qzBits.h"
-#include "support/qzOpenQBVH.h"
-#include "support/qzTestMeshes.h"
+#include "support/scenes/qzTestMeshes.h"
 
 namespace qzTest {
 

@@ -1,8 +1,8 @@
-#include "qzOptions.h"
+#include <apps/qzquery/console/qzOptions.h>
+
+#include <apps/qzquery/console/qzChoice.h>
 
 #include <CLI/CLI.hpp>
-
-#include "qzChoice.h"
 
 namespace qzQuery {
 

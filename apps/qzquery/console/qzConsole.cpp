@@ -1,8 +1,8 @@
-#include "qzConsole.h"
+#include <apps/qzquery/console/qzConsole.h>
+
+#include <apps/qzquery/console/qzOptions.h>
 
 #include <cstdio>
-
-#include "qzOptions.h"
 
 namespace qzQuery {
 

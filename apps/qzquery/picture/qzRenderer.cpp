@@ -1,4 +1,4 @@
-#include "qzRenderer.h"
+#include <apps/qzquery/picture/qzRenderer.h>
 
 #include <toolkit/base/qzMeshGeometry.h>
 #include <toolkit/base/qzVectorMath.h>

@@ -1,4 +1,4 @@
-#include "qzSignals.h"
+#include <apps/qzquery/console/qzSignals.h>
 
 #include <signal.h>
 

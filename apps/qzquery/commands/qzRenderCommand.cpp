@@ -1,5 +1,16 @@
 // qzquery render: pictures and depth maps of a mesh.
 
+#include <apps/qzquery/commands/qzCommands.h>
+#include <apps/qzquery/console/qzChoice.h>
+#include <apps/qzquery/console/qzClock.h>
+#include <apps/qzquery/console/qzConsole.h>
+#include <apps/qzquery/console/qzFormat.h>
+#include <apps/qzquery/console/qzOptions.h>
+#include <apps/qzquery/console/qzProgramThreads.h>
+#include <apps/qzquery/console/qzProgressLine.h>
+#include <apps/qzquery/picture/qzRenderer.h>
+#include <apps/qzquery/scene/qzJson.h>
+#include <apps/qzquery/scene/qzScene.h>
 #include <toolkit/base/qzError.h>
 #include <toolkit/io/file/qzFile.h>
 
@@ -13,18 +24,6 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
-
-#include "qzChoice.h"
-#include "qzClock.h"
-#include "qzCommands.h"
-#include "qzConsole.h"
-#include "qzFormat.h"
-#include "qzJson.h"
-#include "qzOptions.h"
-#include "qzProgramThreads.h"
-#include "qzProgressLine.h"
-#include "qzRenderer.h"
-#include "qzScene.h"
 
 namespace qzQuery {
 

@@ -2,8 +2,8 @@
 // The library's linear builder and its plain form side by side. Every build is done with both and compared.
 
 #include "plain/qzPlainLinearBuilder.h"
-#include "support/qzBuildJournal.h"
-#include "support/qzOpenBVH.h"
+#include "support/access/qzBuildJournal.h"
+#include "support/access/qzOpenBVH.h"
 
 #include <qzCommonAddOns/builders/qzLinearGenericBVHBuilder.h>
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "support/qzPrivateAccess.h"
+#include "support/access/qzPrivateAccess.h"
 
 namespace qzTest {
 

@@ -1,10 +1,10 @@
 #pragma once
 // Results as JSON.
 
+#include <apps/qzquery/scene/qzScene.h>
+
 #include <nlohmann/json_fwd.hpp>
 #include <string>
-
-#include "qzScene.h"
 
 namespace qzQuery {
 

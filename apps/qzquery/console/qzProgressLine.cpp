@@ -1,4 +1,4 @@
-#include "qzProgressLine.h"
+#include <apps/qzquery/console/qzProgressLine.h>
 
 #include <unistd.h>
 

@@ -1,11 +1,10 @@
-#include "qzScene.h"
+#include <apps/qzquery/scene/qzScene.h>
 
+#include <apps/qzquery/console/qzClock.h>
+#include <apps/qzquery/console/qzConsole.h>
+#include <apps/qzquery/console/qzFormat.h>
+#include <apps/qzquery/scene/qzHierarchyBuild.h>
 #include <toolkit/io/mesh/qzMeshFile.h>
-
-#include "qzClock.h"
-#include "qzConsole.h"
-#include "qzFormat.h"
-#include "qzHierarchyBuild.h"
 
 namespace qzQuery {
 

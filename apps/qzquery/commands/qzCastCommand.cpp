@@ -1,5 +1,15 @@
 // qzquery cast: the nearest hit of every ray in a file.
 
+#include <apps/qzquery/commands/qzCommands.h>
+#include <apps/qzquery/console/qzChoice.h>
+#include <apps/qzquery/console/qzClock.h>
+#include <apps/qzquery/console/qzConsole.h>
+#include <apps/qzquery/console/qzFormat.h>
+#include <apps/qzquery/console/qzOptions.h>
+#include <apps/qzquery/console/qzProgramThreads.h>
+#include <apps/qzquery/console/qzProgressLine.h>
+#include <apps/qzquery/scene/qzJson.h>
+#include <apps/qzquery/scene/qzScene.h>
 #include <toolkit/base/qzError.h>
 #include <toolkit/io/table/qzRayFile.h>
 #include <toolkit/query/qzRayCast.h>
@@ -8,17 +18,6 @@
 #include <functional>
 #include <memory>
 #include <nlohmann/json.hpp>
-
-#include "qzChoice.h"
-#include "qzClock.h"
-#include "qzCommands.h"
-#include "qzConsole.h"
-#include "qzFormat.h"
-#include "qzJson.h"
-#include "qzOptions.h"
-#include "qzProgramThreads.h"
-#include "qzProgressLine.h"
-#include "qzScene.h"
 
 namespace qzQuery {
 
