@@ -1,6 +1,6 @@
-#include <apps/qzquery/scene/qzHierarchyBuild.h>
 #include <apps/qzquery/console/qzOptions.h>
 #include <apps/qzquery/console/qzSignals.h>
+#include <apps/qzquery/scene/qzHierarchyBuild.h>
 #include <doctest/doctest.h>
 #include <toolkit/run/qzChildProcess.h>
 #include <unistd.h>

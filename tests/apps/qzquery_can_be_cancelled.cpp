@@ -1,7 +1,7 @@
 #include <apps/qzquery/commands/qzCommands.h>
-#include <apps/qzquery/scene/qzHierarchyBuild.h>
 #include <apps/qzquery/console/qzOptions.h>
 #include <apps/qzquery/picture/qzRenderer.h>
+#include <apps/qzquery/scene/qzHierarchyBuild.h>
 #include <doctest/doctest.h>
 #include <fcntl.h>
 #include <sys/stat.h>
