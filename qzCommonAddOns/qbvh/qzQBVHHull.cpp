@@ -36,9 +36,9 @@ struct qzQBVH::tHullQuery {
   };
 
   // How the four children of a node relate to the planes.
-  struct tVerdict {
+  struct tClassification {
     int mInside;                  // lanes strictly inside every plane
-    int mOpen;                    // lanes to look into: not empty, and not wholly outside of some plane
+    int mOpen;                    // lanes to descend into: not empty, and not wholly outside of any plane
     alignas(16) float mDepth[4];  // an estimate of how deep inside, for the order of visits only
   };
 
@@ -49,34 +49,34 @@ struct qzQBVH::tHullQuery {
     alignas(16) int mInner[4];
   };
 
-  static constexpr unsigned int kMaxOrderlyPlanes = 32;  // room in mCorners
-  static constexpr float kModerate = 1e18f;              // products of two such numbers do not overflow
+  static constexpr unsigned int kMaxCornerPlanes = 32;  // room in mCorners
+  static constexpr float kModerate = 1e18f;             // products of two such numbers do not overflow
 
   const qzQBVH& mQBVH;
   const tPlane* mPlanes;
   const unsigned int mNbPlanes;
   bool mHasModeratePlanes, mIsOriginInside;
-  bool mIsOrderly;     // whether judgeOrderly may be used
-  bool mHasRegionBox;  // whether judgeNear may be used
+  bool mHasCorners;    // whether classifyByCorners is exact
+  bool mHasRegionBox;  // whether classifyByRegionBox is exact
   tRegionBox mRegionBox;
-  tCorners mCorners[kMaxOrderlyPlanes];
+  tCorners mCorners[kMaxCornerPlanes];
   tClippedPolygon mPolygon;
 
   tHullQuery(const qzQBVH& qbvh, const tPlane* planes, unsigned int nbPlanes)
       : mQBVH(qbvh), mPlanes(planes), mNbPlanes(nbPlanes) {
     readPlanes();
-    mIsOrderly = mHasModeratePlanes && nbPlanes <= kMaxOrderlyPlanes && qbvh.mIsNested && qbvh.mNoNodes != 0;
+    mHasCorners = mHasModeratePlanes && nbPlanes <= kMaxCornerPlanes && qbvh.mIsNested && qbvh.mNoNodes != 0;
     mHasRegionBox = false;
-    if (!mIsOrderly) return;
+    if (!mHasCorners) return;
     const float reach = reachOf(qbvh.mNodes[0]);
-    mIsOrderly = reach <= kModerate;
+    mHasCorners = reach <= kModerate;
     // Padding triangles are at the origin, which may be outside of their leaf's box.
-    mHasRegionBox = mIsOrderly && qbvh.mIsSnug && !mIsOriginInside && nbPlanes == tRegionBox::kNbPlanes &&
+    mHasRegionBox = mHasCorners && qbvh.mIsSnug && !mIsOriginInside && nbPlanes == tRegionBox::kNbPlanes &&
                     isSmall(0.125f * extentOf(qbvh.mRootBBox));
     if (mHasRegionBox) mRegionBox.setAround(planes, reach);
   }
 
-  // The largest coordinate of the root's four boxes, within which all others lie. An empty lane has none.
+  // The largest absolute coordinate of the four root boxes, which contain all others. Empty lanes do not count.
   static float reachOf(const tSOANode& root) {
     tFloat4 largest = float4(0.0f);
     for (int axis = 0; axis < 3; ++axis) {
@@ -101,7 +101,7 @@ struct qzQBVH::tHullQuery {
           lowerPairs(interleaveLower(load(p[0]), load(p[1])), interleaveLower(load(p[2]), load(p[3])));  // a b c d
       isModerate &= magnitude(plane) <= float4(kModerate);
       isPositive &= plane > float4(0.0f);
-      if (i >= kMaxOrderlyPlanes) continue;
+      if (i >= kMaxCornerPlanes) continue;
       const tInt4 toOther = signs(plane) & int4(kMaxRows);
       const tInt4 min = int4(0, kRow, 2 * kRow, 0), max = min + int4(kMaxRows);
       store(mCorners[i].mOuter, min + toOther);
@@ -136,13 +136,15 @@ struct qzQBVH::tHullQuery {
         continue;
       }
       const tSOANode& node = mQBVH.mNodes[child.mIndex];
-      const tVerdict verdict = mHasRegionBox ? judgeNear(node) : mIsOrderly ? judgeOrderly(node) : judge(node);
-      if (verdict.mInside != 0) return true;
+      const tClassification result = mHasRegionBox ? classifyByRegionBox(node)
+                                     : mHasCorners ? classifyByCorners(node)
+                                                   : classify(node);
+      if (result.mInside != 0) return true;
       if (size + 4 <= kStackSize) {
-        size += listChildren(node, verdict, stack + size);
+        size += listChildren(node, result, stack + size);
       } else {
         tChild children[4];
-        for (int i = listChildren(node, verdict, children) - 1; i >= 0; --i) {
+        for (int i = listChildren(node, result, children) - 1; i >= 0; --i) {
           if (traverse(children[i])) return true;
         }
       }
@@ -152,7 +154,7 @@ struct qzQBVH::tHullQuery {
 
   // Classifies four boxes against all planes. The order of operations and operands fixes the bits. A NaN never makes a
   // box lie outside, and the smallest distance drops it for the next plane's.
-  tVerdict judge(const tSOANode& node) const {
+  tClassification classify(const tSOANode& node) const {
     const tFloat4 minX = load(node.mMin[0]), minY = load(node.mMin[1]), minZ = load(node.mMin[2]);
     const tFloat4 maxX = load(node.mMax[0]), maxY = load(node.mMax[1]), maxZ = load(node.mMax[2]);
     tFloat4 smallest = float4(std::numeric_limits<float>::infinity()), depth = smallest;
@@ -170,17 +172,17 @@ struct qzQBVH::tHullQuery {
       outside |= hi < float4(0.0f);
       depth = smallerOf(depth, lo + hi);
     }
-    tVerdict verdict;
-    verdict.mInside = bitsOf(smallest > float4(0.0f));
-    verdict.mOpen = filledLanes(node) & ~bitsOf(outside);
-    store(verdict.mDepth, depth);
-    return verdict;
+    tClassification result;
+    result.mInside = bitsOf(smallest > float4(0.0f));
+    result.mOpen = filledLanes(node) & ~bitsOf(outside);
+    store(result.mDepth, depth);
+    return result;
   }
 
-  // Fast path: the same verdict if no box is inverted, except in empty lanes, and no product or sum overflows. Then
-  // there is no NaN, the sign of a coefficient tells which of its two products is smaller, and the least distance of
-  // all planes can be compared with zero once. Zeros may differ in sign, which no comparison sees.
-  tVerdict judgeOrderly(const tSOANode& node) const {
+  // Fast path: the same classification if no box is inverted, except in empty lanes, and no product or sum overflows.
+  // Then there is no NaN, the sign of a coefficient tells which of its two products is smaller, and the least distance
+  // of all planes can be compared with zero once. Zeros may differ in sign, which no comparison sees.
+  tClassification classifyByCorners(const tSOANode& node) const {
     const float* rows = reinterpret_cast<const float*>(&node);
     tFloat4 leastOuter = float4(std::numeric_limits<float>::infinity()), leastInner = leastOuter;
     for (unsigned int i = 0; i < mNbPlanes; ++i) {
@@ -188,37 +190,37 @@ struct qzQBVH::tHullQuery {
       leastInner = smallerOf(leastInner, cornerDistance(rows, mCorners[i].mInner, mPlanes[i]));
     }
     const int filled = filledLanes(node);
-    tVerdict verdict;
-    verdict.mInside = filled & bitsOf(leastOuter > float4(0.0f));
-    verdict.mOpen = filled & ~bitsOf(leastInner < float4(0.0f));
-    store(verdict.mDepth, leastOuter + leastInner);
-    return verdict;
+    tClassification result;
+    result.mInside = filled & bitsOf(leastOuter > float4(0.0f));
+    result.mOpen = filled & ~bitsOf(leastInner < float4(0.0f));
+    store(result.mDepth, leastOuter + leastInner);
+    return result;
   }
 
-  // Fast path: the same verdict by the region box.
-  tVerdict judgeNear(const tSOANode& node) const {
+  // Fast path: the same classification by the region box.
+  tClassification classifyByRegionBox(const tSOANode& node) const {
     const float* rows = reinterpret_cast<const float*>(&node);
-    tVerdict verdict;
-    verdict.mInside = 0;
-    verdict.mOpen = filledLanes(node) & ~bitsOf(mRegionBox.isApart(rows));
-    if (verdict.mOpen == 0) return verdict;
+    tClassification result;
+    result.mInside = 0;
+    result.mOpen = filledLanes(node) & ~bitsOf(mRegionBox.isApart(rows));
+    if (result.mOpen == 0) return result;
     tFloat4 leastInner = float4(std::numeric_limits<float>::infinity());
     for (unsigned int i = 0; i < tRegionBox::kNbPlanes; ++i) {
       leastInner = smallerOf(leastInner, cornerDistance(rows, mCorners[i].mInner, mPlanes[i]));
     }
-    verdict.mOpen &= ~bitsOf(leastInner < float4(0.0f));
-    if ((verdict.mOpen & ~bitsOf(mRegionBox.reachesOut(rows))) != 0) {
+    result.mOpen &= ~bitsOf(leastInner < float4(0.0f));
+    if ((result.mOpen & ~bitsOf(mRegionBox.reachesOut(rows))) != 0) {
       tFloat4 leastOuter = float4(std::numeric_limits<float>::infinity());
       for (unsigned int i = 0; i < tRegionBox::kNbPlanes; ++i) {
         leastOuter = smallerOf(leastOuter, cornerDistance(rows, mCorners[i].mOuter, mPlanes[i]));
       }
-      verdict.mInside = verdict.mOpen & bitsOf(leastOuter > float4(0.0f));
+      result.mInside = result.mOpen & bitsOf(leastOuter > float4(0.0f));
     }
-    store(verdict.mDepth, leastInner);
-    return verdict;
+    store(result.mDepth, leastInner);
+    return result;
   }
 
-  // The order of operations is that of judge.
+  // The order of operations is that of classify.
   static tFloat4 cornerDistance(const float* rows, const int* corner, const tPlane& plane) {
     const float(*p)[4] = plane.mCoefficient;
     const tFloat4 x = load(p[0]) * load(rows + corner[0]);
@@ -232,9 +234,9 @@ struct qzQBVH::tHullQuery {
   }
 
   // Lists the children to visit, the deepest inside last, among equals the lowest lane last. Returns how many.
-  int listChildren(const tSOANode& node, const tVerdict& verdict, tChild* children) const {
+  int listChildren(const tSOANode& node, const tClassification& result, tChild* children) const {
     // One case for each set of one or two lanes: a predicted branch knows the child before the test is done.
-    switch (verdict.mOpen) {
+    switch (result.mOpen) {
       case 0:
         return 0;
       case 1:
@@ -242,23 +244,23 @@ struct qzQBVH::tHullQuery {
       case 2:
         return listOne(node, 1, children);
       case 3:
-        return listTwo(node, 0, 1, verdict, children);
+        return listTwo(node, 0, 1, result, children);
       case 4:
         return listOne(node, 2, children);
       case 5:
-        return listTwo(node, 0, 2, verdict, children);
+        return listTwo(node, 0, 2, result, children);
       case 6:
-        return listTwo(node, 1, 2, verdict, children);
+        return listTwo(node, 1, 2, result, children);
       case 8:
         return listOne(node, 3, children);
       case 9:
-        return listTwo(node, 0, 3, verdict, children);
+        return listTwo(node, 0, 3, result, children);
       case 10:
-        return listTwo(node, 1, 3, verdict, children);
+        return listTwo(node, 1, 3, result, children);
       case 12:
-        return listTwo(node, 2, 3, verdict, children);
+        return listTwo(node, 2, 3, result, children);
       default:
-        return listMany(node, verdict, children);
+        return listMany(node, result, children);
     }
   }
 
@@ -272,8 +274,8 @@ struct qzQBVH::tHullQuery {
     return 1;
   }
 
-  int listTwo(const tSOANode& node, int first, int second, const tVerdict& verdict, tChild* children) const {
-    const bool isFirstDeeper = verdict.mDepth[first] >= verdict.mDepth[second];
+  int listTwo(const tSOANode& node, int first, int second, const tClassification& result, tChild* children) const {
+    const bool isFirstDeeper = result.mDepth[first] >= result.mDepth[second];
     if (isFirstDeeper) std::swap(first, second);
     children[0] = childAt(node, first);
     children[1] = childAt(node, second);
@@ -281,20 +283,20 @@ struct qzQBVH::tHullQuery {
     return 2;
   }
 
-  int listMany(const tSOANode& node, const tVerdict& verdict, tChild* children) const {
+  int listMany(const tSOANode& node, const tClassification& result, tChild* children) const {
     int count = 0;
     float depths[4];
     for (int lane = 0; lane < 4; ++lane) {
-      if (!(verdict.mOpen >> lane & 1)) continue;
+      if (!(result.mOpen >> lane & 1)) continue;
       const tChild child = childAt(node, lane);
       prefetchChild(child);
       int place = count++;
-      for (; place > 0 && depths[place - 1] >= verdict.mDepth[lane]; --place) {
+      for (; place > 0 && depths[place - 1] >= result.mDepth[lane]; --place) {
         children[place] = children[place - 1];
         depths[place] = depths[place - 1];
       }
       children[place] = child;
-      depths[place] = verdict.mDepth[lane];
+      depths[place] = result.mDepth[lane];
     }
     return count;
   }

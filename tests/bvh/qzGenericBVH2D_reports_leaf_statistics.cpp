@@ -47,10 +47,10 @@ qzGenericBVH2D sevenNodes() {
 }
 
 // A traversal from a node on, with the counters as getBVHInfo starts them.
-struct Walk {
+struct Traversal {
   int nbLeaves = 0, minPrimitives = 0, maxPrimitives = 0, sumPrimitives = 0, maxLocation = 0;
 
-  explicit Walk(const qzGenericBVH2D& tree, int from = 0, int level = 0, int startMinimum = 1000)
+  explicit Traversal(const qzGenericBVH2D& tree, int from = 0, int level = 0, int startMinimum = 1000)
       : minPrimitives(startMinimum) {
     getBVHInfoIter(tree, from, nbLeaves, minPrimitives, maxPrimitives, sumPrimitives, maxLocation, level);
   }
@@ -127,22 +127,22 @@ TEST_CASE("the 2D average is a single-precision quotient") {
 }
 
 TEST_CASE("the 2D traversal reports depth and number of the first leaf of maximum size") {
-  const Walk walk(sevenNodes());
-  CHECK(walk.nbLeaves == 4);
-  CHECK(walk.sumPrimitives == 8);
-  CHECK(walk.minPrimitives == 1);
-  CHECK(walk.maxPrimitives == 3);
-  CHECK(walk.maxLocation == (2 << 24 | 4));
+  const Traversal traversal(sevenNodes());
+  CHECK(traversal.nbLeaves == 4);
+  CHECK(traversal.sumPrimitives == 8);
+  CHECK(traversal.minPrimitives == 1);
+  CHECK(traversal.maxPrimitives == 3);
+  CHECK(traversal.maxLocation == (2 << 24 | 4));
   // Leaves 3 (level 3), 5 (level 3) and 2 (level 1) are equally full; 3 is met first.
-  const Walk tied(treeOf({inner(1, 2), inner(4, 5), leaf(9), leaf(9), inner(6, 3), leaf(9), leaf(1)}));
+  const Traversal tied(treeOf({inner(1, 2), inner(4, 5), leaf(9), leaf(9), inner(6, 3), leaf(9), leaf(1)}));
   CHECK(tied.maxPrimitives == 9);
   CHECK(tied.maxLocation == (3 << 24 | 3));
 }
 
 TEST_CASE("the 2D traversal visits the left subtree first, and counts both children one deeper") {
-  const Walk right(treeOf({inner(1, 2), leaf(1), inner(3, 4), leaf(2), leaf(3)}));
+  const Traversal right(treeOf({inner(1, 2), leaf(1), inner(3, 4), leaf(2), leaf(3)}));
   CHECK(right.maxLocation == (2 << 24 | 4));
-  const Walk left(treeOf({inner(2, 1), leaf(1), inner(4, 3), leaf(2), leaf(3)}));
+  const Traversal left(treeOf({inner(2, 1), leaf(1), inner(4, 3), leaf(2), leaf(3)}));
   CHECK(left.maxLocation == (2 << 24 | 4));
 }
 
@@ -158,18 +158,18 @@ TEST_CASE("the 2D traversal adds to the caller's counters and starts at the give
 }
 
 TEST_CASE("leaf sizes in 2D are compared as signed numbers") {
-  const Walk walk(treeOf({inner(1, 2), leaf(0xFFFFFFFFu), leaf(4)}));
-  CHECK(walk.minPrimitives == -1);
-  CHECK(walk.maxPrimitives == 4);
-  CHECK(walk.sumPrimitives == 3);
+  const Traversal traversal(treeOf({inner(1, 2), leaf(0xFFFFFFFFu), leaf(4)}));
+  CHECK(traversal.minPrimitives == -1);
+  CHECK(traversal.maxPrimitives == 4);
+  CHECK(traversal.sumPrimitives == 3);
 }
 
 TEST_CASE("empty 2D leaves are counted, but are never the largest") {
-  const Walk walk(treeOf({inner(1, 2), leaf(0), leaf(0)}));
-  CHECK(walk.nbLeaves == 2);
-  CHECK(walk.minPrimitives == 0);
-  CHECK(walk.maxPrimitives == 0);
-  CHECK(walk.maxLocation == 0);
+  const Traversal traversal(treeOf({inner(1, 2), leaf(0), leaf(0)}));
+  CHECK(traversal.nbLeaves == 2);
+  CHECK(traversal.minPrimitives == 0);
+  CHECK(traversal.maxPrimitives == 0);
+  CHECK(traversal.maxLocation == 0);
 }
 
 TEST_CASE("a 2D chain of a million right children does not recurse, and depths above 127 make the location negative") {
@@ -180,11 +180,11 @@ TEST_CASE("a 2D chain of a million right children does not recurse, and depths a
     nodes.push_back(leaf(1));
   }
   nodes.push_back(leaf(2));
-  const Walk walk(treeOf(nodes));
-  CHECK(walk.nbLeaves == static_cast<int>(nbInner) + 1);
-  CHECK(walk.sumPrimitives == static_cast<int>(nbInner) + 2);
-  CHECK(static_cast<std::uint32_t>(walk.maxLocation) == ((nbInner << 24) | (2 * nbInner)));
-  const Walk deep(treeOf({leaf(1)}), 0, 200);
+  const Traversal traversal(treeOf(nodes));
+  CHECK(traversal.nbLeaves == static_cast<int>(nbInner) + 1);
+  CHECK(traversal.sumPrimitives == static_cast<int>(nbInner) + 2);
+  CHECK(static_cast<std::uint32_t>(traversal.maxLocation) == ((nbInner << 24) | (2 * nbInner)));
+  const Traversal deep(treeOf({leaf(1)}), 0, 200);
   CHECK(static_cast<std::uint32_t>(deep.maxLocation) == 200u << 24);
 }
 
@@ -194,7 +194,7 @@ TEST_CASE("the 2D statistics write nothing to standard output") {
   {
     const StandardOutput output;
     infoOf(tree);
-    const Walk walk(tree);
+    const Traversal traversal(tree);
     nbSilent = output.nbBytes();
     std::cout << "x";
     nbAudible = output.nbBytes();

@@ -26,10 +26,10 @@ Info infoOf(const qzGenericBVH& tree) {
 }
 
 // A traversal from a node on, with the counters as getBVHInfo starts them.
-struct Walk {
+struct Traversal {
   int nbLeaves = 0, minPrimitives = 0, maxPrimitives = 0, sumPrimitives = 0, maxLocation = 0;
 
-  explicit Walk(const qzGenericBVH& tree, int from = 0, int level = 0, int startMinimum = 1000)
+  explicit Traversal(const qzGenericBVH& tree, int from = 0, int level = 0, int startMinimum = 1000)
       : minPrimitives(startMinimum) {
     getBVHInfoIter(tree, from, nbLeaves, minPrimitives, maxPrimitives, sumPrimitives, maxLocation, level);
   }
@@ -110,14 +110,14 @@ TEST_CASE("among leaves of maximum size the first one visited gives the level") 
   // Leaves 3 and 5 on level 3 and leaf 2 on level 1 are equally full; 3 is the first one from the left.
   const qzGenericBVH tree = treeOf({inner(1, 2), inner(4, 5), leaf(9), leaf(9), inner(3, 6), leaf(9), leaf(1)});
   CHECK(infoOf(tree).output == "max at lvl:3\n");
-  CHECK(Walk(tree).maxLocation == (3 << 24 | 3));
+  CHECK(Traversal(tree).maxLocation == (3 << 24 | 3));
   CHECK(infoOf(treeOf({inner(2, 1), inner(3, 4), leaf(9), leaf(9), leaf(9)})).output == "max at lvl:1\n");
 }
 
 TEST_CASE("the traversal visits the left subtree first, and counts both children one level deeper") {
-  CHECK(Walk(treeOf({inner(1, 2), leaf(1), inner(3, 4), leaf(2), leaf(3)})).maxLocation == (2 << 24 | 4));
-  CHECK(Walk(treeOf({inner(2, 1), leaf(1), inner(4, 3), leaf(2), leaf(3)})).maxLocation == (2 << 24 | 4));
-  CHECK(Walk(sevenNodes(), 4, 5).maxLocation == (5 << 24 | 4));
+  CHECK(Traversal(treeOf({inner(1, 2), leaf(1), inner(3, 4), leaf(2), leaf(3)})).maxLocation == (2 << 24 | 4));
+  CHECK(Traversal(treeOf({inner(2, 1), leaf(1), inner(4, 3), leaf(2), leaf(3)})).maxLocation == (2 << 24 | 4));
+  CHECK(Traversal(sevenNodes(), 4, 5).maxLocation == (5 << 24 | 4));
 }
 
 TEST_CASE("the traversal adds to the caller's counters and starts at the given node and level") {
@@ -132,10 +132,10 @@ TEST_CASE("the traversal adds to the caller's counters and starts at the given n
 }
 
 TEST_CASE("leaf sizes are compared as signed numbers, and their sum wraps") {
-  const Walk walk(treeOf({inner(1, 2), leaf(0xFFFFFFFFu), leaf(4)}));
-  CHECK(walk.minPrimitives == -1);
-  CHECK(walk.maxPrimitives == 4);
-  CHECK(walk.sumPrimitives == 3);
+  const Traversal traversal(treeOf({inner(1, 2), leaf(0xFFFFFFFFu), leaf(4)}));
+  CHECK(traversal.minPrimitives == -1);
+  CHECK(traversal.maxPrimitives == 4);
+  CHECK(traversal.sumPrimitives == 3);
   const Info large = infoOf(treeOf({inner(1, 2), leaf(0x7FFFFFFFu), leaf(1)}));
   CHECK(large.maxPrimitives == 0x7FFFFFFF);
   CHECK(large.avgPrimitives == -1073741824.0f);
@@ -154,8 +154,8 @@ TEST_CASE("levels from 128 on print as large numbers, and node numbers from 2^24
   qzGenericBVH tree;
   tree.editNodes().resize(far + 1);
   tree.getNode(far) = leaf(2);
-  CHECK(Walk(tree, far, 2).maxLocation == 3 << 24);
-  CHECK(Walk(tree, far, 1).maxLocation == 1 << 24);
+  CHECK(Traversal(tree, far, 2).maxLocation == 3 << 24);
+  CHECK(Traversal(tree, far, 1).maxLocation == 1 << 24);
 }
 
 TEST_CASE("a chain of a million right children does not recurse") {
@@ -166,7 +166,7 @@ TEST_CASE("a chain of a million right children does not recurse") {
     nodes.push_back(leaf(1));
   }
   nodes.push_back(leaf(1));
-  CHECK(Walk(treeOf(nodes)).nbLeaves == static_cast<int>(nbInner) + 1);
+  CHECK(Traversal(treeOf(nodes)).nbLeaves == static_cast<int>(nbInner) + 1);
 }
 
 TEST_CASE("the average is a quotient of floats in any float mode of the caller, which is kept") {

@@ -29,7 +29,7 @@ std::uint64_t fetchBoxes(const Source& source, const std::uint32_t* indices, con
   const std::uint32_t n = source.nbPrimitives();
   tScratch<std::uint8_t> nbInner(n);
   std::fill_n(nbInner.data(), n, std::uint8_t(0));
-  walkGroups<std::uint32_t>(
+  traverseGroups<std::uint32_t>(
       splits, [](std::uint32_t first, std::uint32_t) { return first; },
       [&](unsigned int, std::uint32_t leftFirst, std::uint32_t) {
         ++nbInner[leftFirst];

@@ -24,7 +24,7 @@ struct tNumbering {
       std::uint32_t mFirst, mLast;
     };
     std::uint32_t nbKept[kMaxLevels] = {};
-    walkGroups<tGroup>(
+    traverseGroups<tGroup>(
         splits,
         [](std::uint32_t first, std::uint32_t last) {
           return tGroup{first, last};
@@ -73,7 +73,7 @@ void writeNodes(const tSplits& splits, tNumbering numbering, Node* nodes, Link l
     }
     group.mBox.storeTo(node);
   };
-  const tGroup root = walkGroups<tGroup>(
+  const tGroup root = traverseGroups<tGroup>(
       splits,
       [&](std::uint32_t first, std::uint32_t last) {
         return tGroup{first, last, 0, 0, boxOf(first, last)};

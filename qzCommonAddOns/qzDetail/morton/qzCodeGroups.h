@@ -56,7 +56,7 @@ struct tSplits {
 /// leaf(first, last) makes a Group of the positions of one code, join(level, left, right) makes one of two halves.
 /// Returns the Group of all positions.
 template <class Group, class Leaf, class Join>
-Group walkGroups(const tSplits& splits, Leaf leaf, Join join) {
+Group traverseGroups(const tSplits& splits, Leaf leaf, Join join) {
   struct tOpenSplit {
     unsigned int mLevel;
     Group mLeft;
