@@ -250,7 +250,7 @@ TEST_CASE("AC3D: a file that is cut off, of which assimp keeps the beginning") {
   const TemporaryFolder folder;
   const std::string surface = "SURF 0x0\nmat 0\nrefs 3\n0 0 0\n1 0 0\n2 0 0\n";
   const std::string text =
-      "AC3Db\nMATERIAL \"\" rgb 1 1 1 amb 1 1 1 emis 0 0 0 spec 1 1 1 shi 0 trans 0\nOBJECT world\nkids 1\n"
+      "AC3Db\nOBJECT world\nkids 1\n"
       "OBJECT poly\nnumvert 3\n0 0 0\n1 0 0\n0 1 0\nnumsurf 2\n" +
       surface;
   CHECK(errorOfMesh(folder, "whole.ac", text + surface + "kids 0\n") == "nothing thrown");
