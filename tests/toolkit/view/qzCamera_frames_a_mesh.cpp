@@ -202,6 +202,16 @@ TEST_CASE("ray directions have length 1; x goes right and y down from the centre
   }
 }
 
+TEST_CASE("pixels are square, and the larger angle of view is 29 degrees") {
+  for (const double aspect : {0.25, 0.5, 1.0, 2.0, 5.0}) {
+    CAPTURE(aspect);
+    const qzCamera camera = qzCamera::Frame(gridMesh(2), {1, -2, 0.5}, qzCamera::eUpZ, aspect);
+    CHECK(camera.getHalfWidth() / camera.getHalfHeight() == doctest::Approx(aspect));
+    const double larger = std::atan(std::max(camera.getHalfWidth(), camera.getHalfHeight()));
+    CHECK(2.0 * larger * 180.0 / 3.14159265 == doctest::Approx(29.0).epsilon(0.01));
+  }
+}
+
 TEST_CASE("the camera keeps a distance from a mesh of one point") {
   const qzCamera camera =
       qzCamera::Frame(meshOfCorners({{3, 4, 5}, {3, 4, 5}, {3, 4, 5}}), {0, 0, 1}, qzCamera::eUpZ, 1.0);
