@@ -56,13 +56,16 @@ TEST_CASE("a view has the same pixels in sheets of any number of views") {
     const auto sheet = [&](const char* nbViews) {
       return render({mesh, "--turntable", nbViews, "--size", "36x28", "--shading", shading, "--samples", "2"});
     };
-    const Picture one = sheet("1"), four = sheet("4"), eight = sheet("8");
+    const Picture one = sheet("1"), two = sheet("2"), four = sheet("4"), eight = sheet("8");
     CHECK(one.width == 36);
     CHECK(one.height == 28);
+    CHECK(two.width == 72);
+    CHECK(two.height == 28);
     CHECK(four.width == 72);
     CHECK(four.height == 56);
     CHECK(eight.width == 108);
     CHECK(eight.height == 84);
+    CHECK((one.bytes == viewOf(two, 2, 0, 36, 28).bytes));
     CHECK((one.bytes == viewOf(four, 2, 0, 36, 28).bytes));
     for (int view = 0; view < 4; ++view) {
       CAPTURE(view);
