@@ -12,7 +12,9 @@ struct DepthMap {
   std::vector<float> values;  ///< rows from the top
   nlohmann::json answer;      ///< what --json said
 
-  float at(int x, int y) const { return values[static_cast<std::size_t>(y * width + x)]; }
+  float at(int x, int y) const {
+    return values[static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x)];
+  }
 
   /// The part of these sizes at a place.
   std::vector<float> part(int left, int top, int partWidth, int partHeight) const;

@@ -98,12 +98,16 @@ TEST_CASE("views fill rows from the top left, and cells after the last view are 
 TEST_CASE("a sheet has as many columns as rows or one more") {
   const TemporaryFolder folder;
   const std::string mesh = folder.write("mesh.obj", kCube);
-  const int shapes[][3] = {{1, 1, 1}, {2, 2, 1}, {3, 2, 2}, {4, 2, 2}, {6, 3, 2}, {7, 3, 3}, {12, 4, 3}, {360, 19, 19}};
-  for (const auto& [nbViews, nbColumns, nbRows] : shapes) {
-    CAPTURE(nbViews);
-    const Picture sheet = render({mesh, "--turntable", std::to_string(nbViews), "--size", "3x2", "--samples", "1"});
-    CHECK(sheet.width == 3 * nbColumns);
-    CHECK(sheet.height == 2 * nbRows);
+  struct Shape {
+    int nbViews, nbColumns, nbRows;
+  };
+  const Shape shapes[] = {{1, 1, 1}, {2, 2, 1}, {3, 2, 2}, {4, 2, 2}, {6, 3, 2}, {7, 3, 3}, {12, 4, 3}, {360, 19, 19}};
+  for (const Shape& shape : shapes) {
+    CAPTURE(shape.nbViews);
+    const Picture sheet =
+        render({mesh, "--turntable", std::to_string(shape.nbViews), "--size", "3x2", "--samples", "1"});
+    CHECK(sheet.width == 3 * shape.nbColumns);
+    CHECK(sheet.height == 2 * shape.nbRows);
   }
 }
 
