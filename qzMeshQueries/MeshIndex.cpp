@@ -1,0 +1,137 @@
+#include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
+#include <qzMeshQueries/MeshIndex.h>
+#include <qzMeshQueries/batch/Batches.h>
+#include <qzMeshQueries/tree/Edges.h>
+#include <qzMeshQueries/tree/MeshCheck.h>
+#include <qzMeshQueries/tree/TreeBuild.h>
+#include <qzMeshQueries/walk/Walks.h>
+
+#include <utility>
+
+namespace qzMeshQueries {
+
+const char* Cancelled::what() const noexcept {
+  return "the build was cancelled";
+}
+
+struct MeshIndex::Content {
+  detail::WideTree tree;
+  std::size_t triangleCount = 0, vertexCount = 0;
+  std::uint32_t firstTriangle = 0;
+  std::array<std::uint64_t, 2> digest = detail::digestOf({});
+
+  /// What an index without content answers from.
+  static const Content& empty() {
+    static const Content content{};
+    return content;
+  }
+  static const Content& of(const MeshIndex& index) { return index.mContent ? *index.mContent : empty(); }
+
+  /// The walks do not know of firstTriangle.
+  detail::WalkOptions optionsOf(const RayOptions& options) const {
+    const bool isOurs = options.skip >= firstTriangle && options.skip - firstTriangle < triangleCount;
+    return {options.faces, isOurs ? options.skip - firstTriangle : kNone};
+  }
+  void renumber(Hit& hit) const {
+    if (hit) hit.triangle += firstTriangle;
+  }
+};
+
+MeshIndex::MeshIndex() = default;
+
+MeshIndex::MeshIndex(const Mesh& mesh, const BuildOptions& options) {
+  const qzDetail::tFloatMode mode;
+  detail::checkMesh(mesh, options);
+  auto content = std::make_unique<Content>();
+  content->triangleCount = mesh.triangleCount;
+  content->vertexCount = mesh.vertexCount;
+  content->firstTriangle = options.firstTriangle;
+  content->digest = detail::digestOf(mesh);
+  content->tree = detail::buildTree(mesh, options);
+  mContent = std::move(content);
+}
+
+MeshIndex::~MeshIndex() = default;
+MeshIndex::MeshIndex(MeshIndex&&) noexcept = default;
+MeshIndex& MeshIndex::operator=(MeshIndex&&) noexcept = default;
+
+Hit MeshIndex::closestHit(const Ray& ray, const RayOptions& options) const {
+  const qzDetail::tFloatMode mode;
+  const Content& content = Content::of(*this);
+  Hit hit = detail::walks().closestHit(content.tree, ray, content.optionsOf(options));
+  content.renumber(hit);
+  return hit;
+}
+
+bool MeshIndex::anyHit(const Ray& ray, const RayOptions& options) const {
+  const qzDetail::tFloatMode mode;
+  const Content& content = Content::of(*this);
+  return detail::walks().anyHit(content.tree, ray, content.optionsOf(options));
+}
+
+void MeshIndex::allHits(const Ray& ray, std::vector<Hit>& hits, const RayOptions& options) const {
+  const qzDetail::tFloatMode mode;
+  const Content& content = Content::of(*this);
+  hits.clear();
+  detail::walks().allHits(content.tree, ray, content.optionsOf(options), hits);
+  for (Hit& hit : hits) content.renumber(hit);
+}
+
+Crossings MeshIndex::crossings(const Ray& ray, const RayOptions& options) const {
+  const qzDetail::tFloatMode mode;
+  const Content& content = Content::of(*this);
+  return detail::walks().crossings(content.tree, ray, content.optionsOf(options));
+}
+
+void MeshIndex::closestHits(const Ray* rays, std::size_t count, Hit* hits, const RayOptions& options,
+                            int threads) const {
+  detail::forEachChunk(count, threads, [&](std::size_t begin, std::size_t end) {
+    for (std::size_t i = begin; i < end; ++i) hits[i] = closestHit(rays[i], options);
+  });
+}
+
+void MeshIndex::anyHits(const Ray* rays, std::size_t count, std::uint8_t* isHit, const RayOptions& options,
+                        int threads) const {
+  detail::forEachChunk(count, threads, [&](std::size_t begin, std::size_t end) {
+    for (std::size_t i = begin; i < end; ++i) isHit[i] = anyHit(rays[i], options) ? 1 : 0;
+  });
+}
+
+Lists<Hit> MeshIndex::allHits(const Ray* rays, std::size_t count, const RayOptions& options, int threads) const {
+  return detail::collectLists<Hit>(count, threads, [&](std::size_t i, std::vector<Hit>& items) {
+    const std::size_t first = items.size();
+    const qzDetail::tFloatMode mode;
+    const Content& content = Content::of(*this);
+    detail::walks().allHits(content.tree, rays[i], content.optionsOf(options), items);
+    for (std::size_t k = first; k < items.size(); ++k) content.renumber(items[k]);
+  });
+}
+
+void MeshIndex::crossings(const Ray* rays, std::size_t count, Crossings* out, const RayOptions& options,
+                          int threads) const {
+  detail::forEachChunk(count, threads, [&](std::size_t begin, std::size_t end) {
+    for (std::size_t i = begin; i < end; ++i) out[i] = crossings(rays[i], options);
+  });
+}
+
+std::size_t MeshIndex::triangleCount() const {
+  return Content::of(*this).triangleCount;
+}
+std::size_t MeshIndex::vertexCount() const {
+  return Content::of(*this).vertexCount;
+}
+
+std::size_t MeshIndex::memoryUsed() const {
+  const detail::WideTree& tree = Content::of(*this).tree;
+  return sizeof(*this) + sizeof(Content) + tree.nodes.bytes() + tree.blocks.bytes() + tree.vertexNumbers.bytes();
+}
+
+bool MeshIndex::isClosed() const {
+  return detail::isClosed(Content::of(*this).tree);
+}
+
+std::array<std::uint64_t, 2> MeshIndex::meshDigest() const {
+  return Content::of(*this).digest;
+}
+
+}  // namespace qzMeshQueries

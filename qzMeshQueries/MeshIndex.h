@@ -1,0 +1,87 @@
+#pragma once
+// MeshIndex: answers questions about a triangle mesh.
+//
+// Every answer depends on the mesh and the question alone: not on the quality of the build, the processor, the number of
+// threads, or the batch that a question came in. An index over n triangles answers as n indices over one triangle each
+// would, combined; ties are settled by triangle number.
+
+#include <qzMeshQueries/MeshTypes.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace qzMeshQueries {
+
+/// A triangle mesh, copied into a bounding volume hierarchy. It can be moved, not copied; a moved-from index has no
+/// triangles.
+///
+/// Rays are watertight. A ray crosses a triangle when the origin lies in the triangle's image under a shear that makes the
+/// ray an axis; exact arithmetic decides, and an image through the origin is judged as if the origin were displaced by an
+/// infinitely small (e, e * e). So a line crosses a closed mesh as often inwards as outwards, also at edges, at vertices
+/// and along faces. Triangles without area, and triangles seen exactly edge-on, are never hit.
+///
+/// A ray hits nothing if it has a NaN anywhere, an infinite or zero direction, or an origin with a coordinate that is not
+/// finite or larger than 1e15.
+///
+/// Threads: everything const may run on any number of threads at once.
+class QZ_MESHQUERIES_API MeshIndex {
+ public:
+  /// No triangles: every question misses.
+  MeshIndex();
+
+  /// Copies the mesh and builds the hierarchy. Triangles without area are kept; unused vertices may hold anything.
+  /// Failure: std::invalid_argument, naming the first such triangle, for a vertex number out of range, a coordinate of
+  /// a used vertex that is NaN, infinite or larger than 1e15, or numbers beyond kNone with firstTriangle added;
+  /// Cancelled; std::bad_alloc; std::length_error for meshes beyond about a billion triangles.
+  /// Cost: O(n log n) time, on as many threads as the options say. Nothing of it shows in the answers.
+  explicit MeshIndex(const Mesh& mesh, const BuildOptions& options = {});
+
+  ~MeshIndex();
+  MeshIndex(MeshIndex&&) noexcept;
+  MeshIndex& operator=(MeshIndex&&) noexcept;
+
+  /// The hit of smallest t; of equal t, that of the smallest triangle number. Without one, a default Hit.
+  /// Cost: O(log n) for usual meshes; no allocation.
+  Hit closestHit(const Ray& ray, const RayOptions& options = {}) const;
+
+  /// Whether the ray hits a triangle.
+  bool anyHit(const Ray& ray, const RayOptions& options = {}) const;
+
+  /// Replaces hits by all hits of the ray, ordered by t, then by triangle number.
+  void allHits(const Ray& ray, std::vector<Hit>& hits, const RayOptions& options = {}) const;
+
+  /// The number of hits, by the side of the triangle.
+  Crossings crossings(const Ray& ray, const RayOptions& options = {}) const;
+
+  // Many rays at once, on threads (0: as many as the machine has). The answers are those of the calls one by one.
+  void closestHits(const Ray* rays, std::size_t count, Hit* hits, const RayOptions& options = {},
+                   int threads = 0) const;
+  void anyHits(const Ray* rays, std::size_t count, std::uint8_t* isHit, const RayOptions& options = {},
+               int threads = 0) const;
+  Lists<Hit> allHits(const Ray* rays, std::size_t count, const RayOptions& options = {}, int threads = 0) const;
+  void crossings(const Ray* rays, std::size_t count, Crossings* out, const RayOptions& options = {},
+                 int threads = 0) const;
+
+  std::size_t triangleCount() const;
+  std::size_t vertexCount() const;
+
+  /// Bytes of memory that the index occupies.
+  std::size_t memoryUsed() const;
+
+  /// Whether every edge is used as often in one direction as in the other. Vertices at the same place are one vertex (0
+  /// and -0 are the same place), and an edge from a place to itself does not count. True without triangles.
+  /// Cost: O(n) time and memory, in each call.
+  bool isClosed() const;
+
+  /// A hash of all vertices and triangles as they were given, and of nothing else.
+  std::array<std::uint64_t, 2> meshDigest() const;
+
+ private:
+  struct Content;
+  std::unique_ptr<const Content> mContent;
+};
+
+}  // namespace qzMeshQueries

@@ -1,0 +1,99 @@
+#pragma once
+// The questions that a MeshIndex answers, and the answers.
+
+#include <qzSceneGraph/qzCancelInterfaceReadOnly.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <exception>
+#include <functional>
+#include <limits>
+#include <vector>
+
+#if defined(QZ_MESHQUERIES_STATIC)
+/// Precedes the name of an exported class. Empty for a static library; the CMake target defines QZ_MESHQUERIES_STATIC for
+/// its users.
+#define QZ_MESHQUERIES_API
+#elif defined(_WIN32)
+#if defined(QZ_MESHQUERIES_BUILD)
+#define QZ_MESHQUERIES_API __declspec(dllexport)
+#else
+#define QZ_MESHQUERIES_API __declspec(dllimport)
+#endif
+#else
+#define QZ_MESHQUERIES_API __attribute__((visibility("default")))
+#endif
+
+namespace qzMeshQueries {
+
+/// The number that stands for no triangle.
+inline constexpr std::uint32_t kNone = 0xFFFFFFFFu;
+
+/// A view of a triangle mesh in the caller's memory. It is read during construction only.
+struct Mesh {
+  const float* vertices = nullptr;  ///< x y z of each vertex
+  std::size_t vertexCount = 0;
+  const std::uint32_t* triangles = nullptr;  ///< three vertex numbers of each triangle
+  std::size_t triangleCount = 0;
+};
+
+/// How much time a build takes for how much speed of the queries. Answers are the same.
+enum class Quality {
+  fast,  ///< Morton order
+  good,  ///< surface area heuristic
+  best   ///< the same, improved afterwards by reinsertion of subtrees
+};
+
+struct BuildOptions {
+  Quality quality = Quality::good;
+  int threads = 0;                                        ///< 0: as many as the machine has
+  std::uint32_t firstTriangle = 0;                        ///< added to every triangle number in an answer
+  const qz::qzCancelInterfaceReadOnly* cancel = nullptr;  ///< polled at least every 10,000 triangles or so; may be null
+  std::function<void(double)> progress;                   ///< receives 0 to 1, ascending, on the calling thread
+};
+
+/// Thrown by a construction whose cancel interface said yes.
+struct QZ_MESHQUERIES_API Cancelled : std::exception {
+  const char* what() const noexcept override;
+};
+
+/// Which sides of a triangle a ray sees. A ray meets the front of (a, b, c) when direction . ((b - a) x (c - a)) < 0.
+enum class Faces { both, front, back };
+
+/// The points origin + t * direction for t from tMin to tMax, both inclusive.
+struct Ray {
+  float origin[3];
+  float tMin = 0;      ///< any value, -infinity as well
+  float direction[3];  ///< of any length other than 0; t counts in multiples of it
+  float tMax = std::numeric_limits<float>::infinity();
+};
+
+struct RayOptions {
+  Faces faces = Faces::both;
+  std::uint32_t skip = kNone;  ///< the number of a triangle that is never reported, firstTriangle included
+};
+
+/// Where a ray meets a triangle: at origin + t * direction, and at a + u * (b - a) + v * (c - a).
+struct Hit {
+  float t = std::numeric_limits<float>::infinity(), u = 0, v = 0;
+  std::uint32_t triangle = kNone;
+
+  /// Whether there is a hit.
+  explicit operator bool() const { return triangle != kNone; }
+};
+static_assert(sizeof(Hit) == 16, "arrays of hits are passed on as they are");
+
+/// How often a ray meets the front and the back of triangles.
+struct Crossings {
+  std::uint32_t front = 0, back = 0;
+};
+
+/// What a batch of questions with lists as answers gives: the answers to question i are items[starts[i]] to
+/// items[starts[i + 1] - 1].
+template <class T>
+struct Lists {
+  std::vector<std::size_t> starts;  ///< one more than there are questions
+  std::vector<T> items;
+};
+
+}  // namespace qzMeshQueries

@@ -1,0 +1,41 @@
+#pragma once
+// The walks over a tree, one set per instruction set. All give the same answers.
+
+#include <qzMeshQueries/MeshTypes.h>
+#include <qzMeshQueries/tree/WideTree.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace qzMeshQueries::detail {
+
+/// What a walk needs besides the tree: skip is a number of the mesh, without firstTriangle, or kNone; the numbers in the
+/// answers are such numbers too.
+struct WalkOptions {
+  Faces faces;
+  std::uint32_t skip;
+};
+
+/// The questions about single rays. Trees may be empty.
+struct Walks {
+  const char* name;  ///< of the instruction set
+  Hit (*closestHit)(const WideTree& tree, const Ray& ray, const WalkOptions& options);
+  bool (*anyHit)(const WideTree& tree, const Ray& ray, const WalkOptions& options);
+  void (*allHits)(const WideTree& tree, const Ray& ray, const WalkOptions& options,
+                  std::vector<Hit>& hits);  ///< appends, in order
+  Crossings (*crossings)(const WideTree& tree, const Ray& ray, const WalkOptions& options);
+};
+
+/// The walks in use: those of the best instruction set of the processor, unless useInstructionSet chose another.
+const Walks& walks();
+
+/// The instruction sets that this processor can run, the best one first.
+std::vector<std::string> instructionSets();
+
+/// Makes walks() those of one of instructionSets(), for tests and measurements; returns false for another name. No query
+/// may run meanwhile.
+bool useInstructionSet(const std::string& name);
+
+}  // namespace qzMeshQueries::detail
