@@ -11,7 +11,7 @@
 // One set of four lanes, one of eight and one of sixteen are enough. On other processors one lane has to do.
 #define HWY_DISABLED_TARGETS (HWY_SSSE3 | HWY_AVX3_DL | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE <qzMeshQueries/walk/Walks.cpp>
+#define HWY_TARGET_INCLUDE "qzMeshQueries/walk/Walks.cpp"
 #include <hwy/foreach_target.h>
 // What every instruction set compiles.
 #include <hwy/highway.h>

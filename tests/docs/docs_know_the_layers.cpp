@@ -17,9 +17,9 @@ bool startsWith(const std::string& text, const std::string& start) {
   return text.compare(0, start.size(), start) == 0;
 }
 
-// The folders in backticks of a cell of a table.
+// The folders in backticks of a cell of a table, and the headers that have a row of their own.
 std::set<std::string> foldersOf(const std::string& cell) {
-  static const std::regex folder("`([A-Za-z/]+/)`");
+  static const std::regex folder("`([A-Za-z/]+/([A-Za-z]+\\.h)?)`");
   std::set<std::string> folders;
   for (std::sregex_iterator found(cell.begin(), cell.end(), folder), end; found != end; ++found) {
     folders.insert((*found)[1]);
@@ -27,7 +27,7 @@ std::set<std::string> foldersOf(const std::string& cell) {
   return folders;
 }
 
-// The tables of docs/structure.md: folders, and the folders that their rows name.
+// The tables of docs/structure.md: folders and single headers, and what their rows name.
 using tLayers = std::map<std::string, std::set<std::string>>;
 
 tLayers layersOf(const std::string& text) {
@@ -42,7 +42,7 @@ tLayers layersOf(const std::string& text) {
   return layers;
 }
 
-// The innermost folder of the tables that a file is in; empty when there is none.
+// The innermost folder of the tables that a file is in, or the file itself; empty when there is neither.
 std::string layerOf(const tLayers& layers, const std::string& file) {
   std::string layer;
   for (const auto& [folder, named] : layers) {
@@ -86,7 +86,8 @@ std::vector<std::string> includesOf(const std::string& file) {
 
 std::vector<std::string> sources() {
   std::vector<std::string> files;
-  for (const char* folder : {"platform", "qzCommonAddOns", "toolkit", "apps", "benchmarks", "examples"}) {
+  for (const char* folder :
+       {"platform", "qzCommonAddOns", "qzMeshQueries", "toolkit", "apps", "benchmarks", "examples"}) {
     for (const auto& entry : std::filesystem::recursive_directory_iterator(kRoot / folder)) {
       const std::string extension = entry.path().extension().string();
       if (extension != ".h" && extension != ".cpp") continue;
@@ -104,10 +105,10 @@ TEST_CASE("every folder with sources is in a table of docs/structure.md, and eve
     CAPTURE(file);
     CHECK(!layerOf(layers, file).empty());
   }
-  for (const auto& [folder, named] : layers) {
-    CAPTURE(folder);
-    CHECK(std::filesystem::is_directory(kRoot / folder));
-    for (const std::string& other : named) {
+  for (const auto& row : layers) {
+    CAPTURE(row.first);
+    CHECK(std::filesystem::exists(kRoot / row.first));
+    for (const std::string& other : row.second) {
       CAPTURE(other);
       CHECK(layers.count(other) == 1);
     }
@@ -147,8 +148,10 @@ TEST_CASE("a layer reaches what its rows lead to and nothing above, and qzDetail
       "| `qzCommonAddOns/` | b | `qzCommonAddOns/qzDetail/base/` |\n"
       "| `low/` | c | `qzCommonAddOns/` |\n"
       "| `high/` | d | `low/` |\n"
-      "| `inside/` | e | `low/`, `qzCommonAddOns/qzDetail/base/` |\n");
-  CHECK(layers.size() == 5);
+      "| `inside/` | e | `low/`, `qzCommonAddOns/qzDetail/base/` |\n"
+      "| `high/Types.h` | f | |\n"
+      "| `beside/` | g | `high/Types.h` |\n");
+  CHECK(layers.size() == 7);
   CHECK(mayInclude(layers, "high/", "qzCommonAddOns/"));
   CHECK(!mayInclude(layers, "low/", "high/"));
   CHECK(mayInclude(layers, "qzCommonAddOns/", "qzCommonAddOns/qzDetail/base/"));
@@ -156,4 +159,10 @@ TEST_CASE("a layer reaches what its rows lead to and nothing above, and qzDetail
   CHECK(mayInclude(layers, "inside/", "qzCommonAddOns/qzDetail/base/"));
   CHECK(layerOf(layers, "qzCommonAddOns/qzDetail/base/a.h") == "qzCommonAddOns/qzDetail/base/");
   CHECK(layerOf(layers, "elsewhere/a.h").empty());
+
+  // A header with a row of its own belongs to no folder.
+  CHECK(layerOf(layers, "high/Types.h") == "high/Types.h");
+  CHECK(layerOf(layers, "high/Other.h") == "high/");
+  CHECK(mayInclude(layers, "beside/", "high/Types.h"));
+  CHECK(!mayInclude(layers, "beside/", "high/"));
 }
