@@ -6,14 +6,15 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <stdexcept>
 
 namespace qzBench {
 
 namespace {
 
-double readClock(int clock) {
-  timespec now;
+double readClock(clockid_t clock) {
+  timespec now{};
   clock_gettime(clock, &now);
   return double(now.tv_sec) + double(now.tv_nsec) * 1e-9;
 }
@@ -28,6 +29,32 @@ qzStopwatch::qzStopwatch(tClock clock)
 
 double qzStopwatch::getSeconds() const {
   return readClock(mClock) - mStart;
+}
+
+namespace {
+
+/// Processor times of this process's threads.
+std::map<int, double> threadTimes() {
+  std::map<int, double> times;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
+    const int thread = std::stoi(entry.path().filename().string());
+    // The kernel's number of the clock of a thread, as pthread_getcpuclockid makes it.
+    times[thread] = readClock(static_cast<clockid_t>((~static_cast<unsigned>(thread) << 3) | 6u));
+  }
+  return times;
+}
+
+}  // namespace
+
+qzThreadWatch::qzThreadWatch() : mBefore(threadTimes()) {}
+
+double qzThreadWatch::getLongestSeconds() const {
+  double longest = 0.0;
+  for (const auto& [thread, seconds] : threadTimes()) {
+    const auto before = mBefore.find(thread);
+    longest = std::max(longest, seconds - (before == mBefore.end() ? 0.0 : before->second));
+  }
+  return longest;
 }
 
 double median(std::vector<double> values) {

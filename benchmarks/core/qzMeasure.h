@@ -3,6 +3,7 @@
 // after round. The speed of a machine drifts; the ratio of two contestants in the same round cancels most of the drift.
 
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -20,12 +21,26 @@ class qzStopwatch {
   double mStart;
 };
 
+/// Time of a piece of work on several threads: wall time, and the processor time of the thread that worked longest. On an
+/// idle machine both are the same, as long as some thread works at any time.
+class qzThreadWatch {
+ public:
+  qzThreadWatch();
+  double getWallSeconds() const { return mWall.getSeconds(); }
+  double getLongestSeconds() const;
+
+ private:
+  qzStopwatch mWall{qzStopwatch::eWallTime};
+  std::map<int, double> mBefore;  // processor times by thread number of the system
+};
+
 /// One side of a comparison.
 struct qzContestant {
   std::string mName;
   double mItems;                            ///< triangles, rays or queries per run
   std::function<double()> mRun;             ///< does the work once, returns the seconds of the timed part
   std::function<double()> mAgreement = {};  ///< after the runs: share of answers equal to the first contestant's
+  std::string mDetail = {};                 ///< what the name does not say, such as the mode of a peer
 };
 
 struct qzTiming {

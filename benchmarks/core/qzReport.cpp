@@ -60,12 +60,19 @@ void qzReport::beginLine(const std::string& block) {
 std::vector<qzTiming> qzReport::compare(const qzSubject& subject, const std::vector<qzContestant>& contestants,
                                         const std::function<std::string()>& check) {
   std::vector<qzTiming> timings = runInTurn(contestants, subject.mRounds);
+  add(subject, contestants, timings, check);
+  return timings;
+}
+
+void qzReport::add(const qzSubject& subject, const std::vector<qzContestant>& contestants,
+                   const std::vector<qzTiming>& timings, const std::function<std::string()>& check) {
   for (std::size_t i = 0; i < contestants.size(); ++i) {
     const double nanoseconds = timings[i].getMedian() * 1e9, spread = timings[i].getSpread();
     nlohmann::json entry = {{"benchmark", subject.mBenchmark}, {"scene", subject.mScene},
                             {"size", subject.mSize},           {"contestant", contestants[i].mName},
                             {"runs", subject.mRounds},         {"median", rounded(nanoseconds)},
                             {"unit", "ns/" + subject.mUnit},   {"spread", rounded(spread)}};
+    if (!contestants[i].mDetail.empty()) entry["detail"] = contestants[i].mDetail;
     std::string ratioText, checkText;
     char text[64];
     if (i == 0) {
@@ -88,6 +95,7 @@ std::vector<qzTiming> qzReport::compare(const qzSubject& subject, const std::vec
         ++mNbDisagreements;
       }
     }
+    if (!contestants[i].mDetail.empty()) checkText += "  " + contestants[i].mDetail;
     beginLine(subject.mBenchmark + subject.mScene);
     std::printf("%-18s %-11s %9lld  %-22s %4d  %8.1f ns/%-8s %4.1f %% %10s  %s\n", subject.mBenchmark.c_str(),
                 subject.mScene.c_str(), subject.mSize, contestants[i].mName.c_str(), subject.mRounds, nanoseconds,
@@ -95,13 +103,12 @@ std::vector<qzTiming> qzReport::compare(const qzSubject& subject, const std::vec
     std::fflush(stdout);
     mLines.push_back(entry.dump());
   }
-  return timings;
 }
 
 void qzReport::addFigure(const std::string& benchmark, const std::string& scene, long long size,
                          const std::string& name, double value, const std::string& unit) {
   beginLine(benchmark + scene);
-  std::printf("%-18s %-11s %9lld  %-22s %4s  %8.1f %s\n", benchmark.c_str(), scene.c_str(), size, name.c_str(), "",
+  std::printf("%-18s %-11s %9lld  %-22s %4s  %8.2f %s\n", benchmark.c_str(), scene.c_str(), size, name.c_str(), "",
               value, unit.c_str());
   std::fflush(stdout);
   const nlohmann::json entry = {{"benchmark", benchmark}, {"scene", scene},          {"size", size},

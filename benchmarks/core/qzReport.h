@@ -32,6 +32,10 @@ class qzReport {
   std::vector<qzTiming> compare(const qzSubject& subject, const std::vector<qzContestant>& contestants,
                                 const std::function<std::string()>& check);
 
+  /// The same for contestants that have run.
+  void add(const qzSubject& subject, const std::vector<qzContestant>& contestants, const std::vector<qzTiming>& timings,
+           const std::function<std::string()>& check);
+
   /// Adds a line that is not a comparison, bytes per triangle for example.
   void addFigure(const std::string& benchmark, const std::string& scene, long long size, const std::string& name,
                  double value, const std::string& unit);

@@ -13,21 +13,6 @@ namespace qzBench {
 
 namespace {
 
-/// Sets the floating-point mode that Embree's manual recommends, and restores the previous one.
-class tFlushDenormals {
- public:
-  tFlushDenormals() : mBefore(_mm_getcsr()) {
-    _MM_SET_FLUSH_ZERO_MODE(_MM_FLUSH_ZERO_ON);
-    _MM_SET_DENORMALS_ZERO_MODE(_MM_DENORMALS_ZERO_ON);
-  }
-  ~tFlushDenormals() { _mm_setcsr(mBefore); }
-  tFlushDenormals(const tFlushDenormals&) = delete;
-  tFlushDenormals& operator=(const tFlushDenormals&) = delete;
-
- private:
-  unsigned mBefore;
-};
-
 RTCRayHit queryOf(const qzRay& ray, float tNear) {
   RTCRayHit query;
   query.ray.org_x = ray.mOrigin[0];
@@ -49,6 +34,15 @@ RTCRayHit queryOf(const qzRay& ray, float tNear) {
 
 }  // namespace
 
+qzFlushDenormals::qzFlushDenormals() : mBefore(_mm_getcsr()) {
+  _MM_SET_FLUSH_ZERO_MODE(_MM_FLUSH_ZERO_ON);
+  _MM_SET_DENORMALS_ZERO_MODE(_MM_DENORMALS_ZERO_ON);
+}
+
+qzFlushDenormals::~qzFlushDenormals() {
+  _mm_setcsr(mBefore);
+}
+
 qzEmbree::qzEmbree(const qzScene& scene, RTCBuildQuality quality, const std::string& isa, RTCSceneFlags flags)
     : mMeshes(scene), mQuality(quality), mIsa(isa), mFlags(flags) {
   mDevice = rtcNewDevice(("threads=1" + (isa.empty() ? "" : ",isa=" + isa)).c_str());
@@ -68,7 +62,7 @@ void qzEmbree::release() {
 
 std::string qzEmbree::getName() const {
   return std::string("Embree ") + (mQuality == RTC_BUILD_QUALITY_LOW ? "LOW" : "MEDIUM") + (mIsa.empty() ? "" : " ") +
-         mIsa;
+         mIsa + ((mFlags & RTC_SCENE_FLAG_ROBUST) != 0 ? " robust" : "");
 }
 
 bool qzEmbree::countMemory(void* self, ssize_t bytes, bool) {
@@ -79,7 +73,7 @@ bool qzEmbree::countMemory(void* self, ssize_t bytes, bool) {
 }
 
 double qzEmbree::build() {
-  const tFlushDenormals mode;
+  const qzFlushDenormals mode;
   release();
   mScene = rtcNewScene(mDevice);
   rtcSetSceneBuildQuality(mScene, mQuality);
@@ -104,7 +98,7 @@ double qzEmbree::build() {
 }
 
 double qzEmbree::trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answers) const {
-  const tFlushDenormals mode;
+  const qzFlushDenormals mode;
   const qzStopwatch watch;
   RTCIntersectContext context;
   rtcInitIntersectContext(&context);  // incoherent, the default
@@ -117,7 +111,7 @@ double qzEmbree::trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& an
 }
 
 qzAnswer qzEmbree::castBeyond(float tNear, const qzRay& ray) const {
-  const tFlushDenormals mode;
+  const qzFlushDenormals mode;
   RTCIntersectContext context;
   rtcInitIntersectContext(&context);
   RTCRayHit query = queryOf(ray, tNear);

@@ -1,5 +1,5 @@
 #pragma once
-// Embree 3, one thread, single rays.
+// Embree 3, one thread, single rays; qzEmbreeModes.h has its other modes.
 
 #include <embree3/rtcore.h>
 
@@ -10,6 +10,18 @@
 #include <benchmarks/scenes/qzScene.h>
 
 namespace qzBench {
+
+/// Sets the floating-point mode that Embree's manual recommends while it lives, and restores the previous one.
+class qzFlushDenormals {
+ public:
+  qzFlushDenormals();
+  ~qzFlushDenormals();
+  qzFlushDenormals(const qzFlushDenormals&) = delete;
+  qzFlushDenormals& operator=(const qzFlushDenormals&) = delete;
+
+ private:
+  unsigned mBefore;
+};
 
 class qzEmbree {
  public:
@@ -30,6 +42,8 @@ class qzEmbree {
   double trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answers) const;
   /// The nearest hit beyond the distance tNear; by rounding it may lie slightly before it.
   qzAnswer castBeyond(float tNear, const qzRay& ray) const;
+
+  RTCScene getScene() const { return mScene; }  ///< null unless built
 
   /// By Embree's memory monitor, for the last build: bytes of the finished structure, and peak bytes during the build.
   long long getBytes() const { return mBytes; }

@@ -13,6 +13,7 @@
 #include <unordered_map>
 
 #include <benchmarks/core/qzRandom.h>
+#include <benchmarks/scenes/qzCity.h>
 
 namespace qzBench {
 
@@ -104,11 +105,14 @@ const std::map<std::string, std::string> kFiles = {{"motorbike", "motorBike.obj.
                                                    {"dragon2", "dragon_vrip_res2.ply.gz"},
                                                    {"dragon3", "dragon_vrip_res3.ply.gz"},
                                                    {"dragon4", "dragon_vrip_res4.ply.gz"}};
+const std::map<std::string, int> kCities = {{"buildings", 400000}, {"buildings10k", 10000}};
 const std::pair<const char*, int> kSizes[] = {{"10k", 10000}, {"100k", 100000}, {"1M", 1000000}, {"10M", 10000000}};
 
 qz::qzTriMesh makeMesh(const std::string& name, const std::string& folder) {
   const auto file = kFiles.find(name);
   if (file != kFiles.end()) return withSharedVertices(qzToolkit::loadMesh(folder + "/" + file->second));
+  const auto ownCity = kCities.find(name);
+  if (ownCity != kCities.end()) return city(ownCity->second, 5);
   for (const auto& [suffix, size] : kSizes) {
     if (name == std::string("terrain") + suffix) return terrain(size);
     if (name == std::string("soup") + suffix) return soup(size);
@@ -121,6 +125,7 @@ qz::qzTriMesh makeMesh(const std::string& name, const std::string& folder) {
 std::set<std::string> sceneNames() {
   std::set<std::string> names;
   for (const auto& [name, file] : kFiles) names.insert(name);
+  for (const auto& [name, size] : kCities) names.insert(name);
   for (const auto& [suffix, size] : kSizes)
     names.insert({std::string("terrain") + suffix, std::string("soup") + suffix});
   return names;

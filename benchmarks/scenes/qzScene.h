@@ -30,6 +30,7 @@ struct qzScene {
 ///   dragon, dragon2, dragon3, dragon4  a scan in four sizes, 871 thousand to 11 thousand triangles
 ///   terrain10k, 100k, 1M, 10M          a fractal landscape, a grid of shared vertices
 ///   soup10k, 100k, 1M, 10M             unconnected random triangles that fill a cube
+///   buildings, buildings10k            a city of boxes, 400 thousand and 10 thousand triangles
 /// Throws std::invalid_argument for any other name, and what the mesh reader throws.
 qzScene makeScene(const std::string& name, const std::string& folder);
 /// A scene of any mesh with at least one triangle, whose triangles use all vertices.

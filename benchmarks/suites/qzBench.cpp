@@ -25,12 +25,23 @@ using tNames = std::vector<std::string>;
 
 /// The measurements of a scene.
 const std::map<std::string, void (*)(const qzBench::qzScene&, const qzBench::qzSettings&, qzBench::qzReport&)> kKinds =
-    {{"build", qzBench::measureBuild},    {"memory", qzBench::measureMemory},   {"cancel", qzBench::measureCancel},
-     {"rays", qzBench::measureRays},      {"sah", qzBench::measureSurfaceArea}, {"hulls", qzBench::measureHulls},
-     {"threads", qzBench::measureThreads}};
+    {{"build", qzBench::measureBuild},
+     {"memory", qzBench::measureMemory},
+     {"cancel", qzBench::measureCancel},
+     {"rays", qzBench::measureRays},
+     {"sah", qzBench::measureSurfaceArea},
+     {"hulls", qzBench::measureHulls},
+     {"threads", qzBench::measureThreads},
+     {"index-rays", qzBench::measureIndexRays},
+     {"index-build", qzBench::measureIndexBuild},
+     {"index-memory", qzBench::measureIndexMemory},
+     {"index-threads", qzBench::measureIndexThreads}};
 
-/// The measurement without a scene: the builder in two dimensions.
-const std::string kPlane = "plane";
+/// The measurements without a scene: the builder in two dimensions, and MeshIndex on terrains of growing size.
+const std::map<std::string, void (*)(const qzBench::qzSettings&, qzBench::qzReport&)> kOtherKinds = {
+    {"plane", qzBench::measurePlane}, {"index-growth", qzBench::measureIndexGrowth}};
+
+const tNames kIndexKinds = {"index-rays", "index-build", "index-memory", "index-threads", "index-growth"};
 
 /// The scenes of a run, and the measurements of each.
 using tPlan = std::vector<std::pair<std::string, tNames>>;
@@ -41,19 +52,35 @@ const tPlan kQuickPlan = {{"motorbike", {"build", "memory", "rays", "cancel"}},
                           {"terrain10k", {"build"}},
                           {"terrain1M", {"build", "rays", "sah", "threads"}}};
 
-/// Every measurement, on scenes that need no file.
-const tPlan kSmokePlan = {{"terrain10k", {"build", "memory", "cancel", "rays", "sah", "hulls", "threads"}},
-                          {"soup10k", {"build", "rays"}}};
+/// What takes a minute and says most about MeshIndex.
+const tPlan kIndexPlan = {{"motorbike", {"index-rays", "index-build", "index-memory"}},
+                          {"buildings", {"index-rays"}},
+                          {"dragon", {"index-rays", "index-build"}},
+                          {"terrain1M", {"index-rays", "index-threads"}}};
 
-const tPlan kFullPlan = {{"motorbike", {"build", "memory", "cancel", "rays", "sah", "hulls", "threads"}},
+/// Every measurement, on scenes that need no file.
+const tPlan kSmokePlan = {{"terrain10k",
+                           {"build", "memory", "cancel", "rays", "sah", "hulls", "threads", "index-rays", "index-build",
+                            "index-memory", "index-threads"}},
+                          {"soup10k", {"build", "rays"}},
+                          {"buildings10k", {"index-rays"}}};
+
+const tPlan kFullPlan = {{"motorbike",
+                          {"build", "memory", "cancel", "rays", "sah", "hulls", "threads", "index-rays", "index-build",
+                           "index-memory", "index-threads"}},
+                         {"buildings", {"index-rays", "index-build", "index-memory", "index-threads"}},
                          {"dragon4", {"build", "rays"}},
                          {"dragon3", {"build", "rays", "hulls"}},
                          {"dragon2", {"build", "rays"}},
-                         {"dragon", {"build", "memory", "cancel", "rays", "sah", "hulls"}},
+                         {"dragon",
+                          {"build", "memory", "cancel", "rays", "sah", "hulls", "index-rays", "index-build",
+                           "index-memory", "index-threads"}},
                          {"terrain10k", {"build", "memory", "rays"}},
                          {"terrain100k", {"build", "memory", "rays"}},
-                         {"terrain1M", {"build", "memory", "cancel", "rays", "sah", "threads"}},
-                         {"terrain10M", {"build", "memory", "rays"}},
+                         {"terrain1M",
+                          {"build", "memory", "cancel", "rays", "sah", "threads", "index-rays", "index-build",
+                           "index-memory", "index-threads"}},
+                         {"terrain10M", {"build", "memory", "rays", "index-rays", "index-build", "index-memory"}},
                          {"soup10k", {"build", "rays"}},
                          {"soup100k", {"build", "rays"}},
                          {"soup1M", {"build", "memory", "rays"}},
@@ -79,23 +106,28 @@ void run(const tPlan& plan, const tNames& kinds, const std::string& folder, cons
     for (const std::string& kind : ownKinds)
       if (isAskedFor(kind)) kKinds.at(kind)(scene, own, report);
   }
-  if (isAskedFor(kPlane)) qzBench::measurePlane(settings, report);
+  for (const auto& [kind, measure] : kOtherKinds)
+    if (isAskedFor(kind)) measure(settings, report);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  tNames allKinds = {kPlane};
-  for (const auto& [kind, measure] : kKinds) allKinds.push_back(kind);
-  tNames kinds = allKinds, scenes;
+  tNames sceneKinds, scenes;
+  for (const auto& [kind, measure] : kKinds) sceneKinds.push_back(kind);
+  tNames allKinds = sceneKinds;
+  for (const auto& [kind, measure] : kOtherKinds) allKinds.push_back(kind);
+  tNames kinds = allKinds;
   std::string folder = QZ_BENCH_SCENES, jsonFile, commit = "unknown";
-  bool isQuick = false, isSmoke = false, isProcessorAsked = false;
+  bool isQuick = false, isSmoke = false, isIndex = false, isProcessorAsked = false;
   int rounds = 0;
 
   CLI::App app("Times the library and its peers on the same scenes, in turn, on one thread.");
   app.add_flag("--quick", isQuick, "fewer scenes, rays and rounds: a few minutes");
+  app.add_flag("--index", isIndex, "the main figures of MeshIndex, in a minute");
   app.add_flag("--smoke", isSmoke, "every measurement for a moment, on small scenes; only the answers tell anything");
-  app.add_option("--only", kinds, "measure only these kinds")->delimiter(',')->check(CLI::IsMember(allKinds));
+  const CLI::Option* const only =
+      app.add_option("--only", kinds, "measure only these kinds")->delimiter(',')->check(CLI::IsMember(allKinds));
   app.add_option("--scenes", scenes, "measure all kinds on these scenes")
       ->delimiter(',')
       ->check(CLI::IsMember(qzBench::sceneNames()));
@@ -112,11 +144,13 @@ int main(int argc, char** argv) {
   }
   try {
     qzBench::qzSettings settings;
-    if (isQuick) {
+    if (isIndex && only->empty()) kinds = kIndexKinds;
+    if (isQuick || isIndex) {
       settings.mRounds = 3;
       settings.mRaySide = 256;
       settings.mSecondsPerRun = 0.02;
       settings.mLargestPlane = 1000000;
+      settings.mLargestTerrain = "terrain1M";
     }
     if (isSmoke) {
       settings.mRounds = 1;
@@ -124,13 +158,13 @@ int main(int argc, char** argv) {
       settings.mSecondsPerRun = 1000.0;  // no limit: the hash covers all regions
       settings.mMostRegions = 400;
       settings.mLargestPlane = 10000;
+      settings.mLargestTerrain = "terrain100k";
     }
     if (rounds > 0) settings.mRounds = rounds;
-    tPlan plan = isSmoke ? kSmokePlan : isQuick ? kQuickPlan : kFullPlan;
+    tPlan plan = isSmoke ? kSmokePlan : isIndex ? kIndexPlan : isQuick ? kQuickPlan : kFullPlan;
     if (!scenes.empty()) {
       plan.clear();
-      for (const std::string& scene : scenes) plan.emplace_back(scene, allKinds);
-      for (auto& [scene, ownKinds] : plan) ownKinds.erase(ownKinds.begin());  // kPlane, which needs no scene
+      for (const std::string& scene : scenes) plan.emplace_back(scene, sceneKinds);
     }
 
     if (!jsonFile.empty()) expectFolderOf(jsonFile);

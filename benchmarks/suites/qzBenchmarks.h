@@ -7,11 +7,12 @@
 namespace qzBench {
 
 struct qzSettings {
-  int mRounds = 9;               ///< runs of every contestant
-  int mRaySide = 512;            ///< its square is the number of camera rays, and of chords
-  double mSecondsPerRun = 0.1;   ///< target for runs whose cost per query varies widely
-  int mLargestPlane = 10000000;  ///< points of the largest two-dimensional build
-  int mMostRegions = 4000;       ///< of a run over regions
+  int mRounds = 9;                             ///< runs of every contestant
+  int mRaySide = 512;                          ///< its square is the number of camera rays, and of chords
+  double mSecondsPerRun = 0.1;                 ///< target for runs whose cost per query varies widely
+  int mLargestPlane = 10000000;                ///< points of the largest two-dimensional build
+  int mMostRegions = 4000;                     ///< of a run over regions
+  std::string mLargestTerrain = "terrain10M";  ///< of the growth
 };
 
 /// From a mesh in memory to the finished hierarchy, against Embree and CGAL.
@@ -28,6 +29,21 @@ void measureSurfaceArea(const qzScene& scene, const qzSettings& settings, qzRepo
 
 /// Two threads that query one hierarchy, against one thread.
 void measureThreads(const qzScene& scene, const qzSettings& settings, qzReport& report);
+
+/// MeshIndex: closest hits one by one and in batches, and any hit in batches, against every mode of Embree.
+void measureIndexRays(const qzScene& scene, const qzSettings& settings, qzReport& report);
+
+/// MeshIndex: builds of all qualities on one thread, against Embree.
+void measureIndexBuild(const qzScene& scene, const qzSettings& settings, qzReport& report);
+
+/// MeshIndex: bytes per triangle of the finished index, and the peak during the build, against Embree.
+void measureIndexMemory(const qzScene& scene, const qzSettings& settings, qzReport& report);
+
+/// MeshIndex: builds and batches on two threads, against one.
+void measureIndexThreads(const qzScene& scene, const qzSettings& settings, qzReport& report);
+
+/// MeshIndex: how much longer a closest hit takes in a terrain of a thousand times as many triangles, against Embree.
+void measureIndexGrowth(const qzSettings& settings, qzReport& report);
 
 /// Intersection of the mesh with boxes and frusta, against Bullet and FCL.
 void measureHulls(const qzScene& scene, const qzSettings& settings, qzReport& report);

@@ -16,6 +16,12 @@ std::deque<qzEmbree> makeEmbrees(const qzScene& scene) {
   return embrees;
 }
 
+std::vector<std::string> wideInstructionSets() {
+  std::vector<std::string> sets = {"avx2"};
+  if (__builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq")) sets.emplace_back("avx512");
+  return sets;
+}
+
 std::deque<qzCgal> makeCgals(const qzScene& scene) {
   std::deque<qzCgal> cgals;
   if (scene.getNbTriangles() <= kMostTrianglesOfCgal) cgals.emplace_back(scene);

@@ -16,6 +16,10 @@ namespace qzBench {
 /// Embree in both builder qualities, each four-wide and with the processor's best instructions; not yet built.
 std::deque<qzEmbree> makeEmbrees(const qzScene& scene);
 
+/// Embree's names of the instruction sets that it is measured with beside MeshIndex: AVX2, and AVX-512 where the
+/// processor has it.
+std::vector<std::string> wideInstructionSets();
+
 /// CGAL, or none for the largest scenes; not yet built.
 std::deque<qzCgal> makeCgals(const qzScene& scene);
 

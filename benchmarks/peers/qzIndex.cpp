@@ -1,0 +1,77 @@
+#include <benchmarks/peers/qzIndex.h>
+
+#include <benchmarks/core/qzMeasure.h>
+
+namespace qzBench {
+
+std::vector<qzMeshQueries::Ray> indexRays(const std::vector<qzRay>& rays) {
+  std::vector<qzMeshQueries::Ray> result(rays.size());
+  for (std::size_t i = 0; i < rays.size(); ++i)
+    for (int axis = 0; axis < 3; ++axis) {
+      result[i].origin[axis] = rays[i].mOrigin[axis];
+      result[i].direction[axis] = rays[i].mDirection[axis];
+    }
+  return result;
+}
+
+std::vector<qzAnswer> answersOf(const std::vector<qzMeshQueries::Hit>& hits) {
+  std::vector<qzAnswer> answers;
+  for (const qzMeshQueries::Hit& hit : hits) answers.push_back({hit.t, hit.triangle});
+  return answers;
+}
+
+qzIndex::qzIndex(const qzScene& scene, qzMeshQueries::Quality quality, int threads) : mScene(scene) {
+  mOptions.quality = quality;
+  mOptions.threads = threads;
+}
+
+std::string qzIndex::getName() const {
+  using qzMeshQueries::Quality;
+  return mOptions.quality == Quality::fast   ? "MeshIndex fast"
+         : mOptions.quality == Quality::good ? "MeshIndex good"
+                                             : "MeshIndex best";
+}
+
+double qzIndex::build() {
+  release();
+  expectDefaultFloatMode();
+  qzMeshQueries::Mesh mesh;
+  static_assert(sizeof mScene.mPositions[0] == 12, "three floats and nothing else");
+  mesh.vertices = reinterpret_cast<const float*>(mScene.mPositions.data());
+  mesh.vertexCount = static_cast<std::size_t>(mScene.getNbVertices());
+  mesh.triangles = reinterpret_cast<const std::uint32_t*>(mScene.getIndices());  // of the same representation
+  mesh.triangleCount = static_cast<std::size_t>(mScene.getNbTriangles());
+  const qzStopwatch watch;
+  mIndex = std::make_unique<qzMeshQueries::MeshIndex>(mesh, mOptions);
+  return watch.getSeconds();
+}
+
+double qzIndex::traceEach(const tRays& rays, tHits& hits) const {
+  expectDefaultFloatMode();
+  const qzStopwatch watch;
+  for (std::size_t i = 0; i < hits.size(); ++i) hits[i] = mIndex->closestHit(rays[i]);
+  return watch.getSeconds();
+}
+
+double qzIndex::traceBatch(const tRays& rays, tHits& hits, int threads) const {
+  expectDefaultFloatMode();
+  const qzStopwatch watch;
+  mIndex->closestHits(rays.data(), hits.size(), hits.data(), {}, threads);
+  return watch.getSeconds();
+}
+
+double qzIndex::occludeEach(const tRays& rays, std::vector<std::uint8_t>& answers) const {
+  expectDefaultFloatMode();
+  const qzStopwatch watch;
+  for (std::size_t i = 0; i < answers.size(); ++i) answers[i] = mIndex->anyHit(rays[i]);
+  return watch.getSeconds();
+}
+
+double qzIndex::occludeBatch(const tRays& rays, std::vector<std::uint8_t>& answers, int threads) const {
+  expectDefaultFloatMode();
+  const qzStopwatch watch;
+  mIndex->anyHits(rays.data(), answers.size(), answers.data(), {}, threads);
+  return watch.getSeconds();
+}
+
+}  // namespace qzBench

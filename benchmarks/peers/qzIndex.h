@@ -1,0 +1,47 @@
+#pragma once
+// qzMeshQueries::MeshIndex, with an interface like that of its peers.
+
+#include <qzMeshQueries/MeshIndex.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <benchmarks/scenes/qzRays.h>
+#include <benchmarks/scenes/qzScene.h>
+
+namespace qzBench {
+
+/// Rays and hits of MeshIndex.
+std::vector<qzMeshQueries::Ray> indexRays(const std::vector<qzRay>& rays);
+std::vector<qzAnswer> answersOf(const std::vector<qzMeshQueries::Hit>& hits);
+
+class qzIndex {
+ public:
+  using tRays = std::vector<qzMeshQueries::Ray>;
+  using tHits = std::vector<qzMeshQueries::Hit>;
+
+  explicit qzIndex(const qzScene& scene, qzMeshQueries::Quality quality = qzMeshQueries::Quality::good,
+                   int threads = 1);
+
+  std::string getName() const;  ///< "MeshIndex good"
+
+  /// Builds the index from arrays in memory; returns the seconds.
+  double build();
+  void release() { mIndex.reset(); }
+  const qzMeshQueries::MeshIndex& getIndex() const { return *mIndex; }
+
+  /// Closest hits of the first hits.size() rays, one call each or as a batch on so many threads; return the seconds.
+  double traceEach(const tRays& rays, tHits& hits) const;
+  double traceBatch(const tRays& rays, tHits& hits, int threads = 1) const;
+  /// The same for any hit; answers are 1 or 0.
+  double occludeEach(const tRays& rays, std::vector<std::uint8_t>& answers) const;
+  double occludeBatch(const tRays& rays, std::vector<std::uint8_t>& answers, int threads = 1) const;
+
+ private:
+  const qzScene& mScene;
+  qzMeshQueries::BuildOptions mOptions;
+  std::unique_ptr<qzMeshQueries::MeshIndex> mIndex;
+};
+
+}  // namespace qzBench

@@ -1,0 +1,46 @@
+# What MeshIndex reaches in one file of results: the least and the mean ratio of each kind of work.
+
+def hundredths: . * 100 | round | tostring | if length < 3 then ("00" + .)[-3:] else . end | .[:-2] + "." + .[-2:];
+def row: "| " + join(" | ") + " |";
+def mean: (map(log) | add) / length | exp;  # geometric
+
+# A row of the figures of a name in the benchmarks that begin with prefix: larger is better.
+def reached($work; $prefix; $names; $asked):
+  [.results[] | select(.value and (.benchmark | startswith($prefix)) and ([.contestant] | inside($names)))] |
+  if length == 0 then empty else
+    min_by(.value) as $least |
+    [$work, ($least.value | hundredths), ($least.benchmark | ltrimstr("index/")) + " " + $least.scene,
+     ([.[].value] | mean | hundredths), $asked] | row
+  end;
+
+# The same for figures of which smaller is better.
+def needed($work; $prefix; $names; $asked):
+  [.results[] | select(.value and (.benchmark | startswith($prefix)) and ([.contestant] | inside($names)))] |
+  if length == 0 then empty else
+    max_by(.value) as $most |
+    [$work, ($most.value | hundredths), $most.scene, ([.[].value] | mean | hundredths), $asked] | row
+  end;
+
+"",
+"**MeshIndex at a glance: ratios of rates to Embree's best, larger is better; the last three rows: smaller is better**",
+"",
+(["work", "worst", "where", "mean", "goal"] | row),
+([range(5) | "---"] | row),
+reached("closest hit one by one, AVX-512"; "index/each/"; ["AVX-512 to Embree"]; "1.15"),
+reached("closest hit one by one, AVX2"; "index/each/"; ["AVX2 to Embree"]; "1.05"),
+reached("closest hit one by one, SSE4"; "index/each/"; ["SSE4 to Embree"]; ""),
+reached("closest hit one by one, against robust"; "index/each/"; ["to robust"]; "1.3"),
+reached("batch of closest hits, AVX-512"; "index/batch/"; ["AVX-512 to Embree"]; "1.0, mean 1.4"),
+reached("batch of closest hits, AVX2"; "index/batch/"; ["AVX2 to Embree"]; "1.0, mean 1.4"),
+reached("batch of any hit, AVX-512"; "index/any/"; ["AVX-512 to Embree"]; "0.9, mean 1.2"),
+reached("batch of any hit, AVX2"; "index/any/"; ["AVX2 to Embree"]; "0.9, mean 1.2"),
+reached("build good, against MEDIUM"; "index/build/good"; ["to Embree"]; "1.0"),
+reached("build best, against MEDIUM"; "index/build/best"; ["to Embree"]; ""),
+reached("build fast, against LOW"; "index/build/fast"; ["to Embree"]; "0.8"),
+reached("two threads, build good"; "index/threads/build"; ["to one thread"]; "1.7"),
+reached("two threads, batches"; "index/threads/batch"; ["to one thread"]; "1.9"),
+reached("two threads, any hit"; "index/threads/any"; ["to one thread"]; "1.9"),
+needed("bytes per triangle, finished"; "index/memory"; ["MeshIndex good own count"]; "55"),
+needed("bytes per triangle, peak of a build"; "index/memory"; ["MeshIndex good peak"]; "130"),
+needed("growth of a closest hit over Embree's"; "index/growth"; ["growth over Embree's"]; "1.0"),
+""

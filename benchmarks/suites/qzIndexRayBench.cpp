@@ -1,0 +1,261 @@
+// MeshIndex: closest hits and any hit of rays.
+
+#include <qzMeshQueries/walk/Walks.h>
+
+#include <algorithm>
+#include <cmath>
+#include <deque>
+
+#include <benchmarks/core/qzFingerprint.h>
+#include <benchmarks/peers/qzEmbreeModes.h>
+#include <benchmarks/peers/qzIndex.h>
+#include <benchmarks/suites/qzBenchmarks.h>
+#include <benchmarks/suites/qzContests.h>
+
+namespace qzBench {
+
+namespace {
+
+using tNames = std::vector<std::string>;
+
+/// Uses an instruction set of MeshIndex while it lives; a name that the processor cannot run changes nothing.
+class tInstructionSet {
+ public:
+  explicit tInstructionSet(const std::string& name) { qzMeshQueries::detail::useInstructionSet(name); }
+  ~tInstructionSet() { qzMeshQueries::detail::useInstructionSet(qzMeshQueries::detail::instructionSets().front()); }
+  tInstructionSet(const tInstructionSet&) = delete;
+  tInstructionSet& operator=(const tInstructionSet&) = delete;
+};
+
+/// What is measured on one scene.
+struct tSetup {
+  const qzScene& mScene;
+  qzIndex mIndex;
+  qzOurs mNarrow;
+  std::deque<qzEmbree> mEmbrees, mRobusts;  // one per instruction set
+
+  explicit tSetup(const qzScene& scene) : mScene(scene), mIndex(scene), mNarrow(scene, qzOurs::eSurfaceArea) {
+    mIndex.build();
+    mNarrow.build();
+    for (const std::string& isa : wideInstructionSets()) {
+      mEmbrees.emplace_back(scene, RTC_BUILD_QUALITY_MEDIUM, isa).build();
+      mRobusts.emplace_back(scene, RTC_BUILD_QUALITY_MEDIUM, isa, RTC_SCENE_FLAG_ROBUST).build();
+    }
+  }
+};
+
+/// The place of the smallest median from begin up to end.
+std::size_t fastestOf(const std::vector<qzTiming>& timings, std::size_t begin, std::size_t end) {
+  const auto first = timings.begin() + static_cast<std::ptrdiff_t>(begin);
+  const auto last = timings.begin() + static_cast<std::ptrdiff_t>(end);
+  const auto isFaster = [](const qzTiming& a, const qzTiming& b) { return a.getMedian() < b.getMedian(); };
+  return static_cast<std::size_t>(std::min_element(first, last, isFaster) - timings.begin());
+}
+
+/// Leaves the peers that come within a third of the fastest in one run.
+std::vector<qzContestant> leadersOf(const std::vector<qzContestant>& peers) {
+  const std::vector<qzTiming> trial = runInTurn(peers, 1);
+  const double fastest = trial[fastestOf(trial, 0, trial.size())].getMedian();
+  std::vector<qzContestant> leaders;
+  for (std::size_t i = 0; i < peers.size(); ++i)
+    if (trial[i].getMedian() < 1.33 * fastest) leaders.push_back(peers[i]);
+  return leaders;
+}
+
+/// Contestants of MeshIndex, one per instruction set, the best one first and under the index's own name.
+/// run gives the seconds of a run.
+template <class Run>
+std::vector<qzContestant> bySets(const qzIndex& index, std::size_t nbRays, const tNames& sets, const Run& run) {
+  std::vector<qzContestant> contestants;
+  for (const std::string& set : sets)
+    contestants.push_back({index.getName() + (contestants.empty() ? "" : " " + set), double(nbRays), [&run, set] {
+                             const tInstructionSet use(set);
+                             return run();
+                           }});
+  return contestants;
+}
+
+/// How many times as fast own is as the fastest of the timings from begin up to end.
+double timesAsFastAsAll(const std::vector<qzTiming>& timings, std::size_t own, std::size_t begin, std::size_t end) {
+  return timesAsFast(timings[own], timings[fastestOf(timings, begin, end)]);
+}
+
+class tMeasurement {
+ public:
+  tMeasurement(const tSetup& setup, const qzSettings& settings, const qzRaySet& set, qzReport& report)
+      : mSetup(setup),
+        mRounds(settings.mRounds),
+        mRays(set.mRays),
+        mKind(set.mName.substr(set.mName.find('/') + 1)),
+        mOwnRays(indexRays(set.mRays)),
+        mReport(report),
+        mHits(mRays.size()),
+        mAnswers(mRays.size()),
+        mIsHit(mRays.size()),
+        mIsOccluded(mRays.size()) {}
+
+  /// Closest hits one by one, against Embree's single rays, with its robust flag and without.
+  void compareEach() {
+    const tNames sets = qzMeshQueries::detail::instructionSets();
+    const auto run = [this] { return mSetup.mIndex.traceEach(mOwnRays, mHits); };
+    std::vector<qzContestant> contestants = bySets(mSetup.mIndex, mRays.size(), sets, run);
+    const std::size_t begin = contestants.size(), nbEmbrees = mSetup.mEmbrees.size();
+    for (const qzEmbree& embree : mSetup.mEmbrees) contestants.push_back(traceContest(embree, {1, false, false}));
+    for (const qzEmbree& embree : mSetup.mRobusts) contestants.push_back(traceContest(embree, {1, false, false}));
+    contestants.push_back({mSetup.mNarrow.getName(), double(mRays.size()),
+                           [this] { return mSetup.mNarrow.trace(mRays, mAnswers); },
+                           [this] {
+                             mSetup.mNarrow.trace(mRays, mAnswers);
+                             return getAgreement();
+                           }});
+    const std::string name = "index/each/" + mKind;
+    const std::vector<qzTiming> timings = mReport.compare(getSubject(name), contestants, [this] { return getCheck(); });
+    for (std::size_t own = 0; own < sets.size(); ++own)
+      addRatio(name, sets[own] + " to Embree", timesAsFastAsAll(timings, own, begin, begin + nbEmbrees));
+    addRatio(name, sets[0] + " to robust", timesAsFastAsAll(timings, 0, begin + nbEmbrees, begin + 2 * nbEmbrees));
+  }
+
+  /// Batches of closest hits, against the fastest mode of Embree.
+  void compareBatches() {
+    std::vector<qzContestant> modes;
+    for (const qzEmbree& embree : mSetup.mEmbrees)
+      for (const qzEmbreeMode& mode : embreeModes()) modes.push_back(traceContest(embree, mode));
+    compareWithModes(
+        "index/batch/", modes, [this] { return mSetup.mIndex.traceBatch(mOwnRays, mHits); },
+        [this] { return getCheck(); });
+  }
+
+  /// Batches of any hit, against the fastest mode of Embree.
+  void compareAnyHits() {
+    std::vector<qzContestant> modes;
+    for (const qzEmbree& embree : mSetup.mEmbrees)
+      for (const qzEmbreeMode& mode : embreeModes()) modes.push_back(occludeContest(embree, mode));
+    compareWithModes(
+        "index/any/", modes, [this] { return mSetup.mIndex.occludeBatch(mOwnRays, mIsHit); },
+        [this] { return getIsHitCheck(); });
+  }
+
+ private:
+  template <class Run, class Check>
+  void compareWithModes(const std::string& prefix, const std::vector<qzContestant>& modes, const Run& run,
+                        const Check& check) {
+    const tNames sets = qzMeshQueries::detail::instructionSets();
+    std::vector<qzContestant> contestants = bySets(mSetup.mIndex, mRays.size(), sets, run);
+    const std::size_t begin = contestants.size();
+    for (const qzContestant& mode : leadersOf(modes)) contestants.push_back(mode);
+    std::vector<qzTiming> timings = runInTurn(contestants, mRounds);
+
+    const std::size_t best = fastestOf(timings, begin, contestants.size());
+    contestants[begin] = contestants[best];
+    contestants[begin].mDetail = contestants[best].mName;
+    contestants[begin].mName = "Embree's best mode";
+    timings[begin] = timings[best];
+    contestants.resize(begin + 1);
+    timings.resize(begin + 1);
+    const std::string name = prefix + mKind;
+    mReport.add(getSubject(name), contestants, timings, check);
+    for (std::size_t own = 0; own < sets.size(); ++own)
+      addRatio(name, sets[own] + " to Embree", timesAsFast(timings[own], timings[begin]));
+  }
+
+  qzContestant traceContest(const qzEmbree& embree, const qzEmbreeMode& mode) {
+    const auto run = [this, &embree, mode] { return traceMany(embree, mode, mRays, mAnswers); };
+    return {nameOf(embree, mode), double(mRays.size()), run, [this, run] {
+              run();
+              return getAgreement();
+            }};
+  }
+
+  qzContestant occludeContest(const qzEmbree& embree, const qzEmbreeMode& mode) {
+    const auto run = [this, &embree, mode] { return occludeMany(embree, mode, mRays, mIsOccluded); };
+    return {nameOf(embree, mode), double(mRays.size()), run, [this, run] {
+              run();
+              std::size_t same = 0;
+              for (std::size_t i = 0; i < mRays.size(); ++i) same += (mIsHit[i] != 0) == (mIsOccluded[i] != 0) ? 1 : 0;
+              return double(same) / double(mRays.size());
+            }};
+  }
+
+  static std::string nameOf(const qzEmbree& embree, const qzEmbreeMode& mode) {
+    return embree.getName() + (mode.getName() == "single" ? "" : ", " + mode.getName());
+  }
+
+  qzSubject getSubject(const std::string& benchmark) const {
+    return {benchmark, mSetup.mScene.mName, mSetup.mScene.getNbTriangles(), "ray", mRounds, kRayAgreement};
+  }
+  void addRatio(const std::string& benchmark, const std::string& name, double ratio) {
+    mReport.addFigure(benchmark, mSetup.mScene.mName, mSetup.mScene.getNbTriangles(), name, ratio, "times as fast");
+  }
+
+  double getAgreement() const { return agreement(mSetup.mScene, answersOf(mHits), mAnswers); }
+  std::string getCheck() const { return fingerprintOf(mHits); }
+  std::string getIsHitCheck() const { return fingerprintOf(std::vector<std::uint32_t>(mIsHit.begin(), mIsHit.end())); }
+
+  const tSetup& mSetup;
+  int mRounds;
+  const std::vector<qzRay>& mRays;
+  std::string mKind;
+  qzIndex::tRays mOwnRays;
+  qzReport& mReport;
+  qzIndex::tHits mHits;
+  std::vector<qzAnswer> mAnswers;  // of the peer that ran last
+  std::vector<std::uint8_t> mIsHit;
+  std::vector<char> mIsOccluded;  // by the peer that ran last
+};
+
+}  // namespace
+
+void measureIndexRays(const qzScene& scene, const qzSettings& settings, qzReport& report) {
+  std::vector<qzRaySet> sets;
+  {
+    qzOurs linear(scene);
+    linear.build();
+    sets = makeRaySets(scene, linear, settings.mRaySide);
+  }
+  const tSetup setup(scene);
+  for (const qzRaySet& set : sets) {
+    tMeasurement measurement(setup, settings, set, report);
+    measurement.compareEach();
+    measurement.compareBatches();
+    measurement.compareAnyHits();
+  }
+}
+
+void measureIndexGrowth(const qzSettings& settings, qzReport& report) {
+  // Medians by contestant: MeshIndex, then Embree by instruction set.
+  std::vector<double> medians[2];
+  long long size = 0;
+  const tNames names = {"terrain10k", settings.mLargestTerrain};
+  for (std::size_t i = 0; i < 2; ++i) {
+    const qzScene scene = makeScene(names[i], "");
+    size = scene.getNbTriangles();
+    qzIndex index(scene);
+    index.build();
+    const std::vector<qzRay> rays = makeChords(scene, settings.mRaySide * settings.mRaySide);
+    const qzIndex::tRays ownRays = indexRays(rays);
+    qzIndex::tHits hits(rays.size());
+    std::vector<qzAnswer> answers(rays.size());
+    std::vector<qzContestant> contestants = {
+        {index.getName(), double(rays.size()), [&] { return index.traceEach(ownRays, hits); }}};
+    std::deque<qzEmbree> embrees;
+    for (const std::string& isa : wideInstructionSets()) {
+      qzEmbree& embree = embrees.emplace_back(scene, RTC_BUILD_QUALITY_MEDIUM, isa);
+      embree.build();
+      contestants.push_back({embree.getName(), double(rays.size()), [&] {
+                               return traceMany(embree, {1, false, false}, rays, answers);
+                             }});
+    }
+    const std::vector<qzTiming> timings = report.compare({"index/growth", scene.mName, size, "ray", settings.mRounds},
+                                                         contestants, [&] { return fingerprintOf(hits); });
+    for (const qzTiming& timing : timings) medians[i].push_back(timing.getMedian());
+  }
+  const auto bestPeer = [&medians](std::size_t i) {
+    return *std::min_element(medians[i].begin() + 1, medians[i].end());
+  };
+  const double own = medians[1][0] / medians[0][0], peer = bestPeer(1) / bestPeer(0);
+  report.addFigure("index/growth", names[1], size, "MeshIndex", own, "times as long");
+  report.addFigure("index/growth", names[1], size, "Embree", peer, "times as long");
+  report.addFigure("index/growth", names[1], size, "growth over Embree's", own / peer, "times");
+}
+
+}  // namespace qzBench
