@@ -48,7 +48,7 @@ qzReport::qzReport(const tEnvironment& environment) : mEnvironment(environment) 
       "Contestants run in turn, on one thread unless stated otherwise; times are processor times.\n"
       "first/this: speed of the first line of the block relative to this line, median over the runs.\n"
       "spread: median absolute deviation, relative to the median.\n\n");
-  std::printf("%-18s %-11s %9s  %-22s %4s  %-19s %6s %10s  %s\n", "benchmark", "scene", "size", "contestant", "runs",
+  std::printf("%-18s %-11s %9s  %-27s %4s  %-19s %6s %10s  %s\n", "benchmark", "scene", "size", "contestant", "runs",
               "median", "spread", "first/this", "check");
 }
 
@@ -97,7 +97,7 @@ void qzReport::add(const qzSubject& subject, const std::vector<qzContestant>& co
     }
     if (!contestants[i].mDetail.empty()) checkText += "  " + contestants[i].mDetail;
     beginLine(subject.mBenchmark + subject.mScene);
-    std::printf("%-18s %-11s %9lld  %-22s %4d  %8.1f ns/%-8s %4.1f %% %10s  %s\n", subject.mBenchmark.c_str(),
+    std::printf("%-18s %-11s %9lld  %-27s %4d  %8.1f ns/%-8s %4.1f %% %10s  %s\n", subject.mBenchmark.c_str(),
                 subject.mScene.c_str(), subject.mSize, contestants[i].mName.c_str(), subject.mRounds, nanoseconds,
                 subject.mUnit.c_str(), spread * 100.0, ratioText.c_str(), checkText.c_str());
     std::fflush(stdout);
@@ -108,7 +108,7 @@ void qzReport::add(const qzSubject& subject, const std::vector<qzContestant>& co
 void qzReport::addFigure(const std::string& benchmark, const std::string& scene, long long size,
                          const std::string& name, double value, const std::string& unit) {
   beginLine(benchmark + scene);
-  std::printf("%-18s %-11s %9lld  %-22s %4s  %8.2f %s\n", benchmark.c_str(), scene.c_str(), size, name.c_str(), "",
+  std::printf("%-18s %-11s %9lld  %-27s %4s  %8.2f %s\n", benchmark.c_str(), scene.c_str(), size, name.c_str(), "",
               value, unit.c_str());
   std::fflush(stdout);
   const nlohmann::json entry = {{"benchmark", benchmark}, {"scene", scene},          {"size", size},

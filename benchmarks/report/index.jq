@@ -6,7 +6,7 @@ def mean: (map(log) | add) / length | exp;  # geometric
 
 # A row of the figures of a name in the benchmarks that begin with prefix: larger is better.
 def reached($work; $prefix; $names; $asked):
-  [.results[] | select(.value and (.benchmark | startswith($prefix)) and ([.contestant] | inside($names)))] |
+  [.results[] | select(.value and (.benchmark | startswith($prefix)) and (.contestant | IN($names[])))] |
   if length == 0 then empty else
     min_by(.value) as $least |
     [$work, ($least.value | hundredths), ($least.benchmark | ltrimstr("index/")) + " " + $least.scene,
@@ -15,12 +15,21 @@ def reached($work; $prefix; $names; $asked):
 
 # The same for figures of which smaller is better.
 def needed($work; $prefix; $names; $asked):
-  [.results[] | select(.value and (.benchmark | startswith($prefix)) and ([.contestant] | inside($names)))] |
+  [.results[] | select(.value and (.benchmark | startswith($prefix)) and (.contestant | IN($names[])))] |
   if length == 0 then empty else
     max_by(.value) as $most |
     [$work, ($most.value | hundredths), $most.scene, ([.[].value] | mean | hundredths), $asked] | row
   end;
 
+# A row per kind of work, a column per scene, a cell of the figures of all ray sets.
+def byScene($work; $prefix; $name; $scenes):
+  [.results[] | select(.value and .contestant == $name and (.benchmark | startswith($prefix)))] |
+  if length == 0 then empty else
+    [$work] + [$scenes[] as $s | [.[] | select(.scene == $s) | .value | hundredths] | join(" ")] | row
+  end;
+
+(reduce (.results[] | select(.benchmark | startswith("index/each/")) | .scene) as $s
+  ([]; if any(.[]; . == $s) then . else . + [$s] end)) as $scenes |
 "",
 "**MeshIndex at a glance: ratios of rates to Embree's best, larger is better; the last three rows: smaller is better**",
 "",
@@ -43,4 +52,17 @@ reached("two threads, any hit"; "index/threads/any"; ["to one thread"]; "1.9"),
 needed("bytes per triangle, finished"; "index/memory"; ["MeshIndex good own count"]; "55"),
 needed("bytes per triangle, peak of a build"; "index/memory"; ["MeshIndex good peak"]; "130"),
 needed("growth of a closest hit over Embree's"; "index/growth"; ["growth over Embree's"]; "1.0"),
+"",
+"**The ratios of rays by scene: camera rays, bounces, chords**",
+"",
+(["work"] + $scenes | row),
+([range($scenes | length + 1) | "---"] | row),
+byScene("one by one, AVX-512"; "index/each/"; "AVX-512 to Embree"; $scenes),
+byScene("one by one, AVX2"; "index/each/"; "AVX2 to Embree"; $scenes),
+byScene("one by one, SSE4"; "index/each/"; "SSE4 to Embree"; $scenes),
+byScene("one by one, against robust"; "index/each/"; "to robust"; $scenes),
+byScene("batch, AVX-512"; "index/batch/"; "AVX-512 to Embree"; $scenes),
+byScene("batch, AVX2"; "index/batch/"; "AVX2 to Embree"; $scenes),
+byScene("any hit, AVX-512"; "index/any/"; "AVX-512 to Embree"; $scenes),
+byScene("any hit, AVX2"; "index/any/"; "AVX2 to Embree"; $scenes),
 ""

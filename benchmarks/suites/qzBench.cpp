@@ -2,6 +2,8 @@
 
 #include <toolkit/io/file/qzFile.h>
 
+#include <oneapi/tbb/info.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
@@ -168,6 +170,7 @@ int main(int argc, char** argv) {
     }
 
     if (!jsonFile.empty()) expectFolderOf(jsonFile);
+    tbb::info::default_concurrency();  // before the thread is pinned: oneTBB keeps its first count of processors
     if (!qzBench::pinToOneProcessor()) std::fprintf(stderr, "qzBench: the thread could not be pinned to a processor\n");
     const qzBench::qzSilence silence;
     qzBench::qzReport report({qzBench::processorName(), QZ_BENCH_COMPILER, QZ_BENCH_FLAGS, commit, qzBench::today()});
