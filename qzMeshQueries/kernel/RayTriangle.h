@@ -5,8 +5,10 @@
 // What is left of a vertex are two floats, its place in the image, and its depth along k. Both are functions of ray and
 // vertex alone, so triangles that share a vertex share its image. From there on exact arithmetic decides.
 
+#include <qzCommonAddOns/qzDetail/base/qzInline.h>
 #include <qzMeshQueries/MeshTypes.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -21,8 +23,7 @@ struct RayFrame {
   float shear[2];  ///< direction over direction[axis[2]], for axis[0] and axis[1]; in [-1, 1]
   int axis[3];     ///< axis[2] is that of the largest |direction|, the first of equals; the others follow it cyclically
   float tMin, tMax;
-  double lengthAlong;    ///< direction[axis[2]]
-  double inverseLength;  ///< 1 / lengthAlong
+  double lengthAlong;  ///< direction[axis[2]]
 };
 
 /// A vertex seen along the ray.
@@ -51,12 +52,11 @@ inline bool makeRayFrame(const Ray& ray, RayFrame& frame) {
   frame.tMin = ray.tMin;
   frame.tMax = ray.tMax;
   frame.lengthAlong = double(ray.direction[k]);
-  frame.inverseLength = 1 / frame.lengthAlong;
   return true;
 }
 
 /// The vertex as seen along the ray. Each operation rounds to float.
-inline SeenVertex see(const RayFrame& frame, const float vertex[3]) {
+QZ_ALWAYS_INLINE SeenVertex see(const RayFrame& frame, const float vertex[3]) {
   const float dx = vertex[frame.axis[0]] - frame.origin[frame.axis[0]];
   const float dy = vertex[frame.axis[1]] - frame.origin[frame.axis[1]];
   const float dz = vertex[frame.axis[2]] - frame.origin[frame.axis[2]];
@@ -64,13 +64,13 @@ inline SeenVertex see(const RayFrame& frame, const float vertex[3]) {
 }
 
 /// p.x * q.y - p.y * q.x, rounded once: the product of two floats is exact in double.
-inline double cross(const SeenVertex& p, const SeenVertex& q) {
+QZ_ALWAYS_INLINE double cross(const SeenVertex& p, const SeenVertex& q) {
   return double(p.x) * double(q.y) - double(p.y) * double(q.x);
 }
 
 /// On which side of the edge from p to q the image's origin lies, displaced by (e, e * e): 1 left, -1 right, 0 if p and q
 /// coincide. side(q, p) is -side(p, q).
-inline int side(const SeenVertex& p, const SeenVertex& q) {
+QZ_ALWAYS_INLINE int side(const SeenVertex& p, const SeenVertex& q) {
   // Rounding is monotone: rounded products that differ are ordered as the exact ones.
   const float left = p.x * q.y, right = p.y * q.x;
   if (left != right) return left > right ? 1 : -1;
@@ -90,8 +90,8 @@ struct Crossing {
 
 /// Whether the line through the ray crosses triangle (a, b, c); t, u, v and the side are left in crossing. A t that
 /// overflows is infinite.
-inline bool crossesLine(const RayFrame& frame, const float a[3], const float b[3], const float c[3],
-                        Crossing& crossing) {
+QZ_ALWAYS_INLINE bool crossesLine(const RayFrame& frame, const float a[3], const float b[3], const float c[3],
+                                  Crossing& crossing) {
   const SeenVertex p = see(frame, a), q = see(frame, b), r = see(frame, c);
   const int turn = side(q, r);
   if (turn == 0 || side(r, p) != turn || side(p, q) != turn) return false;
@@ -101,12 +101,12 @@ inline bool crossesLine(const RayFrame& frame, const float a[3], const float b[3
   const double inverseSum = 1 / ((weightA + weightB) + weightC);
   double depth = ((weightA * double(p.depth) + weightB * double(q.depth)) + weightC * double(r.depth)) * inverseSum;
   // Rounding must not move it beyond the corners.
-  const float least = std::fmin(p.depth, std::fmin(q.depth, r.depth));
-  const float greatest = std::fmax(p.depth, std::fmax(q.depth, r.depth));
-  depth = depth < double(least) ? double(least) : depth > double(greatest) ? double(greatest) : depth;
+  const double least = double(std::min(p.depth, std::min(q.depth, r.depth)));
+  const double greatest = double(std::max(p.depth, std::max(q.depth, r.depth)));
+  depth = depth < least ? least : depth > greatest ? greatest : depth;
 
   // A sum with 0 is never -0.
-  crossing.t = static_cast<float>(depth * frame.inverseLength) + 0.0f;
+  crossing.t = static_cast<float>(depth / frame.lengthAlong) + 0.0f;
   crossing.u = static_cast<float>(weightB * inverseSum) + 0.0f;
   crossing.v = static_cast<float>(weightC * inverseSum) + 0.0f;
   crossing.isFront = (turn > 0) != (frame.lengthAlong > 0);
@@ -114,8 +114,8 @@ inline bool crossesLine(const RayFrame& frame, const float a[3], const float b[3
 }
 
 /// Whether the ray hits triangle (a, b, c) on one of the faces that count.
-inline bool hitsTriangle(const RayFrame& frame, Faces faces, const float a[3], const float b[3], const float c[3],
-                         Crossing& crossing) {
+QZ_ALWAYS_INLINE bool hitsTriangle(const RayFrame& frame, Faces faces, const float a[3], const float b[3],
+                                   const float c[3], Crossing& crossing) {
   if (!crossesLine(frame, a, b, c, crossing)) return false;
   if (!(crossing.t >= frame.tMin && crossing.t <= frame.tMax)) return false;
   return faces == Faces::both || crossing.isFront == (faces == Faces::front);

@@ -71,7 +71,7 @@ struct WideTree {
   AlignedArray<WideNode> nodes;
   AlignedArray<std::uint8_t> blocks;          ///< all blocks, and kBlockSlack zeros
   AlignedArray<std::uint32_t> vertexNumbers;  ///< in the mesh, of the vertices of each block
-  float min[3] = {}, max[3] = {};             ///< the box around all triangles
+  float min[4] = {}, max[4] = {};             ///< the box around all triangles; the last is 0
   std::size_t blockCount = 0;
 
   Block block(std::uint32_t place) const {

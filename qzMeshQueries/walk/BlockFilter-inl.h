@@ -8,9 +8,7 @@
 #endif
 
 #include <hwy/highway.h>
-#include <qzMeshQueries/kernel/RayTriangle.h>
-#include <qzMeshQueries/tree/WideTree.h>
-#include <cstring>
+#include <qzMeshQueries/walk/RaySetup-inl.h>
 
 HWY_BEFORE_NAMESPACE();
 namespace qzMeshQueries::detail::HWY_NAMESPACE {
@@ -20,16 +18,6 @@ namespace hn = hwy::HWY_NAMESPACE;
 struct SeenBlock {
   alignas(64) float x[kMaxBlockVertices], y[kMaxBlockVertices];
 };
-
-/// Bit i is lane i of the mask.
-template <class D, class M>
-HWY_INLINE std::uint32_t bitsOf(D d, M mask) {
-  alignas(8) std::uint8_t bytes[8] = {};
-  hn::StoreMaskBits(d, mask, bytes);
-  std::uint32_t bits = 0;
-  std::memcpy(&bits, bytes, hn::Lanes(d) <= 8 ? 1 : 2);
-  return bits;
-}
 
 /// Bit i: triangle i of the block may be crossed by the line. The image of a triangle is left out if the origin lies
 /// strictly left of one edge and strictly right of another, by products rounded to float. These order as the exact

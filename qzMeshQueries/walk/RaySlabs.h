@@ -17,9 +17,9 @@ namespace qzMeshQueries::detail {
 ///
 /// A box is met if the largest near and from is not larger than the smallest far and to.
 struct RaySlabs {
-  float inverse[3], nearShift[3], farShift[3];
-  int nearRow[3];  ///< the row of WideNode::bounds that the ray meets first, for each axis
-  float from, to;  ///< the depths of tMin and tMax, moved apart
+  float inverse[4], nearShift[4], farShift[4];  ///< of each axis; the last is not used
+  int nearRow[3];                               ///< the row of WideNode::bounds that the ray meets first
+  float from, to;                               ///< the depths of tMin and tMax, moved apart
 };
 
 /// A depth that no hit at t or before can exceed.
@@ -29,7 +29,20 @@ inline float depthNotBefore(double length, float t) {
   return static_cast<float>((time + std::fabs(time) * 0x1p-22 + 0x1p-149) * length);
 }
 
-/// Requires a tree with nodes.
+/// The limits of a ray.
+inline void setLimits(const RayFrame& frame, RaySlabs& slabs) {
+  const double length = std::fabs(frame.lengthAlong);
+  slabs.to = depthNotBefore(length, frame.tMax);
+  slabs.from = -depthNotBefore(length, -frame.tMin);
+}
+
+/// A component of the direction that is tiny beside the largest, or 0, becomes the inverse of this.
+inline constexpr float kLargestInverse = 0x1p40f;
+
+/// The margin of an axis is (reach * kReachMargin + |origin| * kOriginMargin + kLeastMargin) * |inverse|.
+inline constexpr float kReachMargin = 0x1p-20f, kOriginMargin = 0x1p-22f, kLeastMargin = 0x1p-126f;
+
+/// The slabs of a ray for the tree whose box is min, max.
 inline void makeRaySlabs(const RayFrame& frame, const float direction[3], const float min[3], const float max[3],
                          RaySlabs& slabs) {
   const float length = std::fabs(static_cast<float>(frame.lengthAlong));
@@ -37,19 +50,16 @@ inline void makeRaySlabs(const RayFrame& frame, const float direction[3], const 
   for (int i = 0; i < 3; ++i)
     reach = std::max({reach, std::fabs(min[i] - frame.origin[i]), std::fabs(max[i] - frame.origin[i])});
   for (int i = 0; i < 3; ++i) {
-    // A component that is tiny beside the largest, or 0, becomes 2^-40 of it.
-    const float ratio = direction[i] / length;
-    const float slope = std::fabs(ratio) >= 0x1p-40f ? ratio : std::copysign(0x1p-40f, ratio);
-    const float inverse = 1 / slope;
-    const float margin = (reach * 0x1p-20f + std::fabs(frame.origin[i]) * 0x1p-22f + 0x1p-126f) * std::fabs(inverse);
+    const float size = std::min(std::fabs(length / direction[i]), kLargestInverse);
+    const float margin = (reach * kReachMargin + std::fabs(frame.origin[i]) * kOriginMargin + kLeastMargin) * size;
+    const float inverse = std::copysign(size, direction[i]);
     const float middle = -frame.origin[i] * inverse;
     slabs.inverse[i] = inverse;
     slabs.nearShift[i] = middle - margin;
     slabs.farShift[i] = middle + margin;
-    slabs.nearRow[i] = 2 * i + (inverse < 0 ? 1 : 0);
+    slabs.nearRow[i] = 2 * i + (std::signbit(inverse) ? 1 : 0);
   }
-  slabs.to = depthNotBefore(std::fabs(frame.lengthAlong), frame.tMax);
-  slabs.from = -depthNotBefore(std::fabs(frame.lengthAlong), -frame.tMin);
+  setLimits(frame, slabs);
 }
 
 }  // namespace qzMeshQueries::detail

@@ -10,7 +10,6 @@
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 #include <qzMeshQueries/walk/BlockFilter-inl.h>
-#include <qzMeshQueries/walk/RaySlabs.h>
 
 HWY_BEFORE_NAMESPACE();
 namespace qzMeshQueries::detail::HWY_NAMESPACE {
@@ -55,9 +54,8 @@ HWY_INLINE void prefetchChild(const WideTree& tree, std::uint32_t child) {
 template <class Query>
 HWY_INLINE void walkRay(const WideTree& tree, const Ray& ray, const WalkOptions& options, Query& query) {
   RayFrame frame;
-  if (tree.nodes.size() == 0 || !makeRayFrame(ray, frame)) return;
   RaySlabs slabs;
-  makeRaySlabs(frame, ray.direction, tree.min, tree.max, slabs);
+  if (tree.nodes.size() == 0 || !setUpRay(tree, ray, frame, slabs)) return;
 
   StackEntry stack[kStackSize];
   int size = 0;
