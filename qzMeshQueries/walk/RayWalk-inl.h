@@ -65,6 +65,8 @@ HWY_INLINE void walkRay(const WideTree& tree, const Ray& ray, const WalkOptions&
       const WideNode& node = tree.nodes[current];
       alignas(64) float near[kNodeWidth];
       std::uint32_t met = meetBoxes(slabs, node, near);
+      for (std::uint32_t rest = met; rest != 0; rest &= rest - 1)
+        prefetchChild(tree, node.child[hwy::Num0BitsBelowLS1Bit_Nonzero32(rest)]);
       if (met != 0) {
         int nearest = hwy::Num0BitsBelowLS1Bit_Nonzero32(met);
         met &= met - 1;
@@ -72,12 +74,10 @@ HWY_INLINE void walkRay(const WideTree& tree, const Ray& ray, const WalkOptions&
           // The nearest is visited next; the others go on the stack, far to near.
           const int bottom = size;
           StackEntry next = {near[nearest], node.child[nearest]};
-          prefetchChild(tree, next.child);
           do {
             const int lane = hwy::Num0BitsBelowLS1Bit_Nonzero32(met);
             met &= met - 1;
             StackEntry entry = {near[lane], node.child[lane]};
-            prefetchChild(tree, entry.child);
             if (entry.near < next.near) std::swap(entry, next);
             int at = size++;
             for (; at > bottom && stack[at - 1].near < entry.near; --at) stack[at] = stack[at - 1];
