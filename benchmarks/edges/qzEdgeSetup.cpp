@@ -29,10 +29,8 @@ tVector recentred(const tVector& p, const tVector& centre) {
   return near;
 }
 
-/// All hits along a ray, as an application collects them: each query starts one float behind the last hit, or at step
-/// behind it where that is farther.
 template <class Caster>
-void collectHits(const Caster& caster, const qzRay& ray, float step, std::vector<qzAnswer>& hits) {
+void collectInSteps(const Caster& caster, const qzRay& ray, float step, std::vector<qzAnswer>& hits) {
   hits.clear();
   float tMin = 0.0f;
   for (qzAnswer answer = caster.castBeyond(tMin, ray); answer.isHit(); answer = caster.castBeyond(tMin, ray)) {
@@ -57,6 +55,18 @@ void reverseHits(double targetDistance, std::vector<qzAnswer>& hits) {
 
 }  // namespace
 
+void collectHits(const qzIndex& index, const qzRay& ray, float, std::vector<qzAnswer>& hits) {
+  std::vector<qzMeshQueries::Hit> found;
+  index.getIndex().allHits(indexRay(ray), found);
+  hits = answersOf(found);
+}
+void collectHits(const qzOurs& ours, const qzRay& ray, float step, std::vector<qzAnswer>& hits) {
+  collectInSteps(ours, ray, step, hits);
+}
+void collectHits(const qzEmbree& embree, const qzRay& ray, float step, std::vector<qzAnswer>& hits) {
+  collectInSteps(embree, ray, step, hits);
+}
+
 qzScene movedAway(const qzScene& scene, double sizes) {
   double size = 0.0;
   for (int axis = 0; axis < 3; ++axis) size = std::max(size, double(scene.mMax[axis]) - double(scene.mMin[axis]));
@@ -65,12 +75,21 @@ qzScene movedAway(const qzScene& scene, double sizes) {
   return moved(scene, [&offset](const tVector& p) { return toFloat(sum(toDouble(p), offset)); });
 }
 
+qzScene placed(const qzScene& scene, double size, double offset) {
+  double own = 0.0;
+  for (int axis = 0; axis < 3; ++axis) own = std::max(own, double(scene.mMax[axis]) - double(scene.mMin[axis]));
+  const tVector3d offsets = {offset, offset, offset};
+  return moved(scene, [&](const tVector& p) { return toFloat(along(offsets, size / own, toDouble(p))); });
+}
+
 qzEdgeSetup::qzEdgeSetup(qzScene scene, bool isRecentred)
     : mScene(std::move(scene)),
       mNeighbours(mScene),
+      mIndex(mScene),
       mOurs(mScene),
       mEmbree(mScene, RTC_BUILD_QUALITY_MEDIUM, ""),
       mRobust(mScene, RTC_BUILD_QUALITY_MEDIUM, "", RTC_SCENE_FLAG_ROBUST) {
+  mIndex.build();
   mOurs.build();
   mEmbree.build();
   mRobust.build();
@@ -99,6 +118,7 @@ qzEdgeCounts castAtEdges(const qzEdgeSetup& setup, qzTarget target, qzApproach a
       qzTally back;
       if (back.add(truth, aimed.mTriangles, hits) == eSlipped) ++counts.mNbSlippedTwice;
     }
+    judge(setup.mIndex, aimed.mRay, 0.0f, counts.mIndex);
     judge(setup.mOurs, aimed.mRay, step, counts.mStepping);
     judge(setup.mEmbree, aimed.mRay, 0.0f, counts.mEmbree);
     judge(setup.mRobust, aimed.mRay, 0.0f, counts.mRobust);

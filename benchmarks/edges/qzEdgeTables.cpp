@@ -27,12 +27,16 @@ tRow sharesOf(const std::vector<const qzTally*>& tallies, long long qzTally::*co
 }
 
 /// The number of rays, and the shares that slip through.
-const tRow kSlipColumns = {"rays", "qzQBVH", "qzQBVH, both ways", "Embree", "Embree robust"};
+const tRow kSlipColumns = {"rays", "MeshIndex", "qzQBVH", "qzQBVH, both ways", "Embree", "Embree robust"};
 
 tRow slipsOf(const qzEdgeCounts& counts) {
   const long long nbRays = counts.mOurs.mNbRays;
-  return {grouped(nbRays), share(counts.mOurs.mNbSlipped, nbRays), share(counts.mNbSlippedTwice, nbRays),
-          share(counts.mEmbree.mNbSlipped, nbRays), share(counts.mRobust.mNbSlipped, nbRays)};
+  return {grouped(nbRays),
+          share(counts.mIndex.mNbSlipped, nbRays),
+          share(counts.mOurs.mNbSlipped, nbRays),
+          share(counts.mNbSlippedTwice, nbRays),
+          share(counts.mEmbree.mNbSlipped, nbRays),
+          share(counts.mRobust.mNbSlipped, nbRays)};
 }
 
 /// The shares of slipped rays as columns of the file of points.
@@ -80,20 +84,22 @@ void printSlips(const std::vector<tNamedCounts>& rows) {
 }
 
 void printTwice(const std::vector<tNamedCounts>& rows) {
-  const qzTable table("The same rays: the same point reported twice",
-                      {"mesh", "triangles", "aimed at", "qzQBVH", "qzQBVH, in steps", "Embree", "Embree robust"});
+  const qzTable table(
+      "The same rays: the same point reported twice",
+      {"mesh", "triangles", "aimed at", "MeshIndex", "qzQBVH", "qzQBVH, in steps", "Embree", "Embree robust"});
   for (const auto& [name, target, counts] : rows)
-    table.print(joined(
-        name, sharesOf({&counts.mOurs, &counts.mStepping, &counts.mEmbree, &counts.mRobust}, &qzTally::mNbTwice)));
+    table.print(
+        joined(name, sharesOf({&counts.mIndex, &counts.mOurs, &counts.mStepping, &counts.mEmbree, &counts.mRobust},
+                              &qzTally::mNbTwice)));
 }
 
 void printFalseHits(const std::vector<tNamedCounts>& rows) {
   const qzTable table("False hits: rays that miss all triangles at their target, and get a hit on one of them",
-                      {"mesh", "triangles", "aimed at", "rays", "qzQBVH", "Embree", "Embree robust"});
+                      {"mesh", "triangles", "aimed at", "rays", "MeshIndex", "qzQBVH", "Embree", "Embree robust"});
   for (const auto& [name, target, counts] : rows) {
     if (target != eEdge || counts.mOurs.mNbMissing < 100) continue;
     tRow row = joined(name, {grouped(counts.mOurs.mNbMissing)});
-    for (const qzTally* tally : {&counts.mOurs, &counts.mEmbree, &counts.mRobust})
+    for (const qzTally* tally : {&counts.mIndex, &counts.mOurs, &counts.mEmbree, &counts.mRobust})
       row.push_back(share(tally->mNbFalseHits, tally->mNbMissing));
     table.print(row);
   }
@@ -122,11 +128,11 @@ void printNearOrigin(const qzEdgeSettings& settings) {
 
 void printTriangleSizes(const qzEdgeSettings& settings, std::string& points) {
   const qzTable table("By size of the triangles: spheres of radius 1, rays in any direction at edges that slip through",
-                      {"triangles", "edge length", "rays", "qzQBVH", "Embree", "Embree robust"});
+                      {"triangles", "edge length", "rays", "MeshIndex", "qzQBVH", "Embree", "Embree robust"});
   for (int level = 2; level <= 8; ++level) {
     const qzEdgeSetup setup(makeScene("sphere", sphere(level)));
     const qzEdgeCounts counts = castAtEdges(setup, eEdge, eAnyDirection, settings.mNbRays);
-    const std::vector<const qzTally*> tallies = {&counts.mOurs, &counts.mEmbree, &counts.mRobust};
+    const std::vector<const qzTally*> tallies = {&counts.mIndex, &counts.mOurs, &counts.mEmbree, &counts.mRobust};
     // About the mean. Edges of the icosahedron are 1.05 long, and a subdivided face has longer edges in its middle.
     const double length = 1.1 / std::pow(2.0, level);
     char text[32];
@@ -170,7 +176,7 @@ void printApproaches(const qzEdgeSettings& settings) {
 void printFarFromOrigin(const qzEdgeSettings& settings, std::string& points) {
   const tRow mesh = {"mesh", "triangles", "distance"};
   const qzTable slips("Far from the origin: rays in any direction at edges that slip through",
-                      joined(mesh, {"rays", "qzQBVH", "qzQBVH, moved back", "Embree", "Embree robust"}));
+                      joined(mesh, {"rays", "MeshIndex", "qzQBVH", "qzQBVH, moved back", "Embree", "Embree robust"}));
   std::vector<qzScene> scenes;
   for (const int level : {3, 5}) scenes.push_back(makeScene("sphere", sphere(level)));
   scenes.push_back(makeScene("dragon", settings.mFolder));
@@ -182,21 +188,23 @@ void printFarFromOrigin(const qzEdgeSettings& settings, std::string& points) {
       const tRow name = joined(nameOf(scene), {grouped(static_cast<long long>(sizes))});
       const qzEdgeCounts edge = castAtEdges(setup, eEdge, eAnyDirection, settings.mNbRays);
       const long long nbRays = edge.mOurs.mNbRays;
-      slips.print(joined(name, {grouped(nbRays), share(edge.mOurs.mNbSlipped, nbRays),
-                                setup.mRecentred ? share(edge.mRecentred.mNbSlipped, nbRays) : "",
-                                share(edge.mEmbree.mNbSlipped, nbRays), share(edge.mRobust.mNbSlipped, nbRays)}));
+      slips.print(
+          joined(name, {grouped(nbRays), share(edge.mIndex.mNbSlipped, nbRays), share(edge.mOurs.mNbSlipped, nbRays),
+                        setup.mRecentred ? share(edge.mRecentred.mNbSlipped, nbRays) : "",
+                        share(edge.mEmbree.mNbSlipped, nbRays), share(edge.mRobust.mNbSlipped, nbRays)}));
       points += "far\t" + name[0] + name[1] + "\t" + std::to_string(sizes) +
-                pointsOf({&edge.mOurs, &edge.mRecentred, &edge.mEmbree, &edge.mRobust});
+                pointsOf({&edge.mIndex, &edge.mOurs, &edge.mRecentred, &edge.mEmbree, &edge.mRobust});
 
       const qzEdgeCounts interior = castAtEdges(setup, eInterior, eAnyDirection, settings.mNbRays / 4);
       tRow row = name;
-      for (const qzTally* tally : {&interior.mOurs, &interior.mRecentred, &interior.mEmbree, &interior.mRobust})
+      for (const qzTally* tally :
+           {&interior.mIndex, &interior.mOurs, &interior.mRecentred, &interior.mEmbree, &interior.mRobust})
         row.push_back(errorsOf(*tally, setup.mScene));
       errors.push_back(row);
     }
   const qzTable table(
       "Distance errors of hits inside triangles: median and 99.9th percentile, in millionths of the box's diagonal",
-      joined(mesh, {"qzQBVH", "qzQBVH, moved back", "Embree", "Embree robust"}));
+      joined(mesh, {"MeshIndex", "qzQBVH", "qzQBVH, moved back", "Embree", "Embree robust"}));
   for (const tRow& row : errors) table.print(row);
 }
 

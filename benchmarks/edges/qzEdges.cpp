@@ -12,6 +12,7 @@
 #include <benchmarks/core/qzReport.h>
 #include <benchmarks/core/qzSilence.h>
 #include <benchmarks/edges/qzEdgeTables.h>
+#include <benchmarks/edges/qzLeaks.h>
 
 int main(int argc, char** argv) {
   qzBench::qzEdgeSettings settings{100000, QZ_BENCH_SCENES};
@@ -19,7 +20,7 @@ int main(int argc, char** argv) {
   bool isSmoke = false;
   CLI::App app("Counts rays that slip through edges, and points that are reported twice; prints tables.");
   app.add_option("--rays", settings.mNbRays, "rays per row")->check(CLI::Range(100, 100000000))->capture_default_str();
-  app.add_flag("--smoke", isSmoke, "the table of needles alone, which needs no file");
+  app.add_flag("--smoke", isSmoke, "the tables that need no file");
   app.add_option("--folder", settings.mFolder, "folder of the scene files")->capture_default_str();
   app.add_option("--points", pointsFile, "write the points of the picture to this file");
   app.add_option("--commit", commit, "commit that was built, for the header");
@@ -31,8 +32,10 @@ int main(int argc, char** argv) {
     std::string points;
     if (isSmoke) {
       printNeedles(settings);
+      printLeaks(settings, isSmoke);
       return 0;
     }
+    printLeaks(settings, isSmoke);
     printNearOrigin(settings);
     printTriangleSizes(settings, points);
     printNeedles(settings);

@@ -4,13 +4,18 @@
 
 namespace qzBench {
 
+qzMeshQueries::Ray indexRay(const qzRay& ray) {
+  qzMeshQueries::Ray result;
+  for (int axis = 0; axis < 3; ++axis) {
+    result.origin[axis] = ray.mOrigin[axis];
+    result.direction[axis] = ray.mDirection[axis];
+  }
+  return result;
+}
+
 std::vector<qzMeshQueries::Ray> indexRays(const std::vector<qzRay>& rays) {
-  std::vector<qzMeshQueries::Ray> result(rays.size());
-  for (std::size_t i = 0; i < rays.size(); ++i)
-    for (int axis = 0; axis < 3; ++axis) {
-      result[i].origin[axis] = rays[i].mOrigin[axis];
-      result[i].direction[axis] = rays[i].mDirection[axis];
-    }
+  std::vector<qzMeshQueries::Ray> result;
+  for (const qzRay& ray : rays) result.push_back(indexRay(ray));
   return result;
 }
 

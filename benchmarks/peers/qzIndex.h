@@ -13,6 +13,7 @@
 namespace qzBench {
 
 /// Rays and hits of MeshIndex.
+qzMeshQueries::Ray indexRay(const qzRay& ray);
 std::vector<qzMeshQueries::Ray> indexRays(const std::vector<qzRay>& rays);
 std::vector<qzAnswer> answersOf(const std::vector<qzMeshQueries::Hit>& hits);
 

@@ -72,6 +72,15 @@ tTargetPoint chooseTarget(const qzScene& scene, const qzNeighbours& neighbours, 
   return point;
 }
 
+/// From one corner of the triangle to the next, or to the middle of the opposite side.
+tVector withinFace(const qzScene& scene, int triangle, qzRandom& random) {
+  const unsigned corner = random.below(3);
+  const auto vertex = [&](unsigned k) { return scene.getVertex(triangle, static_cast<int>((corner + k) % 3)); };
+  const tVector side = difference(vertex(1), vertex(0));
+  if (random.below(2) == 0) return side;
+  return scaled(0.5f, sum(side, difference(vertex(2), vertex(0))));
+}
+
 tVector chooseDirection(const qzScene& scene, int triangle, qzApproach approach, qzRandom& random) {
   const tVector any = random.onUnitSphere();
   if (approach == eAnyDirection) return any;
@@ -80,6 +89,10 @@ tVector chooseDirection(const qzScene& scene, int triangle, qzApproach approach,
     tVector direction(rest, rest, rest);
     direction[static_cast<int>(random.below(3))] = random.below(2) == 0 ? 1.0f : -1.0f;
     return direction;
+  }
+  if (approach == eWithinFace) {
+    const tVector direction = withinFace(scene, triangle, random);
+    return dot(direction, direction) > 0.0f ? direction : any;
   }
   const tVector3d normal = normalOf(scene, triangle);
   const double sine = approach == eGrazing10 ? 0.1 : approach == eGrazing100 ? 0.01 : 0.001;
@@ -153,8 +166,17 @@ qzAimedRay aim(const qzScene& scene, const qzNeighbours& neighbours, qzTarget ta
   const tTargetPoint point = chooseTarget(scene, neighbours, target, random);
   qzAimedRay aimed;
   aimed.mTriangles = point.mTriangles;
+  if (approach == eFromCentre) {
+    aimed.mRay = {scene.mCentre, toFloat(difference(point.position(scene), toDouble(scene.mCentre)))};
+    aimed.mDistance = 1.0;
+    return aimed;
+  }
   aimed.mRay.mDirection = chooseDirection(scene, point.mTriangle, approach, random);
   aimed.mDistance = double(scene.mRadius) * (2.0 + double(random.unit()));
+  if (approach == eWithinFace) {  // a power of two keeps exact coordinates exact
+    const double length = std::sqrt(dot(toDouble(aimed.mRay.mDirection), toDouble(aimed.mRay.mDirection)));
+    aimed.mDistance = std::exp2(std::ceil(std::log2(4.0 * double(scene.mRadius) / length)));
+  }
   aimed.mRay.mOrigin = toFloat(along(point.position(scene), -aimed.mDistance, toDouble(aimed.mRay.mDirection)));
   return aimed;
 }

@@ -48,6 +48,8 @@ enum qzApproach {
   eGrazing10,        ///< at an angle to the surface whose sine is 1 / 10
   eGrazing100,
   eGrazing1000,
+  eWithinFace,  ///< in the plane of a triangle at the target: along a side, or through a corner and a side's middle
+  eFromCentre,  ///< from the centre of the scene's box to the target
 };
 
 struct qzAimedRay {
@@ -56,7 +58,7 @@ struct qzAimedRay {
   std::vector<int> mTriangles = {};  ///< at the target's vertices; a hit at the target is on one of them
 };
 
-/// A ray from outside the scene's bounding sphere towards a random target. It is computed in double precision and
+/// A ray from outside the scene's bounding sphere, except for eFromCentre, towards a random target. It is computed in double precision and
 /// rounded once, so it misses the target by a rounding error of the coordinates at most.
 qzAimedRay aim(const qzScene& scene, const qzNeighbours& neighbours, qzTarget target, qzApproach approach,
                qzRandom& random);

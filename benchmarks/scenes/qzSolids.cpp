@@ -1,6 +1,7 @@
 #include <benchmarks/scenes/qzSolids.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <map>
 #include <utility>
@@ -96,6 +97,50 @@ qz::qzTriMesh sphere(int level) {
   for (; level > 0; --level) subdivide(points, indices);
   // Oblique, so that no edge of the icosahedron is parallel to an axis.
   for (tVector3d& p : points) p = inFrame(p[0], p[1], p[2]);
+  return meshOf(points, std::move(indices));
+}
+
+qz::qzTriMesh cube(int nbCells) {
+  tPoints points;
+  std::vector<int> indices;
+  std::map<std::array<int, 3>, int> numbers;  // of the points of the grid, from 0 to nbCells on each axis
+  const auto numberOf = [&](const std::array<int, 3>& cell) {
+    const auto [entry, isNew] = numbers.try_emplace(cell, static_cast<int>(points.size()));
+    if (isNew) {
+      tVector3d point;
+      for (std::size_t axis = 0; axis < 3; ++axis) point[axis] = 2.0 * cell[axis] / nbCells - 1.0;
+      points.push_back(point);
+    }
+    return entry->second;
+  };
+  for (std::size_t axis = 0; axis < 3; ++axis)
+    for (const bool isFar : {false, true})
+      for (int row = 0; row < nbCells; ++row)
+        for (int column = 0; column < nbCells; ++column) {
+          const auto corner = [&](int i, int j) {
+            std::array<int, 3> cell;
+            cell[axis] = isFar ? nbCells : 0;
+            cell[(axis + 1) % 3] = column + i;
+            cell[(axis + 2) % 3] = row + j;
+            return numberOf(cell);
+          };
+          const int a = corner(0, 0), b = corner(1, 0), c = corner(1, 1), d = corner(0, 1);
+          indices.insert(indices.end(), {a, isFar ? b : c, isFar ? c : b, a, isFar ? c : d, isFar ? d : c});
+        }
+  return meshOf(points, std::move(indices));
+}
+
+qz::qzTriMesh torus(int nbAround, int nbAcross, double thickness) {
+  tPoints points;
+  std::vector<int> indices;
+  const auto numberOf = [=](int i, int j) { return (i % nbAround) * nbAcross + j % nbAcross; };
+  for (int i = 0; i < nbAround; ++i)
+    for (int j = 0; j < nbAcross; ++j) {
+      const double angle = 2.0 * kPi * j / nbAcross;
+      points.push_back(onCircle(i, nbAround, 1.0 + thickness * std::cos(angle), thickness * std::sin(angle)));
+      const int a = numberOf(i, j), b = numberOf(i + 1, j), c = numberOf(i + 1, j + 1), d = numberOf(i, j + 1);
+      indices.insert(indices.end(), {a, b, c, a, c, d});
+    }
   return meshOf(points, std::move(indices));
 }
 

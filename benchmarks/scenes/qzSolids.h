@@ -9,6 +9,14 @@ namespace qzBench {
 /// equal size.
 qz::qzTriMesh sphere(int level);
 
+/// The cube from -1 to 1 on each axis, each face a grid of nbCells x nbCells squares of two triangles. For powers of two
+/// all coordinates are exact, and many edges lie in one plane.
+qz::qzTriMesh cube(int nbCells);
+
+/// A torus oblique to the axes, of radius 1 around its axis and the radius thickness across: nbAround x nbAcross
+/// quadrangles of two triangles.
+qz::qzTriMesh torus(int nbAround, int nbAcross, double thickness);
+
 /// A closed tube of length 1 with 16 sides, oblique to the axes. Each side is two needle triangles of length 1 and
 /// width 1 / slenderness.
 qz::qzTriMesh tube(double slenderness);
