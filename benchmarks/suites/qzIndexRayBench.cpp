@@ -74,16 +74,24 @@ std::vector<qzContestant> leadersOf(const std::vector<qzContestant>& peers) {
   return leaders;
 }
 
-/// Contestants of MeshIndex, one per instruction set, the best one first and under the index's own name.
-/// run gives the seconds of a run.
-template <class Run>
-std::vector<qzContestant> bySets(const qzIndex& index, std::size_t nbRays, const tNames& sets, const Run& run) {
+/// Contestants of MeshIndex, one per instruction set, the best one first and under the index's own name. run gives the
+/// seconds of a run, check the hash of its answers, which must be the same for all.
+template <class Run, class Check>
+std::vector<qzContestant> bySets(const qzIndex& index, std::size_t nbRays, const tNames& sets, const Run& run,
+                                 const Check& check) {
   std::vector<qzContestant> contestants;
-  for (const std::string& set : sets)
-    contestants.push_back({index.getName() + (contestants.empty() ? "" : " " + set), double(nbRays), [&run, set] {
-                             const tInstructionSet use(set);
-                             return run();
-                           }});
+  for (const std::string& set : sets) {
+    const auto runWithSet = [&run, set] {
+      const tInstructionSet use(set);
+      return run();
+    };
+    contestants.push_back(
+        {index.getName() + (contestants.empty() ? "" : " " + set), double(nbRays), runWithSet, [&check, runWithSet] {
+           const std::string before = check();
+           runWithSet();
+           return check() == before ? 1.0 : 0.0;
+         }});
+  }
   return contestants;
 }
 
@@ -110,7 +118,8 @@ class tMeasurement {
   void compareEach() {
     const tNames sets = instructionSets(3);
     const auto run = [this] { return mSetup.mIndex.traceEach(mOwnRays, mHits); };
-    std::vector<qzContestant> contestants = bySets(mSetup.mIndex, mRays.size(), sets, run);
+    const auto check = [this] { return fingerprintOf(mHits); };
+    std::vector<qzContestant> contestants = bySets(mSetup.mIndex, mRays.size(), sets, run, check);
     const std::size_t begin = contestants.size(), nbEmbrees = mSetup.mEmbrees.size();
     for (const qzEmbree& embree : mSetup.mEmbrees) contestants.push_back(traceContest(embree, {1, false, false}));
     for (const qzEmbree& embree : mSetup.mRobusts) contestants.push_back(traceContest(embree, {1, false, false}));
@@ -121,7 +130,7 @@ class tMeasurement {
                              return getAgreement();
                            }});
     const std::string name = "index/each/" + mKind;
-    const std::vector<qzTiming> timings = mReport.compare(getSubject(name), contestants, [this] { return getCheck(); });
+    const std::vector<qzTiming> timings = mReport.compare(getSubject(name), contestants, check);
     for (std::size_t own = 0; own < sets.size(); ++own)
       addRatio(name, sets[own] + " to Embree", timesAsFastAsAll(timings, own, begin, begin + nbEmbrees));
     addRatio(name, "to robust", timesAsFastAsAll(timings, 0, begin + nbEmbrees, begin + 2 * nbEmbrees));
@@ -134,7 +143,7 @@ class tMeasurement {
       for (const qzEmbreeMode& mode : embreeModes()) modes.push_back(traceContest(embree, mode));
     compareWithModes(
         "index/batch/", modes, [this] { return mSetup.mIndex.traceBatch(mOwnRays, mHits); },
-        [this] { return getCheck(); });
+        [this] { return fingerprintOf(mHits); });
   }
 
   /// Batches of any hit, against the fastest mode of Embree.
@@ -144,7 +153,7 @@ class tMeasurement {
       for (const qzEmbreeMode& mode : embreeModes()) modes.push_back(occludeContest(embree, mode));
     compareWithModes(
         "index/any/", modes, [this] { return mSetup.mIndex.occludeBatch(mOwnRays, mIsHit); },
-        [this] { return getIsHitCheck(); });
+        [this] { return fingerprintOf(std::vector<std::uint32_t>(mIsHit.begin(), mIsHit.end())); });
   }
 
  private:
@@ -152,7 +161,7 @@ class tMeasurement {
   void compareWithModes(const std::string& prefix, const std::vector<qzContestant>& modes, const Run& run,
                         const Check& check) {
     const tNames sets = instructionSets(2);
-    std::vector<qzContestant> contestants = bySets(mSetup.mIndex, mRays.size(), sets, run);
+    std::vector<qzContestant> contestants = bySets(mSetup.mIndex, mRays.size(), sets, run, check);
     const std::size_t begin = contestants.size();
     for (const qzContestant& mode : leadersOf(modes)) contestants.push_back(mode);
     std::vector<qzTiming> timings = runInTurn(contestants, mRounds);
@@ -200,8 +209,6 @@ class tMeasurement {
   }
 
   double getAgreement() const { return agreement(mSetup.mScene, answersOf(mHits), mAnswers); }
-  std::string getCheck() const { return fingerprintOf(mHits); }
-  std::string getIsHitCheck() const { return fingerprintOf(std::vector<std::uint32_t>(mIsHit.begin(), mIsHit.end())); }
 
   const tSetup& mSetup;
   int mRounds;
