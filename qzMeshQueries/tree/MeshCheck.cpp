@@ -1,5 +1,8 @@
+#include <qzCommonAddOns/qzDetail/base/qzPlatformAdapter.h>
 #include <qzMeshQueries/kernel/RayTriangle.h>
 #include <qzMeshQueries/tree/MeshCheck.h>
+
+#define XXH_INLINE_ALL
 #include <xxhash.h>
 
 #include <cmath>
@@ -33,7 +36,8 @@ void checkMesh(const Mesh& mesh, const BuildOptions& options) {
   // Numbers with firstTriangle added stay below kNone.
   const std::uint64_t nbNumbers = kNone - options.firstTriangle;
   for (std::size_t i = 0; i < mesh.triangleCount; ++i) {
-    if (i % kTrianglesPerPoll == 0 && options.cancel != nullptr && options.cancel->isCanceled()) throw Cancelled();
+    if (i % kTrianglesPerPoll == 0 && options.cancel != nullptr && qzDetail::isCanceled(*options.cancel))
+      throw Cancelled();
     if (i >= nbNumbers)
       refuse(i, "with " + std::to_string(options.firstTriangle) + " added, its number is beyond 4294967294");
     checkTriangle(mesh, i);

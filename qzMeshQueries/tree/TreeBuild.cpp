@@ -1,3 +1,4 @@
+#include <qzCommonAddOns/qzDetail/base/qzPlatformAdapter.h>
 #include <qzMeshQueries/tree/TreeBuild.h>
 
 #include <algorithm>
@@ -166,7 +167,7 @@ class Builder {
 }  // namespace
 
 WideTree buildTree(const Mesh& mesh, const BuildOptions& options) {
-  if (options.cancel != nullptr && options.cancel->isCanceled()) throw Cancelled();
+  if (options.cancel != nullptr && qzDetail::isCanceled(*options.cancel)) throw Cancelled();
   WideTree tree = Builder(mesh).build();
   if (options.progress) options.progress(1.0);
   return tree;
