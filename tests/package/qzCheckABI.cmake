@@ -1,7 +1,7 @@
-# cmake -DLIBRARY=... -DABIDW=... -DABIDIFF=... -DGZIP=... -DABI=<folder> -DWORK=... [-DRECORD=ON] -P: compares names,
+# cmake -DLIBRARY=<file> -DABIDW=... -DABIDIFF=... -DGZIP=... -DABI=<folder> -DWORK=... [-DRECORD=ON] -P: compares names,
 # signatures and layouts of everything exported with the record, by libabigail. RECORD writes the record.
 include(${CMAKE_CURRENT_LIST_DIR}/qzNested.cmake)
-set(record ${ABI}/qzCommonAddOns.abi)
+set(record ${ABI}/interface.abi)
 
 if(NOT EXISTS ${ABIDW} OR NOT EXISTS ${ABIDIFF})
   message(STATUS "skipped: abidw and abidiff are missing, script/bootstrap installs abigail-tools")
@@ -17,8 +17,8 @@ endif()
 
 file(MAKE_DIRECTORY ${WORK})
 file(COPY ${record}.gz DESTINATION ${WORK})
-qz_run(${GZIP} --decompress --force ${WORK}/qzCommonAddOns.abi.gz)
-execute_process(COMMAND ${ABIDIFF} --exported-interfaces-only ${WORK}/qzCommonAddOns.abi ${LIBRARY}
+qz_run(${GZIP} --decompress --force ${WORK}/interface.abi.gz)
+execute_process(COMMAND ${ABIDIFF} --exported-interfaces-only ${WORK}/interface.abi ${LIBRARY}
   OUTPUT_VARIABLE output ERROR_VARIABLE output RESULT_VARIABLE result)
 if(NOT result EQUAL 0)
   message(FATAL_ERROR "abidiff ended with ${result}:\n${output}\n"

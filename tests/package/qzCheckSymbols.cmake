@@ -1,6 +1,7 @@
-# cmake -DLIBRARY=... -DNM=... -DREADELF=... -DABI=<folder> [-DRECORD=ON] -P: what a shared library exports is what
+# cmake -DLIBRARY=<file> -DNM=... -DREADELF=... -DABI=<folder> [-DRECORD=ON] -P: what a shared library exports is what
 # symbols.txt lists, and what it imports is something that imports.txt allows. RECORD writes symbols.txt.
 include(${CMAKE_CURRENT_LIST_DIR}/qzNested.cmake)
+include(${ABI}/expected.cmake)
 set(list ${ABI}/symbols.txt)
 
 # lines(result text): the lines of a text as a list without duplicates, sorted. A semicolon would end an element.
@@ -55,11 +56,12 @@ if(strangers)
 endif()
 list(LENGTH imported nbImported)
 
-# Libraries to be loaded with it: its siblings and the languages' own.
+# Libraries to be loaded with it.
+list(JOIN expectedNeeds "|" needs)
 qz_run(${READELF} -d ${LIBRARY})
 string(REGEX MATCHALL "NEEDED[^\n]*" needed "${QZ_OUTPUT}")
 foreach(entry IN LISTS needed)
-  if(NOT entry MATCHES "\\[lib(Wm4Foundation|qzSceneGraph|qzSystem|stdc\\+\\+|c\\+\\+|m|gcc_s|c)\\.so\\.[0-9]+\\]")
+  if(NOT entry MATCHES "\\[lib(${needs}|stdc\\+\\+|c\\+\\+|m|gcc_s|c)\\.so\\.[0-9]+\\]")
     message(FATAL_ERROR "needs another library: ${entry}")
   endif()
 endforeach()

@@ -1,4 +1,4 @@
-# cmake -DWORK=... -P: installs the foreign family, builds and installs the library for it with its adapter, builds a
+# cmake -DWORK=... -P: installs the foreign family, builds and installs the libraries for it with its adapter, builds a
 # program of the family on top and runs it. Compiled with -O1, which is enough to show that members and results fit.
 include(${CMAKE_CURRENT_LIST_DIR}/qzNested.cmake)
 set(foreign ${CMAKE_CURRENT_LIST_DIR}/foreign)
@@ -9,7 +9,7 @@ qz_configure(${foreign}/platform ${WORK}/siblings ${quickly} -DCMAKE_INSTALL_PRE
 qz_build(${WORK}/siblings)
 qz_run(${CMAKE_COMMAND} --install ${WORK}/siblings)
 
-qz_install_library(${WORK} ${quickly}
+qz_install_libraries(${WORK} ${quickly}
   -DQZ_PLATFORM=system -DQZ_PLATFORM_ADAPTER=${foreign}/qzForeignAdapter.h -DCMAKE_PREFIX_PATH=${WORK}/prefix)
 if(EXISTS ${WORK}/build/platform)
   message(FATAL_ERROR "the stand-ins were built beside the family's own libraries")

@@ -1,4 +1,4 @@
-# cmake -DWORK=... -DOPTIONS=... [-DDEBUG_INFORMATION=ON] [-DFLAGS=...] -P: builds and installs the library for the
+# cmake -DWORK=... -DOPTIONS=... [-DDEBUG_INFORMATION=ON] [-DFLAGS=...] -P: builds and installs the libraries for the
 # tests that follow. FLAGS replace those of a release.
 include(${CMAKE_CURRENT_LIST_DIR}/qzNested.cmake)
 file(REMOVE_RECURSE ${WORK}/prefix)
@@ -9,4 +9,4 @@ endif()
 if(FLAGS)
   list(APPEND flags "-DCMAKE_CXX_FLAGS_RELEASE=${FLAGS}")
 endif()
-qz_install_library(${WORK} ${OPTIONS} ${flags})
+qz_install_libraries(${WORK} ${OPTIONS} ${flags})

@@ -1,6 +1,7 @@
 # What the scripts of this folder share: commands that must succeed, and small projects configured from scratch.
 #
-# The variables QZ_SOURCE_DIR, QZ_GENERATOR, QZ_CXX_COMPILER, QZ_LAUNCHER and QZ_READELF come from the command line.
+# The variables QZ_SOURCE_DIR, QZ_GENERATOR, QZ_CXX_COMPILER, QZ_LAUNCHER, QZ_READELF and QZ_WITH_MESHQUERIES come from
+# the command line. So does QZ_LIBRARY where a script is about one of the libraries, qzCommonAddOns or qzMeshQueries.
 
 cmake_minimum_required(VERSION 3.25)
 
@@ -27,16 +28,21 @@ function(qz_build build)
   qz_run(${CMAKE_COMMAND} --build ${build} --parallel 2 ${ARGN})
 endfunction()
 
-# qz_install_library(work option...): the library alone, built in work/build and installed to work/prefix.
-function(qz_install_library work)
+# qz_install_libraries(work option...): the libraries alone, built in work/build and installed to work/prefix.
+function(qz_install_libraries work)
+  set(targets qzCommonAddOns)
+  if(QZ_WITH_MESHQUERIES)
+    list(APPEND targets qzMeshQueries)
+  endif()
   qz_configure(${QZ_SOURCE_DIR} ${work}/build
-    -DQZ_BUILD_TESTS=OFF -DQZ_BUILD_APPS=OFF -DQZ_BUILD_BENCHMARKS=OFF
+    -DQZ_BUILD_TESTS=OFF -DQZ_BUILD_APPS=OFF -DQZ_BUILD_BENCHMARKS=OFF -DQZ_BUILD_MESHQUERIES=${QZ_WITH_MESHQUERIES}
     -DCMAKE_INSTALL_PREFIX=${work}/prefix -DCMAKE_INSTALL_LIBDIR=lib ${ARGN})
-  qz_build(${work}/build --target qzCommonAddOns)
+  qz_build(${work}/build --target ${targets})
   qz_run(${CMAKE_COMMAND} --install ${work}/build)
 endfunction()
 
-# qz_check_consumer(program [shared|static]): it runs, with the right answers, and with that kind of library.
+# qz_check_consumer(program [shared|static]): the consumer of QZ_LIBRARY runs, with the right answers, and with that kind
+# of library.
 function(qz_check_consumer program)
   qz_run(${program})
   if(NOT QZ_OUTPUT MATCHES "all right\n$")
@@ -45,7 +51,7 @@ function(qz_check_consumer program)
   if(ARGN)
     qz_run(${QZ_READELF} -d ${program})
     set(kind static)
-    if(QZ_OUTPUT MATCHES "NEEDED[^\n]*libqzCommonAddOns\\.so\\.3")
+    if(QZ_OUTPUT MATCHES "NEEDED[^\n]*lib${QZ_LIBRARY}\\.so\\.[0-9]+")
       set(kind shared)
     endif()
     if(NOT kind STREQUAL ARGN)

@@ -1,10 +1,10 @@
-# cmake -DPACKAGE=... -DREQUEST=... -DREASON=<regex> -DWORK=... -P: a request that the package cannot satisfy fails with
+# cmake -DQZ_LIBRARY=... -DPACKAGE=... -DREQUEST=... -DREASON=<regex> -DWORK=... -P: a request that the package cannot satisfy fails with
 # a message.
 include(${CMAKE_CURRENT_LIST_DIR}/qzNested.cmake)
 file(REMOVE_RECURSE ${WORK})
 execute_process(
   COMMAND ${CMAKE_COMMAND} -S ${CMAKE_CURRENT_LIST_DIR}/consumer -B ${WORK} -G ${QZ_GENERATOR}
-    -DCMAKE_CXX_COMPILER=${QZ_CXX_COMPILER} -DCMAKE_PREFIX_PATH=${PACKAGE} ${REQUEST}
+    -DCMAKE_CXX_COMPILER=${QZ_CXX_COMPILER} -DQZ_LIBRARY=${QZ_LIBRARY} -DCMAKE_PREFIX_PATH=${PACKAGE} ${REQUEST}
   OUTPUT_VARIABLE output ERROR_VARIABLE output RESULT_VARIABLE result)
 if(result EQUAL 0)
   message(FATAL_ERROR "${REQUEST} was accepted")
