@@ -13,6 +13,9 @@ namespace qzMeshQueries::detail {
 
 inline constexpr int kNodeWidth = 16;
 
+/// A tree has at most so many levels of nodes, the root's included, whatever the mesh.
+inline constexpr int kMaxTreeLevels = 63;
+
 /// Sixteen boxes, by rows; lane j of every row belongs to child j. Children fill the first lanes; the box of a lane
 /// without child has min +infinity and max -infinity, which no ray meets.
 ///

@@ -21,8 +21,8 @@ struct StackEntry {
   std::uint32_t child;
 };
 
-/// More than a walk can hold: a tree has fewer than 64 levels, and each level leaves at most fifteen children.
-inline constexpr int kStackSize = 64 * (kNodeWidth - 1) + 1;
+/// More than a walk can hold: each level leaves at most fifteen children.
+inline constexpr int kStackSize = (kMaxTreeLevels + 1) * (kNodeWidth - 1) + 1;
 
 /// Bit j: the ray meets box j of the node; its entry depth is left in near[j].
 HWY_INLINE std::uint32_t meetBoxes(const RaySlabs& slabs, const WideNode& node, float* HWY_RESTRICT near) {

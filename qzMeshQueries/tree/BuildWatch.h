@@ -1,0 +1,45 @@
+#pragma once
+// Progress and cancellation of a build that runs on several threads.
+
+#include <qzMeshQueries/MeshTypes.h>
+#include <tbb/task_arena.h>
+
+#include <atomic>
+#include <cstddef>
+#include <mutex>
+#include <thread>
+
+namespace qzMeshQueries::detail {
+
+/// Triangles that a task works on between two polls.
+inline constexpr std::size_t kTrianglesPerPoll = 8192;
+
+/// Made on the calling thread; done may then be called on any thread.
+class BuildWatch {
+ public:
+  /// total   the sum of all that will be passed to done, in triangles
+  BuildWatch(const BuildOptions& options, double total)
+      : mOptions(options), mTotal(total), mCaller(std::this_thread::get_id()) {}
+
+  /// Counts triangles as worked on. Polls the cancel interface, unless another thread is just doing so, and throws
+  /// Cancelled once it has said yes to any thread. On the calling thread it also reports the progress.
+  void done(double triangles);
+
+ private:
+  const BuildOptions& mOptions;
+  const double mTotal;
+  const std::thread::id mCaller;
+  std::atomic<double> mDone{0};
+  std::atomic<bool> mIsCancelled{false};
+  std::mutex mPolling;
+};
+
+/// Runs work on so many threads, the calling one among them; 0: as many as the machine has. An exception of any of them
+/// leaves through here.
+template <class Work>
+void onThreads(int threads, const Work& work) {
+  tbb::task_arena arena(threads > 0 ? threads : tbb::task_arena::automatic);
+  arena.execute(work);
+}
+
+}  // namespace qzMeshQueries::detail

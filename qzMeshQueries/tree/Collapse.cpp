@@ -1,0 +1,424 @@
+#include <qzMeshQueries/tree/Collapse.h>
+
+#include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
+#include <qzMeshQueries/tree/BlockContent.h>
+#include <tbb/parallel_for.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+
+namespace qzMeshQueries::detail {
+
+using namespace qzDetail;
+
+namespace {
+
+// Times of a visit, in units of each other.
+constexpr float kNodeCost = 1.0f, kBlockCost = 1.2f;
+
+// Any so many triangles have at most kMaxBlockVertices vertices.
+constexpr std::uint32_t kAlwaysFit = kMaxBlockVertices / 3;
+
+// What is known of a node's place in the wide tree: for i = 2 to 16, how many of at most i roots go to the left child, or
+// 0 if one root is as good; and whether that one is a block, and of how many vertices.
+//
+//     bit 0          i = 2           bit 1   whether it is a block
+//     bits 4 to 7    i = 3   ...     bits 56 to 59   i = 16       bits 60 to 63   number of vertices - 1
+class Choice {
+ public:
+  explicit Choice(std::uint64_t bits = 0) : mBits(bits) {}
+  std::uint64_t bits() const { return mBits; }
+
+  void setLeft(int i, unsigned nbLeft) { mBits |= std::uint64_t(nbLeft) << 4 * (i - 2); }
+  int left(int i) const { return int(mBits >> 4 * (i - 2)) & (i == 2 ? 1 : 15); }
+  void setBlock() { mBits |= 2; }
+  bool isBlock() const { return (mBits & 2) != 0; }
+  void setNbVertices(int count) { mBits = (mBits & ~kVertexBits) | std::uint64_t(count - 1) << 60; }
+  int nbVertices() const { return int(mBits >> 60) + 1; }
+
+ private:
+  static constexpr std::uint64_t kVertexBits = std::uint64_t(15) << 60;
+  std::uint64_t mBits;
+};
+
+// Half the area of a node's box in units of the mesh's extent. A little is added for boxes without area: then there are as
+// few of them as possible.
+class AreaScale {
+ public:
+  explicit AreaScale(float extent)
+      : mScale(float4(extent > 0 ? std::min(1 / extent, std::numeric_limits<float>::max()) : 0.0f)) {}
+
+  float areaOf(const BinaryNode& node) const {
+    const tBoxLanes box = node.lanes();
+    const tFloat4 extent = (box.maxInFront() - box.mMin) * mScale;  // [ x  y  z  . ]
+    const tFloat4 products = extent * shuffle<1, 2, 0, 3>(extent);  // [ xy  yz  zx  . ]
+    return firstOf(products) + laneOf<1>(products) + firstOf(upperPair(products)) + 0x1p-80f;
+  }
+
+ private:
+  tFloat4 mScale;
+};
+
+void addTriangles(const BinaryTree& tree, const BinaryNode* nodes, std::uint32_t number, BlockContent& content) {
+  const BinaryNode& node = nodes[number];
+  if (node.isInner()) {
+    addTriangles(tree, nodes, node.leftChild(), content);
+    addTriangles(tree, nodes, node.leftChild() + 1, content);
+  } else {
+    for (std::uint32_t i = 0; i < node.count; ++i) content.addTriangle(tree.order[node.first + i]);
+  }
+}
+
+// The costs of two forests side by side, for i >= 2; cost[0] stays unset. nbLeft[i] is the part of i that goes to the left.
+Forest sideBySide(const Forest& left, const Forest& right, std::uint32_t (&nbLeft)[kNodeWidth + 1]) {
+  Forest both;
+  both.size = std::min(kNodeWidth, left.size + right.size);
+  // The lowest bits of a cost are replaced by the number of roots on the left.
+  alignas(16) float packed[kNodeWidth + 8];
+  std::fill_n(packed, both.size + 1, std::numeric_limits<float>::infinity());
+  const auto pack = [](float cost, unsigned number) {
+    std::uint32_t bits;
+    std::memcpy(&bits, &cost, 4);
+    bits = (bits & ~15u) | number;
+    std::memcpy(&cost, &bits, 4);
+    return cost;
+  };
+  for (int k = 1; k <= left.size; ++k)
+    for (int j = 1; j <= std::min(right.size, both.size - k); ++j)
+      packed[k + j] = std::min(packed[k + j], pack(left.cost[k - 1] + right.cost[j - 1], unsigned(k)));
+  for (int i = 2; i <= both.size; ++i) {
+    both.cost[i - 1] = packed[i];
+    std::memcpy(&nbLeft[i], &packed[i], 4);
+    nbLeft[i] &= 15;
+  }
+  return both;
+}
+
+// Chooses for an inner node whose children have these forests.
+Forest choose(float area, bool isBlock, const Forest& left, const Forest& right, Choice& choice) {
+  std::uint32_t nbLeft[kNodeWidth + 1];
+  Forest forest = sideBySide(left, right, nbLeft);
+  const float asNode = area * kNodeCost + forest.cost[forest.size - 1], asBlock = area * kBlockCost;
+  isBlock = isBlock && asBlock <= asNode;
+  if (isBlock) choice.setBlock();
+  forest.cost[0] = isBlock ? asBlock : asNode;
+  for (int i = 2; i <= kNodeWidth; ++i) {
+    if (i <= forest.size) {
+      // A wide node must get below the node it is made of, whatever the rounding.
+      const bool mustSplit = i == forest.size && !isBlock;
+      if (forest.cost[0] <= forest.cost[i - 1] && !mustSplit) {
+        forest.cost[i - 1] = forest.cost[0];
+        nbLeft[i] = 0;
+      }
+      choice.setLeft(i, nbLeft[i]);
+    } else {
+      choice.setLeft(i, nbLeft[forest.size]);
+    }
+  }
+  return forest;
+}
+
+class PartChooser {
+ public:
+  PartChooser(const Mesh& mesh, const BinaryTree& tree, const BinaryPart& part, float extent)
+      : mMesh(mesh), mTree(tree), mPart(part), mScale(extent) {}
+
+  Forest choose(std::uint32_t number) const {
+    const BinaryNode& node = mPart.nodes[number];
+    const float area = mScale.areaOf(node);
+    Choice made;
+    Forest forest;
+    if (node.isInner()) {
+      const Forest left = choose(node.leftChild()), right = choose(node.leftChild() + 1);
+      forest = detail::choose(area, fitsBlock(number), left, right, made);
+    } else {
+      made.setBlock();
+      forest.size = 1;
+      forest.cost[0] = area * kBlockCost;
+    }
+    mPart.choices[number] = made.bits();
+    return forest;
+  }
+
+ private:
+  bool fitsBlock(std::uint32_t number) const {
+    const std::uint32_t count = mPart.nodes[number].count;
+    if (count <= kAlwaysFit) return true;
+    if (count > std::uint32_t(kMaxBlockTriangles)) return false;
+    BlockContent content;
+    addTriangles(mTree, mPart.nodes, number, content);
+    return content.collectVertices(mMesh);
+  }
+
+  const Mesh& mMesh;
+  const BinaryTree& mTree;
+  const BinaryPart& mPart;
+  AreaScale mScale;
+};
+
+// Appends the roots of a subtree as a forest of at most so many.
+template <class Add>
+void forEachRoot(const BinaryNode* nodes, const std::uint64_t* choices, std::uint32_t number, int nbRoots,
+                 const Add& add) {
+  const int nbLeft = nbRoots > 1 && nodes[number].isInner() ? Choice(choices[number]).left(nbRoots) : 0;
+  if (nbLeft == 0) return add(number);
+  forEachRoot(nodes, choices, nodes[number].leftChild(), nbLeft, add);
+  forEachRoot(nodes, choices, nodes[number].leftChild() + 1, nbRoots - nbLeft, add);
+}
+
+struct Roots {
+  std::uint32_t numbers[kNodeWidth];
+  int size = 0;
+};
+
+// Places in the arrays of the wide tree.
+struct Places {
+  std::size_t nodes = 0, blocks = 0, blockBytes = 0, vertices = 0;
+
+  void add(const Places& other) {
+    nodes += other.nodes;
+    blocks += other.blocks;
+    blockBytes += other.blockBytes;
+    vertices += other.vertices;
+  }
+};
+
+// Visits the wide nodes and blocks below some roots in the order in which they are written: blocks before nodes, each
+// node before what is below it.
+template <class Visitor>
+class PartWalk {
+ public:
+  PartWalk(const BinaryPart& part, Visitor& visitor) : mPart(part), mVisitor(visitor) {}
+
+  // The roots become children of parent, from lane on.
+  void walk(const Roots& roots, WideNode* parent, int lane) {
+    for (int i = 0; i < roots.size; ++i)
+      if (isBlock(roots.numbers[i])) setChild(parent, lane + i, roots.numbers[i], mVisitor.block(roots.numbers[i]));
+    for (int i = 0; i < roots.size; ++i) {
+      if (isBlock(roots.numbers[i])) continue;
+      const std::uint32_t number = mVisitor.nextNode();
+      setChild(parent, lane + i, roots.numbers[i], number);
+      const Roots below = rootsOf(roots.numbers[i], kNodeWidth);
+      WideNode* const node = mVisitor.begin(number, below.size);
+      walk(below, node, 0);
+    }
+  }
+
+  Roots rootsOf(std::uint32_t number, int nbRoots) const {
+    Roots roots;
+    forEachRoot(mPart.nodes, mPart.choices, number, nbRoots,
+                [&](std::uint32_t root) { roots.numbers[roots.size++] = root; });
+    return roots;
+  }
+
+ private:
+  bool isBlock(std::uint32_t number) const { return Choice(mPart.choices[number]).isBlock(); }
+  void setChild(WideNode* parent, int lane, std::uint32_t number, std::uint32_t child);
+
+  const BinaryPart& mPart;
+  Visitor& mVisitor;
+};
+
+void setLane(WideNode& node, int lane, const BinaryNode& child, std::uint32_t number) {
+  for (int axis = 0; axis < 3; ++axis) {
+    node.bounds[2 * axis][lane] = child.box[axis];
+    node.bounds[2 * axis + 1][lane] = child.box[axis + 3];
+  }
+  node.child[lane] = number;
+}
+
+template <class Visitor>
+void PartWalk<Visitor>::setChild(WideNode* parent, int lane, std::uint32_t number, std::uint32_t child) {
+  if (parent != nullptr) setLane(*parent, lane, mPart.nodes[number], child);
+}
+
+void clearLanes(WideNode& node, int first) {
+  for (int lane = first; lane < kNodeWidth; ++lane) {
+    for (int row = 0; row < 6; ++row)
+      node.bounds[row][lane] = (row % 2 == 0 ? 1.0f : -1.0f) * std::numeric_limits<float>::infinity();
+    node.child[lane] = 0;
+  }
+}
+
+// Counts what a part will need, and notes the numbers of vertices of its blocks.
+struct Counter {
+  const Mesh& mesh;
+  const BinaryTree& tree;
+  const BinaryPart& part;
+  Places places;
+
+  std::uint32_t nextNode() {
+    ++places.nodes;
+    return 0;
+  }
+  WideNode* begin(std::uint32_t, int) { return nullptr; }
+  std::uint32_t block(std::uint32_t number) {
+    BlockContent content;
+    addTriangles(tree, part.nodes, number, content);
+    content.collectVertices(mesh);
+    ++places.blocks;
+    places.blockBytes += blockSize(std::size_t(content.nbTriangles()), std::size_t(content.nbVertices()));
+    places.vertices += std::size_t(content.nbVertices());
+    return 0;
+  }
+};
+
+struct Writer {
+  const Mesh& mesh;
+  const BinaryTree& tree;
+  const BinaryPart& part;
+  WideTree& wide;
+  Places places;
+
+  std::uint32_t nextNode() { return std::uint32_t(places.nodes++); }
+  WideNode* begin(std::uint32_t number, int nbChildren) {
+    WideNode& node = wide.nodes[number];
+    clearLanes(node, nbChildren);
+    return &node;
+  }
+  std::uint32_t block(std::uint32_t number) {
+    BlockContent content;
+    addTriangles(tree, part.nodes, number, content);
+    content.collectVertices(mesh);
+    content.write(mesh, &wide.blocks[places.blockBytes], &wide.vertexNumbers[places.vertices],
+                  std::uint32_t(places.vertices));
+    const auto place = std::uint32_t(places.blockBytes / kBlockUnit);
+    ++places.blocks;
+    places.blockBytes += blockSize(std::size_t(content.nbTriangles()), std::size_t(content.nbVertices()));
+    places.vertices += std::size_t(content.nbVertices());
+    return kIsBlock | place;
+  }
+};
+
+// The wide nodes that reach above parts.
+class TopCollapse {
+ public:
+  // Roots that a part contributes to a node of the top.
+  struct Share {
+    std::uint32_t part, node;
+    int lane;
+    Roots roots;
+  };
+
+  TopCollapse(BinaryTree& tree, float extent) : mTree(tree), mScale(extent), mChoices(tree.top.size()) {
+    choose(0);
+    addNode(0);
+  }
+
+  std::size_t nbNodes() const { return mNodes.size(); }
+  const std::vector<Share>& shares() const { return mShares; }  ///< one for each part
+  void write(WideNode* nodes) const { std::copy(mNodes.begin(), mNodes.end(), nodes); }
+
+ private:
+  Forest choose(std::uint32_t number) {
+    const BinaryNode& node = mTree.top[number];
+    if (!node.isInner()) return mTree.parts[node.first].forest;
+    const Forest left = choose(node.leftChild()), right = choose(node.leftChild() + 1);
+    Choice made;
+    const Forest forest = detail::choose(mScale.areaOf(node), false, left, right, made);
+    mChoices[number] = made.bits();
+    return forest;
+  }
+
+  // Makes a wide node of a node of the top.
+  std::uint32_t addNode(std::uint32_t number) {
+    const auto wide = std::uint32_t(mNodes.size());
+    mNodes.emplace_back();
+    Lanes lanes;
+    lanes.wide = wide;
+    addRoots(number, kNodeWidth, lanes);
+    clearLanes(mNodes[wide], lanes.size);
+    for (int i = 0; i < lanes.nbInner; ++i) {
+      const std::uint32_t child = addNode(lanes.inner[i].number);
+      setLane(mNodes[wide], lanes.inner[i].lane, mTree.top[lanes.inner[i].number], child);
+    }
+    return wide;
+  }
+
+  struct Lanes {
+    std::uint32_t wide = 0;
+    int size = 0, nbInner = 0;
+    struct {
+      std::uint32_t number;
+      int lane;
+    } inner[kNodeWidth];  // children that are nodes of the top
+  };
+
+  void addRoots(std::uint32_t number, int nbRoots, Lanes& lanes) {
+    const BinaryNode& node = mTree.top[number];
+    if (!node.isInner()) {
+      const BinaryPart& part = mTree.parts[node.first];
+      Share share{node.first, lanes.wide, lanes.size, {}};
+      forEachRoot(part.nodes, part.choices, 0, nbRoots,
+                  [&](std::uint32_t root) { share.roots.numbers[share.roots.size++] = root; });
+      lanes.size += share.roots.size;
+      mShares.push_back(share);
+      return;
+    }
+    const int nbLeft = nbRoots > 1 ? Choice(mChoices[number]).left(nbRoots) : 0;
+    if (nbLeft == 0) {
+      lanes.inner[lanes.nbInner++] = {number, lanes.size++};
+      return;
+    }
+    addRoots(node.leftChild(), nbLeft, lanes);
+    addRoots(node.leftChild() + 1, nbRoots - nbLeft, lanes);
+  }
+
+  BinaryTree& mTree;
+  AreaScale mScale;
+  std::vector<std::uint64_t> mChoices;
+  std::vector<WideNode> mNodes;
+  std::vector<Share> mShares;
+};
+
+}  // namespace
+
+void chooseInPart(const Mesh& mesh, const BinaryTree& tree, BinaryPart& part, float extent) {
+  part.forest = PartChooser(mesh, tree, part, extent).choose(0);
+}
+
+WideTree writeWideTree(const Mesh& mesh, BinaryTree& tree, float extent, BuildWatch& watch) {
+  const TopCollapse top(tree, extent);
+  const std::vector<TopCollapse::Share>& shares = top.shares();
+  const auto forEachShare = [&](const auto& work) {
+    tbb::parallel_for(std::size_t(0), shares.size(), [&](std::size_t i) {
+      const tFloatMode mode;
+      const BinaryPart& part = tree.parts[shares[i].part];
+      work(i, shares[i], part);
+      watch.done(part.end - part.begin);
+    });
+  };
+
+  std::vector<Places> places(shares.size());
+  forEachShare([&](std::size_t i, const TopCollapse::Share& share, const BinaryPart& part) {
+    Counter counter{mesh, tree, part, {}};
+    PartWalk<Counter>(part, counter).walk(share.roots, nullptr, 0);
+    places[i] = counter.places;
+  });
+  Places all;
+  all.nodes = top.nbNodes();
+  for (Places& own : places) {
+    const Places needs = own;
+    own = all;
+    all.add(needs);
+  }
+  if (all.blockBytes / kBlockUnit >= kIsBlock || all.vertices > std::numeric_limits<std::uint32_t>::max())
+    throw std::length_error("the mesh has too many triangles");
+
+  WideTree wide;
+  wide.nodes = AlignedArray<WideNode>(all.nodes);
+  wide.blocks = AlignedArray<std::uint8_t>(all.blockBytes + kBlockSlack);
+  wide.vertexNumbers = AlignedArray<std::uint32_t>(all.vertices);
+  wide.blockCount = all.blocks;
+  std::memset(&wide.blocks[all.blockBytes], 0, kBlockSlack);
+  top.write(wide.nodes.data());
+  forEachShare([&](std::size_t i, const TopCollapse::Share& share, const BinaryPart& part) {
+    Writer writer{mesh, tree, part, wide, places[i]};
+    PartWalk<Writer>(part, writer).walk(share.roots, &wide.nodes[share.node], share.lane);
+  });
+  return wide;
+}
+
+}  // namespace qzMeshQueries::detail

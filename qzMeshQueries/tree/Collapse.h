@@ -1,0 +1,22 @@
+#pragma once
+// Makes the wide tree of a binary one.
+//
+// Dynamic programming over the binary tree: the least cost of a subtree as a forest of at most i roots, i = 1 to 16, where
+// one root is a block or a wide node over a forest of at most sixteen. The cost is the expected time of a ray that meets
+// the box of the whole mesh: the areas of nodes and blocks times what a visit takes. Source of the cost: MacDonald and
+// Booth 1990.
+
+#include <qzMeshQueries/MeshTypes.h>
+#include <qzMeshQueries/tree/BinaryTree.h>
+#include <qzMeshQueries/tree/BuildWatch.h>
+#include <qzMeshQueries/tree/WideTree.h>
+
+namespace qzMeshQueries::detail {
+
+/// Decides how the nodes of a part are collapsed, and leaves this in the part. extent is the largest of the mesh.
+void chooseInPart(const Mesh& mesh, const BinaryTree& tree, BinaryPart& part, float extent);
+
+/// Writes the wide tree, when all parts have been decided on.
+WideTree writeWideTree(const Mesh& mesh, BinaryTree& tree, float extent, BuildWatch& watch);
+
+}  // namespace qzMeshQueries::detail
