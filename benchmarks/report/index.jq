@@ -1,7 +1,7 @@
-# What MeshIndex reaches in one file of results: the least and the mean ratio of each kind of work.
+# What MeshIndex reaches in one file of results: the worst and the mean ratio of each kind of work, and each by scene.
+include "common";
 
 def hundredths: . * 100 | round | tostring | if length < 3 then ("00" + .)[-3:] else . end | .[:-2] + "." + .[-2:];
-def row: "| " + join(" | ") + " |";
 def mean: (map(log) | add) / length | exp;  # geometric
 
 # A row of the figures of a name in the benchmarks that begin with prefix: larger is better.
@@ -31,7 +31,7 @@ def byScene($work; $prefix; $name; $scenes):
 (reduce (.results[] | select(.benchmark | startswith("index/each/")) | .scene) as $s
   ([]; if any(.[]; . == $s) then . else . + [$s] end)) as $scenes |
 "",
-"**MeshIndex at a glance: ratios of rates to Embree's best, larger is better; the last three rows: smaller is better**",
+"**MeshIndex at a glance: rates relative to Embree's best, larger is better; in the last three rows smaller is better**",
 "",
 (["work", "worst", "where", "mean", "goal"] | row),
 ([range(5) | "---"] | row),
@@ -53,7 +53,7 @@ needed("bytes per triangle, finished"; "index/memory"; ["MeshIndex good own coun
 needed("bytes per triangle, peak of a build"; "index/memory"; ["MeshIndex good peak"]; "130"),
 needed("growth of a closest hit over Embree's"; "index/growth"; ["growth over Embree's"]; "1.0"),
 "",
-"**The ratios of rays by scene: camera rays, bounces, chords**",
+"**Rates of rays relative to Embree's best by scene: camera rays, bounces, chords**",
 "",
 (["work"] + $scenes | row),
 ([range($scenes | length + 1) | "---"] | row),
@@ -61,8 +61,10 @@ byScene("one by one, AVX-512"; "index/each/"; "AVX-512 to Embree"; $scenes),
 byScene("one by one, AVX2"; "index/each/"; "AVX2 to Embree"; $scenes),
 byScene("one by one, SSE4"; "index/each/"; "SSE4 to Embree"; $scenes),
 byScene("one by one, against robust"; "index/each/"; "to robust"; $scenes),
+byScene("qzQBVH, one by one"; "index/each/"; "qzQBVH to Embree"; $scenes),
 byScene("batch, AVX-512"; "index/batch/"; "AVX-512 to Embree"; $scenes),
 byScene("batch, AVX2"; "index/batch/"; "AVX2 to Embree"; $scenes),
+byScene("qzQBVH in turns"; "index/batch/"; "qzQBVH to Embree"; $scenes),
 byScene("any hit, AVX-512"; "index/any/"; "AVX-512 to Embree"; $scenes),
 byScene("any hit, AVX2"; "index/any/"; "AVX2 to Embree"; $scenes),
 ""

@@ -12,7 +12,7 @@ struct qzSettings {
   double mSecondsPerRun = 0.1;                 ///< target for runs whose cost per query varies widely
   int mLargestPlane = 10000000;                ///< points of the largest two-dimensional build
   int mMostRegions = 4000;                     ///< of a run over regions
-  std::string mLargestTerrain = "terrain10M";  ///< of the growth
+  std::string mLargestTerrain = "terrain10M";  ///< of the growth by size
 };
 
 /// From a mesh in memory to the finished hierarchy, against Embree and CGAL.
@@ -42,7 +42,7 @@ void measureIndexMemory(const qzScene& scene, const qzSettings& settings, qzRepo
 /// MeshIndex: builds and batches on two threads, against one.
 void measureIndexThreads(const qzScene& scene, const qzSettings& settings, qzReport& report);
 
-/// MeshIndex: how much longer a closest hit takes in a terrain of a thousand times as many triangles, against Embree.
+/// MeshIndex: closest hits of chords in terrains from ten thousand triangles upwards, against Embree.
 void measureIndexGrowth(const qzSettings& settings, qzReport& report);
 
 /// Intersection of the mesh with boxes and frusta, against Bullet and FCL.

@@ -133,6 +133,7 @@ class tMeasurement {
     const std::vector<qzTiming> timings = mReport.compare(getSubject(name), contestants, check);
     for (std::size_t own = 0; own < sets.size(); ++own)
       addRatio(name, sets[own] + " to Embree", timesAsFastAsAll(timings, own, begin, begin + nbEmbrees));
+    addRatio(name, "qzQBVH to Embree", timesAsFastAsAll(timings, contestants.size() - 1, begin, begin + nbEmbrees));
     addRatio(name, "to robust", timesAsFastAsAll(timings, 0, begin + nbEmbrees, begin + 2 * nbEmbrees));
   }
 
@@ -241,21 +242,26 @@ void measureIndexRays(const qzScene& scene, const qzSettings& settings, qzReport
 }
 
 void measureIndexGrowth(const qzSettings& settings, qzReport& report) {
-  // Medians by contestant: MeshIndex, then Embree by instruction set.
-  std::vector<double> medians[2];
+  constexpr std::size_t kOwn = 0, kNarrow = 1, kPeers = 2;  // places of the contestants
+  std::vector<std::vector<double>> medians;                 // by terrain and contestant
+  std::string name;
   long long size = 0;
-  const tNames names = {"terrain10k", settings.mLargestTerrain};
-  for (std::size_t i = 0; i < 2; ++i) {
-    const qzScene scene = makeScene(names[i], "");
+  for (const char* const terrain : {"terrain10k", "terrain100k", "terrain1M", "terrain10M"}) {
+    if (name == settings.mLargestTerrain) break;
+    name = terrain;
+    const qzScene scene = makeScene(name, "");
     size = scene.getNbTriangles();
-    qzIndex index(scene);
-    index.build();
     const std::vector<qzRay> rays = makeChords(scene, settings.mRaySide * settings.mRaySide);
     const qzIndex::tRays ownRays = indexRays(rays);
     qzIndex::tHits hits(rays.size());
     std::vector<qzAnswer> answers(rays.size());
+    qzIndex index(scene);
+    qzOurs narrow(scene, qzOurs::eSurfaceArea);
+    index.build();
+    narrow.build();
     std::vector<qzContestant> contestants = {
-        {index.getName(), double(rays.size()), [&] { return index.traceEach(ownRays, hits); }}};
+        {index.getName(), double(rays.size()), [&] { return index.traceEach(ownRays, hits); }},
+        {narrow.getName(), double(rays.size()), [&] { return narrow.trace(rays, answers); }}};
     std::deque<qzEmbree> embrees;
     for (const std::string& isa : wideInstructionSets()) {
       qzEmbree& embree = embrees.emplace_back(scene, RTC_BUILD_QUALITY_MEDIUM, isa);
@@ -264,17 +270,20 @@ void measureIndexGrowth(const qzSettings& settings, qzReport& report) {
                                return traceMany(embree, {1, false, false}, rays, answers);
                              }});
     }
-    const std::vector<qzTiming> timings = report.compare({"index/growth", scene.mName, size, "ray", settings.mRounds},
+    const std::vector<qzTiming> timings = report.compare({"index/growth", name, size, "ray", settings.mRounds},
                                                          contestants, [&] { return fingerprintOf(hits); });
-    for (const qzTiming& timing : timings) medians[i].push_back(timing.getMedian());
+    std::vector<double>& own = medians.emplace_back();
+    for (const qzTiming& timing : timings) own.push_back(timing.getMedian());
   }
-  const auto bestPeer = [&medians](std::size_t i) {
-    return *std::min_element(medians[i].begin() + 1, medians[i].end());
+  const auto bestPeer = [](const std::vector<double>& own) {
+    return *std::min_element(own.begin() + kPeers, own.end());
   };
-  const double own = medians[1][0] / medians[0][0], peer = bestPeer(1) / bestPeer(0);
-  report.addFigure("index/growth", names[1], size, "MeshIndex", own, "times as long");
-  report.addFigure("index/growth", names[1], size, "Embree", peer, "times as long");
-  report.addFigure("index/growth", names[1], size, "growth over Embree's", own / peer, "times");
+  const double own = medians.back()[kOwn] / medians[0][kOwn], peer = bestPeer(medians.back()) / bestPeer(medians[0]);
+  report.addFigure("index/growth", name, size, "MeshIndex", own, "times as long as in terrain10k");
+  report.addFigure("index/growth", name, size, "qzQBVH", medians.back()[kNarrow] / medians[0][kNarrow],
+                   "times as long as in terrain10k");
+  report.addFigure("index/growth", name, size, "Embree", peer, "times as long as in terrain10k");
+  report.addFigure("index/growth", name, size, "growth over Embree's", own / peer, "times");
 }
 
 }  // namespace qzBench
