@@ -86,14 +86,19 @@ Crossings MeshIndex::crossings(const Ray& ray, const RayOptions& options) const 
 void MeshIndex::closestHits(const Ray* rays, std::size_t count, Hit* hits, const RayOptions& options,
                             int threads) const {
   detail::forEachChunk(count, threads, [&](std::size_t begin, std::size_t end) {
-    for (std::size_t i = begin; i < end; ++i) hits[i] = closestHit(rays[i], options);
+    const qzDetail::tFloatMode mode;
+    const Content& content = Content::of(*this);
+    detail::walks().closestHits(content.tree, rays + begin, end - begin, content.optionsOf(options), hits + begin);
+    for (std::size_t i = begin; i < end; ++i) content.renumber(hits[i]);
   });
 }
 
 void MeshIndex::anyHits(const Ray* rays, std::size_t count, std::uint8_t* isHit, const RayOptions& options,
                         int threads) const {
   detail::forEachChunk(count, threads, [&](std::size_t begin, std::size_t end) {
-    for (std::size_t i = begin; i < end; ++i) isHit[i] = anyHit(rays[i], options) ? 1 : 0;
+    const qzDetail::tFloatMode mode;
+    const Content& content = Content::of(*this);
+    detail::walks().anyHits(content.tree, rays + begin, end - begin, content.optionsOf(options), isHit + begin);
   });
 }
 
@@ -110,7 +115,9 @@ Lists<Hit> MeshIndex::allHits(const Ray* rays, std::size_t count, const RayOptio
 void MeshIndex::crossings(const Ray* rays, std::size_t count, Crossings* out, const RayOptions& options,
                           int threads) const {
   detail::forEachChunk(count, threads, [&](std::size_t begin, std::size_t end) {
-    for (std::size_t i = begin; i < end; ++i) out[i] = crossings(rays[i], options);
+    const qzDetail::tFloatMode mode;
+    const Content& content = Content::of(*this);
+    detail::walks().crossingsOfRays(content.tree, rays + begin, end - begin, content.optionsOf(options), out + begin);
   });
 }
 

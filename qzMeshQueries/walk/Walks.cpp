@@ -15,6 +15,7 @@
 #include <hwy/foreach_target.h>
 // What every instruction set compiles.
 #include <hwy/highway.h>
+#include <qzMeshQueries/walk/RayBatch-inl.h>
 #include <qzMeshQueries/walk/RayWalk-inl.h>
 
 HWY_BEFORE_NAMESPACE();
@@ -24,7 +25,13 @@ extern const Walks kWalks;
 const Walks kWalks = {HWY_TARGET == HWY_SCALAR ? "plain"
                       : HWY_TARGET == HWY_AVX3 ? "AVX-512"
                                                : hwy::TargetName(HWY_TARGET),
-                      closestHit, anyHit, allHits, crossings};
+                      closestHit,
+                      anyHit,
+                      allHits,
+                      crossings,
+                      castRays<ClosestQuery, Hit>,
+                      castRays<AnyQuery, std::uint8_t>,
+                      castRays<CrossingsQuery, Crossings>};
 
 }  // namespace qzMeshQueries::detail::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

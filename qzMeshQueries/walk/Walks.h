@@ -18,7 +18,7 @@ struct WalkOptions {
   std::uint32_t skip;
 };
 
-/// The questions about single rays. Trees may be empty.
+/// The questions about rays. Trees may be empty.
 struct Walks {
   const char* name;  ///< of the instruction set
   Hit (*closestHit)(const WideTree& tree, const Ray& ray, const WalkOptions& options);
@@ -26,6 +26,13 @@ struct Walks {
   void (*allHits)(const WideTree& tree, const Ray& ray, const WalkOptions& options,
                   std::vector<Hit>& hits);  ///< appends, in order
   Crossings (*crossings)(const WideTree& tree, const Ray& ray, const WalkOptions& options);
+
+  // Many rays, on the calling thread; the answers are those of the functions above. Failure: std::bad_alloc.
+  void (*closestHits)(const WideTree& tree, const Ray* rays, std::size_t count, const WalkOptions& options, Hit* hits);
+  void (*anyHits)(const WideTree& tree, const Ray* rays, std::size_t count, const WalkOptions& options,
+                  std::uint8_t* isHit);
+  void (*crossingsOfRays)(const WideTree& tree, const Ray* rays, std::size_t count, const WalkOptions& options,
+                          Crossings* crossings);
 };
 
 /// The walks in use: those of the best instruction set of the processor, unless useInstructionSet chose another.

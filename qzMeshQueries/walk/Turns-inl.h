@@ -1,0 +1,159 @@
+// Many rays in flight: each goes one node or block further at its turn. Compiled for each instruction set.
+
+#if defined(QZ_MESHQUERIES_TURNS) == defined(HWY_TARGET_TOGGLE)
+#ifdef QZ_MESHQUERIES_TURNS
+#undef QZ_MESHQUERIES_TURNS
+#else
+#define QZ_MESHQUERIES_TURNS
+#endif
+
+#include <qzMeshQueries/walk/ChildOrder-inl.h>
+#include <qzMeshQueries/walk/RayWalk-inl.h>
+#include <memory>
+
+HWY_BEFORE_NAMESPACE();
+namespace qzMeshQueries::detail::HWY_NAMESPACE {
+
+/// What lies under a ray's stack: a child that ends the walk.
+inline constexpr std::uint32_t kNoMore = kIsBlock - 1;
+
+/// Rays in flight: enough visits of other rays to hide the time that memory takes.
+inline constexpr int kInFlight = 24;
+
+inline Hit answerOf(const ClosestQuery& query) {
+  return query.best;
+}
+inline std::uint8_t answerOf(const AnyQuery& query) {
+  return query.isHit ? 1 : 0;
+}
+inline Crossings answerOf(const CrossingsQuery& query) {
+  return query.count;
+}
+
+template <class Query>
+struct alignas(64) FlyingRay {
+  RaySlabs slabs;
+  RayFrame frame;
+  Query query;
+  std::size_t number;     ///< of the ray in the batch
+  std::uint32_t current;  ///< the child to visit at the next turn
+  int size;               ///< of the stack
+  ChildStack stack;
+};
+
+/// Shows the hits among the candidates of a block to the query; returns true if the query ends.
+template <class Query>
+HWY_INLINE bool takeHits(const Block& block, std::uint32_t candidates, const WalkOptions& options,
+                         FlyingRay<Query>& ray) {
+  for (; candidates != 0; candidates &= candidates - 1) {
+    const int i = hwy::Num0BitsBelowLS1Bit_Nonzero32(candidates);
+    float a[3], b[3], c[3];
+    block.corner(i, 0, a);
+    block.corner(i, 1, b);
+    block.corner(i, 2, c);
+    Crossing crossing;
+    if (!hitsTriangle(ray.frame, options.faces, a, b, c, crossing)) continue;
+    const std::uint32_t number = block.numbers()[i];
+    if (number == options.skip) continue;
+    if (ray.query.take({crossing.t, crossing.u, crossing.v, number}, crossing.isFront, ray.frame, ray.slabs))
+      return true;
+  }
+  return false;
+}
+
+/// Prefetches a child without a branch on what it is, which no processor could predict.
+HWY_INLINE void prefetchWhole(const WideNode* nodes, const std::uint8_t* blocks, std::uint32_t child) {
+  const std::uintptr_t block = reinterpret_cast<std::uintptr_t>(blocks) + std::size_t(child & ~kIsBlock) * kBlockUnit;
+  const std::uintptr_t node = reinterpret_cast<std::uintptr_t>(nodes) + std::size_t(child) * sizeof(WideNode);
+  const std::uintptr_t isBlock = std::uintptr_t(0) - (child >> 31);
+  const char* const first = reinterpret_cast<const char*>(node ^ ((node ^ block) & isBlock));
+  const char* const rest = first + (192 & ~isBlock);  // a block has three lines, a node has seven
+  for (int line = 0; line < 3; ++line) hwy::Prefetch(first + 64 * line);
+  for (int line = 0; line < 4; ++line) hwy::Prefetch(rest + 64 * line);
+}
+
+/// Answers rays[numbers[i]] for i in 0..count.
+template <class Query, class Answer>
+HWY_INLINE void takeTurns(const WideTree& tree, const Ray* rays, const std::uint32_t* numbers, std::size_t count,
+                          const WalkOptions& options, Answer* answers) {
+  using Flying = FlyingRay<Query>;
+  const std::unique_ptr<Flying[]> flying(new Flying[kInFlight]);
+  // Rays before a node, rays before a block; those of this turn, those of the next.
+  Flying *beforeNode[2][kInFlight], *beforeBlock[2][kInFlight];
+  int nbNodes = 0, nbBlocks = 0;
+  std::size_t next = 0;
+
+  // Starts the next ray in a place, and passes over those that hit nothing.
+  const auto start = [&](Flying& ray) HWY_ATTR {
+    for (; next < count; ++next) {
+      const std::size_t number = numbers[next];
+      if (!setUpRay(tree, rays[number], ray.frame, ray.slabs)) {
+        answers[number] = answerOf(Query());
+        continue;
+      }
+      ray.query = Query();
+      ray.number = number;
+      ray.current = 0;
+      ray.size = 1;
+      ray.stack.near[0] = -std::numeric_limits<float>::infinity();
+      ray.stack.child[0] = kNoMore;
+      ++next;
+      return true;
+    }
+    return false;
+  };
+  for (int i = 0; i < kInFlight; ++i)
+    if (start(flying[i])) beforeNode[0][nbNodes++] = &flying[i];
+
+  const WideNode* const nodes = tree.nodes.data();
+  const std::uint8_t* const blocks = tree.blocks.data();
+  for (int turn = 0; nbNodes + nbBlocks > 0; turn ^= 1) {
+    Flying **const nextNodes = beforeNode[turn ^ 1], **const nextBlocks = beforeBlock[turn ^ 1];
+    int nbNextNodes = 0, nbNextBlocks = 0;
+    const auto goOn = [&](Flying* ray, int size) HWY_ATTR {
+      do --size;
+      while (ray->stack.near[size] > ray->slabs.to);
+      std::uint32_t child = ray->stack.child[size];
+      if (HWY_UNLIKELY(child == kNoMore)) {
+        answers[ray->number] = answerOf(ray->query);
+        if (!start(*ray)) return;
+        child = 0;
+      } else {
+        ray->size = size;
+      }
+      ray->current = child;
+      prefetchWhole(nodes, blocks, child);
+      nextNodes[nbNextNodes] = ray;
+      nextBlocks[nbNextBlocks] = ray;
+      nbNextBlocks += int(child >> 31);
+      nbNextNodes += 1 - int(child >> 31);
+    };
+
+    for (int i = 0; i < nbNodes; ++i) {
+      Flying* const ray = beforeNode[turn][i];
+      const int size = ray->size;
+      goOn(ray, size + storeChildren(ray->slabs, nodes[ray->current], ray->stack.near + size, ray->stack.child + size));
+    }
+
+    Flying* hopefuls[kInFlight];  // before a block with candidates
+    std::uint32_t candidates[kInFlight];
+    int nbHopefuls = 0;
+    for (int i = 0; i < nbBlocks; ++i) {
+      Flying* const ray = beforeBlock[turn][i];
+      candidates[nbHopefuls] = mayCross(ray->frame, tree.block(ray->current));
+      hopefuls[nbHopefuls] = ray;
+      nbHopefuls += candidates[nbHopefuls] != 0 ? 1 : 0;
+    }
+    for (int i = 0; i < nbHopefuls; ++i)
+      if (takeHits(tree.block(hopefuls[i]->current), candidates[i], options, *hopefuls[i])) hopefuls[i]->size = 1;
+    for (int i = 0; i < nbBlocks; ++i) goOn(beforeBlock[turn][i], beforeBlock[turn][i]->size);
+
+    nbNodes = nbNextNodes;
+    nbBlocks = nbNextBlocks;
+  }
+}
+
+}  // namespace qzMeshQueries::detail::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif
