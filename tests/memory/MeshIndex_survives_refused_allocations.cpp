@@ -1,0 +1,182 @@
+// A MeshIndex when an allocation fails, of operator new or of an aligned block: std::bad_alloc leaves the call, nothing
+// stays behind, and the next call succeeds. Everything runs on the calling thread; the scheduler's own memory is not
+// counted.
+
+#include <qzMeshQueries/MeshIndex.h>
+
+#include <doctest/doctest.h>
+
+#include <optional>
+
+#include "support/qzRefusals.h"
+#include "support/scenes/qzQueryChecks.h"
+
+using namespace qzMeshQueries;
+using namespace qzTest;
+
+namespace {
+
+BuildOptions optionsOf(Quality quality) {
+  BuildOptions options;
+  options.quality = quality;
+  options.threads = 1;
+  return options;
+}
+
+/// Rays and the answers of the plain form.
+struct Probe {
+  std::vector<Ray> rays;
+  std::vector<RayAnswers> expected;
+
+  explicit Probe(const QueryMesh& mesh) {
+    QueryRays source(mesh, 1501);
+    const qzPlain::tRayQueries plain(mesh.view());
+    for (int i = 0; i < 30; ++i) {
+      rays.push_back(source.any());
+      expected.push_back(answersOf(plain, rays.back()));
+    }
+  }
+};
+
+constexpr Quality kQualities[] = {Quality::fast, Quality::good, Quality::best};
+
+}  // namespace
+
+TEST_CASE("a construction without memory throws, leaves nothing behind, and the next one succeeds") {
+  // More triangles than one part of a build has.
+  const QueryMesh mesh = queryMeshOf("terrain", terrainMesh(70, 1502));
+  const QueryMesh cube = cubeMesh();
+  const Probe probe(mesh);
+  for (const Quality quality : kQualities) {
+    const BuildOptions options = optionsOf(quality);
+    const MeshIndex whole(mesh.view(), options);  // now the scheduler has what it needs
+    const std::uint64_t nbRefused = refuseEachInTurn([&](const Refusal& refusal) {
+      std::optional<MeshIndex> index;
+      const bool isRefused = refusal.strikes([&] { index.emplace(mesh.view(), options); });
+      CHECK(index.has_value() != isRefused);
+      if (!isRefused) CHECK(wrongBatch(*index, probe.expected, probe.rays, {}, 1) == "");
+      return isRefused;
+    });
+    CHECK(nbRefused >= 2);
+    // An assignment from one that fails leaves the index as it was.
+    refuseEachInTurn([&](const Refusal& refusal) {
+      MeshIndex index(cube.view(), options);
+      const auto digest = index.meshDigest();
+      const bool isRefused = refusal.strikes([&] { index = MeshIndex(mesh.view(), options); });
+      CHECK(index.meshDigest() == (isRefused ? digest : whole.meshDigest()));
+      return isRefused;
+    });
+  }
+}
+
+TEST_CASE("a construction without memory for an aligned block throws, and the next one succeeds") {
+  const QueryMesh mesh = queryMeshOf("terrain", terrainMesh(70, 1503));
+  const Probe probe(mesh);
+  for (const Quality quality : kQualities) {
+    const BuildOptions options = optionsOf(quality);
+    for (const RefusedAllocation::Span span : {RefusedAllocation::eOnce, RefusedAllocation::eFromThenOn}) {
+      std::uint64_t number = 0;
+      for (bool isRefused = true; isRefused; ++number) {
+        bool hasThrown = false;
+        std::size_t left;
+        {
+          const HeapWatch heap;
+          const RefusedAllocation refused(number, span, RefusedAllocation::eAlignedBlock);
+          try {
+            const MeshIndex index(mesh.view(), options);
+          } catch (const std::bad_alloc&) {
+            hasThrown = true;
+          }
+          isRefused = refused.hasHappened();
+          left = heap.held();
+        }
+        INFO("block ", number, ", quality ", int(quality));
+        CHECK(hasThrown == isRefused);
+        CHECK(left == 0);
+      }
+      CHECK(number >= 3);  // nodes and triangles at least
+      CHECK(wrongBatch(MeshIndex(mesh.view(), options), probe.expected, probe.rays, {}, 1) == "");
+    }
+  }
+}
+
+TEST_CASE("allHits without memory throws, and the next one gives all hits") {
+  const QueryMesh mesh = joined("", starMesh(2, 1504), transformed(starMesh(2, 1505), 0.9f, 0.0f, 0.1f, 0.0f));
+  const MeshIndex index(mesh.view(), optionsOf(Quality::good));
+  const Ray ray = {{-3.0f, 0.05f, 0.02f}, 0.0f, {1.0f, 0.0f, 0.0f}, kInf};
+  const std::vector<Hit> expected = qzPlain::tRayQueries(mesh.view()).allHits(ray);
+  REQUIRE(expected.size() >= 4);
+  const std::uint64_t nbRefused = refuseEachInTurn([&](const Refusal& refusal) {
+    std::vector<Hit> hits;
+    const bool isRefused = refusal.strikes([&] { index.allHits(ray, hits); });
+    index.allHits(ray, hits);
+    CHECK(sameHits(hits, expected));
+    return isRefused;
+  });
+  CHECK(nbRefused >= 1);
+}
+
+TEST_CASE("batches without memory throw, and the next ones give all answers") {
+  const QueryMesh mesh = queryMeshOf("terrain", terrainMesh(12, 1506));
+  QueryRays source(mesh, 1507);
+  std::vector<Ray> rays = source.camera(32, 20);
+  while (rays.size() < 5000) rays.push_back(source.chord());
+  std::vector<RayAnswers> expected;
+  const qzPlain::tRayQueries plain(mesh.view());
+  for (const Ray& ray : rays) expected.push_back(answersOf(plain, ray));
+  const MeshIndex index(mesh.view(), optionsOf(Quality::good));
+  REQUIRE(wrongBatch(index, expected, rays, {}, 1) == "");
+
+  const std::uint64_t nbOfLists = refuseEachInTurn([&](const Refusal& refusal) {
+    Lists<Hit> lists;
+    return refusal.strikes([&] { lists = index.allHits(rays.data(), rays.size(), {}, 1); });
+  });
+  CHECK(nbOfLists >= 2);
+  std::vector<Hit> hits(rays.size());
+  std::vector<std::uint8_t> isHit(rays.size());
+  std::vector<Crossings> crossings(rays.size());
+  refuseEachInTurn([&](const Refusal& refusal) {
+    return refusal.strikes([&] { index.closestHits(rays.data(), rays.size(), hits.data(), {}, 1); });
+  });
+  refuseEachInTurn([&](const Refusal& refusal) {
+    return refusal.strikes([&] { index.anyHits(rays.data(), rays.size(), isHit.data(), {}, 1); });
+  });
+  refuseEachInTurn([&](const Refusal& refusal) {
+    return refusal.strikes([&] { index.crossings(rays.data(), rays.size(), crossings.data(), {}, 1); });
+  });
+  CHECK(wrongBatch(index, expected, rays, {}, 1) == "");
+}
+
+TEST_CASE("single questions without lists allocate nothing") {
+  const QueryMesh mesh = starMesh(2, 1508);
+  const MeshIndex index(mesh.view(), optionsOf(Quality::good));
+  QueryRays source(mesh, 1509);
+  const std::vector<Ray> rays = source.many(200);
+  std::size_t nbAllocations, nbHits = 0;
+  std::vector<Hit> room(1000);
+  {
+    const HeapWatch heap;
+    for (const Ray& ray : rays) {
+      nbHits += static_cast<bool>(index.closestHit(ray));
+      nbHits += index.anyHit(ray);
+      nbHits += index.crossings(ray).front;
+      index.allHits(ray, room);  // has room already
+    }
+    nbAllocations = heap.nbAllocations();
+  }
+  CHECK(nbHits > 100);
+  CHECK(nbAllocations == 0);
+}
+
+TEST_CASE("isClosed without memory throws, and the next one answers") {
+  const QueryMesh mesh = starMesh(2, 1510);
+  const MeshIndex index(mesh.view(), optionsOf(Quality::good));
+  const std::uint64_t nbRefused = refuseEachInTurn([&](const Refusal& refusal) {
+    bool isClosed = true;
+    const bool isRefused = refusal.strikes([&] { isClosed = index.isClosed(); });
+    CHECK(isClosed);
+    CHECK(index.isClosed());
+    return isRefused;
+  });
+  CHECK(nbRefused >= 1);
+}
