@@ -82,43 +82,56 @@ QZ_ALWAYS_INLINE int side(const SeenVertex& p, const SeenVertex& q) {
   return 0;
 }
 
+/// Whether the image of a triangle holds the displaced origin.
+QZ_ALWAYS_INLINE bool holdsOrigin(const SeenVertex& p, const SeenVertex& q, const SeenVertex& r) {
+  const int turn = side(q, r);
+  return turn != 0 && side(r, p) == turn && side(p, q) == turn;
+}
+
 /// Where a line crosses a triangle.
 struct Crossing {
   float t, u, v;
   bool isFront;
 };
 
-/// Whether the line through the ray crosses triangle (a, b, c); t, u, v and the side are left in crossing. A t that
-/// overflows is infinite.
-QZ_ALWAYS_INLINE bool crossesLine(const RayFrame& frame, const float a[3], const float b[3], const float c[3],
-                                  Crossing& crossing) {
-  const SeenVertex p = see(frame, a), q = see(frame, b), r = see(frame, c);
-  const int turn = side(q, r);
-  if (turn == 0 || side(r, p) != turn || side(p, q) != turn) return false;
-
-  // Weights of the corners: each is right to 2^-53 of itself, and none has another sign than the rest.
-  const double weightA = cross(q, r), weightB = cross(r, p), weightC = cross(p, q);
-  const double inverseSum = 1 / ((weightA + weightB) + weightC);
-  double depth = ((weightA * double(p.depth) + weightB * double(q.depth)) + weightC * double(r.depth)) * inverseSum;
+/// The crossing with a triangle whose image holds the origin. A t that overflows is infinite.
+QZ_ALWAYS_INLINE Crossing locate(const RayFrame& frame, const SeenVertex& p, const SeenVertex& q, const SeenVertex& r) {
+  // Weights of the corners: each is right to 2^-53 of itself, and none has another sign than their sum, which is not 0.
+  const double turnP = cross(q, r), turnQ = cross(r, p), turnR = cross(p, q);
+  const double turn = (turnP + turnQ) + turnR;
+  const double weightP = std::fabs(turnP), weightQ = std::fabs(turnQ), weightR = std::fabs(turnR);
+  const double sum = std::fabs(turn);
+  double depth = (weightP * double(p.depth) + weightQ * double(q.depth)) + weightR * double(r.depth);  // times sum
   // Rounding must not move it beyond the corners.
-  const double least = double(std::min(p.depth, std::min(q.depth, r.depth)));
-  const double greatest = double(std::max(p.depth, std::max(q.depth, r.depth)));
+  const double least = double(std::min(p.depth, std::min(q.depth, r.depth))) * sum;
+  const double greatest = double(std::max(p.depth, std::max(q.depth, r.depth))) * sum;
   depth = depth < least ? least : depth > greatest ? greatest : depth;
 
   // A sum with 0 is never -0.
-  crossing.t = static_cast<float>(depth / frame.lengthAlong) + 0.0f;
-  crossing.u = static_cast<float>(weightB * inverseSum) + 0.0f;
-  crossing.v = static_cast<float>(weightC * inverseSum) + 0.0f;
-  crossing.isFront = (turn > 0) != (frame.lengthAlong > 0);
+  const double inverse = 1 / sum;
+  return {static_cast<float>(depth / (sum * frame.lengthAlong)) + 0.0f, static_cast<float>(weightQ * inverse) + 0.0f,
+          static_cast<float>(weightR * inverse) + 0.0f, (turn > 0) != (frame.lengthAlong > 0)};
+}
+
+/// Whether the line through the ray crosses triangle (a, b, c), and where.
+QZ_ALWAYS_INLINE bool crossesLine(const RayFrame& frame, const float a[3], const float b[3], const float c[3],
+                                  Crossing& crossing) {
+  const SeenVertex p = see(frame, a), q = see(frame, b), r = see(frame, c);
+  if (!holdsOrigin(p, q, r)) return false;
+  crossing = locate(frame, p, q, r);
   return true;
 }
 
-/// Whether the ray hits triangle (a, b, c) on one of the faces that count.
-QZ_ALWAYS_INLINE bool hitsTriangle(const RayFrame& frame, Faces faces, const float a[3], const float b[3],
-                                   const float c[3], Crossing& crossing) {
-  if (!crossesLine(frame, a, b, c, crossing)) return false;
+/// Whether a crossing lies within the ray's limits and on a face that counts.
+QZ_ALWAYS_INLINE bool counts(const RayFrame& frame, Faces faces, const Crossing& crossing) {
   if (!(crossing.t >= frame.tMin && crossing.t <= frame.tMax)) return false;
   return faces == Faces::both || crossing.isFront == (faces == Faces::front);
+}
+
+/// Whether the ray hits triangle (a, b, c) on one of the faces that count, and where.
+QZ_ALWAYS_INLINE bool hitsTriangle(const RayFrame& frame, Faces faces, const float a[3], const float b[3],
+                                   const float c[3], Crossing& crossing) {
+  return crossesLine(frame, a, b, c, crossing) && counts(frame, faces, crossing);
 }
 
 /// Whether hit p comes before q in every order of hits: by t, then by triangle number.

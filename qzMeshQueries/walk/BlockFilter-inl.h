@@ -1,4 +1,4 @@
-// Which triangles of a block a ray may cross. Compiled for each instruction set.
+// The triangles of a block that a ray hits. Compiled for each instruction set.
 
 #if defined(QZ_MESHQUERIES_BLOCK_FILTER) == defined(HWY_TARGET_TOGGLE)
 #ifdef QZ_MESHQUERIES_BLOCK_FILTER
@@ -9,115 +9,160 @@
 
 #include <hwy/highway.h>
 #include <qzMeshQueries/walk/RaySetup-inl.h>
+#include <qzMeshQueries/walk/Walks.h>
 
 HWY_BEFORE_NAMESPACE();
 namespace qzMeshQueries::detail::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// The images of a block's vertices.
+/// A block as a ray sees it.
 struct SeenBlock {
-  alignas(64) float x[kMaxBlockVertices], y[kMaxBlockVertices];
+  /// The vertices, by rows. Filled if there are candidates.
+  alignas(64) float x[kMaxBlockVertices], y[kMaxBlockVertices], depth[kMaxBlockVertices];
+  /// Bit i: triangle i may be crossed. It is left out if the origin lies strictly left of one edge and strictly right of
+  /// another, by products rounded to float: they order as the exact ones unless they are equal.
+  std::uint32_t candidates;
+  /// Bit i: triangle i is crossed: the origin lies strictly on the same side of all edges.
+  std::uint32_t crossed;
+
+  SeenVertex vertex(int i) const { return {x[i], y[i], depth[i]}; }
 };
 
-/// Bit i: triangle i of the block may be crossed by the line. The image of a triangle is left out if the origin lies
-/// strictly left of one edge and strictly right of another, by products rounded to float. These order as the exact
-/// ones unless they are equal, so the kernel leaves it out too.
-HWY_INLINE std::uint32_t mayCross(const RayFrame& frame, const Block& block) {
+/// Sees the vertices as see() of the kernel does, operation by operation, and finds the candidates.
+HWY_INLINE void seeBlock(const RayFrame& frame, const Block& block, SeenBlock& seen) {
   const int nbVertices = block.head->vertexCount, nbTriangles = block.head->triangleCount;
   const float* const rowX = block.row(frame.axis[0]);
   const float* const rowY = block.row(frame.axis[1]);
   const float* const rowZ = block.row(frame.axis[2]);
 #if HWY_TARGET == HWY_SCALAR
-  (void)rowX, (void)rowY, (void)rowZ, (void)nbVertices;
-  return (1u << nbTriangles) - 1;
+  for (int i = 0; i < nbVertices; ++i) {
+    const float z = rowZ[i] - frame.origin[frame.axis[2]];
+    seen.x[i] = (rowX[i] - frame.origin[frame.axis[0]]) - frame.shear[0] * z;
+    seen.y[i] = (rowY[i] - frame.origin[frame.axis[1]]) - frame.shear[1] * z;
+    seen.depth[i] = z;
+  }
+  seen.candidates = (1u << nbTriangles) - 1;
+  seen.crossed = 0;
 #else
-  // The images: see() of the kernel, operation by operation.
   const hn::CappedTag<float, kMaxBlockVertices> d;
   using V = hn::Vec<decltype(d)>;
   const V originX = hn::Set(d, frame.origin[frame.axis[0]]), originY = hn::Set(d, frame.origin[frame.axis[1]]),
           originZ = hn::Set(d, frame.origin[frame.axis[2]]);
   const V shearX = hn::Set(d, frame.shear[0]), shearY = hn::Set(d, frame.shear[1]);
-  const int kStep = int(hn::Lanes(d));
-  const auto seeSome = [&](int first, V& x, V& y) HWY_ATTR {
-    // What is read behind the vertices is not used.
-    const V z = hn::Sub(hn::LoadU(d, rowZ + first), originZ);
+  // What is read behind the vertices is not used.
+  const auto seeSome = [&](int first, V& x, V& y, V& z) HWY_ATTR {
+    z = hn::Sub(hn::LoadU(d, rowZ + first), originZ);
     x = hn::Sub(hn::Sub(hn::LoadU(d, rowX + first), originX), hn::Mul(shearX, z));
     y = hn::Sub(hn::Sub(hn::LoadU(d, rowY + first), originY), hn::Mul(shearY, z));
+  };
+  const auto keepSome = [&](int first, V x, V y, V z) HWY_ATTR {
+    hn::Store(x, d, seen.x + first);
+    hn::Store(y, d, seen.y + first);
+    hn::Store(z, d, seen.depth + first);
   };
 
   const hn::CappedTag<float, kMaxBlockTriangles> dt;
   using T = hn::Vec<decltype(dt)>;
   const hn::RebindToUnsigned<decltype(dt)> du;
   const hn::Rebind<std::uint8_t, decltype(dt)> db;
-  const int kLanes = int(hn::Lanes(dt));
-#if HWY_TARGET == HWY_AVX2 || HWY_TARGET <= HWY_AVX3
-  // Corners by permutations of registers.
-#if HWY_TARGET == HWY_AVX2
-  V x0, y0, x1 = hn::Zero(d), y1 = hn::Zero(d);
-  seeSome(0, x0, y0);
-  if (nbVertices > 8) seeSome(8, x1, y1);
-  const auto cornersOf = [&](int which, T& x, T& y) HWY_ATTR {
-    const auto numbers = hn::PromoteTo(du, hn::LoadU(db, block.head->corner[which]));
-    const auto indices = hn::IndicesFromVec(dt, hn::And(numbers, hn::Set(du, 7)));
-    if (nbVertices > 8) {
-      const auto isSecond = hn::MaskFromVec(hn::BitCast(dt, hn::ShiftLeft<28>(numbers)));  // bit 3
-      x = hn::IfThenElse(isSecond, hn::TableLookupLanes(x1, indices), hn::TableLookupLanes(x0, indices));
-      y = hn::IfThenElse(isSecond, hn::TableLookupLanes(y1, indices), hn::TableLookupLanes(y0, indices));
-    } else {
-      x = hn::TableLookupLanes(x0, indices);
-      y = hn::TableLookupLanes(y0, indices);
-    }
-  };
-#else
-  V x0, y0;
-  seeSome(0, x0, y0);
-  const hn::RebindToUnsigned<decltype(d)> du16;
-  const hn::Rebind<std::uint8_t, decltype(d)> db16;
-  const auto cornersOf = [&](int which, T& x, T& y) HWY_ATTR {
-    const auto numbers = hn::PromoteTo(du, hn::LoadU(db, block.head->corner[which]));
-    const auto indices = hn::IndicesFromVec(d, hn::ZeroExtendVector(du16, numbers));
-    x = hn::LowerHalf(dt, hn::TableLookupLanes(x0, indices));
-    y = hn::LowerHalf(dt, hn::TableLookupLanes(y0, indices));
-  };
-  (void)db16, (void)kStep, (void)nbVertices;
-#endif
-#else
-  // Corners through memory.
-  SeenBlock seen;
-  for (int first = 0; first < nbVertices; first += kStep) {
-    V x, y;
-    seeSome(first, x, y);
-    hn::Store(x, d, seen.x + first);
-    hn::Store(y, d, seen.y + first);
-  }
-  int firstLane = 0;
-  const hn::RebindToSigned<decltype(dt)> di;
-  const auto cornersOf = [&](int which, T& x, T& y) HWY_ATTR {
-    const auto numbers = hn::BitCast(di, hn::PromoteTo(du, hn::LoadU(db, block.head->corner[which] + firstLane)));
-    x = hn::GatherIndex(dt, seen.x, numbers);
-    y = hn::GatherIndex(dt, seen.y, numbers);
-  };
-#endif
-
-  std::uint32_t result = 0;
-  for (int first = 0; first < nbTriangles; first += kLanes) {
-#if !(HWY_TARGET == HWY_AVX2 || HWY_TARGET <= HWY_AVX3)
-    firstLane = first;
-#endif
-    T ax, ay, bx, by, cx, cy;
-    cornersOf(0, ax, ay);
-    cornersOf(1, bx, by);
-    cornersOf(2, cx, cy);
+  seen.candidates = seen.crossed = 0;
+  const auto judge = [&](int first, T ax, T ay, T bx, T by, T cx, T cy) HWY_ATTR {
     const T a = hn::Sub(hn::Mul(bx, cy), hn::Mul(by, cx));
     const T b = hn::Sub(hn::Mul(cx, ay), hn::Mul(cy, ax));
     const T c = hn::Sub(hn::Mul(ax, by), hn::Mul(ay, bx));
     const T zero = hn::Zero(dt);
-    const auto isLeft = hn::Gt(hn::Max(a, hn::Max(b, c)), zero);
-    const auto isRight = hn::Lt(hn::Min(a, hn::Min(b, c)), zero);
-    result |= bitsOf(dt, hn::Not(hn::And(isLeft, isRight))) << first;
+    const T least = hn::Min(a, hn::Min(b, c)), greatest = hn::Max(a, hn::Max(b, c));
+    const auto isLeft = hn::Gt(greatest, zero), isRight = hn::Lt(least, zero);
+    seen.candidates |= bitsOf(dt, hn::Not(hn::And(isLeft, isRight))) << first;
+    seen.crossed |= bitsOf(dt, hn::Or(hn::Gt(least, zero), hn::Lt(greatest, zero))) << first;
+  };
+
+#if HWY_TARGET == HWY_AVX2
+  // Corners by permutations of one register, or of two.
+  V x0, y0, z0, x1, y1, z1;
+  seeSome(0, x0, y0, z0);
+  T x[3], y[3];
+  if (nbVertices <= 8) {
+    for (int which = 0; which < 3; ++which) {
+      const auto numbers = hn::PromoteTo(du, hn::LoadU(db, block.head->corner[which]));
+      const auto indices = hn::IndicesFromVec(dt, numbers);
+      x[which] = hn::TableLookupLanes(x0, indices);
+      y[which] = hn::TableLookupLanes(y0, indices);
+    }
+    judge(0, x[0], y[0], x[1], y[1], x[2], y[2]);
+    seen.candidates &= (1u << nbTriangles) - 1;
+    if (seen.candidates != 0) keepSome(0, x0, y0, z0);
+  } else {
+    seeSome(8, x1, y1, z1);
+    for (int which = 0; which < 3; ++which) {
+      const auto numbers = hn::PromoteTo(du, hn::LoadU(db, block.head->corner[which]));
+      const auto indices = hn::IndicesFromVec(dt, hn::And(numbers, hn::Set(du, 7)));
+      const auto isSecond = hn::MaskFromVec(hn::BitCast(dt, hn::ShiftLeft<28>(numbers)));  // bit 3
+      x[which] = hn::IfThenElse(isSecond, hn::TableLookupLanes(x1, indices), hn::TableLookupLanes(x0, indices));
+      y[which] = hn::IfThenElse(isSecond, hn::TableLookupLanes(y1, indices), hn::TableLookupLanes(y0, indices));
+    }
+    judge(0, x[0], y[0], x[1], y[1], x[2], y[2]);
+    seen.candidates &= (1u << nbTriangles) - 1;
+    if (seen.candidates != 0) {
+      keepSome(0, x0, y0, z0);
+      keepSome(8, x1, y1, z1);
+    }
   }
-  return result & ((1u << nbTriangles) - 1);
+#elif HWY_TARGET <= HWY_AVX3
+  // Corners by permutations of one register.
+  V x0, y0, z0;
+  seeSome(0, x0, y0, z0);
+  const hn::RebindToUnsigned<decltype(d)> du16;
+  T x[3], y[3];
+  for (int which = 0; which < 3; ++which) {
+    const auto numbers = hn::PromoteTo(du, hn::LoadU(db, block.head->corner[which]));
+    const auto indices = hn::IndicesFromVec(d, hn::ZeroExtendVector(du16, numbers));
+    x[which] = hn::LowerHalf(dt, hn::TableLookupLanes(x0, indices));
+    y[which] = hn::LowerHalf(dt, hn::TableLookupLanes(y0, indices));
+  }
+  judge(0, x[0], y[0], x[1], y[1], x[2], y[2]);
+  seen.candidates &= (1u << nbTriangles) - 1;
+  if (seen.candidates != 0) keepSome(0, x0, y0, z0);
+#else
+  // Corners through memory.
+  for (int first = 0; first < nbVertices; first += int(hn::Lanes(d))) {
+    V x, y, z;
+    seeSome(first, x, y, z);
+    keepSome(first, x, y, z);
+  }
+  const hn::RebindToSigned<decltype(dt)> di;
+  for (int first = 0; first < nbTriangles; first += int(hn::Lanes(dt))) {
+    T x[3], y[3];
+    for (int which = 0; which < 3; ++which) {
+      const auto numbers = hn::BitCast(di, hn::PromoteTo(du, hn::LoadU(db, block.head->corner[which] + first)));
+      x[which] = hn::GatherIndex(dt, seen.x, numbers);
+      y[which] = hn::GatherIndex(dt, seen.y, numbers);
+    }
+    judge(first, x[0], y[0], x[1], y[1], x[2], y[2]);
+  }
+  seen.candidates &= (1u << nbTriangles) - 1;
 #endif
+#endif
+}
+
+/// Calls take(hit, isFront) for every triangle of the block that the ray hits. Returns true, at once, when take does.
+template <class Take>
+HWY_INLINE bool hitBlock(const RayFrame& frame, const Block& block, const WalkOptions& options, Take&& take) {
+  SeenBlock seen;
+  seeBlock(frame, block, seen);
+  for (; seen.candidates != 0; seen.candidates &= seen.candidates - 1) {
+    const int i = int(hwy::Num0BitsBelowLS1Bit_Nonzero32(seen.candidates));
+    const SeenVertex p = seen.vertex(block.head->corner[0][i]);
+    const SeenVertex q = seen.vertex(block.head->corner[1][i]);
+    const SeenVertex r = seen.vertex(block.head->corner[2][i]);
+    if ((seen.crossed >> i & 1) == 0 && !holdsOrigin(p, q, r)) continue;
+    const Crossing crossing = locate(frame, p, q, r);
+    if (!counts(frame, options.faces, crossing)) continue;
+    const std::uint32_t number = block.numbers()[i];
+    if (number == options.skip) continue;
+    if (take(Hit{crossing.t, crossing.u, crossing.v, number}, crossing.isFront)) return true;
+  }
+  return false;
 }
 
 }  // namespace qzMeshQueries::detail::HWY_NAMESPACE

@@ -91,19 +91,8 @@ HWY_INLINE void walkRay(const WideTree& tree, const Ray& ray, const WalkOptions&
       }
     } else {
       const Block block = tree.block(current);
-      std::uint32_t candidates = mayCross(frame, block);
-      for (; candidates != 0; candidates &= candidates - 1) {
-        const int i = hwy::Num0BitsBelowLS1Bit_Nonzero32(candidates);
-        float a[3], b[3], c[3];
-        block.corner(i, 0, a);
-        block.corner(i, 1, b);
-        block.corner(i, 2, c);
-        Crossing crossing;
-        if (!hitsTriangle(frame, options.faces, a, b, c, crossing)) continue;
-        const std::uint32_t number = block.numbers()[i];
-        if (number == options.skip) continue;
-        if (query.take({crossing.t, crossing.u, crossing.v, number}, crossing.isFront, frame, slabs)) return;
-      }
+      const auto take = [&](const Hit& hit, bool isFront) HWY_ATTR { return query.take(hit, isFront, frame, slabs); };
+      if (hitBlock(frame, block, options, take)) return;
     }
     do {
       if (size == 0) return;
