@@ -145,13 +145,12 @@ HWY_INLINE void seeBlock(const RayFrame& frame, const Block& block, SeenBlock& s
 #endif
 }
 
-/// Calls take(hit, isFront) for every triangle of the block that the ray hits. Returns true, at once, when take does.
+/// Calls take(hit, isFront) for every candidate that the ray hits. Returns true, at once, when take does.
 template <class Take>
-HWY_INLINE bool hitBlock(const RayFrame& frame, const Block& block, const WalkOptions& options, Take&& take) {
-  SeenBlock seen;
-  seeBlock(frame, block, seen);
-  for (; seen.candidates != 0; seen.candidates &= seen.candidates - 1) {
-    const int i = int(hwy::Num0BitsBelowLS1Bit_Nonzero32(seen.candidates));
+HWY_INLINE bool hitCandidates(const RayFrame& frame, const Block& block, const SeenBlock& seen,
+                              const WalkOptions& options, Take&& take) {
+  for (std::uint32_t rest = seen.candidates; rest != 0; rest &= rest - 1) {
+    const int i = int(hwy::Num0BitsBelowLS1Bit_Nonzero32(rest));
     const SeenVertex p = seen.vertex(block.head->corner[0][i]);
     const SeenVertex q = seen.vertex(block.head->corner[1][i]);
     const SeenVertex r = seen.vertex(block.head->corner[2][i]);

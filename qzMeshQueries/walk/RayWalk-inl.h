@@ -92,7 +92,9 @@ HWY_INLINE void walkRay(const WideTree& tree, const Ray& ray, const WalkOptions&
     } else {
       const Block block = tree.block(current);
       const auto take = [&](const Hit& hit, bool isFront) HWY_ATTR { return query.take(hit, isFront, frame, slabs); };
-      if (hitBlock(frame, block, options, take)) return;
+      SeenBlock seen;
+      seeBlock(frame, block, seen);
+      if (hitCandidates(frame, block, seen, options, take)) return;
     }
     do {
       if (size == 0) return;

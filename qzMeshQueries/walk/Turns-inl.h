@@ -41,26 +41,6 @@ struct alignas(64) FlyingRay {
   ChildStack stack;
 };
 
-/// Shows the hits among the candidates of a block to the query; returns true if the query ends.
-template <class Query>
-HWY_INLINE bool takeHits(const Block& block, std::uint32_t candidates, const WalkOptions& options,
-                         FlyingRay<Query>& ray) {
-  for (; candidates != 0; candidates &= candidates - 1) {
-    const int i = hwy::Num0BitsBelowLS1Bit_Nonzero32(candidates);
-    float a[3], b[3], c[3];
-    block.corner(i, 0, a);
-    block.corner(i, 1, b);
-    block.corner(i, 2, c);
-    Crossing crossing;
-    if (!hitsTriangle(ray.frame, options.faces, a, b, c, crossing)) continue;
-    const std::uint32_t number = block.numbers()[i];
-    if (number == options.skip) continue;
-    if (ray.query.take({crossing.t, crossing.u, crossing.v, number}, crossing.isFront, ray.frame, ray.slabs))
-      return true;
-  }
-  return false;
-}
-
 /// Prefetches a child without a branch on what it is, which no processor could predict.
 HWY_INLINE void prefetchWhole(const WideNode* nodes, const std::uint8_t* blocks, std::uint32_t child) {
   const std::uintptr_t block = reinterpret_cast<std::uintptr_t>(blocks) + std::size_t(child & ~kIsBlock) * kBlockUnit;
@@ -136,16 +116,20 @@ HWY_INLINE void takeTurns(const WideTree& tree, const Ray* rays, const std::uint
     }
 
     Flying* hopefuls[kInFlight];  // before a block with candidates
-    std::uint32_t candidates[kInFlight];
+    SeenBlock seen[kInFlight];
     int nbHopefuls = 0;
     for (int i = 0; i < nbBlocks; ++i) {
       Flying* const ray = beforeBlock[turn][i];
-      candidates[nbHopefuls] = mayCross(ray->frame, tree.block(ray->current));
+      seeBlock(ray->frame, tree.block(ray->current), seen[nbHopefuls]);
       hopefuls[nbHopefuls] = ray;
-      nbHopefuls += candidates[nbHopefuls] != 0 ? 1 : 0;
+      nbHopefuls += seen[nbHopefuls].candidates != 0 ? 1 : 0;
     }
-    for (int i = 0; i < nbHopefuls; ++i)
-      if (takeHits(tree.block(hopefuls[i]->current), candidates[i], options, *hopefuls[i])) hopefuls[i]->size = 1;
+    for (int i = 0; i < nbHopefuls; ++i) {
+      Flying& ray = *hopefuls[i];
+      const auto take = [&](const Hit& hit, bool isFront)
+                            HWY_ATTR { return ray.query.take(hit, isFront, ray.frame, ray.slabs); };
+      if (hitCandidates(ray.frame, tree.block(ray.current), seen[i], options, take)) ray.size = 1;
+    }
     for (int i = 0; i < nbBlocks; ++i) goOn(beforeBlock[turn][i], beforeBlock[turn][i]->size);
 
     nbNodes = nbNextNodes;
