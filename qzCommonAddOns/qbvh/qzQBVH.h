@@ -86,7 +86,8 @@ class QZ_COMMONADDONS_API qzQBVH {
   /// policy       which faces count
   ///
   /// Returns whether there is a hit; without one, t and barycentric keep their values. A weight above -1e-4 counts as
-  /// inside, so triangles reach slightly over their edges. A NaN argument: no hit.
+  /// inside, so triangles reach slightly over their edges. A NaN argument, an infinite
+  /// coordinate and a direction of zero: no hit, at once.
   ///
   /// Ties: of equal distances the first one found wins. The tree decides which that is, so it is always the same.
   /// Failure: a hierarchy built without eTrianglesEquations logs one error and returns false, outputs untouched.

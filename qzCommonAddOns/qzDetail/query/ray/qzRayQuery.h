@@ -51,14 +51,18 @@ struct tRayQuery {
 constexpr unsigned int kFrontFacesOnly = 1, kBackFacesOnly = 2;  // qzQBVH::tIntersectionPolicy
 
 /// A query of qzQBVH::intersectRay; policy is a qzQBVH::tIntersectionPolicy.
-inline tRayQuery makeRayQuery(const Wm4::Vector3<float>& origin, const Wm4::Vector3<float>& direction, float tMin,
-                              unsigned int policy) {
+QZ_ALWAYS_INLINE tRayQuery makeRayQuery(const float* origin, const float* direction, float tMin, unsigned int policy) {
   return {float4(origin[0], origin[1], origin[2], 0.0f),
           float4(direction[0], direction[1], direction[2], 1.0f),
           tMin,
           policy != kBackFacesOnly,
           policy != kFrontFacesOnly,
           false};
+}
+inline tRayQuery makeRayQuery(const Wm4::Vector3<float>& origin, const Wm4::Vector3<float>& direction, float tMin,
+                              unsigned int policy) {
+  const float from[] = {origin[0], origin[1], origin[2]}, along[] = {direction[0], direction[1], direction[2]};
+  return makeRayQuery(from, along, tMin, policy);
 }
 
 /// A query of qzQBVH::intersectRaySymmetric: both directions, front faces only.

@@ -59,26 +59,67 @@ struct tNoRayObserver {
   void nodeVisited() {}
 };
 
-/// kIsSymmetric: searches both directions along the line; the query says which faces count.
-/// kIsPlain: the reciprocals of the direction are finite, 0 <= tMin <= t, and the boxes are nested. Then slabs need no
-/// minimum and maximum per axis, and a box that begins beyond the nearest hit can be skipped: so does every box in it.
-template <bool kIsSymmetric, bool kIsPlain, class Observer>
+/// How a ray is traversed.
+enum tRayKind {
+  eNeverHits,  ///< no triangle can accept the ray
+  ePlain,      ///< the reciprocals of the direction are finite, 0 <= tMin <= t, and the boxes are nested
+  eGeneral,    ///< any other ray
+  eSymmetric   ///< both directions along the line; the query says which faces count
+};
+
+/// The kind of a ray. inverse has the reciprocals of its direction, t is its largest accepted distance.
+///
+/// A ray never hits if tMin <= t is false, also because one of them is NaN, if its origin or direction has a NaN or an
+/// infinity, or if its direction is zero. testLeaf accepts no triangle then, whatever the triangle's equations are:
+///   NaN            The distance h to the plane is NaN and fails h <= t.
+///   origin inf     The plane's value at the origin is infinite or NaN, and so is h.
+///   direction 0    The denominator is 0 or NaN, so h is infinite or NaN.
+///   direction inf  The denominator is infinite or NaN, so h is 0 or NaN. If 0, 0 * inf makes the weights NaN.
+///   h = +inf       fails h < best, as best is +inf or less. So does |h| of a symmetric ray.
+///   h = -inf       Every coordinate of h * direction + origin is infinite or NaN, and so are the weights u and v. They
+///                  pass only if both are +inf, but then the third weight is -inf.
+/// A symmetric ray accepts |h|, so its tMin is 0.
+QZ_ALWAYS_INLINE tRayKind kindOf(const tRayHierarchy& hierarchy, const tRayQuery& query, tFloat4 inverse, float t) {
+  const tFloat4 largest = float4(kLargest);
+  const float tMin = query.mIsSymmetric ? 0.0f : query.mTMin;
+  const tMask4 isFinite = (magnitude(query.mOrigin) <= largest) & (magnitude(query.mDirection) <= largest);
+  if (!(tMin <= t) || bitsOf(isFinite) != kAllLanes) return eNeverHits;
+  const bool hasReciprocals = (bitsOf(magnitude(inverse) <= largest) & kXyz) == kXyz;
+  if (!query.mIsSymmetric && hierarchy.mIsNested && 0.0f <= tMin && hasReciprocals) return ePlain;
+  if ((bitsOf(magnitude(query.mDirection) > float4(0.0f)) & kXyz) == 0) return eNeverHits;
+  return query.mIsSymmetric ? eSymmetric : eGeneral;
+}
+
+/// A ray of one kind on its way through a hierarchy. Slabs of a plain ray need no minimum and maximum per axis, and a
+/// box that begins beyond the nearest hit can be skipped: so does every box in it.
+template <tRayKind kKind, class Observer>
 class tRayTraversal {
-  static_assert(!(kIsSymmetric && kIsPlain));
+  static constexpr bool kIsSymmetric = kKind == eSymmetric, kIsPlain = kKind == ePlain;
 
  public:
-  tRayTraversal(const tRayHierarchy& hierarchy, const tRayQuery& query, tFloat4 origin, tFloat4 direction,
-                tFloat4 inverse, tRayHit& hit, Observer observer)
-      : mHierarchy(hierarchy),
-        mRows{hierarchy.mNodes, hierarchy.mEquations},
-        mOrigin{spread<0>(origin), spread<1>(origin), spread<2>(origin)},
-        mDirection{spread<0>(direction), spread<1>(direction), spread<2>(direction)},
-        mInverse{spread<0>(inverse), spread<1>(inverse), spread<2>(inverse)},
-        mTMin(float4(query.mTMin)),
-        mFront(mask4(query.mFront)),
-        mBack(mask4(query.mBack)),
-        mHit(hit),
-        mObserver(observer) {
+  /// A node or a leaf.
+  struct tChild {
+    float mKey;
+    unsigned int mIndex, mQuadruplets;
+  };
+  /// Whether the visits of other rays come between two visits of this one. The visits are the same.
+  enum tPacing { eAlone, eInTurns };
+
+  tRayTraversal() : mHit{0.0f} {}
+
+  /// inverse  reciprocals of the direction
+  /// t        largest accepted distance
+  QZ_ALWAYS_INLINE void start(const tRayHierarchy& hierarchy, const tRayQuery& query, tFloat4 inverse, float t,
+                              Observer observer) {
+    mHierarchy = hierarchy;
+    mRows[0] = hierarchy.mNodes;
+    mRows[1] = hierarchy.mEquations;
+    spreadXyz(query.mOrigin, mOrigin);
+    spreadXyz(query.mDirection, mDirection);
+    spreadXyz(inverse, mInverse);
+    mTMin = float4(query.mTMin);
+    mFront = mask4(query.mFront);
+    mBack = mask4(query.mBack);
     // Without branches: the signs of directions are unpredictable.
     const std::ptrdiff_t negative = signBitsOf(inverse);
     for (int axis = 0; axis < 3; ++axis) {
@@ -86,45 +127,59 @@ class tRayTraversal {
       mNear[axis] = kRow * axis + kMaxRows * isNegative;
       mFar[axis] = kRow * axis + kMaxRows - kMaxRows * isNegative;
     }
+    mHit = {t};
+    mObserver = observer;
   }
 
-  /// Traverses the whole hierarchy and leaves the nearest hit in the tRayHit.
-  void run() {
-    if (mHierarchy.mNoNodes != 0) {
-      traverse(0);
-    } else if (mHierarchy.mNoQuadruplets != 0) {
-      testLeaf(0, mHierarchy.mNoQuadruplets);
-    }
-  }
+  /// The root, where the traversal begins.
+  tChild getRoot() const { return {0.0f, 0, mHierarchy.mNoNodes != 0 ? kInner : mHierarchy.mNoQuadruplets}; }
 
- private:
-  struct tChild {
-    float mKey;
-    unsigned int mIndex, mQuadruplets;
-  };
-
-  // Visits everything below one node, nearest first, in the order of a recursion.
-  void traverse(unsigned int node) {
-    tChild child = {0.0f, node, kInner};
+  /// Visits everything below a node or a leaf, nearest first, in the order of a recursion.
+  void traverse(unsigned int index, unsigned int quadruplets) {
+    tChild child = {0.0f, index, quadruplets};
     tChild stack[kStackSize];
     int size = 0;
-    for (;;) {
-      if (child.mQuadruplets != kInner) {
-        testLeaf(child.mIndex, child.mQuadruplets);
-      } else if (size + 4 > kStackSize) {
-        traverse(child.mIndex);  // only in trees deeper than those of the library's builders
-      } else if (enter(child, stack, size)) {
-        continue;
-      }
-      do {
-        if (size == 0) return;
-        child = stack[--size];
-      } while (kIsPlain && child.mKey > mHit.mT && child.mQuadruplets == kInner);
+    while (step<eAlone>(child, stack, size)) {
     }
   }
 
+  /// Visits a node or a leaf and replaces it with the one to visit next; false at the end.
+  ///
+  /// stack  kStackSize entries, of which size are in use: what to visit after that, the nearest last. A ray alone
+  ///        prefetches what it pushes; in turns, the caller prefetches what comes next
+  template <tPacing kPacing>
+  QZ_ALWAYS_INLINE bool step(tChild& child, tChild* stack, int& size) {
+    if (child.mQuadruplets != kInner) {
+      testLeaf(child.mIndex, child.mQuadruplets);
+    } else if (size + 4 > kStackSize) {
+      traverse(child.mIndex, kInner);  // only in trees deeper than those of the library's builders
+    } else if (enter<kPacing>(child, stack, size)) {
+      return true;
+    }
+    do {
+      if (size == 0) return false;
+      child = stack[--size];
+    } while (kIsPlain && child.mKey > mHit.mT && child.mQuadruplets == kInner);
+    return true;
+  }
+
+  /// Prefetches a node or a leaf, which is seldom in the cache. Without branches: which one it is, is unpredictable.
+  QZ_ALWAYS_INLINE void prefetch(const tChild& child) const {
+    const std::size_t isLeaf = child.mQuadruplets != kInner;
+    const float* rows =
+        mRows[isLeaf] + std::size_t(child.mIndex) * (kNodeFloats + (kEquationFloats - kNodeFloats) * isLeaf);
+    prefetchLine(rows);
+    prefetchLine(rows + 16);
+    prefetchLine(rows + 32);
+  }
+
+  /// The nearest hit so far.
+  const tRayHit& getHit() const { return mHit; }
+
+ private:
   // Finds the children whose boxes the ray meets within the current interval. The nearest replaces child, the others
   // are pushed on the stack, farthest first. Returns whether there is any.
+  template <tPacing kPacing>
   QZ_ALWAYS_INLINE bool enter(tChild& child, tChild* stack, int& size) {
     mObserver.nodeVisited();
     const float* node = mHierarchy.mNodes + std::size_t(child.mIndex) * kNodeFloats;
@@ -137,76 +192,85 @@ class tRayTraversal {
                             reinterpret_cast<const unsigned int*>(node + kChildQuadrupletsRow)[lane]};
       return found;
     };
-    const auto push = [&](int lane) {
+    // Writes a child to the stack, and keeps it there if isKept is 1, not 0.
+    const auto push = [&](int lane, int isKept) {
       stack[size] = childAt(lane);
-      prefetch(stack[size++]);
+      if (kPacing == eAlone) prefetch(stack[size]);
+      size += isKept;
     };
 
-    // One case for each set of lanes: a predicted branch knows the child before the boxes are tested.
     int first, second;
-    switch (hits) {
-      case 0:
-        return false;
-      case 1:
-        child = childAt(0);
-        return true;
-      case 2:
-        child = childAt(1);
-        return true;
-      case 4:
-        child = childAt(2);
-        return true;
-      case 8:
-        child = childAt(3);
-        return true;
-      case 3:
-        first = 0, second = 1;
-        break;
-      case 5:
-        first = 0, second = 2;
-        break;
-      case 6:
-        first = 1, second = 2;
-        break;
-      case 9:
-        first = 0, second = 3;
-        break;
-      case 10:
-        first = 1, second = 3;
-        break;
-      case 12:
-        first = 2, second = 3;
-        break;
-      default:
-        first = second = 0;
-        break;
-    }
-    if (keys[first] < keys[second]) {
-      push(second);
-      child = childAt(first);
-    } else if (keys[first] > keys[second]) {
-      push(first);
-      child = childAt(second);
-    } else {
-      if (kIsPlain) key = orderKeys(node, hits, key);
-      const int order = kOrders.mOrder[greaterBits(key)];
-      for (int shift = 6; shift >= 0; shift -= 2) {
-        const int lane = order >> shift & 3;
-        if (hits >> lane & 1) push(lane);
+    if (kPacing == eAlone) {
+      // One case for each set of lanes: a predicted branch knows the child before the boxes are tested.
+      switch (hits) {
+        case 0:
+          return false;
+        case 1:
+          child = childAt(0);
+          return true;
+        case 2:
+          child = childAt(1);
+          return true;
+        case 4:
+          child = childAt(2);
+          return true;
+        case 8:
+          child = childAt(3);
+          return true;
+        case 3:
+          first = 0, second = 1;
+          break;
+        case 5:
+          first = 0, second = 2;
+          break;
+        case 6:
+          first = 1, second = 2;
+          break;
+        case 9:
+          first = 0, second = 3;
+          break;
+        case 10:
+          first = 1, second = 3;
+          break;
+        case 12:
+          first = 2, second = 3;
+          break;
+        default:
+          first = second = 0;
+          break;
       }
-      child = stack[--size];
+      if (keys[first] < keys[second]) {
+        push(second, 1);
+        child = childAt(first);
+        return true;
+      }
+      if (keys[first] > keys[second]) {
+        push(first, 1);
+        child = childAt(second);
+        return true;
+      }
+    } else {
+      // Rays in turn are unpredictable: no branches between one and two children, nor on the lanes.
+      if (hits == 0) return false;
+      const int others = hits & (hits - 1), isOne = others == 0, isUpToTwo = (others & (others - 1)) == 0;
+      first = lowestBit(hits);
+      second = static_cast<int>(highestBit(static_cast<unsigned int>(hits)));
+      const int isSecondFar = keys[first]<keys[second], isFirstFar = keys[first]> keys[second];
+      if ((isUpToTwo & (isOne | isSecondFar | isFirstFar)) != 0) {
+        const int far = first ^ ((first ^ second) & -isSecondFar);
+        push(far, 1 - isOne);
+        child = childAt(first ^ second ^ far);
+        return true;
+      }
     }
+    if (kIsPlain) key = orderKeys(node, hits, key);
+    const int order = kOrders.mOrder[greaterBits(key)];
+    for (int shift = 6; shift >= 0; shift -= 2) {
+      const int lane = order >> shift & 3, isHit = hits >> lane & 1;
+      if (kPacing == eInTurns || isHit != 0) push(lane, isHit);
+    }
+    child = stack[--size];
     return true;
-  }
-
-  // Prefetches a child, which is seldom in the cache. Without branches: whether it is a leaf is unpredictable.
-  QZ_ALWAYS_INLINE void prefetch(const tChild& child) const {
-    const std::size_t isLeaf = child.mQuadruplets != kInner;
-    const float* rows =
-        mRows[isLeaf] + std::size_t(child.mIndex) * (kNodeFloats + (kEquationFloats - kNodeFloats) * isLeaf);
-    prefetchLine(rows);
-    prefetchLine(rows + 16);
-    prefetchLine(rows + 32);
   }
 
   QZ_ALWAYS_INLINE void prefetchQuadruplet(unsigned int quadruplet) const {
@@ -342,34 +406,46 @@ class tRayTraversal {
 
   static tFloat4 row(const float* rows, int number) { return load(rows + kRow * number); }
 
-  const tRayHierarchy mHierarchy;
-  const float* const mRows[2];  // of nodes, of equations
+  static QZ_ALWAYS_INLINE void spreadXyz(tFloat4 from, tFloat4* to) {
+    to[0] = spread<0>(from);
+    to[1] = spread<1>(from);
+    to[2] = spread<2>(from);
+  }
+
+  tRayHierarchy mHierarchy;
+  const float* mRows[2];  // of nodes, of equations
   tFloat4 mOrigin[3], mDirection[3], mInverse[3];
   tFloat4 mTMin;
   tMask4 mFront, mBack;
   std::ptrdiff_t mNear[3], mFar[3];  // offsets of the near and far planes in a node
-  tRayHit& mHit;
+  tRayHit mHit;
   Observer mObserver;
 };
+
+/// Traverses the whole hierarchy by a ray of one kind.
+template <tRayKind kKind, class Observer>
+QZ_ALWAYS_INLINE void castRayOf(const tRayHierarchy& hierarchy, const tRayQuery& query, tFloat4 inverse, tRayHit& hit,
+                                Observer observer) {
+  tRayTraversal<kKind, Observer> traversal;
+  traversal.start(hierarchy, query, inverse, hit.mT, observer);
+  const auto root = traversal.getRoot();
+  traversal.traverse(root.mIndex, root.mQuadruplets);
+  hit = traversal.getHit();
+}
 
 /// Finds the nearest hit; see qzQBVH::intersectRay and intersectRaySymmetric.
 template <class Observer = tNoRayObserver>
 void castRay(const tRayHierarchy& hierarchy, const tRayQuery& query, tRayHit& hit, Observer observer = Observer()) {
-  const tFloat4 origin = query.mOrigin, direction = query.mDirection;
-  const tFloat4 inverse = float4(1.0f) / direction;
-
-  // Only the direction is checked. A ray whose origin or direction is infinite or NaN never hits anything, because the
-  // point where it meets a plane is not finite. NaN fails the comparison.
-  const tFloat4 size = magnitude(inverse);
-  const tMask4 isFinite = size <= float4(kLargest);
-  const bool isPlain =
-      hierarchy.mIsNested && 0.0f <= query.mTMin && query.mTMin <= hit.mT && (bitsOf(isFinite) & kXyz) == kXyz;
-  if (query.mIsSymmetric) {
-    tRayTraversal<true, false, Observer>(hierarchy, query, origin, direction, inverse, hit, observer).run();
-  } else if (isPlain) {
-    tRayTraversal<false, true, Observer>(hierarchy, query, origin, direction, inverse, hit, observer).run();
-  } else {
-    tRayTraversal<false, false, Observer>(hierarchy, query, origin, direction, inverse, hit, observer).run();
+  const tFloat4 inverse = float4(1.0f) / query.mDirection;
+  switch (kindOf(hierarchy, query, inverse, hit.mT)) {
+    case eNeverHits:
+      return;
+    case ePlain:
+      return castRayOf<ePlain>(hierarchy, query, inverse, hit, observer);
+    case eGeneral:
+      return castRayOf<eGeneral>(hierarchy, query, inverse, hit, observer);
+    case eSymmetric:
+      return castRayOf<eSymmetric>(hierarchy, query, inverse, hit, observer);
   }
 }
 
