@@ -15,7 +15,8 @@ foreach(level -O0 -O2)
   if(level STREQUAL "-O0" AND nbSymbols EQUAL 0)
     message(FATAL_ERROR "no weak symbol in ${object}, not even the variant's own:\n${QZ_OUTPUT}")
   endif()
-  list(FILTER symbols EXCLUDE REGEX "^[0-9a-f]+ . _Z(Z|GV)*NK?8qzDetail${length}${VARIANT}")  # members of the namespace
+  # Members of the namespace.
+  list(FILTER symbols EXCLUDE REGEX "^[0-9a-f]+ . _Z(Z|GV)*NK?(8qzDetail|9qzToolkit)${length}${VARIANT}")
   if(symbols)
     list(JOIN symbols "\n  " symbols)
     message(FATAL_ERROR "weak symbols at ${level} that do not belong to ${VARIANT}:\n  ${symbols}")

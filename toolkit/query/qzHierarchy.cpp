@@ -2,6 +2,9 @@
 
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 #include <qzCommonAddOns/qzDetail/query/ray/qzRayTraversal.h>
+#include <toolkit/query/qzRayBatch.h>
+
+#include <algorithm>
 
 namespace qzToolkit {
 
@@ -12,7 +15,22 @@ struct tNodeCounter {
   void nodeVisited() { ++*mNbVisits; }
 };
 
+/// Runs the variant for this processor.
+void castInTurns(const qzDetail::tRayHierarchy& hierarchy, const tRayBatch& batch) {
+#if defined(QZ_HAS_AVX_VARIANT)
+  if (__builtin_cpu_supports("avx")) return castInTurnsAvx(hierarchy, batch);
+#endif
+  castInTurnsBaseline(hierarchy, batch);
+}
+
 }  // namespace
+
+void qzHierarchy::castRays(const qzRay* rays, std::size_t count, tIntersectionPolicy policy, qzHit* hits) const {
+  std::fill_n(hits, count, qzHit());
+  const qzDetail::tFloatMode mode;
+  castInTurns(qzDetail::viewRows(mNodes, mTriangleEquations, mTriangleIndices, mNoNodes, mNoQuadruplets, mIsNested),
+              {rays, count, policy, hits});
+}
 
 qzHit qzHierarchy::castRayCounting(const qzRay& ray, tIntersectionPolicy policy, unsigned& nbVisits) const {
   const qzDetail::tFloatMode mode;

@@ -12,7 +12,7 @@ namespace qzToolkit {
 
 namespace {
 
-/// A ray that cast refused.
+/// A ray that check refused.
 struct tRefusal {
   std::size_t mNo;  // in its block
   std::string mReason;
@@ -37,39 +37,46 @@ qzHit castRaySymmetric(const qzQBVH& hierarchy, const qzRay& ray) {
   return isHit ? qzHit(distance, triangle, weights) : qzHit();
 }
 
-qzCastCounts castRays(qzRayReader& rays, qzHitWriter& hits, const std::function<qzHit(const qzRay&)>& cast,
-                      const qzThreads& threads, const tCancel* cancel, qzProgress* progress) {
+qzCastCounts castRays(qzRayReader& rays, qzHitWriter& hits, const tBatchCaster& cast,
+                      const std::function<void(const qzRay&)>& check, const qzThreads& threads, const tCancel* cancel,
+                      qzProgress* progress) {
   struct tBlock {
-    qzRayBlock mRays;
-    std::string mHits;
+    qzRayBlock mBytes;
+    std::vector<qzRay> mRays;
+    std::vector<qzHit> mHits;
+    std::string mRows;
     qzCastCounts mCounts;
   };
   std::vector<tBlock> blocks(static_cast<std::size_t>(kCastBlocksPerThread * threads.getNbThreads()));
   qzCastCounts counts;
 
-  const auto read = [&](std::size_t slot) { return rays.read(blocks[slot].mRays); };
+  const auto read = [&](std::size_t slot) { return rays.read(blocks[slot].mBytes); };
   const auto work = [&](std::size_t slot) {
     tBlock& block = blocks[slot];
-    block.mHits.clear();
-    block.mCounts = {};
-    rays.decode(block.mRays, [&](const qzRay& ray) {
-      qzHit hit;
+    block.mRays.clear();
+    block.mRows.clear();
+    rays.decode(block.mBytes, [&](const qzRay& ray) {
       try {
-        hit = cast(ray);
+        if (check) check(ray);
       } catch (const qzError& refused) {
-        throw tRefusal{block.mCounts.mNbRays, refused.what()};
+        throw tRefusal{block.mRays.size(), refused.what()};
       }
-      hits.encode(hit, block.mHits);
-      ++block.mCounts.mNbRays;
-      block.mCounts.mNbHits += hit.isHit();
+      block.mRays.push_back(ray);
     });
+    block.mCounts = {block.mRays.size(), 0};
+    block.mHits.resize(block.mRays.size());
+    cast(block.mRays.data(), block.mRays.size(), block.mHits.data());
+    for (const qzHit& hit : block.mHits) {
+      hits.encode(hit, block.mRows);
+      block.mCounts.mNbHits += hit.isHit();
+    }
   };
   const auto write = [&](std::size_t slot) {
     const tBlock& block = blocks[slot];
-    hits.write(block.mHits, block.mCounts.mNbRays);
+    hits.write(block.mRows, block.mCounts.mNbRays);
     counts.mNbRays += block.mCounts.mNbRays;
     counts.mNbHits += block.mCounts.mNbHits;
-    if (progress != nullptr) progress->advance(block.mRays.mBytes.size());
+    if (progress != nullptr) progress->advance(block.mBytes.mBytes.size());
   };
   try {
     threads.streamBlocks(blocks.size(), cancel, read, work, write);

@@ -28,14 +28,20 @@ struct qzCastCounts {
   std::size_t mNbRays = 0, mNbHits = 0;
 };
 
+/// Casts count rays; hits[i] is the nearest hit of rays[i].
+using tBatchCaster = std::function<void(const qzRay* rays, std::size_t count, qzHit* hits)>;
+
 /// Casts every ray of a file and writes the hits in the same order, block by block, so memory does not grow with the
 /// file. The hits do not depend on the number of threads. Neither does an error, which is that of the first invalid row
-/// or refused ray, nor what is written before it. A qzError from cast is prefixed with the name of the file and the
-/// number of the ray, from 0. The caller commits hits afterwards.
+/// or refused ray, nor what is written before it. The caller commits hits afterwards.
 ///
+/// cast      called with all rays of a block, from several threads at once
+/// check     called with each ray before; throws a qzError to refuse it, which is prefixed with the name of the file and
+///           the number of the ray, from 0. May be null
 /// cancel    polled before each block
 /// progress  counts bytes of the file with the rays; may be null
-qzCastCounts castRays(qzRayReader& rays, qzHitWriter& hits, const std::function<qzHit(const qzRay&)>& cast,
-                      const qzThreads& threads, const tCancel* cancel = nullptr, qzProgress* progress = nullptr);
+qzCastCounts castRays(qzRayReader& rays, qzHitWriter& hits, const tBatchCaster& cast,
+                      const std::function<void(const qzRay&)>& check, const qzThreads& threads,
+                      const tCancel* cancel = nullptr, qzProgress* progress = nullptr);
 
 }  // namespace qzToolkit

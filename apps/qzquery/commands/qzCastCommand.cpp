@@ -15,7 +15,7 @@
 #include <toolkit/query/qzRayCast.h>
 
 #include <CLI/CLI.hpp>
-#include <functional>
+#include <cstddef>
 #include <memory>
 #include <nlohmann/json.hpp>
 
@@ -29,18 +29,17 @@ struct tCastArguments {
   bool mSymmetric = false;
 };
 
-/// The query for each ray.
-std::function<qzToolkit::qzHit(const qzToolkit::qzRay&)> queryOf(const tCastArguments& arguments,
-                                                                 const qzQBVH& hierarchy) {
-  if (!arguments.mSymmetric) {
-    return [&](const qzToolkit::qzRay& ray) { return qzToolkit::castRay(hierarchy, ray, arguments.mPolicy); };
-  }
-  return [&](const qzToolkit::qzRay& ray) {
-    if (ray.mTMin != 0.0f) {
-      throw qzToolkit::qzError("tMin must be 0 with --symmetric, which looks both ways from the origin");
-    }
-    return qzToolkit::castRaySymmetric(hierarchy, ray);
+qzToolkit::tBatchCaster casterOf(const tCastArguments& arguments, const qzToolkit::qzHierarchy& hierarchy) {
+  return [&](const qzToolkit::qzRay* rays, std::size_t count, qzToolkit::qzHit* hits) {
+    if (!arguments.mSymmetric) return hierarchy.castRays(rays, count, arguments.mPolicy, hits);
+    for (std::size_t i = 0; i < count; ++i) hits[i] = castRaySymmetric(hierarchy, rays[i]);
   };
+}
+
+void checkSymmetricRay(const qzToolkit::qzRay& ray) {
+  if (ray.mTMin != 0.0f) {
+    throw qzToolkit::qzError("tMin must be 0 with --symmetric, which looks both ways from the origin");
+  }
 }
 
 void cast(const tCastArguments& arguments, const tOptions& options, const qzToolkit::tCancel& cancel) {
@@ -54,7 +53,8 @@ void cast(const tCastArguments& arguments, const tOptions& options, const qzTool
   qzToolkit::qzCastCounts counts;
   {
     qzProgressLine progress("casting rays", rays.getSize(), !options.mQuiet);
-    counts = castRays(rays, hits, queryOf(arguments, scene.getHierarchy()), threads, &cancel, &progress);
+    counts = castRays(rays, hits, casterOf(arguments, scene.getHierarchy()),
+                      arguments.mSymmetric ? checkSymmetricRay : nullptr, threads, &cancel, &progress);
   }
   hits.commit();
   const double duration = clock.getSeconds();

@@ -2,7 +2,6 @@
 
 #include <toolkit/base/qzMeshGeometry.h>
 #include <toolkit/base/qzVectorMath.h>
-#include <toolkit/query/qzRayCast.h>
 
 #include <algorithm>
 #include <atomic>
@@ -27,6 +26,7 @@ using qzToolkit::toFloat;
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr int kRowsInBlock = 4;
+constexpr std::size_t kRaysInBatch = 4096;  // or those of one pixel
 
 // The look. Colours are linear light.
 constexpr tVector kBackground = {0.86, 0.88, 0.90};
@@ -104,22 +104,33 @@ qzRenderer::qzRenderer(const qz::qzTriMesh& mesh, const qzToolkit::qzHierarchy& 
   mFloor = low[mUpAxis];
 }
 
-/// Calls function from several threads for every pixel that is in a view: with its column and row in the sheet, the
-/// camera, and its position in the view.
+/// A pixel that is in a view: its place in the sheet, and its camera and place in the view.
+struct qzRenderer::tPixel {
+  int mColumn, mRow;
+  const qzToolkit::qzCamera* mCamera;
+  int mX, mY;
+};
+
+/// Calls function from several threads with all pixels that are in a view, in batches of at most nbPixelsInBatch.
 template <class tFunction>
-void qzRenderer::forEachPixel(const qzSheet& sheet, const qzToolkit::qzThreads& threads,
+void qzRenderer::forEachBatch(const qzSheet& sheet, std::size_t nbPixelsInBatch, const qzToolkit::qzThreads& threads,
                               const qzToolkit::tCancel& cancel, qzToolkit::qzProgress& progress,
                               const tFunction& function) const {
   const auto nbRows = static_cast<std::size_t>(sheet.getHeight());
   threads.forEachBlock(nbRows, kRowsInBlock, &cancel, [&](std::size_t begin, std::size_t end) {
+    std::vector<tPixel> pixels;
     for (int row = static_cast<int>(begin); row < static_cast<int>(end); ++row) {
       for (int column = 0; column < sheet.getWidth(); ++column) {
         const int view = sheet.getView(column, row);
         if (view >= sheet.getNbViews()) break;  // the rest of the row is empty
-        function(column, row, mCameras[static_cast<std::size_t>(view)], column % sheet.getViewWidth(),
-                 row % sheet.getViewHeight());
+        pixels.push_back({column, row, &mCameras[static_cast<std::size_t>(view)], column % sheet.getViewWidth(),
+                          row % sheet.getViewHeight()});
+        if (pixels.size() < nbPixelsInBatch) continue;
+        function(pixels);
+        pixels.clear();
       }
     }
+    if (!pixels.empty()) function(pixels);
     progress.advance(end - begin);
   });
 }
@@ -134,24 +145,52 @@ qzToolkit::qzImage qzRenderer::render(const qzSheet& sheet, int nbSamples, const
   };
   std::vector<float> visits(mShading == tShading::eCost ? indexOf(0, height) : 0);
   std::atomic<std::size_t> nbHits{0};
-  const auto shootPixel = [&](int column, int row, const qzToolkit::qzCamera& camera, int x, int y) {
-    tRandom random(static_cast<std::size_t>(y) * static_cast<std::size_t>(sheet.getViewWidth()) +
-                   static_cast<std::size_t>(x));
-    tColor color{};
-    double nbVisits = 0.0;
-    std::size_t nbHitsHere = 0;
-    for (int i = 0; i < nbSamples * nbSamples; ++i) {  // stratified: one sample in each cell of the pixel
-      const double dx = (i % nbSamples + random.next()) / nbSamples, dy = (i / nbSamples + random.next()) / nbSamples;
-      const tSample sample = shoot(camera, (x + dx) / sheet.getViewWidth(), (y + dy) / sheet.getViewHeight(), random);
-      color = along(color, 1.0 / (nbSamples * nbSamples), sample.mColor);
-      nbVisits += sample.mNbVisits;
-      nbHitsHere += sample.mIsHit;
+  const auto samplesAside = static_cast<std::size_t>(nbSamples), nbSamplesOfPixel = samplesAside * samplesAside;
+  const auto shootPixels = [&](const std::vector<tPixel>& pixels) {
+    std::vector<tRandom> randoms;
+    std::vector<qzRay> rays;
+    for (const tPixel& pixel : pixels) {
+      tRandom& random =
+          randoms.emplace_back(static_cast<std::size_t>(pixel.mY) * static_cast<std::size_t>(sheet.getViewWidth()) +
+                               static_cast<std::size_t>(pixel.mX));
+      for (int i = 0; i < nbSamples * nbSamples; ++i) {  // stratified: one sample in each cell of the pixel
+        const double dx = (i % nbSamples + random.next()) / nbSamples, dy = (i / nbSamples + random.next()) / nbSamples;
+        rays.push_back(rayThrough(*pixel.mCamera, (pixel.mX + dx) / sheet.getViewWidth(),
+                                  (pixel.mY + dy) / sheet.getViewHeight()));
+      }
     }
-    image.setPixel(column, row, color);
-    if (!visits.empty()) visits[indexOf(column, row)] = static_cast<float>(nbVisits / (nbSamples * nbSamples));
+    std::vector<unsigned> nbVisits(visits.empty() ? 0 : rays.size());
+    const std::vector<qzHit> hits = visits.empty() ? cast(rays) : castCounting(rays, nbVisits);
+
+    std::vector<tSample> samples;
+    std::vector<qzRay> feelers;  // of all samples
+    for (std::size_t i = 0; i < rays.size(); ++i) {
+      const std::size_t no = i / nbSamplesOfPixel;
+      samples.push_back(hits[i].isHit() ? shadeHit(*pixels[no].mCamera, rays[i], hits[i], randoms[no], feelers)
+                                        : shadeBackground(rays[i], randoms[no], feelers));
+    }
+    const std::vector<qzHit> occluders = cast(feelers);
+    const qzHit* nextOccluder = occluders.data();
+    std::size_t nbHitsHere = 0;
+    for (std::size_t no = 0; no < pixels.size(); ++no) {
+      tColor color{};
+      double sumOfVisits = 0.0;
+      for (std::size_t i = no * nbSamplesOfPixel; i < (no + 1) * nbSamplesOfPixel; ++i) {
+        color = along(color, 1.0 / (nbSamples * nbSamples), colorOf(samples[i], nextOccluder));
+        nextOccluder += samples[i].mNbFeelers;
+        nbHitsHere += hits[i].isHit();
+        if (!nbVisits.empty()) sumOfVisits += nbVisits[i];
+      }
+      image.setPixel(pixels[no].mColumn, pixels[no].mRow, color);
+      if (!visits.empty()) {
+        visits[indexOf(pixels[no].mColumn, pixels[no].mRow)] =
+            static_cast<float>(sumOfVisits / (nbSamples * nbSamples));
+      }
+    }
     nbHits += nbHitsHere;
   };
-  forEachPixel(sheet, threads, cancel, progress, shootPixel);
+  forEachBatch(sheet, std::max<std::size_t>(kRaysInBatch / nbSamplesOfPixel, 1), threads, cancel, progress,
+               shootPixels);
 
   const std::size_t nbPixels = static_cast<std::size_t>(sheet.getNbViews()) *
                                static_cast<std::size_t>(sheet.getViewWidth()) *
@@ -177,69 +216,101 @@ qzToolkit::qzFloatMap qzRenderer::measureDepth(const qzSheet& sheet, const qzToo
                                                const qzToolkit::tCancel& cancel,
                                                qzToolkit::qzProgress& progress) const {
   qzToolkit::qzFloatMap depths(sheet.getWidth(), sheet.getHeight(), std::numeric_limits<float>::infinity());
-  const auto measurePixel = [&](int column, int row, const qzToolkit::qzCamera& camera, int x, int y) {
-    const qzRay ray = rayThrough(camera, (x + 0.5) / sheet.getViewWidth(), (y + 0.5) / sheet.getViewHeight());
-    const qzHit hit = castRay(mHierarchy, ray, qzQBVH::eIntersectBothFaces);
-    if (hit.isHit()) depths.setPixel(column, row, static_cast<float>(depthOf(hit, ray, camera)));
+  const auto measurePixels = [&](const std::vector<tPixel>& pixels) {
+    std::vector<qzRay> rays;
+    for (const tPixel& pixel : pixels) {
+      rays.push_back(rayThrough(*pixel.mCamera, (pixel.mX + 0.5) / sheet.getViewWidth(),
+                                (pixel.mY + 0.5) / sheet.getViewHeight()));
+    }
+    const std::vector<qzHit> hits = cast(rays);
+    for (std::size_t i = 0; i < pixels.size(); ++i) {
+      if (!hits[i].isHit()) continue;
+      depths.setPixel(pixels[i].mColumn, pixels[i].mRow,
+                      static_cast<float>(depthOf(hits[i], rays[i], *pixels[i].mCamera)));
+    }
   };
-  forEachPixel(sheet, threads, cancel, progress, measurePixel);
+  forEachBatch(sheet, kRaysInBatch, threads, cancel, progress, measurePixels);
   return depths;
 }
 
-qzRenderer::tSample qzRenderer::shoot(const qzToolkit::qzCamera& camera, double x, double y, tRandom& random) const {
-  const qzRay ray = rayThrough(camera, x, y);
-  tSample sample;
-  const qzHit hit = mShading == tShading::eCost
-                        ? mHierarchy.castRayCounting(ray, qzQBVH::eIntersectBothFaces, sample.mNbVisits)
-                        : castRay(mHierarchy, ray, qzQBVH::eIntersectBothFaces);
-  sample.mIsHit = hit.isHit();
-  sample.mColor = hit.isHit() ? shadeHit(camera, ray, hit, random) : shadeBackground(ray, random);
-  return sample;
+std::vector<qzHit> qzRenderer::cast(const std::vector<qzRay>& rays) const {
+  std::vector<qzHit> hits(rays.size());
+  mHierarchy.castRays(rays.data(), rays.size(), qzQBVH::eIntersectBothFaces, hits.data());
+  return hits;
 }
 
-qzRenderer::tColor qzRenderer::shadeHit(const qzToolkit::qzCamera& camera, const qzRay& ray, const qzHit& hit,
-                                        tRandom& random) const {
+std::vector<qzHit> qzRenderer::castCounting(const std::vector<qzRay>& rays, std::vector<unsigned>& nbVisits) const {
+  std::vector<qzHit> hits;
+  for (std::size_t i = 0; i < rays.size(); ++i) {
+    hits.push_back(mHierarchy.castRayCounting(rays[i], qzQBVH::eIntersectBothFaces, nbVisits[i]));
+  }
+  return hits;
+}
+
+qzRenderer::tSample qzRenderer::shadeHit(const qzToolkit::qzCamera& camera, const qzRay& ray, const qzHit& hit,
+                                         tRandom& random, std::vector<qzRay>& feelers) const {
   const tVector direction = toDouble(ray.mDirection), normal = normalTowards(ray, hit.mTriangle);
+  tSample sample;
   switch (mShading) {
     case tShading::eFacing: {
       // A light at the camera, one from above, and ambient light.
       const double facing = -dot(normal, direction);
       const double fromAbove = std::max(0.0, dot(normal, camera.getUp()));
-      const tVector point = along(toDouble(ray.mOrigin), hit.mDistance, direction);
-      const double open = unoccluded(point, normal, kOcclusionReach * mSize, kOcclusionRays, random);
-      const double light = open * (0.06 + 0.85 * facing * facing + 0.55 * fromAbove * fromAbove) + 0.015;
-      return {kSurface[0] * light, kSurface[1] * light, kSurface[2] * light};
+      sample.mColor = kSurface;
+      sample.mLightIfOpen = 0.06 + 0.85 * facing * facing + 0.55 * fromAbove * fromAbove;
+      sample.mLightAlways = 0.015;
+      sample.mReach = kOcclusionReach * mSize;
+      sample.mNbFeelers = kOcclusionRays;
+      addFeelers(sample, along(toDouble(ray.mOrigin), hit.mDistance, direction), normal, random, feelers);
+      break;
     }
-    case tShading::eNormal: {
-      tColor color;
-      for (std::size_t axis = 0; axis < 3; ++axis) color[axis] = std::pow(0.5 + 0.5 * normal[axis], 2.2);
-      return color;
-    }
+    case tShading::eNormal:
+      for (std::size_t axis = 0; axis < 3; ++axis) sample.mColor[axis] = std::pow(0.5 + 0.5 * normal[axis], 2.2);
+      break;
     case tShading::eDepth: {
       const double nearest = camera.getNearest(), farthest = camera.getFarthest();
       const double range =
           farthest > nearest ? farthest - nearest : 1.0;  // flat and facing the camera: any range will do
       const double part = (depthOf(hit, ray, camera) - nearest) / range;
-      return mixed(kNear, kBackground, 0.9 * std::clamp(part, 0.0, 1.0));
+      sample.mColor = mixed(kNear, kBackground, 0.9 * std::clamp(part, 0.0, 1.0));
+      break;
     }
     case tShading::eCost:
       break;
   }
-  return {};
+  return sample;
 }
 
-qzRenderer::tColor qzRenderer::shadeBackground(const qzRay& ray, tRandom& random) const {
-  if (mShading != tShading::eFacing) return kBackground;
+qzRenderer::tSample qzRenderer::shadeBackground(const qzRay& ray, tRandom& random, std::vector<qzRay>& feelers) const {
+  tSample sample;
+  sample.mColor = kBackground;
+  if (mShading != tShading::eFacing) return sample;
   const tVector origin = toDouble(ray.mOrigin), direction = toDouble(ray.mDirection);
   const double distance = (mFloor - origin[mUpAxis]) / direction[mUpAxis];
-  if (!(direction[mUpAxis] < 0.0 && distance > 0.0)) return kBackground;
+  if (!(direction[mUpAxis] < 0.0 && distance > 0.0)) return sample;
   const tVector point = along(origin, distance, direction);
   const double fromMiddle = std::hypot(point[0] - mCenter[0], point[1] - mCenter[1], point[2] - mCenter[2]);
-  if (fromMiddle > (0.5 + kShadowReach) * mSize) return kBackground;  // beyond the reach of the shadow
+  if (fromMiddle > (0.5 + kShadowReach) * mSize) return sample;  // beyond the reach of the shadow
   tVector up{};
   up[mUpAxis] = 1.0;
-  const double light = 0.25 + 0.75 * unoccluded(point, up, kShadowReach * mSize, kShadowRays, random);
-  return {kBackground[0] * light, kBackground[1] * light, kBackground[2] * light};
+  sample.mLightIfOpen = 0.75;
+  sample.mLightAlways = 0.25;
+  sample.mReach = kShadowReach * mSize;
+  sample.mNbFeelers = kShadowRays;
+  addFeelers(sample, point, up, random, feelers);
+  return sample;
+}
+
+/// The colour of a sample, whose feelers end at occluders.
+qzRenderer::tColor qzRenderer::colorOf(const tSample& sample, const qzHit* occluders) {
+  if (sample.mNbFeelers == 0) return sample.mColor;
+  // 1 unoccluded, 0 enclosed. Occluders count less the farther they are, and not at all beyond reach.
+  double sum = 0.0;
+  for (int i = 0; i < sample.mNbFeelers; ++i) {
+    sum += occluders[i].isHit() ? occluders[i].mDistance / sample.mReach : 1.0;
+  }
+  const double light = sum / sample.mNbFeelers * sample.mLightIfOpen + sample.mLightAlways;
+  return {sample.mColor[0] * light, sample.mColor[1] * light, sample.mColor[2] * light};
 }
 
 /// Unit normal on the side that the ray comes from.
@@ -252,18 +323,16 @@ qzRenderer::tVector qzRenderer::normalTowards(const qzRay& ray, int triangle) co
   return {sign * normal[0] / length, sign * normal[1] / length, sign * normal[2] / length};
 }
 
-/// Ambient occlusion of a point: 1 unoccluded, 0 enclosed. Occluders count less the farther they are, and not at all
-/// beyond reach.
-double qzRenderer::unoccluded(const tVector& point, const tVector& normal, double reach, int nbRays,
-                              tRandom& random) const {
+/// Appends the rays of a sample that look for occluders of a point on a surface.
+void qzRenderer::addFeelers(const tSample& sample, const tVector& point, const tVector& normal, tRandom& random,
+                            std::vector<qzRay>& feelers) const {
   const tVector side = std::abs(normal[0]) < 0.6 ? tVector{1, 0, 0} : tVector{0, 1, 0};
   tVector tangent = cross(normal, side);
   const double length = std::sqrt(dot(tangent, tangent));
   for (double& component : tangent) component /= length;
   const tVector bitangent = cross(normal, tangent);
 
-  double sum = 0.0;
-  for (int i = 0; i < nbRays; ++i) {
+  for (int i = 0; i < sample.mNbFeelers; ++i) {
     // Cosine-weighted direction about the normal.
     const auto [turn, squaredRadius] = random.nextPair();
     const double angle = 2.0 * kPi * turn, radius = std::sqrt(squaredRadius);
@@ -273,11 +342,9 @@ double qzRenderer::unoccluded(const tVector& point, const tVector& normal, doubl
     qzRay ray;
     ray.mOrigin = toFloat(along(point, 1e-4 * mSize, normal));  // off the surface, against self-occlusion
     ray.mDirection = toFloat(direction);
-    ray.mTMax = static_cast<float>(reach);
-    const qzHit hit = castRay(mHierarchy, ray, qzQBVH::eIntersectBothFaces);
-    sum += hit.isHit() ? hit.mDistance / reach : 1.0;
+    ray.mTMax = static_cast<float>(sample.mReach);
+    feelers.push_back(ray);
   }
-  return sum / nbRays;
 }
 
 }  // namespace qzQuery

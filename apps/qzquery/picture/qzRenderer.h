@@ -56,20 +56,28 @@ class qzRenderer {
   using tVector = std::array<double, 3>;
   class tRandom;
 
+  struct tPixel;
+
+  /// What a camera ray sees. Its colour is mColor, or with feelers mColor * (open * mLightIfOpen + mLightAlways).
   struct tSample {
     tColor mColor{};
-    unsigned mNbVisits = 0;
-    bool mIsHit = false;
+    double mLightIfOpen = 0.0, mLightAlways = 0.0;
+    double mReach = 0.0;  // of its feelers
+    int mNbFeelers = 0;   // rays that look for occluders
   };
   template <class tFunction>
-  void forEachPixel(const qzSheet& sheet, const qzToolkit::qzThreads& threads, const qzToolkit::tCancel& cancel,
-                    qzToolkit::qzProgress& progress, const tFunction& function) const;
-  tSample shoot(const qzToolkit::qzCamera& camera, double x, double y, tRandom& random) const;
-  tColor shadeHit(const qzToolkit::qzCamera& camera, const qzToolkit::qzRay& ray, const qzToolkit::qzHit& hit,
-                  tRandom& random) const;
-  tColor shadeBackground(const qzToolkit::qzRay& ray, tRandom& random) const;
+  void forEachBatch(const qzSheet& sheet, std::size_t nbPixelsInBatch, const qzToolkit::qzThreads& threads,
+                    const qzToolkit::tCancel& cancel, qzToolkit::qzProgress& progress, const tFunction& function) const;
+  std::vector<qzToolkit::qzHit> cast(const std::vector<qzToolkit::qzRay>& rays) const;
+  std::vector<qzToolkit::qzHit> castCounting(const std::vector<qzToolkit::qzRay>& rays,
+                                             std::vector<unsigned>& nbVisits) const;
+  tSample shadeHit(const qzToolkit::qzCamera& camera, const qzToolkit::qzRay& ray, const qzToolkit::qzHit& hit,
+                   tRandom& random, std::vector<qzToolkit::qzRay>& feelers) const;
+  tSample shadeBackground(const qzToolkit::qzRay& ray, tRandom& random, std::vector<qzToolkit::qzRay>& feelers) const;
+  void addFeelers(const tSample& sample, const tVector& point, const tVector& normal, tRandom& random,
+                  std::vector<qzToolkit::qzRay>& feelers) const;
+  static tColor colorOf(const tSample& sample, const qzToolkit::qzHit* occluders);
   tVector normalTowards(const qzToolkit::qzRay& ray, int triangle) const;
-  double unoccluded(const tVector& point, const tVector& normal, double reach, int nbRays, tRandom& random) const;
 
   const qz::qzTriMesh& mMesh;
   const qzToolkit::qzHierarchy& mHierarchy;

@@ -35,8 +35,14 @@ qzHit miss(const qzRay&) {
   return qzHit();
 }
 
+/// Casts a batch ray by ray.
+tBatchCaster batchesOf(const tQuery& query) {
+  return
+      [query](const qzRay* rays, std::size_t count, qzHit* hits) { std::transform(rays, rays + count, hits, query); };
+}
+
 qzCastCounts castFile(const std::string& rays, const std::string& hits, const tQuery& query, int nbThreads,
-                      std::size_t blockSize) {
+                      std::size_t blockSize, const std::function<void(const qzRay&)>& check = nullptr) {
   const AllowedThreads allowed(nbThreads);
   const qzThreads threads(nbThreads);
   CHECK(threads.getNbThreads() == nbThreads);
@@ -46,7 +52,7 @@ qzCastCounts castFile(const std::string& rays, const std::string& hits, const tQ
   } progress;
   qzRayReader reader(rays, nullptr, blockSize);
   qzHitWriter writer(hits, nullptr, reader.getNbRays());
-  const qzCastCounts counts = castRays(reader, writer, query, threads, nullptr, &progress);
+  const qzCastCounts counts = castRays(reader, writer, batchesOf(query), check, threads, nullptr, &progress);
   CHECK(progress.bytes <= reader.getSize());
   CHECK((progress.bytes > 0 || counts.mNbRays == 0));
   writer.commit();
@@ -246,9 +252,8 @@ TEST_CASE("the first of several invalid .npy rows is named before the truncation
 
 TEST_CASE("a refused ray is named by its number, unless an earlier line is invalid") {
   const TemporaryFolder folder;
-  const tQuery query = [](const qzRay& ray) {
+  const auto check = [](const qzRay& ray) {
     if (ray.mTMin != 0.0f) throw qzError("not this one");
-    return qzHit();
   };
   std::string lines = "ox,oy,oz,dx,dy,dz,tmin\n";
   for (int i = 0; i < 100; ++i) lines += "1,2,3,4,5,6,0\n\n";
@@ -264,7 +269,8 @@ TEST_CASE("a refused ray is named by its number, unless an earlier line is inval
       for (int nbThreads = 1; nbThreads <= 8; ++nbThreads) {
         CAPTURE(blockSize);
         CAPTURE(nbThreads);
-        CHECK(errorOf([&] { castFile(path, folder.path("hits"), query, nbThreads, blockSize); }) == path + message);
+        CHECK(errorOf([&] { castFile(path, folder.path("hits"), miss, nbThreads, blockSize, check); }) ==
+              path + message);
       }
     }
   }

@@ -103,7 +103,7 @@ TEST_CASE("cancelled at any poll, work throws and leaves its files as they were"
          qzRayReader reader(rays, nullptr, 1000);
          qzHitWriter writer(folder.path("hits.csv"));
          castRays(
-             reader, writer, [](const qzRay&) { return qzHit(); }, threads, c);
+             reader, writer, [](const qzRay*, std::size_t, qzHit*) {}, nullptr, threads, c);
        }},
       {"writing hits", 2,
        [&](const tCancel* c) {
