@@ -6,6 +6,7 @@
 #include <qzMeshQueries/tree/TreeBuild.h>
 #include <qzMeshQueries/walk/Walks.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace qzMeshQueries {
@@ -18,14 +19,7 @@ struct MeshIndex::Content {
   detail::WideTree tree;
   std::size_t triangleCount = 0, vertexCount = 0;
   std::uint32_t firstTriangle = 0;
-  std::array<std::uint64_t, 2> digest = detail::digestOf({});
-
-  /// What an index without content answers from.
-  static const Content& empty() {
-    static const Content content{};
-    return content;
-  }
-  static const Content& of(const MeshIndex& index) { return index.mContent ? *index.mContent : empty(); }
+  std::array<std::uint64_t, 2> digest = {};
 
   /// The walks do not know of firstTriangle.
   detail::WalkOptions optionsOf(const RayOptions& options) const {
@@ -37,6 +31,7 @@ struct MeshIndex::Content {
   }
 };
 
+// Without content, after a move as well, there are no triangles.
 MeshIndex::MeshIndex() = default;
 
 MeshIndex::MeshIndex(const Mesh& mesh, const BuildOptions& options) {
@@ -56,38 +51,43 @@ MeshIndex::MeshIndex(MeshIndex&&) noexcept = default;
 MeshIndex& MeshIndex::operator=(MeshIndex&&) noexcept = default;
 
 Hit MeshIndex::closestHit(const Ray& ray, const RayOptions& options) const {
+  if (!mContent) return {};
   const qzDetail::tFloatMode mode;
-  const Content& content = Content::of(*this);
+  const Content& content = *mContent;
   Hit hit = detail::walks().closestHit(content.tree, ray, content.optionsOf(options));
   content.renumber(hit);
   return hit;
 }
 
 bool MeshIndex::anyHit(const Ray& ray, const RayOptions& options) const {
+  if (!mContent) return false;
   const qzDetail::tFloatMode mode;
-  const Content& content = Content::of(*this);
+  const Content& content = *mContent;
   return detail::walks().anyHit(content.tree, ray, content.optionsOf(options));
 }
 
 void MeshIndex::allHits(const Ray& ray, std::vector<Hit>& hits, const RayOptions& options) const {
-  const qzDetail::tFloatMode mode;
-  const Content& content = Content::of(*this);
   hits.clear();
+  if (!mContent) return;
+  const qzDetail::tFloatMode mode;
+  const Content& content = *mContent;
   detail::walks().allHits(content.tree, ray, content.optionsOf(options), hits);
   for (Hit& hit : hits) content.renumber(hit);
 }
 
 Crossings MeshIndex::crossings(const Ray& ray, const RayOptions& options) const {
+  if (!mContent) return {};
   const qzDetail::tFloatMode mode;
-  const Content& content = Content::of(*this);
+  const Content& content = *mContent;
   return detail::walks().crossings(content.tree, ray, content.optionsOf(options));
 }
 
 void MeshIndex::closestHits(const Ray* rays, std::size_t count, Hit* hits, const RayOptions& options,
                             int threads) const {
   detail::forEachChunk(count, threads, [&](std::size_t begin, std::size_t end) {
+    if (!mContent) return void(std::fill(hits + begin, hits + end, Hit()));
     const qzDetail::tFloatMode mode;
-    const Content& content = Content::of(*this);
+    const Content& content = *mContent;
     detail::walks().closestHits(content.tree, rays + begin, end - begin, content.optionsOf(options), hits + begin);
     for (std::size_t i = begin; i < end; ++i) content.renumber(hits[i]);
   });
@@ -96,17 +96,19 @@ void MeshIndex::closestHits(const Ray* rays, std::size_t count, Hit* hits, const
 void MeshIndex::anyHits(const Ray* rays, std::size_t count, std::uint8_t* isHit, const RayOptions& options,
                         int threads) const {
   detail::forEachChunk(count, threads, [&](std::size_t begin, std::size_t end) {
+    if (!mContent) return void(std::fill(isHit + begin, isHit + end, std::uint8_t(0)));
     const qzDetail::tFloatMode mode;
-    const Content& content = Content::of(*this);
+    const Content& content = *mContent;
     detail::walks().anyHits(content.tree, rays + begin, end - begin, content.optionsOf(options), isHit + begin);
   });
 }
 
 Lists<Hit> MeshIndex::allHits(const Ray* rays, std::size_t count, const RayOptions& options, int threads) const {
   return detail::collectLists<Hit>(count, threads, [&](std::size_t i, std::vector<Hit>& items) {
+    if (!mContent) return;
     const std::size_t first = items.size();
     const qzDetail::tFloatMode mode;
-    const Content& content = Content::of(*this);
+    const Content& content = *mContent;
     detail::walks().allHits(content.tree, rays[i], content.optionsOf(options), items);
     for (std::size_t k = first; k < items.size(); ++k) content.renumber(items[k]);
   });
@@ -115,30 +117,32 @@ Lists<Hit> MeshIndex::allHits(const Ray* rays, std::size_t count, const RayOptio
 void MeshIndex::crossings(const Ray* rays, std::size_t count, Crossings* out, const RayOptions& options,
                           int threads) const {
   detail::forEachChunk(count, threads, [&](std::size_t begin, std::size_t end) {
+    if (!mContent) return void(std::fill(out + begin, out + end, Crossings()));
     const qzDetail::tFloatMode mode;
-    const Content& content = Content::of(*this);
+    const Content& content = *mContent;
     detail::walks().crossingsOfRays(content.tree, rays + begin, end - begin, content.optionsOf(options), out + begin);
   });
 }
 
 std::size_t MeshIndex::triangleCount() const {
-  return Content::of(*this).triangleCount;
+  return mContent ? mContent->triangleCount : 0;
 }
 std::size_t MeshIndex::vertexCount() const {
-  return Content::of(*this).vertexCount;
+  return mContent ? mContent->vertexCount : 0;
 }
 
 std::size_t MeshIndex::memoryUsed() const {
-  const detail::WideTree& tree = Content::of(*this).tree;
+  if (!mContent) return sizeof(*this);
+  const detail::WideTree& tree = mContent->tree;
   return sizeof(*this) + sizeof(Content) + tree.nodes.bytes() + tree.blocks.bytes() + tree.vertexNumbers.bytes();
 }
 
 bool MeshIndex::isClosed() const {
-  return detail::isClosed(Content::of(*this).tree);
+  return !mContent || detail::isClosed(mContent->tree);
 }
 
 std::array<std::uint64_t, 2> MeshIndex::meshDigest() const {
-  return Content::of(*this).digest;
+  return mContent ? mContent->digest : detail::digestOf({});
 }
 
 }  // namespace qzMeshQueries

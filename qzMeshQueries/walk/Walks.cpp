@@ -22,16 +22,19 @@ HWY_BEFORE_NAMESPACE();
 namespace qzMeshQueries::detail::HWY_NAMESPACE {
 
 extern const Walks kWalks;
-const Walks kWalks = {HWY_TARGET == HWY_SCALAR ? "plain"
-                      : HWY_TARGET == HWY_AVX3 ? "AVX-512"
-                                               : hwy::TargetName(HWY_TARGET),
-                      closestHit,
-                      anyHit,
-                      allHits,
-                      crossings,
-                      castRays<ClosestQuery, Hit>,
-                      castRays<AnyQuery, std::uint8_t>,
-                      castRays<CrossingsQuery, Crossings>};
+constexpr Walks kWalks = {HWY_TARGET == HWY_SCALAR ? "plain"
+                          : HWY_TARGET == HWY_SSE4 ? "SSE4"
+                          : HWY_TARGET == HWY_AVX2 ? "AVX2"
+                          : HWY_TARGET == HWY_AVX3 ? "AVX-512"
+                          : HWY_TARGET == HWY_NEON ? "NEON"
+                                                   : "emulated",
+                          closestHit,
+                          anyHit,
+                          allHits,
+                          crossings,
+                          castRays<ClosestQuery, Hit>,
+                          castRays<AnyQuery, std::uint8_t>,
+                          castRays<CrossingsQuery, Crossings>};
 
 }  // namespace qzMeshQueries::detail::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
