@@ -1,5 +1,5 @@
 #pragma once
-// MeshIndex: answers questions about a triangle mesh.
+// qzMeshQueries::MeshIndex: answers questions about a triangle mesh.
 //
 // Every answer depends on the mesh and the question alone: not on the quality of the build, the processor, the number of
 // threads, or the batch that a question came in. An index over n triangles answers as n indices over one triangle each
@@ -23,6 +23,13 @@ namespace qzMeshQueries {
 /// infinitely small (e, e * e). So a line crosses a closed mesh as often inwards as outwards, also at edges, at vertices
 /// and along faces. Triangles without area, and triangles seen exactly edge-on, are never hit.
 ///
+/// The depth of a hit is its t times the largest |component| of the direction. Before t is rounded to float, it is off by
+/// at most 9 * 2^-24 * reach * (1 + slope), and it lies between the depths of the corners, up to 2^-50 of them. reach is
+/// the largest |coordinate| of the corners relative to the origin, slope the steepness of the triangle's plane over the
+/// plane across that component's axis. a + u * (b - a) + v * (c - a) lies within 15 * 2^-24 * reach of the ray. (With a
+/// reach below 2^-100, roundings of 2^-149 count as well.) A t that overflows is infinite. docs/watertight.md has the
+/// proofs.
+///
 /// A ray hits nothing if it has a NaN anywhere, an infinite or zero direction, or an origin with a coordinate that is not
 /// finite or larger than 1e15.
 ///
@@ -40,6 +47,8 @@ class QZ_MESHQUERIES_API MeshIndex {
   explicit MeshIndex(const Mesh& mesh, const BuildOptions& options = {});
 
   ~MeshIndex();
+
+  /// Leaves the other one without triangles.
   MeshIndex(MeshIndex&&) noexcept;
   MeshIndex& operator=(MeshIndex&&) noexcept;
 
@@ -56,7 +65,9 @@ class QZ_MESHQUERIES_API MeshIndex {
   /// The number of hits, by the side of the triangle.
   Crossings crossings(const Ray& ray, const RayOptions& options = {}) const;
 
-  // Many rays at once, on threads (0: as many as the machine has). The answers are those of the calls one by one.
+  /// Many rays at once, on so many threads; 0: as many as the machine has. The answers are those of the calls one by one,
+  /// an element for each ray; isHit receives 0 or 1.
+  /// Failure: std::bad_alloc.
   void closestHits(const Ray* rays, std::size_t count, Hit* hits, const RayOptions& options = {},
                    int threads = 0) const;
   void anyHits(const Ray* rays, std::size_t count, std::uint8_t* isHit, const RayOptions& options = {},
@@ -65,6 +76,7 @@ class QZ_MESHQUERIES_API MeshIndex {
   void crossings(const Ray* rays, std::size_t count, Crossings* out, const RayOptions& options = {},
                  int threads = 0) const;
 
+  /// What construction was given, unused vertices included.
   std::size_t triangleCount() const;
   std::size_t vertexCount() const;
 

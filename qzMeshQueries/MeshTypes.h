@@ -31,10 +31,10 @@ inline constexpr std::uint32_t kNone = 0xFFFFFFFFu;
 
 /// A view of a triangle mesh in the caller's memory. It is read during construction only.
 struct Mesh {
-  const float* vertices = nullptr;  ///< x y z of each vertex
-  std::size_t vertexCount = 0;
+  const float* vertices = nullptr;           ///< x y z of each vertex
+  std::size_t vertexCount = 0;               ///< of vertices, not of floats
   const std::uint32_t* triangles = nullptr;  ///< three vertex numbers of each triangle
-  std::size_t triangleCount = 0;
+  std::size_t triangleCount = 0;             ///< of triangles, not of numbers
 };
 
 /// How much time a build takes for how much speed of the queries. Answers are the same.
@@ -44,8 +44,9 @@ enum class Quality {
   best   ///< the same, improved afterwards by reinsertion of subtrees
 };
 
+/// Options of a construction. None of them changes an answer, firstTriangle aside.
 struct BuildOptions {
-  Quality quality = Quality::good;
+  Quality quality = Quality::good;                        ///< of the hierarchy
   int threads = 0;                                        ///< 0: as many as the machine has
   std::uint32_t firstTriangle = 0;                        ///< added to every triangle number in an answer
   const qz::qzCancelInterfaceReadOnly* cancel = nullptr;  ///< polled at least every 10,000 triangles or so; may be null
@@ -54,6 +55,7 @@ struct BuildOptions {
 
 /// Thrown by a construction whose cancel interface said yes.
 struct QZ_MESHQUERIES_API Cancelled : std::exception {
+  /// A text for people.
   const char* what() const noexcept override;
 };
 
@@ -62,21 +64,26 @@ enum class Faces { both, front, back };
 
 /// The points origin + t * direction for t from tMin to tMax, both inclusive.
 struct Ray {
-  float origin[3];
+  float origin[3];     ///< each coordinate from -1e15 to 1e15
   float tMin = 0;      ///< any value, -infinity as well
   float direction[3];  ///< of any length other than 0; t counts in multiples of it
+
+  /// Any value from tMin on.
   float tMax = std::numeric_limits<float>::infinity();
 };
 
+/// What a question about a ray leaves out.
 struct RayOptions {
-  Faces faces = Faces::both;
+  Faces faces = Faces::both;   ///< the sides that are hit
   std::uint32_t skip = kNone;  ///< the number of a triangle that is never reported, firstTriangle included
 };
 
 /// Where a ray meets a triangle: at origin + t * direction, and at a + u * (b - a) + v * (c - a).
 struct Hit {
-  float t = std::numeric_limits<float>::infinity(), u = 0, v = 0;
-  std::uint32_t triangle = kNone;
+  float t = std::numeric_limits<float>::infinity();  ///< in multiples of the direction
+  float u = 0;                                       ///< weight of b
+  float v = 0;                                       ///< weight of c
+  std::uint32_t triangle = kNone;                    ///< its number, firstTriangle included; kNone without a hit
 
   /// Whether there is a hit.
   explicit operator bool() const { return triangle != kNone; }
@@ -85,7 +92,8 @@ static_assert(sizeof(Hit) == 16, "arrays of hits are passed on as they are");
 
 /// How often a ray meets the front and the back of triangles.
 struct Crossings {
-  std::uint32_t front = 0, back = 0;
+  std::uint32_t front = 0;  ///< where it goes in, if normals point outwards
+  std::uint32_t back = 0;   ///< where it comes out
 };
 
 /// What a batch of questions with lists as answers gives: the answers to question i are items[starts[i]] to
@@ -93,7 +101,7 @@ struct Crossings {
 template <class T>
 struct Lists {
   std::vector<std::size_t> starts;  ///< one more than there are questions
-  std::vector<T> items;
+  std::vector<T> items;             ///< all answers, one after the other
 };
 
 }  // namespace qzMeshQueries

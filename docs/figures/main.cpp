@@ -31,6 +31,10 @@ int main(int argc, char** argv) {
     drawPlane(argv[1]);
     drawNode(argv[1]);
     drawRows(argv[1]);
+    drawImageErrors(argv[1]);
+    drawCrossing(argv[1]);
+    drawDepthError(argv[1]);
+    drawMargin(argv[1]);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "qzFigures: %s\n", error.what());
     return 2;

@@ -11,3 +11,10 @@ void drawPlane(const std::string& folder);
 void drawNode(const std::string& folder);
 /// four-wide.svg and quadruplet.svg: the rows of a qzQBVH, every cell at its address.
 void drawRows(const std::string& folder);
+/// image-errors.svg: how far the images of vertices are from the exact ones, beside the bound.
+void drawImageErrors(const std::string& folder);
+/// crossing.svg: the triangles that the kernel says are crossed by rays through an edge and through a vertex.
+void drawCrossing(const std::string& folder);
+/// depth-error.svg and margin.svg: what an error of the image means for a depth, and for a box.
+void drawDepthError(const std::string& folder);
+void drawMargin(const std::string& folder);
