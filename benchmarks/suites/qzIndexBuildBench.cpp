@@ -1,5 +1,7 @@
 // MeshIndex: builds, their memory, and two threads.
 
+#include <algorithm>
+
 #include <benchmarks/core/qzFingerprint.h>
 #include <benchmarks/peers/qzIndex.h>
 #include <benchmarks/suites/qzBenchmarks.h>
@@ -84,13 +86,18 @@ void measureIndexThreads(const qzScene& scene, const qzSettings& settings, qzRep
   qzIndex::tHits hits(rays.size());
   std::vector<std::uint8_t> isHit(rays.size());
 
-  // Work on threads in turn with the same on one. Both clocks are read in each run.
+  // Work on threads in turn with the same on one. Both clocks are read in each run. The best rounds count: in the others
+  // a thread had to wait for a processor while the other took over its work.
+  const int rounds = std::max(9, settings.mRounds);
+  const auto best = [](const qzTiming& timing) {
+    return *std::min_element(timing.mSecondsPerItem.begin(), timing.mSecondsPerItem.end());
+  };
   const auto compare = [&](const std::string& kind, const char* unit, double items, const auto& work,
                            const auto& check) {
     const std::string name = "index/threads/" + kind;
     std::vector<qzTiming> walls(2), longests(2);
     std::string checks[2];
-    for (int round = 0; round < settings.mRounds; ++round)
+    for (int round = 0; round < rounds; ++round)
       for (std::size_t i = 0; i < 2; ++i) {
         const qzThreadWatch watch;
         work(i == 0 ? 2 : 1);
@@ -101,11 +108,11 @@ void measureIndexThreads(const qzScene& scene, const qzSettings& settings, qzRep
       }
     const std::vector<qzContestant> contestants = {
         {"two threads", items, {}}, {"one thread", items, {}, [&] { return checks[0] == checks[1] ? 1.0 : 0.0; }}};
-    const qzSubject subject = {name, scene.mName, scene.getNbTriangles(), unit, settings.mRounds, 1.0};
+    const qzSubject subject = {name, scene.mName, scene.getNbTriangles(), unit, rounds, 1.0};
     report.add(subject, contestants, longests, [&] { return checks[0]; });
-    report.addFigure(name, scene.mName, scene.getNbTriangles(), "to one thread", timesAsFast(longests[0], longests[1]),
+    report.addFigure(name, scene.mName, scene.getNbTriangles(), "to one thread", best(longests[1]) / best(longests[0]),
                      "times as fast by processor time of the longest thread");
-    report.addFigure(name, scene.mName, scene.getNbTriangles(), "to one, wall", timesAsFast(walls[0], walls[1]),
+    report.addFigure(name, scene.mName, scene.getNbTriangles(), "to one, wall", best(walls[1]) / best(walls[0]),
                      "times as fast by wall time");
   };
   allowAllProcessors();
