@@ -64,6 +64,19 @@ double qzOurs::trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answ
   return watch.getSeconds();
 }
 
+double qzOurs::traceInTurns(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answers) const {
+  expectDefaultFloatMode();
+  std::vector<qzToolkit::qzRay> ownRays;
+  for (std::size_t i = 0; i < answers.size(); ++i) ownRays.push_back({rays[i].mOrigin, rays[i].mDirection});
+  std::vector<qzToolkit::qzHit> hits(ownRays.size());
+  const qzStopwatch watch;
+  mHierarchy->castRays(ownRays.data(), ownRays.size(), qzQBVH::eIntersectBothFaces, hits.data());
+  const double seconds = watch.getSeconds();
+  for (std::size_t i = 0; i < answers.size(); ++i)
+    answers[i] = {hits[i].mDistance, static_cast<unsigned>(hits[i].mTriangle)};
+  return seconds;
+}
+
 void qzOurs::trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answers, std::size_t begin,
                    std::size_t end) const {
   for (std::size_t i = begin; i < end; ++i) answers[i] = castBeyond(0.0f, rays[i]);

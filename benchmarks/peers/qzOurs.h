@@ -1,7 +1,7 @@
 #pragma once
 // The library that is measured, with the same interface as its peers.
 
-#include <qzCommonAddOns/qbvh/qzQBVH.h>
+#include <toolkit/query/qzHierarchy.h>
 
 #include <memory>
 #include <string>
@@ -44,6 +44,8 @@ class qzOurs {
 
   /// Nearest hits of the first answers.size() rays; returns the seconds.
   double trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answers) const;
+  /// The same by the toolkit, which casts batches in turns, on rays and hits in its own layout.
+  double traceInTurns(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answers) const;
   /// Nearest hits of the rays from begin up to end, untimed; for one of several threads.
   void trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answers, std::size_t begin, std::size_t end) const;
   /// The nearest hit at the distance tNear or beyond it.
@@ -54,7 +56,7 @@ class qzOurs {
 
  private:
   /// Has access to the protected arrays.
-  struct tHierarchy : qzQBVH {
+  struct tHierarchy : qzToolkit::qzHierarchy {
     std::string getCheck() const;
   };
 

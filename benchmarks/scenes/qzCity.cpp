@@ -154,7 +154,7 @@ class tCity {
 
 qz::qzTriMesh city(int nbTriangles, unsigned seed) {
   const double side = std::sqrt(double(nbTriangles) / kTrianglesPerBlock);
-  return tCity(std::max(1, static_cast<int>(side + 0.5)), seed).getMesh();
+  return tCity(std::max(1, static_cast<int>(std::lround(side))), seed).getMesh();
 }
 
 }  // namespace qzBench

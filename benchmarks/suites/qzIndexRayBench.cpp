@@ -92,6 +92,7 @@ std::vector<qzContestant> bySets(const qzIndex& index, std::size_t nbRays, const
            return check() == before ? 1.0 : 0.0;
          }});
   }
+  contestants[0].mAgreement = nullptr;  // its hash is reported instead
   return contestants;
 }
 
@@ -137,13 +138,19 @@ class tMeasurement {
     addRatio(name, "to robust", timesAsFastAsAll(timings, 0, begin + nbEmbrees, begin + 2 * nbEmbrees));
   }
 
-  /// Batches of closest hits, against the fastest mode of Embree.
+  /// Batches of closest hits, against the fastest mode of Embree and against qzQBVH in turns.
   void compareBatches() {
     std::vector<qzContestant> modes;
     for (const qzEmbree& embree : mSetup.mEmbrees)
       for (const qzEmbreeMode& mode : embreeModes()) modes.push_back(traceContest(embree, mode));
+    const qzContestant inTurns = {mSetup.mNarrow.getName() + ", turns", double(mRays.size()),
+                                  [this] { return mSetup.mNarrow.traceInTurns(mRays, mAnswers); },
+                                  [this] {
+                                    mSetup.mNarrow.traceInTurns(mRays, mAnswers);
+                                    return getAgreement();
+                                  }};
     compareWithModes(
-        "index/batch/", modes, [this] { return mSetup.mIndex.traceBatch(mOwnRays, mHits); },
+        "index/batch/", modes, {inTurns}, [this] { return mSetup.mIndex.traceBatch(mOwnRays, mHits); },
         [this] { return fingerprintOf(mHits); });
   }
 
@@ -153,31 +160,40 @@ class tMeasurement {
     for (const qzEmbree& embree : mSetup.mEmbrees)
       for (const qzEmbreeMode& mode : embreeModes()) modes.push_back(occludeContest(embree, mode));
     compareWithModes(
-        "index/any/", modes, [this] { return mSetup.mIndex.occludeBatch(mOwnRays, mIsHit); },
+        "index/any/", modes, {}, [this] { return mSetup.mIndex.occludeBatch(mOwnRays, mIsHit); },
         [this] { return fingerprintOf(std::vector<std::uint32_t>(mIsHit.begin(), mIsHit.end())); });
   }
 
  private:
+  /// Reports MeshIndex, the fastest of the modes, and the others.
   template <class Run, class Check>
-  void compareWithModes(const std::string& prefix, const std::vector<qzContestant>& modes, const Run& run,
-                        const Check& check) {
+  void compareWithModes(const std::string& prefix, const std::vector<qzContestant>& modes,
+                        const std::vector<qzContestant>& others, const Run& run, const Check& check) {
     const tNames sets = instructionSets(2);
     std::vector<qzContestant> contestants = bySets(mSetup.mIndex, mRays.size(), sets, run, check);
     const std::size_t begin = contestants.size();
+    contestants.insert(contestants.end(), others.begin(), others.end());
+    const std::size_t beginOfModes = contestants.size();
     for (const qzContestant& mode : leadersOf(modes)) contestants.push_back(mode);
     std::vector<qzTiming> timings = runInTurn(contestants, mRounds);
 
-    const std::size_t best = fastestOf(timings, begin, contestants.size());
-    contestants[begin] = contestants[best];
-    contestants[begin].mDetail = contestants[best].mName;
-    contestants[begin].mName = "Embree's best mode";
-    timings[begin] = timings[best];
-    contestants.resize(begin + 1);
-    timings.resize(begin + 1);
+    // The fastest mode takes its place behind MeshIndex.
+    const std::size_t best = fastestOf(timings, beginOfModes, contestants.size());
+    qzContestant fastest = contestants[best];
+    fastest.mDetail = fastest.mName;
+    fastest.mName = "Embree's best mode";
+    const qzTiming fastestTiming = timings[best];
+    contestants.resize(beginOfModes);
+    timings.resize(beginOfModes);
+    const auto place = static_cast<std::ptrdiff_t>(begin);
+    contestants.insert(contestants.begin() + place, fastest);
+    timings.insert(timings.begin() + place, fastestTiming);
+
     const std::string name = prefix + mKind;
     mReport.add(getSubject(name), contestants, timings, check);
     for (std::size_t own = 0; own < sets.size(); ++own)
-      addRatio(name, sets[own] + " to Embree", timesAsFast(timings[own], timings[begin]));
+      addRatio(name, sets[own] + " to Embree", timesAsFast(timings[own], fastestTiming));
+    if (!others.empty()) addRatio(name, "qzQBVH to Embree", timesAsFast(timings.back(), fastestTiming));
   }
 
   qzContestant traceContest(const qzEmbree& embree, const qzEmbreeMode& mode) {
