@@ -22,12 +22,9 @@ int main() {
     }
   std::vector<Hit> hits(rays.size());
   index.closestHits(rays.data(), rays.size(), hits.data());
-  for (int row = 0; row < height; ++row) {
-    for (int column = 0; column < width; ++column) {
-      const Hit& hit = hits[std::size_t(row * width + column)];
-      std::putchar(hit ? char('0' + hit.triangle) : '.');
-    }
-    std::putchar('\n');
+  for (std::size_t i = 0; i < hits.size(); ++i) {
+    std::putchar(hits[i] ? char('0' + hits[i].triangle) : '.');
+    if ((i + 1) % width == 0) std::putchar('\n');
   }
 
   // Whatever a ray meets, corners and edges too, it goes in as often as out.

@@ -1,6 +1,7 @@
 #include <qzMeshQueries/kernel/RayTriangle.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <random>
 #include <vector>
@@ -55,7 +56,7 @@ void drawImageErrors(const std::string& folder) {
 
   // Counted in cells of a quarter by a quarter.
   const int cells = 48;
-  std::vector<int> counts(cells * cells);
+  std::vector<std::array<int, cells>> counts(cells);
   std::mt19937 bits(24);
   const auto between = [&](float low, float high) { return low + (high - low) * (float(bits() >> 8) * 0x1p-24f); };
   for (int i = 0; i < 200000; ++i) {
@@ -63,11 +64,11 @@ void drawImageErrors(const std::string& folder) {
     const float vertex[3] = {between(-1, 1), between(-1, 1), between(-1, 1)};
     const Point error = imageError(ray, vertex);
     const int column = int(std::floor(4 * error.x)) + cells / 2, row = int(std::floor(4 * error.y)) + cells / 2;
-    ++counts.at(static_cast<std::size_t>(row * cells + column));
+    ++counts.at(static_cast<std::size_t>(row)).at(static_cast<std::size_t>(column));
   }
   for (int row = 0; row < cells; ++row)
     for (int column = 0; column < cells; ++column) {
-      const int count = counts[static_cast<std::size_t>(row * cells + column)];
+      const int count = counts[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)];
       if (count == 0) continue;
       const Point corner = place({(column - cells / 2) / 4.0, (row + 1 - cells / 2) / 4.0});
       // One vertex is pale, four times as many are a shade darker.
