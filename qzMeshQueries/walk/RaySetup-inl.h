@@ -79,7 +79,7 @@ HWY_INLINE bool setUpRay(const WideTree& tree, const Ray& ray, RayFrame& frame, 
   hn::StoreU(inverse, d, slabs.inverse);
   hn::StoreU(hn::Sub(middle, margin), d, slabs.nearShift);
   hn::StoreU(hn::Add(middle, margin), d, slabs.farShift);
-  const std::uint32_t isNegative = bitsOf(d, hn::MaskFromVec(inverse));  // the sign bits
+  const std::uint32_t isNegative = bitsOf(d, hn::Lt(inverse, hn::Zero(d)));
   for (int i = 0; i < 3; ++i) slabs.nearRow[i] = 2 * i + int(isNegative >> i & 1);
   setLimits(frame, slabs);
   return true;
