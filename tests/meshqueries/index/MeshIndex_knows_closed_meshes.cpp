@@ -2,10 +2,10 @@
 
 #include <doctest/doctest.h>
 
-#include <algorithm>
-#include <map>
+#include <utility>
 
 #include "meshqueries/qzQueryBuilds.h"
+#include "plain/qzPlainEdges.h"
 #include "support/scenes/qzQueryChecks.h"
 
 using namespace qzMeshQueries;
@@ -13,24 +13,8 @@ using namespace qzTest;
 
 namespace {
 
-/// The rule once more: a balance for every pair of places.
-bool isClosedPlainly(const QueryMesh& mesh) {
-  using Place = std::array<float, 3>;
-  std::map<std::pair<Place, Place>, int> balance;
-  for (std::size_t t = 0; t < mesh.triangleCount(); ++t) {
-    for (std::size_t k = 0; k < 3; ++k) {
-      const float *p = mesh.corner(t, k), *q = mesh.corner(t, (k + 1) % 3);
-      // A sum with 0 is never -0.
-      const Place from = {p[0] + 0.0f, p[1] + 0.0f, p[2] + 0.0f}, to = {q[0] + 0.0f, q[1] + 0.0f, q[2] + 0.0f};
-      if (from < to) ++balance[{from, to}];
-      if (to < from) --balance[{to, from}];
-    }
-  }
-  return std::all_of(balance.begin(), balance.end(), [](const auto& entry) { return entry.second == 0; });
-}
-
 bool isClosed(const QueryMesh& mesh) {
-  const bool expected = isClosedPlainly(mesh);
+  const bool expected = qzPlain::isClosed(mesh.view());
   for (const Quality quality : allQualities()) {
     BuildOptions options;
     options.quality = quality;
