@@ -63,8 +63,8 @@ class PartBuilder {
       return;
     }
     Sides sides;
-    const BinGrid grid(open.centres);
-    Bins bins;
+    const BinGrid grid(open.centres, count);
+    Bins bins(grid.nbBins());
     bins.add(grid, from + open.begin, count);
     const BinSplit split = bins.best();
     if (split.axis >= 0) sides = partition(grid, split, from + open.begin, count, other + open.begin, other + open.end);
@@ -132,7 +132,7 @@ class TopBuilder {
     std::size_t open = 0;
     std::uint32_t begin = 0, end = 0;
     std::uint32_t leftBefore = 0;
-    Bins bins;
+    Bins bins{BinGrid::kMaxBins};
     Sides sides;
   };
 
@@ -156,7 +156,7 @@ class TopBuilder {
     std::vector<Chunk> chunks;
     std::vector<std::size_t> firstChunks;
     for (std::size_t i = 0; i < open.size(); ++i) {
-      grids.emplace_back(open[i].centres);
+      grids.emplace_back(open[i].centres, open[i].count());
       firstChunks.push_back(chunks.size());
       for (std::uint32_t begin = open[i].begin; begin < open[i].end;) {
         const std::uint32_t end = begin + std::min(std::uint32_t(kTrianglesPerPoll), open[i].end - begin);
@@ -183,7 +183,7 @@ class TopBuilder {
     std::vector<BinSplit> splits(open.size());
     std::vector<std::uint32_t> nbLeft(open.size());
     forEach(open.size(), [&](std::size_t i) {
-      Bins bins;
+      Bins bins(BinGrid::kMaxBins);
       for (std::size_t k = firstChunks[i]; k < firstChunks[i + 1]; ++k) bins.add(chunks[k].bins);
       splits[i] = bins.best();
       if (splits[i].axis < 0) return;

@@ -8,94 +8,142 @@ using namespace qzDetail;
 
 namespace {
 
-constexpr int kBins = BinGrid::kBins;
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
-// Half the area, of extents in units of 1 / scale, and a little for the length of boxes without area. Infinite for empty
-// boxes.
-float halfArea(const tBoxLanes& box, tFloat4 scale) {
-  const tFloat4 extent = (box.maxInFront() - box.mMin) * scale;                        // [ x  y  z  . ]
-  const tFloat4 products = extent * (shuffle<1, 2, 0, 3>(extent) + float4(0x1p-20f));  // [ xy  yz  zx  . ]
-  return firstOf(products) + laneOf<1>(products) + firstOf(upperPair(products));
+// Number of blocks that so many triangles need at least, along each axis.
+tFloat4 blocksOf(tInt4 counts) {
+  return toFloats(
+      truncate(toFloats(counts) * float4(1.0f / kMaxBlockTriangles) + float4(1.0f - 1.0f / kMaxBlockTriangles)));
 }
 
 }  // namespace
 
-BinGrid::BinGrid(const CentreBox& centres) : mOrigin(centres.min) {
+BinGrid::BinGrid(const CentreBox& centres, std::uint32_t nbItems)
+    : mNbBins(int(std::min(std::uint32_t(kMaxBins), 4 + nbItems / 2))),
+      mOrigin(centres.min),
+      mLast(float4(float(mNbBins - 1))) {
   // The largest finite scale lets all centres of a tiny extent fall into bin 0.
   alignas(16) float extent[4], scale[4] = {};
   store(extent, centres.max - centres.min);
   for (int axis = 0; axis < 3; ++axis)
     if (extent[axis] > 0)
-      scale[axis] = std::min(float(kBins) * 0.999999f / extent[axis], std::numeric_limits<float>::max());
+      scale[axis] = std::min(float(mNbBins) * 0.999999f / extent[axis], std::numeric_limits<float>::max());
   mScale = load(scale);
 }
 
+QZ_ALWAYS_INLINE void Bins::unite(Box& box, const Box& other) {
+  box.min = smallerOf(other.min, box.min);
+  box.max = largerOf(other.max, box.max);
+}
+
+QZ_ALWAYS_INLINE void Bins::unite(Boxes& boxes, const Boxes& others) {
+  unite(boxes.x, others.x);
+  unite(boxes.y, others.y);
+  unite(boxes.z, others.z);
+}
+
+Bins::Bins(int nbBins) : mNbBins(nbBins) {
+  const Box empty = {float4(kInfinity), float4(-kInfinity)};
+  for (int bin = 0; bin < nbBins; ++bin) mBins[bin] = {{empty, empty, empty}, {0, 0, 0, 0}};
+}
+
+QZ_ALWAYS_INLINE void Bins::addItem(const BinGrid& grid, const BinaryNode& item) {
+  const tBoxLanes lanes = item.lanes();
+  const Box box = {lanes.mMin, lanes.mMax};
+  alignas(16) std::int32_t bins[4];
+  store(bins, grid.binsOf(CentreBox::centreOf(lanes)));
+  Bin &x = mBins[bins[0]], &y = mBins[bins[1]], &z = mBins[bins[2]];
+  unite(x.boxes.x, box);
+  unite(y.boxes.y, box);
+  unite(z.boxes.z, box);
+  ++x.counts[0];
+  ++y.counts[1];
+  ++z.counts[2];
+}
+
 void Bins::add(const BinGrid& grid, const BinaryNode* items, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i) {
-    const tBoxLanes box = items[i].lanes();
-    alignas(16) std::int32_t bins[4];
-    store(bins, grid.binsOf(CentreBox::centreOf(box)));
-    for (int axis = 0; axis < 3; ++axis) {
-      mBoxes[axis][bins[axis]].box.unite(box);
-      ++mCounts[axis][bins[axis]];
+  std::size_t i = 0;
+  if (count > 64) {
+    // Neighbours often fall into the same bin, and would wait for each other's box.
+    Bins other(mNbBins);
+    for (; i + 1 < count; i += 2) {
+      addItem(grid, items[i]);
+      other.addItem(grid, items[i + 1]);
     }
+    add(other);
   }
+  for (; i < count; ++i) addItem(grid, items[i]);
 }
 
 void Bins::add(const Bins& other) {
-  for (int axis = 0; axis < 3; ++axis)
-    for (int bin = 0; bin < kBins; ++bin) {
-      mBoxes[axis][bin].box.unite(other.mBoxes[axis][bin].box);
-      mCounts[axis][bin] += other.mCounts[axis][bin];
-    }
+  for (int bin = 0; bin < mNbBins; ++bin) {
+    unite(mBins[bin].boxes, other.mBins[bin].boxes);
+    for (int axis = 0; axis < 3; ++axis) mBins[bin].counts[axis] += other.mBins[bin].counts[axis];
+  }
+}
+
+// Half the areas, of extents in units of 1 / scale, and a little for the lengths of boxes without area: one lane for the
+// bins along each axis. Infinite or NaN for empty boxes.
+QZ_ALWAYS_INLINE tFloat4 Bins::areasOf(const Boxes& boxes, tFloat4 scale) {
+  tFloat4 x = (shuffle<1, 2, 3, 3>(boxes.x.max) - boxes.x.min) * scale;  // [ x  y  z  . ]
+  tFloat4 y = (shuffle<1, 2, 3, 3>(boxes.y.max) - boxes.y.min) * scale;
+  tFloat4 z = (shuffle<1, 2, 3, 3>(boxes.z.max) - boxes.z.min) * scale, unused = z;
+  transpose(x, y, z, unused);
+  const tFloat4 little = float4(0x1p-20f);
+  return x * (y + little) + y * (z + little) + z * (x + little);
 }
 
 BinSplit Bins::best() const {
   // In units of the node's extent, areas neither overflow nor vanish.
-  tBoxLanes whole;
-  for (const Bin& bin : mBoxes[0]) whole.unite(bin.box);
+  const Box empty = {float4(kInfinity), float4(-kInfinity)};
+  Box whole = empty;
+  for (int bin = 0; bin < mNbBins; ++bin) unite(whole, mBins[bin].boxes.x);
   alignas(16) float extent[4];
-  store(extent, whole.maxInFront() - whole.mMin);
+  store(extent, shuffle<1, 2, 3, 3>(whole.max) - whole.min);
   const float longest = std::max({extent[0], extent[1], extent[2]});
   const tFloat4 scale = float4(longest > 0 ? std::min(1 / longest, std::numeric_limits<float>::max()) : 0.0f);
 
-  BinSplit best;
-  float bestCost = std::numeric_limits<float>::infinity();
-  for (int axis = 0; axis < 3; ++axis) {
-    float rightCosts[kBins];
-    std::uint32_t count = 0;
-    tBoxLanes box;
-    for (int bin = kBins - 1; bin > 0; --bin) {
-      box.unite(mBoxes[axis][bin].box);
-      count += mCounts[axis][bin];
-      rightCosts[bin] = halfArea(box, scale) * float(count);
-    }
-    // A side without triangles costs infinity times 0: NaN, which is less than nothing.
-    count = 0;
-    box = tBoxLanes();
-    for (int bin = 0; bin + 1 < kBins; ++bin) {
-      box.unite(mBoxes[axis][bin].box);
-      count += mCounts[axis][bin];
-      const float cost = halfArea(box, scale) * float(count) + rightCosts[bin + 1];
-      if (cost < bestCost) {
-        bestCost = cost;
-        best = {axis, bin};
-      }
-    }
+  // All three axes at a time, one in each lane.
+  tFloat4 rightCosts[BinGrid::kMaxBins];
+  Boxes boxes = {empty, empty, empty};
+  tInt4 counts = int4(0);
+  for (int bin = mNbBins - 1; bin > 0; --bin) {
+    unite(boxes, mBins[bin].boxes);
+    counts = counts + load(mBins[bin].counts);
+    rightCosts[bin] = areasOf(boxes, scale) * blocksOf(counts);
   }
-  return best;
+  // A side without triangles costs infinity times 0: NaN, which is less than nothing.
+  boxes = {empty, empty, empty};
+  counts = int4(0);
+  tFloat4 bestCosts = float4(kInfinity);
+  tFloat4 bestBins = float4(-1.0f);
+  for (int bin = 0; bin + 1 < mNbBins; ++bin) {
+    unite(boxes, mBins[bin].boxes);
+    counts = counts + load(mBins[bin].counts);
+    const tFloat4 costs = areasOf(boxes, scale) * blocksOf(counts) + rightCosts[bin + 1];
+    const tMask4 isBetter = costs < bestCosts;
+    bestCosts = smallerOf(costs, bestCosts);
+    bestBins = select(isBetter, float4(float(bin)), bestBins);
+  }
+
+  alignas(16) float cost[4], bin[4];
+  store(cost, bestCosts);
+  store(bin, bestBins);
+  int axis = 0;
+  for (int i = 1; i < 3; ++i)
+    if (cost[i] < cost[axis]) axis = i;
+  return bin[axis] >= 0 ? BinSplit{axis, int(bin[axis])} : BinSplit{};
 }
 
 std::uint32_t Bins::countUpTo(const BinSplit& split) const {
   std::uint32_t count = 0;
-  for (int bin = 0; bin <= split.last; ++bin) count += mCounts[split.axis][bin];
+  for (int bin = 0; bin <= split.last; ++bin) count += mBins[bin].counts[split.axis];
   return count;
 }
 
 Sides partition(const BinGrid& grid, const BinSplit& split, const BinaryNode* items, std::size_t count,
                 BinaryNode* toLeft, BinaryNode* toRight) {
   Sides sides;
-  const tFloat4 nothing = float4(std::numeric_limits<float>::infinity());
   const tInt4 last = int4(split.last);
   BinaryNode* left = toLeft;
   BinaryNode* right = toRight - 1;
@@ -107,11 +155,11 @@ Sides partition(const BinGrid& grid, const BinSplit& split, const BinaryNode* it
     *(isRight != 0 ? right : left) = items[i];
     left += 1 + isRight;
     right += isRight;
-    const tMask4 mask = maskOf(int4(isRight));
-    sides.left.min = smallerOf(select(mask, nothing, centre), sides.left.min);
-    sides.left.max = largerOf(select(mask, -nothing, centre), sides.left.max);
-    sides.right.min = smallerOf(select(mask, centre, nothing), sides.right.min);
-    sides.right.max = largerOf(select(mask, centre, -nothing), sides.right.max);
+    // NaN on the other side, which smallerOf and largerOf pass over.
+    const tFloat4 toTheLeft = uniteBits(centre, asFloats(int4(isRight)));
+    const tFloat4 toTheRight = uniteBits(centre, asFloats(int4(-1 - isRight)));
+    sides.left.add(toTheLeft);
+    sides.right.add(toTheRight);
   }
   sides.nbLeft = std::uint32_t(left - toLeft);
   return sides;

@@ -28,18 +28,21 @@ struct CentreBox {
 /// The bins of a node's triangles along all three axes.
 class BinGrid {
  public:
-  static constexpr int kBins = 16;
+  static constexpr int kMaxBins = 16;
 
-  explicit BinGrid(const CentreBox& centres);
+  BinGrid(const CentreBox& centres, std::uint32_t nbItems);
+
+  int nbBins() const { return mNbBins; }
 
   /// The bins along x, y, z of a box of that centre.
   QZ_ALWAYS_INLINE qzDetail::tInt4 binsOf(qzDetail::tFloat4 centre) const {
     using namespace qzDetail;
-    return truncate(smallerOf((centre - mOrigin) * mScale, float4(float(kBins - 1))));
+    return truncate(smallerOf((centre - mOrigin) * mScale, mLast));
   }
 
  private:
-  qzDetail::tFloat4 mOrigin, mScale;
+  int mNbBins;
+  qzDetail::tFloat4 mOrigin, mScale, mLast;
 };
 
 /// Triangles whose bin on axis is not larger than last go to the left.
@@ -51,19 +54,34 @@ struct BinSplit {
 /// Number and box of the triangles in each bin.
 class Bins {
  public:
+  explicit Bins(int nbBins);
+
   void add(const BinGrid& grid, const BinaryNode* items, std::size_t count);
-  void add(const Bins& other);
+  void add(const Bins& other);  ///< of as many bins
 
   /// The cheapest split; of equal ones the first, by axis, then by bin.
   BinSplit best() const;
   std::uint32_t countUpTo(const BinSplit& split) const;
 
  private:
-  struct Bin {
-    qzDetail::tBoxLanes box;
+  struct Box {
+    qzDetail::tFloat4 min, max;  // as in tBoxLanes
   };
-  Bin mBoxes[3][BinGrid::kBins];
-  std::uint32_t mCounts[3][BinGrid::kBins] = {};
+  // A box for each axis. Loops over the axes are written out: the compiler does not, and keeps boxes in memory then.
+  struct Boxes {
+    Box x, y, z;
+  };
+  struct Bin {
+    Boxes boxes;
+    alignas(16) std::uint32_t counts[4];
+  };
+  static void unite(Box& box, const Box& other);
+  static void unite(Boxes& boxes, const Boxes& others);
+  static qzDetail::tFloat4 areasOf(const Boxes& boxes, qzDetail::tFloat4 scale);
+  void addItem(const BinGrid& grid, const BinaryNode& item);
+
+  int mNbBins;
+  Bin mBins[BinGrid::kMaxBins];  // the first mNbBins of them
 };
 
 /// What is on either side of a split.

@@ -87,6 +87,15 @@ TEST_CASE("signs are bits, also of zeros and NaN") {
   }
 }
 
+TEST_CASE("integers become the nearest floats") {
+  alignas(16) float floats[4];
+  store(floats, toFloats(int4(-7, 0, (1 << 24) + 1, (1 << 24) + 3)));
+  CHECK(floats[0] == -7.0f);
+  CHECK(floats[1] == 0.0f);
+  CHECK(floats[2] == 0x1p24f);
+  CHECK(floats[3] == 0x1p24f + 4.0f);
+}
+
 TEST_CASE("conversions truncate, and give the smallest integer for what does not fit") {
   for (const float x : specialFloats()) {
     CAPTURE(x);

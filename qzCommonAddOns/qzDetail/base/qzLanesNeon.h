@@ -242,6 +242,10 @@ QZ_ALWAYS_INLINE tInt4 select(tInt4 mask, tInt4 a, tInt4 b) {
 QZ_ALWAYS_INLINE tMask4 maskOf(tInt4 a) {
   return {vreinterpretq_u32_s32(a.mLanes)};
 }
+/// Rounded to nearest.
+QZ_ALWAYS_INLINE tFloat4 toFloats(tInt4 a) {
+  return {vcvtq_f32_s32(a.mLanes)};
+}
 /// Lanes from 0 to 255 as the bytes of a word, lane 0 lowest.
 QZ_ALWAYS_INLINE std::uint32_t packBytes(tInt4 a) {
   return vaddvq_u32(vshlq_u32(vreinterpretq_u32_s32(a.mLanes), int32x4_t{0, 8, 16, 24}));

@@ -238,6 +238,10 @@ QZ_ALWAYS_INLINE tInt4 select(tInt4 mask, tInt4 a, tInt4 b) {
 QZ_ALWAYS_INLINE tMask4 maskOf(tInt4 a) {
   return {_mm_castsi128_ps(a.mLanes)};
 }
+/// Rounded to nearest.
+QZ_ALWAYS_INLINE tFloat4 toFloats(tInt4 a) {
+  return {_mm_cvtepi32_ps(a.mLanes)};
+}
 /// Lanes from 0 to 255 as the bytes of a word, lane 0 lowest.
 QZ_ALWAYS_INLINE std::uint32_t packBytes(tInt4 a) {
   const __m128i words = _mm_packs_epi32(a.mLanes, a.mLanes);
