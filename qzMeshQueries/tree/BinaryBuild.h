@@ -10,9 +10,6 @@
 
 namespace qzMeshQueries::detail {
 
-/// Triangles of a part at most.
-inline constexpr std::uint32_t kMaxPartTriangles = 8192;
-
 /// Called for each part as soon as it is complete, on any thread.
 using OnPart = std::function<void(BinaryTree& tree, BinaryPart& part)>;
 

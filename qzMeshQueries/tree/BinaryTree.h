@@ -14,6 +14,9 @@ namespace qzMeshQueries::detail {
 /// Triangles of a binary leaf at most. Any so many fit a block: their vertices are fifteen at most.
 inline constexpr std::uint32_t kMaxLeafTriangles = 4;
 
+/// Triangles of a part at most.
+inline constexpr std::uint32_t kMaxPartTriangles = 8192;
+
 /// Levels of a binary tree at most, the root's included. The wide tree has no more, as each of its nodes gets below the
 /// binary one that it is made of.
 inline constexpr int kMaxBinaryLevels = kMaxTreeLevels;

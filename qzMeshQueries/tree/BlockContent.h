@@ -1,6 +1,7 @@
 #pragma once
 // The triangles and vertices of a block, before they are written.
 
+#include <qzCommonAddOns/qzDetail/base/qzBits.h>
 #include <qzCommonAddOns/qzDetail/base/qzLanes.h>
 #include <qzMeshQueries/MeshTypes.h>
 #include <qzMeshQueries/tree/WideTree.h>
@@ -13,28 +14,27 @@ namespace qzMeshQueries::detail {
 
 class BlockContent {
  public:
-  /// Takes a triangle in, keeping the numbers in order. At most kMaxBlockTriangles.
-  void addTriangle(std::uint32_t triangle) {
-    int i = mNbTriangles++;
-    for (; i > 0 && mTriangles[i - 1] > triangle; --i) mTriangles[i] = mTriangles[i - 1];
-    mTriangles[i] = triangle;
-  }
-
-  /// Collects the vertices of the triangles, each once. Returns false if there are more than kMaxBlockVertices.
-  bool collectVertices(const Mesh& mesh) {
-    for (int i = 0; i < mNbTriangles; ++i)
-      for (int c = 0; c < 3; ++c) {
-        const int place = placeOf(mesh.triangles[3 * std::size_t(mTriangles[i]) + std::size_t(c)]);
-        if (place == kMaxBlockVertices) return false;
-        mCorners[c][i] = std::uint8_t(place);
+  /// Some triangles, at most kMaxBlockTriangles, by their numbers and their corners, three of each.
+  BlockContent(const std::uint32_t* triangles, const std::uint32_t* corners, std::uint32_t count)
+      : mNbTriangles(int(count)) {
+    alignas(16) std::uint32_t vertices[kMaxCorners];
+    for (std::uint32_t i = 0; i < count; ++i) {
+      std::uint32_t k = i;
+      for (; k > 0 && mTriangles[k - 1] > triangles[i]; --k) {
+        mTriangles[k] = mTriangles[k - 1];
+        std::memcpy(vertices + 3 * k, vertices + 3 * (k - 1), 3 * sizeof(std::uint32_t));
       }
-    return true;
+      mTriangles[k] = triangles[i];
+      std::memcpy(vertices + 3 * k, corners + 3 * i, 3 * sizeof(std::uint32_t));
+    }
+    collectVertices(vertices);
   }
 
+  bool fits() const { return mNbVertices <= kMaxBlockVertices; }
   int nbTriangles() const { return mNbTriangles; }
   int nbVertices() const { return mNbVertices; }
 
-  /// Writes the block of blockSize(nbTriangles(), nbVertices()) bytes to place, and the numbers of its vertices, the first
+  /// Requires fits(). Writes the block of blockSize(nbTriangles(), nbVertices()) bytes to place, and the numbers of its vertices, the first
   /// of which is number firstVertex of the tree, to vertexNumbers.
   void write(const Mesh& mesh, std::uint8_t* place, std::uint32_t* vertexNumbers, std::uint32_t firstVertex) const {
     const auto n = std::size_t(mNbTriangles), m = std::size_t(mNbVertices);
@@ -55,23 +55,33 @@ class BlockContent {
   }
 
  private:
-  // The place of a vertex in mVertices, where it is put if need be; kMaxBlockVertices if there is no room.
-  int placeOf(std::uint32_t vertex) {
+  static constexpr int kMaxCorners = 3 * kMaxBlockTriangles;
+
+  // Numbers the different vertices in the order in which they come.
+  void collectVertices(std::uint32_t (&all)[kMaxCorners]) {
     using namespace qzDetail;
-    const tInt4 wanted = int4(std::int32_t(vertex));
-    for (int first = 0; first < mNbVertices; first += 4) {
-      const int equal = bitsOf(maskOf(load(mVertices + first) == wanted)) & ((1 << (mNbVertices - first)) - 1);
-      if (equal != 0) return first + ((equal & 3) != 0 ? 1 - (equal & 1) : 3 - (equal >> 2 & 1));
+    const int nbCorners = 3 * mNbTriangles;
+    for (int i = nbCorners; i % 4 != 0; ++i) all[i] = all[0];
+    std::uint8_t places[kMaxCorners];
+    for (int i = 0; i < nbCorners; ++i) {
+      // Bit k: corner k is at the same vertex. The lowest is the first of them.
+      const tInt4 vertex = int4(std::int32_t(all[i]));
+      int isSame = 1 << i;
+      for (int k = 0; k < i; k += 4) isSame |= bitsOf(maskOf(load(all + k) == vertex)) << k;
+      const int first = lowestBit(isSame);
+      const int place = first == i ? mNbVertices : places[first];
+      places[i] = std::uint8_t(place);
+      mVertices[place] = all[i];
+      mNbVertices += first == i;
     }
-    if (mNbVertices == kMaxBlockVertices) return kMaxBlockVertices;
-    mVertices[mNbVertices] = vertex;
-    return mNbVertices++;
+    for (int i = 0; i < mNbTriangles; ++i)
+      for (int c = 0; c < 3; ++c) mCorners[c][i] = places[3 * i + c];
   }
 
-  int mNbTriangles = 0, mNbVertices = 0;
-  alignas(16) std::uint32_t mVertices[kMaxBlockVertices] = {};
-  std::uint32_t mTriangles[kMaxBlockTriangles] = {};
-  std::uint8_t mCorners[3][kMaxBlockTriangles] = {};
+  int mNbTriangles, mNbVertices = 0;
+  std::uint32_t mVertices[kMaxCorners];
+  std::uint32_t mTriangles[kMaxBlockTriangles];
+  std::uint8_t mCorners[3][kMaxBlockTriangles];
 };
 
 }  // namespace qzMeshQueries::detail

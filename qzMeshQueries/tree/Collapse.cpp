@@ -1,7 +1,6 @@
 #include <qzMeshQueries/tree/Collapse.h>
 
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
-#include <qzMeshQueries/tree/BlockContent.h>
 #include <tbb/parallel_for.h>
 
 #include <algorithm>
@@ -32,6 +31,9 @@ class Choice {
   std::uint64_t bits() const { return mBits; }
 
   void setLeft(int i, unsigned nbLeft) { mBits |= std::uint64_t(nbLeft) << 4 * (i - 2); }
+  void setLeftFrom(int i, unsigned nbLeft) {  // of i, i > 2, and all more
+    mBits |= ((kAllOnes << 4 * (i - 2)) & ~kVertexBits) * nbLeft;
+  }
   int left(int i) const { return int(mBits >> 4 * (i - 2)) & (i == 2 ? 1 : 15); }
   void setBlock() { mBits |= 2; }
   bool isBlock() const { return (mBits & 2) != 0; }
@@ -39,7 +41,7 @@ class Choice {
   int nbVertices() const { return int(mBits >> 60) + 1; }
 
  private:
-  static constexpr std::uint64_t kVertexBits = std::uint64_t(15) << 60;
+  static constexpr std::uint64_t kVertexBits = std::uint64_t(15) << 60, kAllOnes = 0x1111111111111111u;
   std::uint64_t mBits;
 };
 
@@ -61,85 +63,80 @@ class AreaScale {
   tFloat4 mScale;
 };
 
-void addTriangles(const BinaryTree& tree, const BinaryNode* nodes, std::uint32_t number, BlockContent& content) {
-  const BinaryNode& node = nodes[number];
-  if (node.isInner()) {
-    addTriangles(tree, nodes, node.leftChild(), content);
-    addTriangles(tree, nodes, node.leftChild() + 1, content);
-  } else {
-    for (std::uint32_t i = 0; i < node.count; ++i) content.addTriangle(tree.order[node.first + i]);
-  }
+// The lowest bits of a cost are replaced by the number of roots on the left, so that the smallest brings its own along.
+constexpr std::uint32_t kNumberBits = 15;
+
+float withNumber(float cost, unsigned number) {
+  std::uint32_t bits;
+  std::memcpy(&bits, &cost, 4);
+  bits = (bits & ~kNumberBits) | number;
+  std::memcpy(&cost, &bits, 4);
+  return cost;
 }
 
-// The costs of two forests side by side, for i >= 2; cost[0] stays unset. nbLeft[i] is the part of i that goes to the left.
-Forest sideBySide(const Forest& left, const Forest& right, std::uint32_t (&nbLeft)[kNodeWidth + 1]) {
-  Forest both;
+unsigned numberIn(float cost) {
+  std::uint32_t bits;
+  std::memcpy(&bits, &cost, 4);
+  return bits & kNumberBits;
+}
+
+// The costs of two forests side by side, for i >= 2, with numbers; cost[0] stays unset.
+void sideBySide(const Forest& left, const Forest& right, Forest& both) {
   both.size = std::min(kNodeWidth, left.size + right.size);
-  // The lowest bits of a cost are replaced by the number of roots on the left.
-  alignas(16) float packed[kNodeWidth + 8];
-  std::fill_n(packed, both.size + 1, std::numeric_limits<float>::infinity());
-  const auto pack = [](float cost, unsigned number) {
-    std::uint32_t bits;
-    std::memcpy(&bits, &cost, 4);
-    bits = (bits & ~15u) | number;
-    std::memcpy(&cost, &bits, 4);
-    return cost;
-  };
-  for (int k = 1; k <= left.size; ++k)
-    for (int j = 1; j <= std::min(right.size, both.size - k); ++j)
-      packed[k + j] = std::min(packed[k + j], pack(left.cost[k - 1] + right.cost[j - 1], unsigned(k)));
-  for (int i = 2; i <= both.size; ++i) {
-    both.cost[i - 1] = packed[i];
-    std::memcpy(&nbLeft[i], &packed[i], 4);
-    nbLeft[i] &= 15;
+  if (both.size == 2) {
+    both.cost[1] = withNumber(left.cost[0] + right.cost[0], 1);
+    return;
   }
-  return both;
+  std::fill_n(both.cost + 1, both.size - 1, std::numeric_limits<float>::infinity());
+  for (int k = 1; k <= left.size; ++k) {
+    const int end = std::min(right.size, both.size - k);
+    float* const costs = both.cost + k;  // costs[j] is that of k + j + 1 roots
+    for (int j = 0; j < end; ++j)
+      costs[j] = std::min(costs[j], withNumber(left.cost[k - 1] + right.cost[j], unsigned(k)));
+  }
 }
 
 // Chooses for an inner node whose children have these forests.
-Forest choose(float area, bool isBlock, const Forest& left, const Forest& right, Choice& choice) {
-  std::uint32_t nbLeft[kNodeWidth + 1];
-  Forest forest = sideBySide(left, right, nbLeft);
-  const float asNode = area * kNodeCost + forest.cost[forest.size - 1], asBlock = area * kBlockCost;
+void choose(float area, bool isBlock, const Forest& left, const Forest& right, Forest& forest, Choice& choice) {
+  sideBySide(left, right, forest);
+  const int size = forest.size;
+  const float asNode = area * kNodeCost + forest.cost[size - 1], asBlock = area * kBlockCost;
   isBlock = isBlock && asBlock <= asNode;
   if (isBlock) choice.setBlock();
   forest.cost[0] = isBlock ? asBlock : asNode;
-  for (int i = 2; i <= kNodeWidth; ++i) {
-    if (i <= forest.size) {
-      // A wide node must get below the node it is made of, whatever the rounding.
-      const bool mustSplit = i == forest.size && !isBlock;
-      if (forest.cost[0] <= forest.cost[i - 1] && !mustSplit) {
-        forest.cost[i - 1] = forest.cost[0];
-        nbLeft[i] = 0;
-      }
-      choice.setLeft(i, nbLeft[i]);
-    } else {
-      choice.setLeft(i, nbLeft[forest.size]);
+  for (int i = 2; i <= size; ++i) {
+    unsigned nbLeft = numberIn(forest.cost[i - 1]);
+    // A wide node must get below the node it is made of, whatever the rounding.
+    const bool mustSplit = i == size && !isBlock;
+    if (forest.cost[0] <= forest.cost[i - 1] && !mustSplit) {
+      forest.cost[i - 1] = forest.cost[0];
+      nbLeft = 0;
     }
+    choice.setLeft(i, nbLeft);
+    if (i == size && size < kNodeWidth) choice.setLeftFrom(i + 1, nbLeft);
   }
-  return forest;
 }
 
 class PartChooser {
  public:
-  PartChooser(const Mesh& mesh, const BinaryTree& tree, const BinaryPart& part, float extent)
-      : mMesh(mesh), mTree(tree), mPart(part), mScale(extent) {}
+  PartChooser(const Corners& corners, const BinaryPart& part, float extent)
+      : mCorners(corners), mPart(part), mScale(extent) {}
 
-  Forest choose(std::uint32_t number) const {
+  void choose(std::uint32_t number, Forest& forest) const {
     const BinaryNode& node = mPart.nodes[number];
     const float area = mScale.areaOf(node);
     Choice made;
-    Forest forest;
     if (node.isInner()) {
-      const Forest left = choose(node.leftChild()), right = choose(node.leftChild() + 1);
-      forest = detail::choose(area, fitsBlock(number), left, right, made);
+      Forest left, right;
+      choose(node.leftChild(), left);
+      choose(node.leftChild() + 1, right);
+      detail::choose(area, fitsBlock(number), left, right, forest, made);
     } else {
       made.setBlock();
       forest.size = 1;
       forest.cost[0] = area * kBlockCost;
     }
     mPart.choices[number] = made.bits();
-    return forest;
   }
 
  private:
@@ -147,13 +144,10 @@ class PartChooser {
     const std::uint32_t count = mPart.nodes[number].count;
     if (count <= kAlwaysFit) return true;
     if (count > std::uint32_t(kMaxBlockTriangles)) return false;
-    BlockContent content;
-    addTriangles(mTree, mPart.nodes, number, content);
-    return content.collectVertices(mMesh);
+    return mCorners.contentOf(mPart.nodes, number).fits();
   }
 
-  const Mesh& mMesh;
-  const BinaryTree& mTree;
+  const Corners& mCorners;
   const BinaryPart& mPart;
   AreaScale mScale;
 };
@@ -244,8 +238,7 @@ void clearLanes(WideNode& node, int first) {
 
 // Counts what a part will need, and notes the numbers of vertices of its blocks.
 struct Counter {
-  const Mesh& mesh;
-  const BinaryTree& tree;
+  const Corners& corners;
   const BinaryPart& part;
   Places places;
 
@@ -255,9 +248,7 @@ struct Counter {
   }
   WideNode* begin(std::uint32_t, int) { return nullptr; }
   std::uint32_t block(std::uint32_t number) {
-    BlockContent content;
-    addTriangles(tree, part.nodes, number, content);
-    content.collectVertices(mesh);
+    const BlockContent content = corners.contentOf(part.nodes, number);
     ++places.blocks;
     places.blockBytes += blockSize(std::size_t(content.nbTriangles()), std::size_t(content.nbVertices()));
     places.vertices += std::size_t(content.nbVertices());
@@ -267,7 +258,7 @@ struct Counter {
 
 struct Writer {
   const Mesh& mesh;
-  const BinaryTree& tree;
+  const Corners& corners;
   const BinaryPart& part;
   WideTree& wide;
   Places places;
@@ -279,9 +270,7 @@ struct Writer {
     return &node;
   }
   std::uint32_t block(std::uint32_t number) {
-    BlockContent content;
-    addTriangles(tree, part.nodes, number, content);
-    content.collectVertices(mesh);
+    const BlockContent content = corners.contentOf(part.nodes, number);
     content.write(mesh, &wide.blocks[places.blockBytes], &wide.vertexNumbers[places.vertices],
                   std::uint32_t(places.vertices));
     const auto place = std::uint32_t(places.blockBytes / kBlockUnit);
@@ -317,7 +306,8 @@ class TopCollapse {
     if (!node.isInner()) return mTree.parts[node.first].forest;
     const Forest left = choose(node.leftChild()), right = choose(node.leftChild() + 1);
     Choice made;
-    const Forest forest = detail::choose(mScale.areaOf(node), false, left, right, made);
+    Forest forest;
+    detail::choose(mScale.areaOf(node), false, left, right, forest, made);
     mChoices[number] = made.bits();
     return forest;
   }
@@ -375,25 +365,43 @@ class TopCollapse {
 
 }  // namespace
 
-void chooseInPart(const Mesh& mesh, const BinaryTree& tree, BinaryPart& part, float extent) {
-  part.forest = PartChooser(mesh, tree, part, extent).choose(0);
+void Corners::read(const Mesh& mesh, const BinaryTree& tree, const BinaryPart& part) {
+  mTriangles = &tree.order[part.begin];
+  mBegin = part.begin;
+  for (std::size_t i = 0; i < part.end - part.begin; ++i)
+    std::memcpy(&mVertices[3 * i], mesh.triangles + 3 * std::size_t(mTriangles[i]), 3 * sizeof(std::uint32_t));
 }
 
-WideTree writeWideTree(const Mesh& mesh, BinaryTree& tree, float extent, BuildWatch& watch) {
-  const TopCollapse top(tree, extent);
+BlockContent Corners::contentOf(const BinaryNode* nodes, std::uint32_t number) const {
+  std::uint32_t leaf = number;
+  while (nodes[leaf].isInner()) leaf = nodes[leaf].leftChild();
+  const std::size_t first = nodes[leaf].first - mBegin;
+  return {mTriangles + first, &mVertices[3 * first], nodes[number].count};
+}
+
+void Collapse::choose(const BinaryTree& tree, BinaryPart& part) {
+  Corners& corners = mCorners.local();
+  corners.read(mMesh, tree, part);
+  PartChooser(corners, part, mExtent).choose(0, part.forest);
+}
+
+WideTree Collapse::write(BinaryTree& tree, BuildWatch& watch) {
+  const TopCollapse top(tree, mExtent);
   const std::vector<TopCollapse::Share>& shares = top.shares();
   const auto forEachShare = [&](const auto& work) {
     tbb::parallel_for(std::size_t(0), shares.size(), [&](std::size_t i) {
       const tFloatMode mode;
       const BinaryPart& part = tree.parts[shares[i].part];
-      work(i, shares[i], part);
+      Corners& corners = mCorners.local();
+      corners.read(mMesh, tree, part);
+      work(i, shares[i], part, corners);
       watch.done(part.end - part.begin);
     });
   };
 
   std::vector<Places> places(shares.size());
-  forEachShare([&](std::size_t i, const TopCollapse::Share& share, const BinaryPart& part) {
-    Counter counter{mesh, tree, part, {}};
+  forEachShare([&](std::size_t i, const TopCollapse::Share& share, const BinaryPart& part, const Corners& corners) {
+    Counter counter{corners, part, {}};
     PartWalk<Counter>(part, counter).walk(share.roots, nullptr, 0);
     places[i] = counter.places;
   });
@@ -414,8 +422,8 @@ WideTree writeWideTree(const Mesh& mesh, BinaryTree& tree, float extent, BuildWa
   wide.blockCount = all.blocks;
   std::memset(&wide.blocks[all.blockBytes], 0, kBlockSlack);
   top.write(wide.nodes.data());
-  forEachShare([&](std::size_t i, const TopCollapse::Share& share, const BinaryPart& part) {
-    Writer writer{mesh, tree, part, wide, places[i]};
+  forEachShare([&](std::size_t i, const TopCollapse::Share& share, const BinaryPart& part, const Corners& corners) {
+    Writer writer{mMesh, corners, part, wide, places[i]};
     PartWalk<Writer>(part, writer).walk(share.roots, &wide.nodes[share.node], share.lane);
   });
   return wide;

@@ -8,15 +8,45 @@
 
 #include <qzMeshQueries/MeshTypes.h>
 #include <qzMeshQueries/tree/BinaryTree.h>
+#include <qzMeshQueries/tree/BlockContent.h>
 #include <qzMeshQueries/tree/BuildWatch.h>
 #include <qzMeshQueries/tree/WideTree.h>
+#include <tbb/enumerable_thread_specific.h>
 
 namespace qzMeshQueries::detail {
 
-/// Decides how the nodes of a part are collapsed, and leaves this in the part. extent is the largest of the mesh.
-void chooseInPart(const Mesh& mesh, const BinaryTree& tree, BinaryPart& part, float extent);
+/// The corners of a part's triangles, three of each, in the order of the part. Reading them at once lets many cache misses
+/// overlap.
+class Corners {
+ public:
+  Corners() : mVertices(3 * std::size_t(kMaxPartTriangles)) {}
 
-/// Writes the wide tree, when all parts have been decided on.
-WideTree writeWideTree(const Mesh& mesh, BinaryTree& tree, float extent, BuildWatch& watch);
+  void read(const Mesh& mesh, const BinaryTree& tree, const BinaryPart& part);
+
+  /// The triangles of a subtree of at most kMaxBlockTriangles. They stand together.
+  BlockContent contentOf(const BinaryNode* nodes, std::uint32_t number) const;
+
+ private:
+  AlignedArray<std::uint32_t> mVertices;
+  const std::uint32_t* mTriangles = nullptr;
+  std::uint32_t mBegin = 0;
+};
+
+class Collapse {
+ public:
+  /// extent   the largest of the mesh
+  Collapse(const Mesh& mesh, float extent) : mMesh(mesh), mExtent(extent) {}
+
+  /// Decides how the nodes of a part are collapsed, and leaves this in the part. May be called on several threads.
+  void choose(const BinaryTree& tree, BinaryPart& part);
+
+  /// Writes the wide tree, when all parts have been decided on.
+  WideTree write(BinaryTree& tree, BuildWatch& watch);
+
+ private:
+  const Mesh& mMesh;
+  float mExtent;
+  tbb::enumerable_thread_specific<Corners> mCorners;
+};
 
 }  // namespace qzMeshQueries::detail
