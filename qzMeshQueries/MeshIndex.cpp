@@ -84,22 +84,26 @@ Crossings MeshIndex::crossings(const Ray& ray, const RayOptions& options) const 
 
 void MeshIndex::closestHits(const Ray* rays, std::size_t count, Hit* hits, const RayOptions& options,
                             int threads) const {
-  detail::forEachChunk(count, threads, [&](std::size_t begin, std::size_t end) {
-    if (!mContent) return void(std::fill(hits + begin, hits + end, Hit()));
+  if (!mContent) return void(std::fill(hits, hits + count, Hit()));
+  const std::size_t rowLength = detail::findRowLength(rays, count);
+  detail::forEachChunk(count, detail::chunkOf(rowLength), threads, [&](std::size_t begin, std::size_t end) {
     const qzDetail::tFloatMode mode;
     const Content& content = *mContent;
-    detail::walks().closestHits(content.tree, rays + begin, end - begin, content.optionsOf(options), hits + begin);
+    detail::walks().closestHits(content.tree, rays + begin, end - begin, rowLength, content.optionsOf(options),
+                                hits + begin);
     for (std::size_t i = begin; i < end; ++i) content.renumber(hits[i]);
   });
 }
 
 void MeshIndex::anyHits(const Ray* rays, std::size_t count, std::uint8_t* isHit, const RayOptions& options,
                         int threads) const {
-  detail::forEachChunk(count, threads, [&](std::size_t begin, std::size_t end) {
-    if (!mContent) return void(std::fill(isHit + begin, isHit + end, std::uint8_t(0)));
+  if (!mContent) return void(std::fill(isHit, isHit + count, std::uint8_t(0)));
+  const std::size_t rowLength = detail::findRowLength(rays, count);
+  detail::forEachChunk(count, detail::chunkOf(rowLength), threads, [&](std::size_t begin, std::size_t end) {
     const qzDetail::tFloatMode mode;
     const Content& content = *mContent;
-    detail::walks().anyHits(content.tree, rays + begin, end - begin, content.optionsOf(options), isHit + begin);
+    detail::walks().anyHits(content.tree, rays + begin, end - begin, rowLength, content.optionsOf(options),
+                            isHit + begin);
   });
 }
 
@@ -116,11 +120,13 @@ Lists<Hit> MeshIndex::allHits(const Ray* rays, std::size_t count, const RayOptio
 
 void MeshIndex::crossings(const Ray* rays, std::size_t count, Crossings* out, const RayOptions& options,
                           int threads) const {
-  detail::forEachChunk(count, threads, [&](std::size_t begin, std::size_t end) {
-    if (!mContent) return void(std::fill(out + begin, out + end, Crossings()));
+  if (!mContent) return void(std::fill(out, out + count, Crossings()));
+  const std::size_t rowLength = detail::findRowLength(rays, count);
+  detail::forEachChunk(count, detail::chunkOf(rowLength), threads, [&](std::size_t begin, std::size_t end) {
     const qzDetail::tFloatMode mode;
     const Content& content = *mContent;
-    detail::walks().crossingsOfRays(content.tree, rays + begin, end - begin, content.optionsOf(options), out + begin);
+    detail::walks().crossingsOfRays(content.tree, rays + begin, end - begin, rowLength, content.optionsOf(options),
+                                    out + begin);
   });
 }
 

@@ -14,16 +14,27 @@ namespace qzMeshQueries::detail {
 /// Questions that a thread takes at a time.
 inline constexpr std::size_t kChunk = 2048;
 
-/// Calls work(begin, end) for parts of 0..count, on so many threads; 0: as many as the machine has.
+/// The length of the rows that rays come in, such as those of a picture: the distance between the first steps that differ
+/// from the steps before. 0 if none is found. It changes no answer.
+std::size_t findRowLength(const Ray* rays, std::size_t count);
+
+/// Rays that a thread takes at a time: whole rows of tiles of four by four.
+inline std::size_t chunkOf(std::size_t rowLength) {
+  return rowLength == 0 ? kChunk : (kChunk + 4 * rowLength - 1) / (4 * rowLength) * (4 * rowLength);
+}
+
+/// Calls work(begin, end) for parts of 0..count, on so many threads; 0: as many as the machine has. Parts begin at
+/// multiples of chunk.
 template <class Work>
-void forEachChunk(std::size_t count, int threads, const Work& work) {
+void forEachChunk(std::size_t count, std::size_t chunk, int threads, const Work& work) {
   if (count == 0) return;
-  if (threads == 1 || count <= kChunk) return work(std::size_t(0), count);
-  tbb::task_arena arena(threads > 0 ? threads : tbb::task_arena::automatic);
+  const int most = tbb::this_task_arena::max_concurrency();
+  const int nbThreads = threads > 0 ? std::min(threads, most) : most;
+  if (nbThreads == 1 || count <= chunk) return work(std::size_t(0), count);
+  tbb::task_arena arena(nbThreads);
   arena.execute([&] {
-    tbb::parallel_for(tbb::blocked_range<std::size_t>(0, (count + kChunk - 1) / kChunk, 1), [&](const auto& chunks) {
-      work(chunks.begin() * kChunk, std::min(count, chunks.end() * kChunk));
-    });
+    tbb::parallel_for(tbb::blocked_range<std::size_t>(0, (count + chunk - 1) / chunk, 1),
+                      [&](const auto& chunks) { work(chunks.begin() * chunk, std::min(count, chunks.end() * chunk)); });
   });
 }
 
@@ -34,7 +45,7 @@ Lists<T> collectLists(std::size_t count, int threads, const Append& append) {
   std::vector<std::vector<T>> items(nbChunks);
   Lists<T> lists;
   lists.starts.resize(count + 1);
-  forEachChunk(count, threads, [&](std::size_t begin, std::size_t end) {
+  forEachChunk(count, kChunk, threads, [&](std::size_t begin, std::size_t end) {
     for (std::size_t i = begin; i < end; ++i) {
       std::vector<T>& own = items[i / kChunk];
       const std::size_t before = own.size();

@@ -20,6 +20,39 @@ struct ChildStack {
   std::uint32_t child[kStackSize + kNodeWidth];
 };
 
+/// Prefetches a child without a branch on what it is, which no processor could predict.
+HWY_INLINE void prefetchWhole(const WideNode* nodes, const std::uint8_t* blocks, std::uint32_t child) {
+  const std::uintptr_t block = reinterpret_cast<std::uintptr_t>(blocks) + std::size_t(child & ~kIsBlock) * kBlockUnit;
+  const std::uintptr_t node = reinterpret_cast<std::uintptr_t>(nodes) + std::size_t(child) * sizeof(WideNode);
+  const std::uintptr_t isBlock = std::uintptr_t(0) - (child >> 31);
+  const char* const first = reinterpret_cast<const char*>(node ^ ((node ^ block) & isBlock));
+  const char* const rest = first + (192 & ~isBlock);  // a block has three lines, a node has seven
+  for (int line = 0; line < 3; ++line) hwy::Prefetch(first + 64 * line);
+  for (int line = 0; line < 4; ++line) hwy::Prefetch(rest + 64 * line);
+}
+
+/// The depths at which a ray passes one plane of the boxes of some children.
+template <class D>
+HWY_INLINE hn::Vec<D> passNear(D d, const RaySlabs& slabs, const WideNode& node, int first, int axis) {
+  return hn::MulAdd(hn::Load(d, node.bounds[slabs.nearRow[axis]] + first), hn::Set(d, slabs.inverse[axis]),
+                    hn::Set(d, slabs.nearShift[axis]));
+}
+template <class D>
+HWY_INLINE hn::Vec<D> passFar(D d, const RaySlabs& slabs, const WideNode& node, int first, int axis) {
+  return hn::MulAdd(hn::Load(d, node.bounds[slabs.nearRow[axis] ^ 1] + first), hn::Set(d, slabs.inverse[axis]),
+                    hn::Set(d, slabs.farShift[axis]));
+}
+
+/// Whether a ray, or one of several, meets the boxes of some children, and at which depth.
+template <class D, class Slabs>
+HWY_INLINE hn::Mask<D> meet(D d, const Slabs& slabs, const WideNode& node, int first, hn::Vec<D>& enter) {
+  enter = hn::Max(hn::Max(passNear(d, slabs, node, first, 0), passNear(d, slabs, node, first, 1)),
+                  hn::Max(passNear(d, slabs, node, first, 2), hn::Set(d, slabs.from)));
+  const auto leave = hn::Min(hn::Min(passFar(d, slabs, node, first, 0), passFar(d, slabs, node, first, 1)),
+                             hn::Min(passFar(d, slabs, node, first, 2), hn::Set(d, slabs.to)));
+  return hn::Le(enter, leave);
+}
+
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET <= HWY_AVX3
 
 /// Eight lanes after one step of a sorting network: of each two, the first keeps the greater.
@@ -61,7 +94,9 @@ using EightFloats = hn::FixedTag<float, 8>;
 struct MetChildren {
   hn::Vec<hn::FixedTag<float, 16>> enter, child;
 
-  HWY_INLINE void store(hn::Vec<Eight> sorted, float* HWY_RESTRICT nears, std::uint32_t* HWY_RESTRICT children) const {
+  HWY_INLINE void store(hn::Vec<Eight> sorted, float* HWY_RESTRICT nears, std::uint32_t* HWY_RESTRICT children,
+                        std::uint32_t* HWY_RESTRICT lanes) const {
+    if (lanes != nullptr) hn::StoreU(hn::And(sorted, hn::Set(Eight(), kNodeWidth - 1)), Eight(), lanes);
     const hn::FixedTag<float, 16> f16;
     const hn::FixedTag<std::uint32_t, 16> d16;
     const EightFloats f8;
@@ -97,7 +132,9 @@ HWY_INLINE hn::Vec<Eight> compressEight(hn::Vec<Eight> v, std::uint32_t bits) {
 struct MetChildren {
   hn::Vec<EightFloats> enter[2], child[2];
 
-  HWY_INLINE void store(hn::Vec<Eight> sorted, float* HWY_RESTRICT nears, std::uint32_t* HWY_RESTRICT children) const {
+  HWY_INLINE void store(hn::Vec<Eight> sorted, float* HWY_RESTRICT nears, std::uint32_t* HWY_RESTRICT children,
+                        std::uint32_t* HWY_RESTRICT lanes) const {
+    if (lanes != nullptr) hn::StoreU(hn::And(sorted, hn::Set(Eight(), kNodeWidth - 1)), Eight(), lanes);
     const EightFloats f8;
     const auto order = hn::IndicesFromVec(f8, hn::And(sorted, hn::Set(Eight(), 7)));
     const auto isSecond = hn::MaskFromVec(hn::BitCast(f8, hn::ShiftLeft<28>(sorted)));  // bit 3
@@ -109,24 +146,11 @@ struct MetChildren {
 };
 #endif
 
-template <class D>
-HWY_INLINE hn::Vec<D> planesOf(D d, const RaySlabs& slabs, const WideNode& node, int first, int axis, int isFar) {
-  return hn::MulAdd(hn::Load(d, node.bounds[slabs.nearRow[axis] ^ isFar] + first), hn::Set(d, slabs.inverse[axis]),
-                    hn::Set(d, isFar ? slabs.farShift[axis] : slabs.nearShift[axis]));
-}
-template <class D>
-HWY_INLINE hn::Mask<D> meet(D d, const RaySlabs& slabs, const WideNode& node, int first, hn::Vec<D>& enter) {
-  enter = hn::Max(hn::Max(planesOf(d, slabs, node, first, 0, 0), planesOf(d, slabs, node, first, 1, 0)),
-                  hn::Max(planesOf(d, slabs, node, first, 2, 0), hn::Set(d, slabs.from)));
-  const auto leave = hn::Min(hn::Min(planesOf(d, slabs, node, first, 0, 1), planesOf(d, slabs, node, first, 1, 1)),
-                             hn::Min(planesOf(d, slabs, node, first, 2, 1), hn::Set(d, slabs.to)));
-  return hn::Le(enter, leave);
-}
-
 /// Stores the met children at nears and children, far to near; returns how many there are. Beyond eight, the order is
-/// that of each eight.
-HWY_INLINE int storeChildren(const RaySlabs& slabs, const WideNode& node, float* HWY_RESTRICT nears,
-                             std::uint32_t* HWY_RESTRICT children) {
+/// that of each eight. lanes, if not null, gets their places in the node.
+template <class Slabs>
+HWY_INLINE int storeChildren(const Slabs& slabs, const WideNode& node, float* HWY_RESTRICT nears,
+                             std::uint32_t* HWY_RESTRICT children, std::uint32_t* HWY_RESTRICT lanes = nullptr) {
   // Keys are the bits of entry depths, with the lane in the last four and a one before; a miss is 0, the last in order.
   // Negative depths come in the wrong order, which costs time only.
   constexpr std::uint32_t kLane = kNodeWidth - 1, kIsMet = kNodeWidth;
@@ -138,13 +162,14 @@ HWY_INLINE int storeChildren(const RaySlabs& slabs, const WideNode& node, float*
   const auto isMet = meet(f16, slabs, node, 0, met.enter);
   met.child = hn::Load(f16, reinterpret_cast<const float*>(node.child));
   const int count = int(hn::CountTrue(f16, isMet));
-  const auto lanes = hn::Or(hn::Iota(d16, 0), hn::Set(d16, kIsMet));
-  const auto keys = hn::Or(hn::AndNot(hn::Set(d16, kLane), hn::BitCast(d16, met.enter)), lanes);
+  const auto tags = hn::Or(hn::Iota(d16, 0), hn::Set(d16, kIsMet));
+  const auto keys = hn::Or(hn::AndNot(hn::Set(d16, kLane), hn::BitCast(d16, met.enter)), tags);
   const auto packed = hn::Compress(keys, hn::RebindMask(d16, isMet));  // zeros behind
   const auto first = hn::LowerHalf(d, packed);
   if (HWY_UNLIKELY(count > 8)) {
-    met.store(sortEight(d, hn::UpperHalf(d, packed)), nears, children);
-    met.store(sortEight(d, first), nears + (count - 8), children + (count - 8));
+    met.store(sortEight(d, hn::UpperHalf(d, packed)), nears, children, lanes);
+    met.store(sortEight(d, first), nears + (count - 8), children + (count - 8),
+              lanes == nullptr ? nullptr : lanes + (count - 8));
     return count;
   }
 #else
@@ -154,38 +179,48 @@ HWY_INLINE int storeChildren(const RaySlabs& slabs, const WideNode& node, float*
     met.child[half] = hn::Load(f8, reinterpret_cast<const float*>(node.child + 8 * half));
   const std::uint32_t bits0 = bitsOf(f8, met0), bits1 = bitsOf(f8, met1);
   const int count0 = int(hwy::PopCount(bits0)), count1 = int(hwy::PopCount(bits1)), count = count0 + count1;
-  const auto lanes = hn::Or(hn::Iota(d, 0), hn::Set(d, kIsMet)), mask = hn::Set(d, kLane);
-  const auto keys0 = hn::Or(hn::AndNot(mask, hn::BitCast(d, met.enter[0])), lanes);
-  const auto keys1 = hn::Or(hn::AndNot(mask, hn::BitCast(d, met.enter[1])), hn::Or(lanes, hn::Set(d, 8)));
+  const auto tags = hn::Or(hn::Iota(d, 0), hn::Set(d, kIsMet)), mask = hn::Set(d, kLane);
+  const auto keys0 = hn::Or(hn::AndNot(mask, hn::BitCast(d, met.enter[0])), tags);
+  const auto keys1 = hn::Or(hn::AndNot(mask, hn::BitCast(d, met.enter[1])), hn::Or(tags, hn::Set(d, 8)));
   const auto packed0 = compressEight(hn::IfThenElseZero(hn::RebindMask(d, met0), keys0), bits0);
   const auto packed1 = compressEight(hn::IfThenElseZero(hn::RebindMask(d, met1), keys1), bits1);
   if (HWY_UNLIKELY(count > 8)) {
-    met.store(sortEight(d, packed1), nears, children);
-    met.store(sortEight(d, packed0), nears + count1, children + count1);
+    met.store(sortEight(d, packed1), nears, children, lanes);
+    met.store(sortEight(d, packed0), nears + count1, children + count1, lanes == nullptr ? nullptr : lanes + count1);
     return count;
   }
   const auto turned = hn::And(hn::Sub(hn::Iota(d, 8), hn::Set(d, std::uint32_t(count0))), hn::Set(d, 7));
   const auto first = hn::Or(packed0, hn::TableLookupLanes(packed1, hn::IndicesFromVec(d, turned)));
 #endif
-  met.store(HWY_UNLIKELY(count > 4) ? sortEight(d, first) : sortFour(d, first), nears, children);
+  met.store(HWY_UNLIKELY(count > 4) ? sortEight(d, first) : sortFour(d, first), nears, children, lanes);
   return count;
 }
 
 #else
 
-HWY_INLINE int storeChildren(const RaySlabs& slabs, const WideNode& node, float* HWY_RESTRICT nears,
-                             std::uint32_t* HWY_RESTRICT children) {
+template <class Slabs>
+HWY_INLINE int storeChildren(const Slabs& slabs, const WideNode& node, float* HWY_RESTRICT nears,
+                             std::uint32_t* HWY_RESTRICT children, std::uint32_t* HWY_RESTRICT lanes = nullptr) {
+  const hn::CappedTag<float, kNodeWidth> d;
+  const int kLanes = int(hn::Lanes(d));
   alignas(64) float near[kNodeWidth];
   int count = 0;
-  for (std::uint32_t met = meetBoxes(slabs, node, near); met != 0; met &= met - 1) {
-    const int lane = hwy::Num0BitsBelowLS1Bit_Nonzero32(met);
-    int at = count++;
-    for (; at > 0 && nears[at - 1] < near[lane]; --at) {
-      nears[at] = nears[at - 1];
-      children[at] = children[at - 1];
+  for (int first = 0; first < kNodeWidth; first += kLanes) {
+    auto enter = hn::Zero(d);
+    std::uint32_t met = bitsOf(d, meet(d, slabs, node, first, enter));
+    hn::Store(enter, d, near);
+    for (; met != 0; met &= met - 1) {
+      const int lane = int(hwy::Num0BitsBelowLS1Bit_Nonzero32(met));
+      int at = count++;
+      for (; at > 0 && nears[at - 1] < near[lane]; --at) {
+        nears[at] = nears[at - 1];
+        children[at] = children[at - 1];
+        if (lanes != nullptr) lanes[at] = lanes[at - 1];
+      }
+      nears[at] = near[lane];
+      children[at] = node.child[first + lane];
+      if (lanes != nullptr) lanes[at] = std::uint32_t(first + lane);
     }
-    nears[at] = near[lane];
-    children[at] = node.child[lane];
   }
   return count;
 }

@@ -41,23 +41,11 @@ struct alignas(64) FlyingRay {
   ChildStack stack;
 };
 
-/// Prefetches a child without a branch on what it is, which no processor could predict.
-HWY_INLINE void prefetchWhole(const WideNode* nodes, const std::uint8_t* blocks, std::uint32_t child) {
-  const std::uintptr_t block = reinterpret_cast<std::uintptr_t>(blocks) + std::size_t(child & ~kIsBlock) * kBlockUnit;
-  const std::uintptr_t node = reinterpret_cast<std::uintptr_t>(nodes) + std::size_t(child) * sizeof(WideNode);
-  const std::uintptr_t isBlock = std::uintptr_t(0) - (child >> 31);
-  const char* const first = reinterpret_cast<const char*>(node ^ ((node ^ block) & isBlock));
-  const char* const rest = first + (192 & ~isBlock);  // a block has three lines, a node has seven
-  for (int line = 0; line < 3; ++line) hwy::Prefetch(first + 64 * line);
-  for (int line = 0; line < 4; ++line) hwy::Prefetch(rest + 64 * line);
-}
-
-/// Answers rays[numbers[i]] for i in 0..count.
+/// Answers rays[numbers[i]] for i in 0..count. flying is room for kInFlight rays.
 template <class Query, class Answer>
 HWY_INLINE void takeTurns(const WideTree& tree, const Ray* rays, const std::uint32_t* numbers, std::size_t count,
-                          const WalkOptions& options, Answer* answers) {
+                          const WalkOptions& options, FlyingRay<Query>* flying, Answer* answers) {
   using Flying = FlyingRay<Query>;
-  const std::unique_ptr<Flying[]> flying(new Flying[kInFlight]);
   // Rays before a node, rays before a block; those of this turn, those of the next.
   Flying *beforeNode[2][kInFlight], *beforeBlock[2][kInFlight];
   int nbNodes = 0, nbBlocks = 0;

@@ -27,12 +27,14 @@ struct Walks {
                   std::vector<Hit>& hits);  ///< appends, in order
   Crossings (*crossings)(const WideTree& tree, const Ray& ray, const WalkOptions& options);
 
-  // Many rays, on the calling thread; the answers are those of the functions above. Failure: std::bad_alloc.
-  void (*closestHits)(const WideTree& tree, const Ray* rays, std::size_t count, const WalkOptions& options, Hit* hits);
-  void (*anyHits)(const WideTree& tree, const Ray* rays, std::size_t count, const WalkOptions& options,
-                  std::uint8_t* isHit);
-  void (*crossingsOfRays)(const WideTree& tree, const Ray* rays, std::size_t count, const WalkOptions& options,
-                          Crossings* crossings);
+  // Many rays, on the calling thread; the answers are those of the functions above. rowLength: where neighbours may be
+  // found, from findRowLength. Failure: std::bad_alloc.
+  void (*closestHits)(const WideTree& tree, const Ray* rays, std::size_t count, std::size_t rowLength,
+                      const WalkOptions& options, Hit* hits);
+  void (*anyHits)(const WideTree& tree, const Ray* rays, std::size_t count, std::size_t rowLength,
+                  const WalkOptions& options, std::uint8_t* isHit);
+  void (*crossingsOfRays)(const WideTree& tree, const Ray* rays, std::size_t count, std::size_t rowLength,
+                          const WalkOptions& options, Crossings* crossings);
 };
 
 /// The walks in use: those of the best instruction set of the processor, unless useInstructionSet chose another.
