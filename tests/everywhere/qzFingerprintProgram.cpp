@@ -1,6 +1,6 @@
-// qzFingerprints: runs the library on generated scenes and compares hashes of all results with those in a file. It
-// depends on the standard library and the toolkit's reader of OBJ files, so that it can be built and run wherever the
-// library can.
+// qzFingerprints, qzQueryFingerprints: run a library on generated scenes and compare hashes of all results with those in
+// a file. They depend on the standard library and the toolkit's reader of OBJ files, so that they can be built and run
+// wherever the library can.
 
 #include "everywhere/qzFingerprintList.h"
 #include "everywhere/qzFingerprints.h"
@@ -32,7 +32,7 @@ const char kUsage[] =
     "  --short               ask the first few queries of every kind\n"
     "  --scene NAME          this scene only; may be repeated\n"
     "  --motorbike OBJ       also the motorbike, which this file is\n"
-    "  --variant NAME        fail unless rays run in this variant, AVX or baseline\n"
+    "  --variant NAME        fail unless rays run in this variant, AVX or baseline, or these instruction sets\n"
     "  --threads N           cast rays on N threads, if the program was built with the toolkit\n"
     "  --write               write FILE in place of checking it; scenes that were not made keep their lines\n";
 

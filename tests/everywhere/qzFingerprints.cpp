@@ -15,6 +15,9 @@
 
 namespace qzTest {
 
+// Of each of seven kinds, and regions.
+const std::size_t kFewRays = 500, kAllRays = 20000, kFewRegions = 100, kAllRegions = 1000;
+
 namespace {
 
 using Point2 = Wm4::Vector2<float>;

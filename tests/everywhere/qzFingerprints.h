@@ -1,5 +1,6 @@
 #pragma once
-// The fingerprints of a scene: hashes of all results of the library on it, part by part.
+// The fingerprints of a scene: hashes of all results of a library on it, part by part. There are two of these, and a
+// program for each: qzCommonAddOns and qzMeshQueries.
 
 #include "everywhere/qzEverywhereScenes.h"
 
@@ -20,8 +21,8 @@ struct FingerprintEffort {
   bool isShort = false;
   int nbThreads = 1;
 };
-/// Rays of each of seven kinds, and regions.
-constexpr std::size_t kFewRays = 500, kAllRays = 20000, kFewRegions = 100, kAllRegions = 1000;
+/// Rays of each kind, and regions.
+extern const std::size_t kFewRays, kAllRays, kFewRegions, kAllRegions;
 
 struct FingerprintResult {
   std::vector<Fingerprint> fingerprints;

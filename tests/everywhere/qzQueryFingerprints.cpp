@@ -1,0 +1,224 @@
+// The fingerprints of a scene by qzMeshQueries: hashes of the answers of a MeshIndex. Trees of every quality and every
+// instruction set that the processor can run must give the same ones.
+
+#include "everywhere/qzEverywhereScenes.h"
+#include "everywhere/qzFingerprints.h"
+#include "everywhere/qzRayCaster.h"
+#include "everywhere/qzVariantInUse.h"
+
+#include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
+#include <qzMeshQueries/MeshIndex.h>
+#include <qzMeshQueries/walk/Walks.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <stdexcept>
+
+#include "support/qzBits.h"
+#include "support/qzHash.h"
+
+namespace qzTest {
+
+using namespace qzMeshQueries;
+
+// Of each of six kinds: a million rays in all.
+const std::size_t kFewRays = 1000, kAllRays = 170000, kFewRegions = 0, kAllRegions = 0;
+const int kMaxCastingThreads = 256;
+
+const char* variantInUse() {
+  static const std::string joined = [] {
+    std::string text;
+    for (const std::string& name : qzMeshQueries::detail::instructionSets()) text += (text.empty() ? "" : "+") + name;
+    return text;
+  }();
+  return joined.c_str();
+}
+
+namespace {
+
+/// All answers to the rays of a batch.
+struct Answers {
+  std::vector<Hit> closest;
+  std::vector<std::uint8_t> any;
+  std::vector<Crossings> crossings;
+  Lists<Hit> all;
+};
+
+Answers ask(const MeshIndex& index, const std::vector<Ray>& rays, const RayOptions& options, int nbThreads) {
+  Answers answers;
+  answers.closest.resize(rays.size());
+  answers.any.resize(rays.size());
+  answers.crossings.resize(rays.size());
+  index.closestHits(rays.data(), rays.size(), answers.closest.data(), options, nbThreads);
+  index.anyHits(rays.data(), rays.size(), answers.any.data(), options, nbThreads);
+  index.crossings(rays.data(), rays.size(), answers.crossings.data(), options, nbThreads);
+  answers.all = index.allHits(rays.data(), rays.size(), options, nbThreads);
+  return answers;
+}
+
+template <class T>
+bool sameBytes(const std::vector<T>& a, const std::vector<T>& b) {
+  return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0);
+}
+
+/// The first kind of answers that differ; empty if all are the same.
+std::string difference(const Answers& a, const Answers& b) {
+  if (!sameBytes(a.closest, b.closest)) return "closest hits";
+  if (!sameBytes(a.any, b.any)) return "whether there are hits";
+  if (!sameBytes(a.crossings, b.crossings)) return "crossings";
+  if (a.all.starts != b.all.starts || !sameBytes(a.all.items, b.all.items)) return "lists of hits";
+  return {};
+}
+
+void add(Hash& hash, const Hit& hit) {
+  hash.addAll(hit.t, hit.u, hit.v, hit.triangle);
+}
+
+class Taker {
+ public:
+  Taker(const EverywhereScene& scene, const FingerprintEffort& effort)
+      : mScene(scene), mCount(effort.isShort || isDenormal(scene) ? kFewRays : kAllRays), mNbThreads(effort.nbThreads) {
+    copyMesh();
+  }
+
+  FingerprintResult take() {
+    for (const Quality quality : {Quality::good, Quality::fast, Quality::best}) {
+      BuildOptions options;
+      options.quality = quality;
+      mIndices.emplace_back(mesh(), options);
+      if (mIndices.back().meshDigest() != mIndices[0].meshDigest() ||
+          mIndices.back().isClosed() != mIndices[0].isClosed())
+        throw std::runtime_error(mScene.name + ": digests depend on the quality");
+    }
+    Hash digest;
+    for (const std::uint64_t half : mIndices[0].meshDigest())
+      digest.addAll(static_cast<std::uint32_t>(half), static_cast<std::uint32_t>(half >> 32));
+    digest.add(mIndices[0].isClosed());
+    mResult.fingerprints.push_back({"mesh", digest.value()});
+
+    const RayBatch camera = cameraRays(mScene, mCount);
+    const Answers seen = askAll("camera", camera);
+    std::vector<RayAnswer> hits;
+    for (const Hit& hit : seen.closest) hits.push_back({bool(hit), hit.t, {hit.u, hit.v}, hit.triangle});
+    askAll("bounce", bounceRays(mScene, camera, hits));
+    askAll("chord", chords(mScene, RayBatch::eFront, mCount));
+    askAll("edge", edgeRays(mScene, mCount));
+    askAll("axis", axisRays(mScene, mCount));
+    askAll("picture", pictureRays());
+    return mResult;
+  }
+
+ private:
+  Mesh mesh() const { return {mVertices.data(), mVertices.size() / 3, mTriangles.data(), mTriangles.size() / 3}; }
+
+  /// Every ray meets all boxes of such a scene, as none is larger than their margins.
+  static bool isDenormal(const EverywhereScene& scene) {
+    float largest = 0.0f;
+    for (int axis = 0; axis < 3; ++axis)
+      largest = std::max({largest, std::fabs(scene.min[axis]), std::fabs(scene.max[axis])});
+    return largest < 0x1p-120f;
+  }
+
+  /// The triangles without coordinates that a MeshIndex refuses.
+  void copyMesh() {
+    const qzDetail::tFloatMode mode;
+    for (unsigned int i = 0; i < mScene.nbTriangles(); ++i) {
+      bool isGood = true;
+      for (unsigned int k = 0; k < 3; ++k)
+        for (int axis = 0; axis < 3; ++axis) isGood = isGood && std::fabs(mScene.corner(i, k)[axis]) <= 1e15f;
+      if (!isGood) continue;
+      for (unsigned int k = 0; k < 3; ++k) {
+        mTriangles.push_back(static_cast<std::uint32_t>(mVertices.size() / 3));
+        for (int axis = 0; axis < 3; ++axis) mVertices.push_back(mScene.corner(i, k)[axis]);
+      }
+    }
+  }
+
+  /// Row by row, as programs ask for pictures.
+  RayBatch pictureRays() const {
+    const qzDetail::tFloatMode mode;
+    RayBatch batch{"picture", RayBatch::eBoth, {}};
+    float size = 0.0f;
+    Point middle;
+    for (int axis = 0; axis < 3; ++axis) {
+      size = std::max(size, mScene.max[axis] - mScene.min[axis]);
+      middle[axis] = 0.5f * mScene.min[axis] + 0.5f * mScene.max[axis];
+    }
+    const Point eye(middle[0] - size, middle[1] - 0.25f * size, middle[2] + 0.5f * size);
+    constexpr std::size_t kWidth = 500;
+    for (std::size_t i = 0; i < mCount; ++i) {
+      const float x = static_cast<float>(i % kWidth) / static_cast<float>(kWidth) - 0.5f;
+      const float y = static_cast<float>(i / kWidth) / 340.0f - 0.5f;
+      batch.rays.push_back({eye, Point(1.0f, 0.25f + x, -0.5f - y), 0.0f, kInf});
+    }
+    return batch;
+  }
+
+  Answers askAll(const std::string& part, const RayBatch& batch) {
+    std::vector<Ray> rays;
+    for (std::size_t i = 0; i < std::min(mCount, batch.rays.size()); ++i) {
+      const EverywhereRay& from = batch.rays[i];
+      rays.push_back({{from.origin[0], from.origin[1], from.origin[2]},
+                      from.tMin,
+                      {from.direction[0], from.direction[1], from.direction[2]},
+                      from.t});
+    }
+    RayOptions options;
+    options.faces = batch.policy == RayBatch::eFront  ? Faces::front
+                    : batch.policy == RayBatch::eBack ? Faces::back
+                                                      : Faces::both;
+    Answers first;
+    bool isFirst = true;
+    const std::vector<std::string> names = qzMeshQueries::detail::instructionSets();
+    for (std::size_t number = 0; number < names.size(); ++number) {
+      const std::string& name = names[number];
+      qzMeshQueries::detail::useInstructionSet(name);
+      for (const MeshIndex& index : mIndices) {
+        // The first instruction set asks trees of all qualities, each other one that of one.
+        if (number > 0 && &index != &mIndices[number % mIndices.size()]) continue;
+        Answers answers = ask(index, rays, options, mNbThreads);
+        const std::string different = isFirst ? std::string() : difference(first, answers);
+        if (!different.empty()) {
+          const auto quality = std::to_string(&index - mIndices.data());
+          throw std::runtime_error(mScene.name + ", " + part + ": other " + different + " by " + name + ", quality " +
+                                   quality);
+        }
+        if (isFirst) first = std::move(answers);
+        isFirst = false;
+      }
+    }
+    note(part, first);
+    mResult.nbRays += rays.size();
+    return first;
+  }
+
+  void note(const std::string& part, const Answers& answers) {
+    Hash closest, rest;
+    for (std::size_t i = 0; i < answers.closest.size(); ++i) {
+      add(closest, answers.closest[i]);
+      mResult.nbHits += bool(answers.closest[i]);
+      rest.addAll(answers.any[i] != 0, answers.crossings[i].front, answers.crossings[i].back);
+      for (std::size_t k = answers.all.starts[i]; k < answers.all.starts[i + 1]; ++k) add(rest, answers.all.items[k]);
+      if (i + 1 != kFewRays && i + 1 != kAllRays) continue;
+      mResult.fingerprints.push_back({part + "-closest-" + std::to_string(i + 1), closest.value()});
+      mResult.fingerprints.push_back({part + "-all-" + std::to_string(i + 1), rest.value()});
+    }
+  }
+
+  const EverywhereScene& mScene;
+  const std::size_t mCount;
+  const int mNbThreads;
+  std::vector<float> mVertices;
+  std::vector<std::uint32_t> mTriangles;
+  std::vector<MeshIndex> mIndices;
+  FingerprintResult mResult;
+};
+
+}  // namespace
+
+FingerprintResult takeFingerprints(const EverywhereScene& scene, const FingerprintEffort& effort) {
+  return Taker(scene, effort).take();
+}
+
+}  // namespace qzTest
