@@ -1,6 +1,7 @@
 #include <qzMeshQueries/tree/Collapse.h>
 
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
+#include <qzMeshQueries/tree/NodeArea.h>
 #include <tbb/parallel_for.h>
 
 #include <algorithm>
@@ -43,24 +44,6 @@ class Choice {
  private:
   static constexpr std::uint64_t kVertexBits = std::uint64_t(15) << 60, kAllOnes = 0x1111111111111111u;
   std::uint64_t mBits;
-};
-
-// Half the area of a node's box in units of the mesh's extent. A little is added for boxes without area: then there are as
-// few of them as possible.
-class AreaScale {
- public:
-  explicit AreaScale(float extent)
-      : mScale(float4(extent > 0 ? std::min(1 / extent, std::numeric_limits<float>::max()) : 0.0f)) {}
-
-  float areaOf(const BinaryNode& node) const {
-    const tBoxLanes box = node.lanes();
-    const tFloat4 extent = (box.maxInFront() - box.mMin) * mScale;  // [ x  y  z  . ]
-    const tFloat4 products = extent * shuffle<1, 2, 0, 3>(extent);  // [ xy  yz  zx  . ]
-    return firstOf(products) + laneOf<1>(products) + firstOf(upperPair(products)) + 0x1p-80f;
-  }
-
- private:
-  tFloat4 mScale;
 };
 
 // The lowest bits of a cost are replaced by the number of roots on the left, so that the smallest brings its own along.
@@ -120,11 +103,11 @@ void choose(float area, bool isBlock, const Forest& left, const Forest& right, F
 class PartChooser {
  public:
   PartChooser(const Corners& corners, const BinaryPart& part, float extent)
-      : mCorners(corners), mPart(part), mScale(extent) {}
+      : mCorners(corners), mPart(part), mArea(extent) {}
 
   void choose(std::uint32_t number, Forest& forest) const {
     const BinaryNode& node = mPart.nodes[number];
-    const float area = mScale.areaOf(node);
+    const float area = mArea.of(node.lanes());
     Choice made;
     if (node.isInner()) {
       Forest left, right;
@@ -149,7 +132,7 @@ class PartChooser {
 
   const Corners& mCorners;
   const BinaryPart& mPart;
-  AreaScale mScale;
+  NodeArea mArea;
 };
 
 // Appends the roots of a subtree as a forest of at most so many.
@@ -291,7 +274,7 @@ class TopCollapse {
     Roots roots;
   };
 
-  TopCollapse(BinaryTree& tree, float extent) : mTree(tree), mScale(extent), mChoices(tree.top.size()) {
+  TopCollapse(BinaryTree& tree, float extent) : mTree(tree), mArea(extent), mChoices(tree.top.size()) {
     choose(0);
     addNode(0);
   }
@@ -307,7 +290,7 @@ class TopCollapse {
     const Forest left = choose(node.leftChild()), right = choose(node.leftChild() + 1);
     Choice made;
     Forest forest;
-    detail::choose(mScale.areaOf(node), false, left, right, forest, made);
+    detail::choose(mArea.of(node.lanes()), false, left, right, forest, made);
     mChoices[number] = made.bits();
     return forest;
   }
@@ -357,7 +340,7 @@ class TopCollapse {
   }
 
   BinaryTree& mTree;
-  AreaScale mScale;
+  NodeArea mArea;
   std::vector<std::uint64_t> mChoices;
   std::vector<WideNode> mNodes;
   std::vector<Share> mShares;

@@ -3,6 +3,7 @@
 #include <qzMeshQueries/tree/BinaryBuild.h>
 #include <qzMeshQueries/tree/BuildWatch.h>
 #include <qzMeshQueries/tree/Collapse.h>
+#include <qzMeshQueries/tree/Reinsertion.h>
 
 #include <algorithm>
 #include <stdexcept>
@@ -19,7 +20,8 @@ constexpr std::size_t kMaxTriangles = std::size_t(1) << 30;
 double nbPasses(const Mesh& mesh, Quality quality) {
   double levels = 0;
   for (std::size_t n = mesh.triangleCount; n > kMaxPartTriangles; n /= 2) ++levels;
-  return 1 + (quality == Quality::fast ? 4 : 2 * levels) + 1 + 2;
+  const double reinsertion = quality == Quality::best ? kReinsertionPasses + 1 : 0;
+  return 1 + (quality == Quality::fast ? 4 : 2 * levels) + 1 + reinsertion + 2;
 }
 
 }  // namespace
@@ -34,8 +36,16 @@ WideTree buildTree(const Mesh& mesh, const BuildOptions& options) {
       BuildStart start = startBuild(mesh, watch);
       Collapse collapse(mesh, start.largestExtent());
       const auto onPart = [&](BinaryTree& whole, BinaryPart& part) { collapse.choose(whole, part); };
-      BinaryTree tree = options.quality == Quality::fast ? buildByMortonCodes(std::move(start), watch, onPart)
-                                                         : buildBySurfaceArea(std::move(start), watch, onPart);
+      BinaryTree tree;
+      if (options.quality == Quality::fast) {
+        tree = buildByMortonCodes(std::move(start), watch, onPart);
+      } else if (options.quality == Quality::good) {
+        tree = buildBySurfaceArea(std::move(start), watch, onPart);
+      } else {
+        const float extent = start.largestExtent();
+        tree = buildBySurfaceArea(std::move(start), watch, [](BinaryTree&, BinaryPart&) {});
+        tree = reinsert(std::move(tree), extent, watch, onPart);
+      }
       wide = collapse.write(tree, watch);
       for (int axis = 0; axis < 3; ++axis) {
         wide.min[axis] = tree.top[0].box[axis];
