@@ -4,6 +4,7 @@
 #include <doctest/doctest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
 
 #include "meshqueries/qzQueryBuilds.h"
@@ -163,6 +164,43 @@ TEST_CASE("pictures of any width answer as the plain form, also with other rays 
       }
     }
   }
+}
+
+TEST_CASE("bundles of rays at one vertex, edge or face answer as the plain form, also where they end at their hits") {
+  Random random(745);
+  std::uint32_t seed = 746;
+  std::size_t nbHits = 0;
+  for (const QueryMesh& mesh : difficultMeshes()) {
+    QueryRays source(mesh, ++seed);
+    const qzPlain::tRayQueries plain(mesh.view());
+    std::vector<Ray> rays;
+    for (int bundle = 0; bundle < 60; ++bundle) {
+      // Sixteen rays beside each other; some leave from one point, some run side by side.
+      const Ray first = source.line();
+      const float spread = std::ldexp(random.unit(), -4 - static_cast<int>(random.below(24)));
+      const bool isParallel = random.below(3) == 0, isCone = random.below(3) == 0;
+      for (int i = 0; i < 16; ++i) {
+        Ray ray = first;
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+          const float beside = random.between(-spread, spread) * std::fabs(first.direction[axis]);
+          if (!isCone && i > 0) ray.origin[axis] += beside;
+          if (!isParallel && i > 0) ray.direction[axis] -= beside;
+        }
+        if (bundle % 2 == 0) {
+          const std::vector<Hit> hits = plain.allHits(ray);
+          if (!hits.empty()) ray.tMin = ray.tMax = hits[random.below(static_cast<std::uint32_t>(hits.size()))].t;
+        }
+        rays.push_back(ray);
+      }
+    }
+    const Batch batch(mesh, rays);
+    for (const RayAnswers& answers : batch.expected) nbHits += answers.isHit;
+    forEachIndex(mesh.view(), {}, [&](const MeshIndex& index, const std::string& what) {
+      const std::string wrong = wrongBatch(index, batch.expected, batch.rays, {}, 1);
+      if (!wrong.empty()) FAIL_CHECK(mesh.name, ", ", what, ": ", wrong);
+    });
+  }
+  CHECK(nbHits > 10000);
 }
 
 TEST_CASE("options hold for every ray of a batch") {
