@@ -1,11 +1,15 @@
-#include <qzCommonAddOns/qzDetail/base/qzPlatformAdapter.h>
 #include <qzMeshQueries/kernel/RayTriangle.h>
+#include <qzMeshQueries/tree/BuildWatch.h>
 #include <qzMeshQueries/tree/MeshCheck.h>
 
 #define XXH_INLINE_ALL
+#include <tbb/parallel_for.h>
 #include <xxhash.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cmath>
+#include <limits>
 #include <stdexcept>
 #include <string>
 
@@ -13,35 +17,72 @@ namespace qzMeshQueries::detail {
 
 namespace {
 
-constexpr std::size_t kTrianglesPerPoll = 8192;
+constexpr std::size_t kNoTriangle = std::numeric_limits<std::size_t>::max();
+
+// Numbers with firstTriangle added stay below kNone.
+std::uint64_t nbNumbers(const BuildOptions& options) {
+  return kNone - options.firstTriangle;
+}
+
+bool isUsable(float coordinate) {
+  return std::fabs(coordinate) <= kLargestCoordinate;
+}
+
+bool isUsable(const Mesh& mesh, std::size_t vertex) {
+  const float* const position = mesh.vertices + 3 * vertex;
+  return isUsable(position[0]) && isUsable(position[1]) && isUsable(position[2]);
+}
+
+// The first triangle from begin to end that is not usable, or kNoTriangle.
+std::size_t firstFault(const Mesh& mesh, std::size_t begin, std::size_t end) {
+  for (std::size_t i = begin; i < end; ++i) {
+    const std::size_t a = mesh.triangles[3 * i], b = mesh.triangles[3 * i + 1], c = mesh.triangles[3 * i + 2];
+    if (std::max({a, b, c}) >= mesh.vertexCount || !isUsable(mesh, a) || !isUsable(mesh, b) || !isUsable(mesh, c))
+      return i;
+  }
+  return kNoTriangle;
+}
 
 [[noreturn]] void refuse(std::size_t triangle, const std::string& why) {
   throw std::invalid_argument("triangle " + std::to_string(triangle) + ": " + why);
 }
 
-void checkTriangle(const Mesh& mesh, std::size_t triangle) {
-  for (int corner = 0; corner < 3; ++corner) {
-    const std::size_t vertex = mesh.triangles[3 * triangle + std::size_t(corner)];
+[[noreturn]] void refuse(const Mesh& mesh, std::size_t triangle) {
+  for (std::size_t corner = 0; corner < 3; ++corner) {
+    const std::size_t vertex = mesh.triangles[3 * triangle + corner];
     if (vertex >= mesh.vertexCount)
       refuse(triangle, "there is no vertex " + std::to_string(vertex) + " among " + std::to_string(mesh.vertexCount));
-    for (std::size_t axis = 0; axis < 3; ++axis)
-      if (!(std::fabs(mesh.vertices[3 * vertex + axis]) <= kLargestCoordinate))
-        refuse(triangle, "a coordinate of vertex " + std::to_string(vertex) + " is not a number from -1e15 to 1e15");
+    if (!isUsable(mesh, vertex))
+      refuse(triangle, "a coordinate of vertex " + std::to_string(vertex) + " is not a number from -1e15 to 1e15");
   }
+  throw std::logic_error("a triangle was refused without a reason");
 }
 
 }  // namespace
 
 void checkMesh(const Mesh& mesh, const BuildOptions& options) {
-  // Numbers with firstTriangle added stay below kNone.
-  const std::uint64_t nbNumbers = kNone - options.firstTriangle;
-  for (std::size_t i = 0; i < mesh.triangleCount; ++i) {
-    if (i % kTrianglesPerPoll == 0 && options.cancel != nullptr && qzDetail::isCanceled(*options.cancel))
-      throw Cancelled();
-    if (i >= nbNumbers)
-      refuse(i, "with " + std::to_string(options.firstTriangle) + " added, its number is beyond 4294967294");
-    checkTriangle(mesh, i);
-  }
+  const auto n = std::size_t(std::min(std::uint64_t(mesh.triangleCount), nbNumbers(options)));
+  BuildOptions silent = options;
+  silent.progress = nullptr;
+  BuildWatch watch(silent, 1);
+  watch.done(0);
+  std::atomic<std::size_t> fault{kNoTriangle};
+  if (n > 0)
+    onThreads(options.threads, [&] {
+      tbb::parallel_for(std::size_t(0), (n + kTrianglesPerPoll - 1) / kTrianglesPerPoll, [&](std::size_t chunk) {
+        const std::size_t begin = chunk * kTrianglesPerPoll, end = std::min(begin + kTrianglesPerPoll, n);
+        std::size_t first = fault;
+        if (begin < first) {
+          const std::size_t own = firstFault(mesh, begin, end);
+          while (own < first && !fault.compare_exchange_weak(first, own)) {
+          }
+        }
+        watch.done(double(end - begin));
+      });
+    });
+  if (fault != kNoTriangle) refuse(mesh, fault);
+  if (n < mesh.triangleCount)
+    refuse(n, "with " + std::to_string(options.firstTriangle) + " added, its number is beyond 4294967294");
 }
 
 std::array<std::uint64_t, 2> digestOf(const Mesh& mesh) {
