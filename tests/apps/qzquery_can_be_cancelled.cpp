@@ -59,7 +59,7 @@ TEST_CASE("a signal while waiting for rays ends the program by that signal, with
     for (const std::string hits : {"old.csv", "new.csv", "new.npy"}) {
       INFO(signal, " ", hits);
       const Outcome outcome =
-          runQueryUntil("hierarchy: ", signal, {"cast", mesh, "-", "-o", folder.path(hits)}, "0,0,2,0,0,-1\n");
+          runQueryUntil("index: ", signal, {"cast", mesh, "-", "-o", folder.path(hits)}, "0,0,2,0,0,-1\n");
       CHECK(outcome.exitCode == -signal);
       CHECK(lastLine(outcome.error) == "qzquery: interrupted\n");
       CHECK(folder.names() == before);
@@ -80,9 +80,8 @@ TEST_CASE("a signal while the mesh is read or the picture is rendered ends the p
   ::close(endOfPipe);
   CHECK(reading.exitCode == -SIGTERM);
   CHECK(reading.error == "qzquery: interrupted\n");
-  const Outcome rendering =
-      runQueryUntil("hierarchy: ", SIGINT,
-                    {"render", mesh, "-o", folder.path("a.png"), "--size", "8192x8192", "--samples", "16"}, "");
+  const Outcome rendering = runQueryUntil(
+      "index: ", SIGINT, {"render", mesh, "-o", folder.path("a.png"), "--size", "8192x8192", "--samples", "16"}, "");
   CHECK(rendering.exitCode == -SIGINT);
   CHECK(lastLine(rendering.error) == "qzquery: interrupted\n");
   CHECK(folder.names() == before);
@@ -111,7 +110,11 @@ TEST_CASE("reading, building and rendering each poll while they work, and stop a
   qzToolkit::qzHierarchy hierarchy;
   qzQuery::buildHierarchy(mesh, options, never, hierarchy);
   const auto camera = qzToolkit::qzCamera::Frame(mesh, {0, -1, 1}, qzToolkit::qzCamera::eUpZ, 1.0);
-  const qzQuery::qzRenderer renderer(mesh, hierarchy, {camera}, qzToolkit::qzCamera::eUpZ, qzQuery::tShading::eFacing);
+  const auto cast = [&](const qzToolkit::qzRay* rays, std::size_t count, qzToolkit::qzHit* hits) {
+    hierarchy.castRays(rays, count, qzQBVH::eIntersectBothFaces, hits);
+  };
+  const qzQuery::qzRenderer renderer(mesh, cast, hierarchy, {camera}, qzToolkit::qzCamera::eUpZ,
+                                     qzQuery::tShading::eFacing);
   struct tRows : qzToolkit::qzProgress {
     std::atomic<std::size_t> count{0};
     void advance(std::size_t rows) override { count += rows; }
@@ -137,6 +140,7 @@ TEST_CASE("cancelled at any poll from start to end, cast and render write no fil
   const std::vector<std::string> commands[] = {
       {"cast", mesh, rays, "-o", folder.path("hits.csv"), "--quiet"},
       {"cast", mesh, rays, "-o", folder.path("hits.npy"), "--quiet", "--builder", "sah"},
+      {"cast", mesh, rays, "-o", folder.path("hits.npy"), "--quiet", "--all", "--quality", "best"},
       {"render", mesh, "-o", folder.path("a.png"), "--depth", folder.path("a.npy"), "--size", "9x9", "--quiet"},
       {"render", mesh, "-o", folder.path("a.png"), "--shading", "cost", "--size", "9x9", "--turntable", "3",
        "--quiet"}};

@@ -87,7 +87,7 @@ std::string answers(const qz::qzTriMesh& mesh, unsigned leafSize, const std::vec
 
 }  // namespace
 
-TEST_CASE("hits are those of the library to the bit, for every policy and for symmetric rays") {
+TEST_CASE("with --engine qbvh hits are those of the library to the bit, for every policy and for symmetric rays") {
   const TemporaryFolder folder;
   CAPTURE(kSeed);
   const qz::qzTriMesh mesh = soupMesh(4000, kSeed);
@@ -96,13 +96,16 @@ TEST_CASE("hits are those of the library to the bit, for every policy and for sy
   const std::string lines = folder.write("lines.csv", asText(randomRays(false)));
   const char* names[] = {"both", "front", "back"};
   for (unsigned policy = 0; policy < 3; ++policy) {
-    const Outcome outcome = runQuery({"cast", meshName, rays, "-o", "-", "--policy", names[policy]});
+    const Outcome outcome =
+        runQuery({"cast", meshName, rays, "-o", "-", "--engine", "qbvh", "--policy", names[policy]});
     CHECK(outcome.exitCode == 0);
     CHECK(outcome.output == answers(mesh, 4, randomRays(true), policy));
   }
-  CHECK(runQuery({"cast", meshName, rays, "-o", "-"}).output == answers(mesh, 4, randomRays(true), 0));
+  CHECK(runQuery({"cast", meshName, rays, "-o", "-", "--engine", "qbvh"}).output ==
+        answers(mesh, 4, randomRays(true), 0));
   CHECK(runQuery({"cast", meshName, rays, "-o", "-", "--leaf", "13"}).output == answers(mesh, 13, randomRays(true), 0));
-  CHECK(runQuery({"cast", meshName, lines, "-o", "-", "--symmetric"}).output == answers(mesh, 4, randomRays(false), 3));
+  CHECK(runQuery({"cast", meshName, lines, "-o", "-", "--engine", "qbvh", "--symmetric"}).output ==
+        answers(mesh, 4, randomRays(false), 3));
 }
 
 TEST_CASE("the builder changes the hierarchy, not the hits") {
@@ -130,14 +133,14 @@ TEST_CASE("files, streams and .npy give the same hits") {
   const std::string textRays = folder.write("rays.csv", text), numpyRays = folder.write("rays.npy", numpy);
   const std::string expected = answers(mesh, 4, randomRays(true), 0);
 
-  CHECK(runQuery({"cast", meshName, textRays, "-o", folder.path("a.csv")}).exitCode == 0);
+  CHECK(runQuery({"cast", meshName, textRays, "-o", folder.path("a.csv"), "--engine", "qbvh"}).exitCode == 0);
   CHECK(folder.read("a.csv") == expected);
-  CHECK(runQuery({"cast", meshName, numpyRays, "-o", folder.path("b.csv")}).exitCode == 0);
+  CHECK(runQuery({"cast", meshName, numpyRays, "-o", folder.path("b.csv"), "--engine", "qbvh"}).exitCode == 0);
   CHECK(folder.read("b.csv") == expected);
-  CHECK(runQuery({"cast", meshName, "-", "-o", "-"}, text).output == expected);
-  CHECK(runQuery({"cast", meshName, "-", "-o", "-"}, numpy).output == expected);
+  CHECK(runQuery({"cast", meshName, "-", "-o", "-", "--leaf", "4"}, text).output == expected);
+  CHECK(runQuery({"cast", meshName, "-", "-o", "-", "--engine", "qbvh"}, numpy).output == expected);
 
-  CHECK(runQuery({"cast", meshName, numpyRays, "--output", folder.path("c.npy")}).exitCode == 0);
+  CHECK(runQuery({"cast", meshName, numpyRays, "--output", folder.path("c.npy"), "--engine", "qbvh"}).exitCode == 0);
   const std::string bytes = folder.read("c.npy");
   const qzToolkit::qzNumpyArray hits("c.npy", bytes);
   REQUIRE(hits.getNbRows() == kNbRays);

@@ -48,6 +48,31 @@ TEST_CASE("an invalid command line") {
   CHECK(failure({"cast", mesh, "-", "-o", "-", "--policy", "0"}) == "--policy: 0 not in {both,front,back}");
   CHECK(failure({"cast", mesh, "-", "-o", "-", "--policy", "front", "--symmetric"}).find("excludes") !=
         std::string::npos);
+  CHECK(failure({"info", mesh, "--engine", "qbvh"}).find("--engine") != std::string::npos);
+  const auto cast = [&](std::vector<std::string> options) {
+    options.insert(options.begin(), {"cast", mesh, "-", "-o", "-"});
+    return failure(options);
+  };
+  CHECK(cast({"--engine", "both"}) == "--engine: both not in {index,qbvh}");
+  CHECK(cast({"--engine", "index", "--builder", "sah"}) == "--builder: is for --engine qbvh");
+  CHECK(cast({"--engine", "index", "--leaf", "4"}) == "--leaf: is for --engine qbvh");
+  CHECK(cast({"--engine", "qbvh", "--quality", "best"}) == "--quality: is for --engine index");
+  CHECK(cast({"--leaf", "3", "--quality", "fast"}) == "--quality: is for --engine index");
+  CHECK(cast({"--quality", "bad"}) == "--quality: bad not in {fast,good,best}");
+  for (const char* asked : {"--any", "--all", "--count"}) {
+    CHECK(cast({asked, "--engine", "qbvh"}) == "--any, --all and --count: need --engine index");
+    CHECK(cast({asked, "--symmetric"}).find("excludes") != std::string::npos);
+  }
+  CHECK(cast({"--any", "--all"}).find("excludes") != std::string::npos);
+  CHECK(cast({"--any", "--count"}).find("excludes") != std::string::npos);
+  CHECK(cast({"--any", "--point"}).find("excludes") != std::string::npos);
+  CHECK(cast({"--count", "--normal"}).find("excludes") != std::string::npos);
+  CHECK(failure({"render", mesh, "-o", folder.path("a.png"), "--engine", "index", "--shading", "cost"}) ==
+        "--shading: cost is for --engine qbvh, whose nodes it counts");
+  const std::string huge = folder.write("huge.obj", "v 0 0 0\nv 1 0 0\nv 0 2e15 0\nf 1 2 3\n");
+  CHECK(failure({"cast", huge, "-", "-o", "-"}) ==
+        huge + ": triangle 0: a coordinate of vertex 2 is not a number from -1e15 to 1e15; --engine qbvh takes it");
+  std::remove(huge.c_str());
   CHECK(failure({"render", mesh}).find("--output is required") != std::string::npos);
   for (const char* size : {"1280", "0x10", "10x0", "-5x5", "10x10x", "20000x10", "16384x16384", "axb"}) {
     CHECK(failure({"render", mesh, "-o", folder.path("a.png"), "--size", size}).find("--size") != std::string::npos);

@@ -44,6 +44,8 @@ TEST_CASE("bash completes subcommands, options, and values of options") {
   CHECK(completed("qzquery render mesh.obj --s") == "--samples --shading --size ");
   CHECK(completed("qzquery render mesh.obj --shading \"\"") == "cost depth facing normal ");
   CHECK(completed("qzquery info --builder s") == "sah ");
+  CHECK(completed("qzquery cast --engine \"\"") == "index qbvh ");
+  CHECK(completed("qzquery render mesh.obj --quality b") == "best ");
   CHECK(completed("qzquery info me") == " ");  // file names, which bash finds by itself
 }
 

@@ -175,7 +175,7 @@ TEST_CASE("depths are those of the library to the bit for any samples, shading a
                                               {"--threads", "8", "--shading", "cost"},
                                               {"--shading", "depth", "--samples", "1"}};
   for (const std::vector<std::string>& choice : choices) {
-    std::vector<std::string> arguments = {name, "--size", "70x45", "--view", "1,-2,0.5"};
+    std::vector<std::string> arguments = {name, "--size", "70x45", "--view", "1,-2,0.5", "--engine", "qbvh"};
     arguments.insert(arguments.end(), choice.begin(), choice.end());
     const DepthMap map = measureDepth(arguments);
     REQUIRE(map.values.size() == expected.size());

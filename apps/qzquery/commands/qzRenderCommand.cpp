@@ -113,7 +113,13 @@ nlohmann::ordered_json describe(const qzToolkit::qzCamera& camera) {
   return answer;
 }
 
-void render(const tRenderArguments& arguments, const tOptions& options, const qzToolkit::tCancel& cancel) {
+void render(const tRenderArguments& arguments, tOptions options, const qzToolkit::tCancel& cancel) {
+  if (arguments.mShading == tShading::eCost) {
+    if (options.mIsEngineGiven && options.mEngine == tEngine::eIndex) {
+      throw qzToolkit::qzError("--shading", "cost is for --engine qbvh, whose nodes it counts");
+    }
+    options.mEngine = tEngine::eQbvh;
+  }
   const qzSheet sheet = makeSheet(arguments);
   const bool wantsDepth = !arguments.mDepthName.empty();
   if (wantsDepth && isSameFile(arguments.mDepthName, arguments.mImageName)) {
@@ -128,7 +134,8 @@ void render(const tRenderArguments& arguments, const tOptions& options, const qz
           ? qzToolkit::qzCamera::FrameTurning(scene.getMesh(), direction, arguments.mUp, aspect, arguments.mNbViews,
                                               &cancel)
           : std::vector{qzToolkit::qzCamera::Frame(scene.getMesh(), direction, arguments.mUp, aspect, &cancel)};
-  const qzRenderer renderer(scene.getMesh(), scene.getHierarchy(), cameras, arguments.mUp, arguments.mShading);
+  const qzRenderer renderer(scene.getMesh(), scene.getCaster(qzQBVH::eIntersectBothFaces), scene.getHierarchy(),
+                            cameras, arguments.mUp, arguments.mShading);
 
   const qzProgramThreads pool(options.mNbThreads);
   const qzToolkit::qzThreads& threads = pool.get();
@@ -254,12 +261,12 @@ void addRenderCommand(CLI::App& app, tOptions& options, const qzToolkit::tCancel
                        {"normal", tShading::eNormal},
                        {"depth", tShading::eDepth},
                        {"cost", tShading::eCost}},
-                      "What the colours show; cost: nodes visited by the rays of a pixel (default: facing)");
+                      "What the colours show; cost: nodes of a qbvh visited by the rays of a pixel (default: facing)");
   command
       .add_option("--samples", arguments->mNbSamples, "Rays along each side of a pixel; N gives N x N rays per pixel")
       ->check(CLI::Range(1, kMaxSamples))
       ->capture_default_str();
-  addOptions(command, options);
+  addOptions(command, options, true);
   command.callback([arguments, &options, &cancel] { render(*arguments, options, cancel); });
 }
 

@@ -90,9 +90,10 @@ class qzRenderer::tRandom {
   std::array<double, 2> mPair;
 };
 
-qzRenderer::qzRenderer(const qz::qzTriMesh& mesh, const qzToolkit::qzHierarchy& hierarchy,
+qzRenderer::qzRenderer(const qz::qzTriMesh& mesh, qzToolkit::tBatchCaster cast, const qzToolkit::qzHierarchy& hierarchy,
                        std::vector<qzToolkit::qzCamera> cameras, qzToolkit::qzCamera::tUp up, tShading shading)
     : mMesh(mesh),
+      mCast(std::move(cast)),
       mHierarchy(hierarchy),
       mCameras(std::move(cameras)),
       mShading(shading),
@@ -235,7 +236,7 @@ qzToolkit::qzFloatMap qzRenderer::measureDepth(const qzSheet& sheet, const qzToo
 
 std::vector<qzHit> qzRenderer::cast(const std::vector<qzRay>& rays) const {
   std::vector<qzHit> hits(rays.size());
-  mHierarchy.castRays(rays.data(), rays.size(), qzQBVH::eIntersectBothFaces, hits.data());
+  mCast(rays.data(), rays.size(), hits.data());
   return hits;
 }
 

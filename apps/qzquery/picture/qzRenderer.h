@@ -7,6 +7,7 @@
 #include <toolkit/io/picture/qzFloatMap.h>
 #include <toolkit/io/picture/qzImage.h>
 #include <toolkit/query/qzHierarchy.h>
+#include <toolkit/query/qzRayCast.h>
 #include <toolkit/run/qzCancelToken.h>
 #include <toolkit/run/qzProgress.h>
 #include <toolkit/run/qzThreads.h>
@@ -34,7 +35,9 @@ class qzRenderer {
   };
 
   /// Keeps references to mesh and hierarchy. One view per camera.
-  qzRenderer(const qz::qzTriMesh& mesh, const qzToolkit::qzHierarchy& hierarchy,
+  /// cast       nearest hits of rays at both faces
+  /// hierarchy  for eCost only, else it may be empty
+  qzRenderer(const qz::qzTriMesh& mesh, qzToolkit::tBatchCaster cast, const qzToolkit::qzHierarchy& hierarchy,
              std::vector<qzToolkit::qzCamera> cameras, qzToolkit::qzCamera::tUp up, tShading shading);
 
   /// sheet  has as many views as there are cameras. A view does not depend on its place in the sheet, but the colours
@@ -80,6 +83,7 @@ class qzRenderer {
   tVector normalTowards(const qzToolkit::qzRay& ray, int triangle) const;
 
   const qz::qzTriMesh& mMesh;
+  const qzToolkit::tBatchCaster mCast;
   const qzToolkit::qzHierarchy& mHierarchy;
   const std::vector<qzToolkit::qzCamera> mCameras;
   const tShading mShading;

@@ -1,10 +1,13 @@
 #pragma once
-// Building the hierarchies that the options ask for.
+// Building what the options ask for over a mesh.
 
 #include <qzCommonAddOns/bvh/qzGenericBVH.h>
+#include <qzMeshQueries/MeshIndex.h>
 #include <qzSceneGraph/qzTriMesh.h>
 #include <toolkit/query/qzHierarchy.h>
 #include <toolkit/run/qzCancelToken.h>
+
+#include <string>
 
 namespace qzQuery {
 
@@ -19,5 +22,11 @@ qzGenericBVH buildBinaryHierarchy(const qz::qzTriMesh& mesh, const tOptions& opt
 /// binary  out: the binary hierarchy, unless it is null
 void buildHierarchy(const qz::qzTriMesh& mesh, const tOptions& options, const qzToolkit::tCancel& cancel,
                     qzToolkit::qzHierarchy& hierarchy, qzGenericBVH* binary = nullptr);
+
+/// An index over the triangles of a mesh, with the quality and threads of options, and a progress line. meshName is for
+/// messages.
+/// Failure: a qzError for coordinates that the index refuses; a qzInterrupted when it is cancelled.
+qzMeshQueries::MeshIndex buildIndex(const std::string& meshName, const qz::qzTriMesh& mesh, const tOptions& options,
+                                    const qzToolkit::tCancel& cancel);
 
 }  // namespace qzQuery

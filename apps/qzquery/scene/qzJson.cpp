@@ -23,7 +23,14 @@ nlohmann::ordered_json describeWork(const std::string& meshName, const qzScene& 
   answer["file"] = meshName;
   answer["triangles"] = scene.getNbTriangles();
   answer["vertices"] = scene.getMesh().getVertexBuffer()->getNbVertices();
-  addHierarchy(answer, scene, options);
+  answer["engine"] = nameOf(options.mEngine);
+  if (options.mEngine == tEngine::eIndex) {
+    answer["quality"] = nameOf(options.mQuality);
+    answer["bytes"] = scene.getIndex().memoryUsed();
+    answer["buildSeconds"] = scene.getBuildSeconds();
+  } else {
+    addHierarchy(answer, scene, options);
+  }
   answer["threads"] = nbThreads;
   return answer;
 }

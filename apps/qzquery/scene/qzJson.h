@@ -13,7 +13,7 @@ struct tOptions;
 /// Adds the size of a hierarchy and how it was built.
 void addHierarchy(nlohmann::ordered_json& answer, const qzScene& scene, const tOptions& options);
 
-/// The common part of all results: the mesh, its hierarchy and the number of threads.
+/// The common part of the results of ray casting: the mesh, the engine and the number of threads.
 nlohmann::ordered_json describeWork(const std::string& meshName, const qzScene& scene, const tOptions& options,
                                     int nbThreads);
 

@@ -51,8 +51,12 @@ qzCastCounts castFile(const std::string& rays, const std::string& hits, const tQ
     void advance(std::size_t count) override { bytes += count; }
   } progress;
   qzRayReader reader(rays, nullptr, blockSize);
-  qzHitWriter writer(hits, nullptr, reader.getNbRays());
-  const qzCastCounts counts = castRays(reader, writer, batchesOf(query), check, threads, nullptr, &progress);
+  const qz::qzTriMesh mesh = gridMesh(1);
+  qzRayQuestion question = askForHits(mesh, {}, batchesOf(query));
+  question.mCheck = check;
+  qzTableWriter writer(hits, question.mColumns, nullptr, reader.getNbRays());
+  const qzCastCounts counts = castRays(reader, writer, question, threads, nullptr, &progress);
+  CHECK(counts.mNbRows == counts.mNbRays);
   CHECK(progress.bytes <= reader.getSize());
   CHECK((progress.bytes > 0 || counts.mNbRays == 0));
   writer.commit();

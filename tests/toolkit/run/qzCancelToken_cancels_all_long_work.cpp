@@ -101,13 +101,13 @@ TEST_CASE("cancelled at any poll, work throws and leaves its files as they were"
       {"castRays", 5,
        [&](const tCancel* c) {
          qzRayReader reader(rays, nullptr, 1000);
-         qzHitWriter writer(folder.path("hits.csv"));
-         castRays(
-             reader, writer, [](const qzRay*, std::size_t, qzHit*) {}, nullptr, threads, c);
+         const qzRayQuestion question = askForHits(mesh, {}, [](const qzRay*, std::size_t, qzHit*) {});
+         qzTableWriter writer(folder.path("hits.csv"), question.mColumns);
+         castRays(reader, writer, question, threads, c);
        }},
       {"writing hits", 2,
        [&](const tCancel* c) {
-         qzHitWriter writer(folder.path("hits.csv"), c);
+         qzTableWriter writer(folder.path("hits.csv"), {{"t"}}, c);
          writer.write("0,1,2,3,4\n", 1);
        }},
       {"inspectMesh", 2 * 288, [&](const tCancel* c) { inspectMesh(mesh, threads, c); }},

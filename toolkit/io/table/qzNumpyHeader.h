@@ -17,8 +17,8 @@ class qzNumpyHeader {
   /// Whether bytes begin as a .npy file does.
   static bool Recognizes(std::string_view bytes);
 
-  /// The header of an array of float64 or, with an element size of 4, float32; the elements follow it. With five
-  /// columns its length does not depend on the number of rows, so it can be overwritten later.
+  /// The header of an array of float64 or, with an element size of 4, float32; the elements follow it. With up to
+  /// 99 columns its length does not depend on the number of rows, so it can be overwritten later.
   static std::string Encode(std::size_t nbRows, std::size_t nbColumns, std::size_t elementSize = sizeof(double));
 
   /// Reads the header of a file that begins with bytes: the whole file, or its first kMaxBytes at least. Anything but

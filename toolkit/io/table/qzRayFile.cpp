@@ -14,7 +14,7 @@ namespace qzToolkit {
 
 namespace {
 
-constexpr std::size_t kMinColumns = 6, kMaxColumns = 8, kNbHitColumns = 5;
+constexpr std::size_t kMinColumns = 6, kMaxColumns = 8;
 
 /// A row of the table, and the values of columns that a file lacks.
 using tRow = std::array<float, kMaxColumns>;
@@ -39,16 +39,21 @@ class tLines {
   explicit tLines(const qzRayBlock& block) : mText(block.mBytes), mNext(block.mFirst) {}
 
   bool next() {
+    const std::string_view line = nextLine();
+    if (!line.empty()) split(line);
+    return !line.empty();
+  }
+
+  /// The next line that is not empty, without splitting it; empty at the end.
+  std::string_view nextLine() {
     while (!mText.empty()) {
       const std::size_t end = mText.find('\n');
       const std::string_view line = trimmed(mText.substr(0, end));
       mText.remove_prefix(end == std::string_view::npos ? mText.size() : end + 1);
       ++mNext;
-      if (line.empty()) continue;
-      split(line);
-      return true;
+      if (!line.empty()) return line;
     }
-    return false;
+    return {};
   }
 
   std::size_t number() const { return mNext - 1; }
@@ -89,6 +94,15 @@ std::size_t countColumns(const qzRayBlock& block) {
   return 0;
 }
 
+/// The rows of a block, if decoding does not refuse one: the lines that are not empty, without column names.
+std::size_t countRows(const qzRayBlock& block) {
+  tLines lines(block);
+  std::size_t count = 0;
+  if (block.mFirst == 1 && lines.next()) count += isNbColumns(lines.nbFields()) && lines.isHeader() ? 0 : 1;
+  while (!lines.nextLine().empty()) ++count;
+  return count;
+}
+
 /// Text from a file as part of a message.
 std::string quoted(std::string_view text) {
   constexpr std::size_t kMaxLength = 40;
@@ -123,6 +137,7 @@ std::optional<std::size_t> qzRayReader::getNbRays() const {
 
 bool qzRayReader::read(qzRayBlock& block) {
   block.mFirst = mNext;
+  block.mFirstRay = mNextRay;
   return mHeader ? readRows(block) : readLines(block);
 }
 
@@ -143,6 +158,7 @@ bool qzRayReader::readLines(qzRayBlock& block) {
   mNext += static_cast<std::size_t>(std::count(bytes.begin(), bytes.end(), '\n'));
   if (mNbColumns == 0) mNbColumns = countColumns(block);
   block.mNbColumns = mNbColumns;
+  mNextRay += countRows(block);
   return !bytes.empty();
 }
 
@@ -164,6 +180,7 @@ bool qzRayReader::readRows(qzRayBlock& block) {
   mRest.insert(0, bytes, nbRows * rowSize);  // the partial row of a truncated file, for the next call
   bytes.resize(nbRows * rowSize);
   mNext += nbRows;
+  mNextRay += nbRows;
   return true;
 }
 
@@ -221,43 +238,51 @@ void qzRayReader::decodeRows(const qzRayBlock& block, const std::function<void(c
   }
 }
 
-qzHitWriter::qzHitWriter(const std::string& name, const tCancel* cancel, std::optional<std::size_t> nbHits)
-    : mIsNumpy(isNumpyName(name)), mFile(name, cancel, mIsNumpy && !nbHits), mNbHitsInHeader(nbHits.value_or(0)) {}
+qzTableWriter::qzTableWriter(const std::string& name, std::vector<qzColumn> columns, const tCancel* cancel,
+                             std::optional<std::size_t> nbRows)
+    : mIsNumpy(isNumpyName(name)),
+      mColumns(std::move(columns)),
+      mFile(name, cancel, mIsNumpy && !nbRows),
+      mNbRowsInHeader(nbRows.value_or(0)) {}
 
-void qzHitWriter::encode(const qzHit& hit, std::string& rows) const {
+void qzTableWriter::encode(const std::vector<double>& values, std::string& rows) const {
   if (mIsNumpy) {
-    const double values[kNbHitColumns] = {hit.mDistance, double(hit.mTriangle), hit.mWeights[0], hit.mWeights[1],
-                                          hit.mWeights[2]};
-    rows.append(reinterpret_cast<const char*>(values), sizeof values);
+    rows.append(reinterpret_cast<const char*>(values.data()), values.size() * sizeof(double));
     return;
   }
-  appendNumber(rows, hit.mDistance);
-  rows += ',';
-  rows += std::to_string(hit.mTriangle);
-  for (float weight : hit.mWeights) {
-    rows += ',';
-    appendNumber(rows, weight);
+  for (std::size_t i = 0; i < mColumns.size(); ++i) {
+    if (i > 0) rows += ',';
+    if (mColumns[i].mKind == qzColumn::eInteger) {
+      rows += std::to_string(static_cast<long long>(values[i]));
+    } else {
+      appendNumber(rows, static_cast<float>(values[i]));
+    }
   }
   rows += '\n';
 }
 
-void qzHitWriter::write(std::string_view rows, std::size_t nbRows) {
+void qzTableWriter::write(std::string_view rows, std::size_t nbRows) {
   writeStart();
   mFile.append(rows);
-  mNbHits += nbRows;
+  mNbRows += nbRows;
 }
 
-void qzHitWriter::commit() {
+void qzTableWriter::commit() {
   writeStart();
-  if (mIsNumpy && mNbHits != mNbHitsInHeader) mFile.rewriteStart(qzNumpyHeader::Encode(mNbHits, kNbHitColumns));
+  if (mIsNumpy && mNbRows != mNbRowsInHeader) mFile.rewriteStart(qzNumpyHeader::Encode(mNbRows, mColumns.size()));
   mFile.commit();
 }
 
 /// Called late, so that standard output stays empty if there is nothing to write.
-void qzHitWriter::writeStart() {
+void qzTableWriter::writeStart() {
   if (std::exchange(mHasStart, true)) return;
-  mFile.append(mIsNumpy ? qzNumpyHeader::Encode(mNbHitsInHeader, kNbHitColumns)
-                        : "distance,triangle,weight0,weight1,weight2\n");
+  if (mIsNumpy) {
+    mFile.append(qzNumpyHeader::Encode(mNbRowsInHeader, mColumns.size()));
+    return;
+  }
+  std::string names;
+  for (const qzColumn& column : mColumns) names += (names.empty() ? "" : ",") + column.mName;
+  mFile.append(names + '\n');
 }
 
 }  // namespace qzToolkit

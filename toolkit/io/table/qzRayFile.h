@@ -1,5 +1,5 @@
 #pragma once
-// Tables of rays and hits in files, as CSV text or .npy arrays, read and written block by block.
+// Tables of rays and of answers in files, as CSV text or .npy arrays, read and written block by block.
 
 #include <toolkit/base/qzRay.h>
 #include <toolkit/io/file/qzFile.h>
@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace qzToolkit {
 
@@ -17,6 +18,7 @@ namespace qzToolkit {
 struct qzRayBlock {
   std::string mBytes;
   std::size_t mFirst = 0;      ///< number of the first line, from 1; of the first row, from 0, in a .npy file
+  std::size_t mFirstRay = 0;   ///< number of the first ray, from 0
   std::size_t mNbColumns = 0;  ///< of text: as in the first row of the file; 0 before there is one
 };
 
@@ -60,23 +62,32 @@ class qzRayReader {
   std::optional<qzNumpyHeader> mHeader;  // of a .npy file
   std::string mRest;                     // bytes read from the file that are in no block yet
   std::size_t mNext = 0;                 // number of the next line or row
-  std::size_t mNbColumns = 0;            // as in a block
+  std::size_t mNextRay = 0;
+  std::size_t mNbColumns = 0;  // as in a block
 };
 
-/// Writes hits, one per row: distance, triangle, weight0, weight1, weight2; as a .npy array of float64, which holds all
-/// values exactly, if the file name ends in .npy, else as text with a line of column names. "-" is standard output,
-/// as text. No hit is "inf,-1,nan,nan,nan". Every number of the text reads back to the same bits. See qzFileWriter for
-/// when the file appears.
-class qzHitWriter {
- public:
-  /// cancel  polled while the file is written
-  /// nbHits  how many there will be, if known. If not, a .npy target that is not a regular file gets its bytes only at
-  ///         commit, from a temporary file.
-  explicit qzHitWriter(const std::string& name, const tCancel* cancel = nullptr,
-                       std::optional<std::size_t> nbHits = std::nullopt);
+/// A column of a table: floats, or integers up to 2^53.
+struct qzColumn {
+  enum tKind { eFloat, eInteger };
+  std::string mName;
+  tKind mKind = eFloat;
+};
 
-  /// Appends the row of a hit to rows. From any thread.
-  void encode(const qzHit& hit, std::string& rows) const;
+/// Writes a table, as a .npy array of float64, which holds all values exactly, if the file name ends in .npy, else as
+/// text with a line of column names. "-" is standard output, as text. Every float of the text reads back to the same
+/// bits. See qzFileWriter for when the file appears.
+class qzTableWriter {
+ public:
+  /// columns  at most 99
+  /// cancel   polled while the file is written
+  /// nbRows   how many there will be, if known. If not, a .npy target that is not a regular file gets its bytes only at
+  ///          commit, from a temporary file.
+  qzTableWriter(const std::string& name, std::vector<qzColumn> columns, const tCancel* cancel = nullptr,
+                std::optional<std::size_t> nbRows = std::nullopt);
+
+  /// Appends a row to rows. From any thread.
+  /// values  one per column
+  void encode(const std::vector<double>& values, std::string& rows) const;
 
   /// Writes rows from encode.
   void write(std::string_view rows, std::size_t nbRows);
@@ -88,8 +99,9 @@ class qzHitWriter {
   void writeStart();
 
   bool mIsNumpy;
+  std::vector<qzColumn> mColumns;
   qzFileWriter mFile;
-  std::size_t mNbHitsInHeader, mNbHits = 0;
+  std::size_t mNbRowsInHeader, mNbRows = 0;
   bool mHasStart = false;
 };
 

@@ -29,10 +29,12 @@ std::string errorOfRays(const TemporaryFolder& folder, const std::string& bytes,
 
 std::string bytesOf(const TemporaryFolder& folder, const std::string& name, const std::vector<qzHit>& hits,
                     std::optional<std::size_t> nbHits = std::nullopt) {
-  qzHitWriter writer(folder.path(name), nullptr, nbHits);
+  const std::vector<qzColumn> columns = {
+      {"distance"}, {"triangle", qzColumn::eInteger}, {"weight0"}, {"weight1"}, {"weight2"}};
+  qzTableWriter writer(folder.path(name), columns, nullptr, nbHits);
   for (const qzHit& hit : hits) {
     std::string row;
-    writer.encode(hit, row);
+    writer.encode({hit.mDistance, double(hit.mTriangle), hit.mWeights[0], hit.mWeights[1], hit.mWeights[2]}, row);
     writer.write(row, 1);
   }
   writer.commit();
@@ -173,4 +175,53 @@ TEST_CASE("a .npy file is the same whether its number of rows was known before o
     CHECK((bytesOf(folder, "hits.npy", hits) == expected));
     CHECK((bytesOf(folder, "hits.npy", hits, nbHits) == expected));
   }
+}
+
+TEST_CASE("a block knows the number of its first ray, whatever the size of blocks, blank lines and column names") {
+  const TemporaryFolder folder;
+  const std::string row = "1,2,3,4,5,6\n";
+  std::string many = "x,y,z,x,y,z\n\n", plain, blanks = "\r\n \n";
+  for (int i = 0; i < 300; ++i) {
+    many += row + (i % 7 == 0 ? "\n \t\r\n" : "");
+    plain += row;
+    blanks += row + "\n";
+  }
+  const std::string files[] = {folder.write("many.csv", many), folder.write("plain.csv", plain),
+                               folder.write("blanks.csv", blanks), folder.write("nothing.csv", "x,y,z,x,y,z\n"),
+                               folder.write("a.npy", qzNumpyArray::Encode(std::vector<double>(300 * 6, 1.0), 6))};
+  for (const std::string& name : files) {
+    CAPTURE(name);
+    for (const std::size_t blockSize : {std::size_t(1), std::size_t(20), std::size_t(1000), qzRayReader::kBlockSize}) {
+      CAPTURE(blockSize);
+      qzRayReader reader(name, nullptr, blockSize);
+      std::size_t nbRays = 0, nbWrong = 0;
+      for (qzRayBlock block; reader.read(block);) {
+        nbWrong += block.mFirstRay != nbRays;
+        reader.decode(block, [&](const qzRay&) { ++nbRays; });
+      }
+      CHECK(nbWrong == 0);
+      CHECK(nbRays == (name == files[3] ? 0 : 300));
+    }
+  }
+}
+
+TEST_CASE("a table has any columns: integers without a point, floats that read back, as .npy the same values") {
+  const TemporaryFolder folder;
+  const std::vector<qzColumn> columns = {{"ray", qzColumn::eInteger}, {"t"}};
+  for (const char* name : {"a.csv", "a.npy"}) {
+    qzTableWriter writer(folder.path(name), columns);
+    std::string rows;
+    writer.encode({9007199254740992.0, 0.1f}, rows);
+    writer.encode({0, -kInf}, rows);
+    writer.write(rows, 2);
+    writer.commit();
+  }
+  CHECK(folder.read("a.csv") == "ray,t\n9007199254740992,0.1\n0,-inf\n");
+  const std::string bytes = folder.read("a.npy");
+  const qzNumpyArray array("a.npy", bytes);
+  REQUIRE(array.getNbRows() == 2);
+  REQUIRE(array.getNbColumns() == 2);
+  CHECK(array.getElement(0, 0) == 9007199254740992.0);
+  CHECK(array.getElement(0, 1) == double(0.1f));
+  CHECK(array.getElement(1, 1) == -double(kInf));
 }
