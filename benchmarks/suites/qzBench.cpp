@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <stdexcept>
 
@@ -95,8 +96,9 @@ int roundsFor(const qzBench::qzScene& scene, int rounds) {
   return rounds;
 }
 
+/// save is called after each scene, so that a run that is stopped leaves what it has measured.
 void run(const tPlan& plan, const tNames& kinds, const std::string& folder, const qzBench::qzSettings& settings,
-         qzBench::qzReport& report) {
+         qzBench::qzReport& report, const std::function<void()>& save) {
   const auto isAskedFor = [&kinds](const std::string& kind) {
     return std::find(kinds.begin(), kinds.end(), kind) != kinds.end();
   };
@@ -107,9 +109,11 @@ void run(const tPlan& plan, const tNames& kinds, const std::string& folder, cons
     own.mRounds = roundsFor(scene, settings.mRounds);
     for (const std::string& kind : ownKinds)
       if (isAskedFor(kind)) kKinds.at(kind)(scene, own, report);
+    save();
   }
   for (const auto& [kind, measure] : kOtherKinds)
     if (isAskedFor(kind)) measure(settings, report);
+  save();
 }
 
 }  // namespace
@@ -174,9 +178,9 @@ int main(int argc, char** argv) {
     if (!qzBench::pinToOneProcessor()) std::fprintf(stderr, "qzBench: the thread could not be pinned to a processor\n");
     const qzBench::qzSilence silence;
     qzBench::qzReport report({qzBench::processorName(), QZ_BENCH_COMPILER, QZ_BENCH_FLAGS, commit, qzBench::today()});
-    run(plan, kinds, folder, settings, report);
-
-    if (!jsonFile.empty()) qzToolkit::writeFile(jsonFile, report.getJson());
+    run(plan, kinds, folder, settings, report, [&] {
+      if (!jsonFile.empty()) qzToolkit::writeFile(jsonFile, report.getJson());
+    });
     if (report.getNbDisagreements() == 0) return 0;
     std::fprintf(stderr, "qzBench: %d comparisons agree less than required\n", report.getNbDisagreements());
   } catch (const std::exception& error) {
