@@ -25,9 +25,16 @@ class tCity {
  public:
   tCity(int blocksPerSide, unsigned seed) : mRandom(seed), mBlocksPerSide(blocksPerSide) {
     const float size = float(blocksPerSide) * (kBlock + kStreet) + kStreet;
-    addBox({{0.0f, -1.0f, 0.0f}, {size, 0.0f, size}});
-    for (int row = 0; row < blocksPerSide; ++row)
-      for (int column = 0; column < blocksPerSide; ++column) addBlock(row, column);
+    for (int row = 0; row <= blocksPerSide; ++row) {
+      const float x = float(row) * (kBlock + kStreet);
+      addBox({{x, -1.0f, 0.0f}, {x + kStreet, 0.0f, size}});  // a street through the city
+      if (row == blocksPerSide) break;
+      for (int column = 0; column <= blocksPerSide; ++column) {
+        const float z = float(column) * (kBlock + kStreet);
+        addBox({{x + kStreet, -1.0f, z}, {x + kStreet + kBlock, 0.0f, z + kStreet}});  // one that crosses it
+        if (column < blocksPerSide) addBlock(row, column);
+      }
+    }
   }
 
   qz::qzTriMesh getMesh() {
@@ -50,8 +57,8 @@ class tCity {
   }
 
   void addBlock(int row, int column) {
-    const float x = kStreet + float(column) * (kBlock + kStreet), z = kStreet + float(row) * (kBlock + kStreet);
-    addBox({{x - 2.0f, 0.0f, z - 2.0f}, {x + kBlock + 2.0f, 0.15f, z + kBlock + 2.0f}});  // the pavement
+    const float x = kStreet + float(row) * (kBlock + kStreet), z = kStreet + float(column) * (kBlock + kStreet);
+    addBox({{x, -1.0f, z}, {x + kBlock, 0.15f, z + kBlock}});  // the pavement
     const float half = 0.5f * float(mBlocksPerSide);
     const float off = std::max(std::fabs(float(row) + 0.5f - half), std::fabs(float(column) + 0.5f - half)) / half;
     const float splitX = between(0.4f, 0.6f) * kBlock, splitZ = between(0.4f, 0.6f) * kBlock;
