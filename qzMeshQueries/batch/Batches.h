@@ -2,6 +2,7 @@
 // Many questions on threads.
 
 #include <qzMeshQueries/MeshTypes.h>
+#include <tbb/global_control.h>
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
 
@@ -28,7 +29,7 @@ inline std::size_t chunkOf(std::size_t rowLength) {
 template <class Work>
 void forEachChunk(std::size_t count, std::size_t chunk, int threads, const Work& work) {
   if (count == 0) return;
-  const int most = tbb::this_task_arena::max_concurrency();
+  const int most = int(tbb::global_control::active_value(tbb::global_control::max_allowed_parallelism));
   const int nbThreads = threads > 0 ? std::min(threads, most) : most;
   if (nbThreads == 1 || count <= chunk) return work(std::size_t(0), count);
   tbb::task_arena arena(nbThreads);

@@ -25,6 +25,7 @@ HWY_INLINE void prefetchWhole(const WideNode* nodes, const std::uint8_t* blocks,
   const std::uintptr_t block = reinterpret_cast<std::uintptr_t>(blocks) + std::size_t(child & ~kIsBlock) * kBlockUnit;
   const std::uintptr_t node = reinterpret_cast<std::uintptr_t>(nodes) + std::size_t(child) * sizeof(WideNode);
   const std::uintptr_t isBlock = std::uintptr_t(0) - (child >> 31);
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): a choice between pointers would become a branch
   const char* const first = reinterpret_cast<const char*>(node ^ ((node ^ block) & isBlock));
   const char* const rest = first + (192 & ~isBlock);  // a block has three lines, a node has seven
   for (int line = 0; line < 3; ++line) hwy::Prefetch(first + 64 * line);
