@@ -180,9 +180,10 @@ class Taker {
         Answers answers = ask(index, rays, options, mNbThreads);
         const std::string different = isFirst ? std::string() : difference(first, answers);
         if (!different.empty()) {
-          const auto quality = std::to_string(&index - mIndices.data());
-          throw std::runtime_error(mScene.name + ", " + part + ": other " + different + " by " + name + ", quality " +
-                                   quality);
+          std::string what = mScene.name;
+          for (const std::string& word : {part, different, name, std::to_string(&index - mIndices.data())})
+            what.append(", ").append(word);
+          throw std::runtime_error(what);
         }
         if (isFirst) first = std::move(answers);
         isFirst = false;
