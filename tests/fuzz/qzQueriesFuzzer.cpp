@@ -77,6 +77,10 @@ Ray rayOf(Input& input, const QueryMesh& mesh) {
   return ray;
 }
 
+void expectNone(const std::string& instructionSet, const std::string& wrong) {
+  if (!wrong.empty()) fail(instructionSet + ": " + wrong);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -111,8 +115,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const qzTest::RayAnswers answers = qzTest::answersOf(plain, ray, own);
     for (const std::string& name : detail::instructionSets()) {
       detail::useInstructionSet(name);
-      const std::string wrong = qzTest::wrongAnswer(index, answers, ray, own);
-      if (!wrong.empty()) fail(name + ": " + wrong);
+      expectNone(name, qzTest::wrongAnswer(index, answers, ray, own));
     }
     // Several of the same, with other origins, look like a picture.
     for (int copies = skip % 64 == 63 ? 40 : 1; copies > 0; --copies) {
@@ -123,8 +126,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   } while (!input.isUsedUp() && rays.size() < 600);
   for (const std::string& name : detail::instructionSets()) {
     detail::useInstructionSet(name);
-    const std::string wrong = qzTest::wrongBatch(index, expected, rays, common, 1);
-    if (!wrong.empty()) fail(name + ": " + wrong);
+    expectNone(name, qzTest::wrongBatch(index, expected, rays, common, 1));
   }
   return 0;
 }
