@@ -46,11 +46,12 @@ enum class Quality {
 
 /// Options of a construction. None of them changes an answer, firstTriangle aside.
 struct BuildOptions {
-  Quality quality = Quality::good;                        ///< of the hierarchy
-  int threads = 0;                                        ///< 0: as many as the machine has
-  std::uint32_t firstTriangle = 0;                        ///< added to every triangle number in an answer
-  const qz::qzCancelInterfaceReadOnly* cancel = nullptr;  ///< polled at least every 10,000 triangles or so; may be null
-  std::function<void(double)> progress;                   ///< receives 0 to 1, ascending, on the calling thread
+  Quality quality = Quality::good;  ///< of the hierarchy
+  int threads = 0;                  ///< 0: as many as the machine has
+  std::uint32_t firstTriangle = 0;  ///< added to every triangle number in an answer
+  /// Polled at least every 10,000 triangles or so; may be null. Any thread of the build may poll, but never two at once.
+  const qz::qzCancelInterfaceReadOnly* cancel = nullptr;
+  std::function<void(double)> progress;  ///< receives 0 to 1, ascending, on the calling thread
 };
 
 /// Thrown by a construction whose cancel interface said yes.

@@ -12,7 +12,7 @@
 namespace qzMeshQueries::detail {
 
 /// Triangles of a binary leaf at most. Any so many fit a block: their vertices are fifteen at most.
-inline constexpr std::uint32_t kMaxLeafTriangles = 4;
+inline constexpr std::uint32_t kMaxLeafTriangles = 5;
 
 /// Triangles of a part at most.
 inline constexpr std::uint32_t kMaxPartTriangles = 8192;

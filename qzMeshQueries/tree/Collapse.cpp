@@ -22,7 +22,8 @@ constexpr float kNodeCost = 1.0f, kBlockCost = 1.2f;
 constexpr std::uint32_t kAlwaysFit = kMaxBlockVertices / 3;
 
 // What is known of a node's place in the wide tree: for i = 2 to 16, how many of at most i roots go to the left child, or
-// 0 if one root is as good; and whether that one is a block, and of how many vertices.
+// 0 if one root is as good; and whether that one is a block, and of how many vertices if it has more than kAlwaysFit
+// triangles.
 //
 //     bit 0          i = 2           bit 1   whether it is a block
 //     bits 4 to 7    i = 3   ...     bits 56 to 59   i = 16       bits 60 to 63   number of vertices - 1
@@ -38,7 +39,7 @@ class Choice {
   int left(int i) const { return int(mBits >> 4 * (i - 2)) & (i == 2 ? 1 : 15); }
   void setBlock() { mBits |= 2; }
   bool isBlock() const { return (mBits & 2) != 0; }
-  void setNbVertices(int count) { mBits = (mBits & ~kVertexBits) | std::uint64_t(count - 1) << 60; }
+  void setNbVertices(int count) { mBits |= std::uint64_t(count - 1) << 60; }
   int nbVertices() const { return int(mBits >> 60) + 1; }
 
  private:
@@ -113,7 +114,7 @@ class PartChooser {
       Forest left, right;
       choose(node.leftChild(), left);
       choose(node.leftChild() + 1, right);
-      detail::choose(area, fitsBlock(number), left, right, forest, made);
+      detail::choose(area, fitsBlock(number, made), left, right, forest, made);
     } else {
       made.setBlock();
       forest.size = 1;
@@ -123,11 +124,15 @@ class PartChooser {
   }
 
  private:
-  bool fitsBlock(std::uint32_t number) const {
+  // Notes the number of vertices where it had to be found.
+  bool fitsBlock(std::uint32_t number, Choice& made) const {
     const std::uint32_t count = mPart.nodes[number].count;
     if (count <= kAlwaysFit) return true;
     if (count > std::uint32_t(kMaxBlockTriangles)) return false;
-    return mCorners.contentOf(mPart.nodes, number).fits();
+    const BlockContent content = mCorners.contentOf(mPart.nodes, number);
+    if (!content.fits()) return false;
+    made.setNbVertices(content.nbVertices());
+    return true;
   }
 
   const Corners& mCorners;
@@ -219,7 +224,7 @@ void clearLanes(WideNode& node, int first) {
   }
 }
 
-// Counts what a part will need, and notes the numbers of vertices of its blocks.
+// Counts what a part will need.
 struct Counter {
   const Corners& corners;
   const BinaryPart& part;
@@ -231,10 +236,12 @@ struct Counter {
   }
   WideNode* begin(std::uint32_t, int) { return nullptr; }
   std::uint32_t block(std::uint32_t number) {
-    const BlockContent content = corners.contentOf(part.nodes, number);
+    const std::uint32_t nbTriangles = part.nodes[number].count;
+    const int nbVertices = nbTriangles > kAlwaysFit ? Choice(part.choices[number]).nbVertices()
+                                                    : corners.contentOf(part.nodes, number).nbVertices();
     ++places.blocks;
-    places.blockBytes += blockSize(std::size_t(content.nbTriangles()), std::size_t(content.nbVertices()));
-    places.vertices += std::size_t(content.nbVertices());
+    places.blockBytes += blockSize(nbTriangles, std::size_t(nbVertices));
+    places.vertices += std::size_t(nbVertices);
     return 0;
   }
 };
