@@ -100,7 +100,7 @@ qzEdgeSetup::qzEdgeSetup(qzScene scene, bool isRecentred)
   mRecentred->build();
 }
 
-qzEdgeCounts castAtEdges(const qzEdgeSetup& setup, qzTarget target, qzApproach approach, int nbRays) {
+qzEdgeCounts castAtEdges(const qzEdgeSetup& setup, qzTarget target, qzApproach approach, int nbRays, bool withMissing) {
   const float step = 1e-5f * 2.0f * setup.mScene.mRadius;
   qzEdgeCounts counts;
   qzRandom random(1);
@@ -108,6 +108,7 @@ qzEdgeCounts castAtEdges(const qzEdgeSetup& setup, qzTarget target, qzApproach a
   for (int i = 0; i < nbRays; ++i) {
     const qzAimedRay aimed = aim(setup.mScene, setup.mNeighbours, target, approach, random);
     const qzTruth truth = truthOf(setup.mScene, aimed.mRay, aimed.mTriangles, aimed.mDistance);
+    if (truth.mNbPoints == 0 ? !withMissing : !truth.mIsThrough) continue;  // does not count
     const auto judge = [&](const auto& caster, const qzRay& ray, float minStep, qzTally& tally) {
       collectHits(caster, ray, minStep, hits);
       return tally.add(truth, aimed.mTriangles, hits);

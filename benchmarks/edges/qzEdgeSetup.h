@@ -48,7 +48,9 @@ struct qzEdgeCounts {
   long long mNbSlippedTwice = 0;  ///< rays that slip through the library's mesh in both directions
 };
 
-/// Aims nbRays random rays at the mesh, the same ones in every call with the same arguments.
-qzEdgeCounts castAtEdges(const qzEdgeSetup& setup, qzTarget target, qzApproach approach, int nbRays);
+/// Aims nbRays random rays at the mesh, the same ones in every call with the same arguments. Those that miss all triangles
+/// at their target are cast for the false hits only, and only withMissing.
+qzEdgeCounts castAtEdges(const qzEdgeSetup& setup, qzTarget target, qzApproach approach, int nbRays,
+                         bool withMissing = false);
 
 }  // namespace qzBench

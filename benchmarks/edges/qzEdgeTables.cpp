@@ -116,8 +116,8 @@ void printNearOrigin(const qzEdgeSettings& settings) {
     meshes.push_back(joined(
         name, {grouped(setup.mNeighbours.getNbBoundaryEdges()), grouped(setup.mNeighbours.getNbNonManifoldEdges())}));
     for (const qzTarget target : {eVertex, eEdge, eInterior})
-      rows.push_back(
-          {joined(name, {kTargets[target]}), target, castAtEdges(setup, target, eAnyDirection, settings.mNbRays)});
+      rows.push_back({joined(name, {kTargets[target]}), target,
+                      castAtEdges(setup, target, eAnyDirection, settings.mNbRays, true)});
   }
   const qzTable table("The meshes", {"mesh", "triangles", "boundary edges", "non-manifold edges"});
   for (const tRow& row : meshes) table.print(row);
