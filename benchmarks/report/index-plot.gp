@@ -3,6 +3,7 @@ set datafile separator "\t"
 set grid ytics lc rgb "#dddddd"
 set border 3
 set tics nomirror
+set xtics font ",9"
 
 # Bars of one benchmark and figure, one group per scene.
 bars(benchmark, name) = sprintf( \
