@@ -53,7 +53,7 @@ void judge(const Ray& ray, const float* a, const float* b, const float* c, Worst
   CHECK(crossing.u >= 0.0f);
   CHECK(crossing.v >= 0.0f);
   CHECK(double(crossing.u) + double(crossing.v) <= 1.0 + 0x1p-22);
-  CHECK(!std::signbit(crossing.t + 0.0f * crossing.u) == (crossing.t >= 0.0f));  // never -0
+  CHECK(!(crossing.t == 0.0f && std::signbit(crossing.t)));  // never -0
   CHECK(!std::signbit(crossing.u));
   CHECK(!std::signbit(crossing.v));
 
@@ -159,4 +159,19 @@ TEST_CASE("where all operations are exact, t, u and v are") {
   CHECK(!crossing.isFront);
   REQUIRE(crossesLine(frame, a, c, b, crossing));
   CHECK(crossing.isFront);
+}
+
+TEST_CASE("t, u and v are never -0") {
+  // The origin is on the triangle; seen downwards, the depth 0 has the sign of a negative length.
+  const float a[] = {-4.0f, -4.0f, 0.0f}, b[] = {12.0f, -4.0f, 0.0f}, c[] = {-4.0f, 12.0f, 0.0f};
+  for (const float way : {1.0f, -1.0f}) {
+    const Ray ray = {{0.0f, 0.0f, 0.0f}, 0.0f, {0.0f, 0.0f, way}, kInf};
+    RayFrame frame = {};
+    REQUIRE(makeRayFrame(ray, frame));
+    Crossing crossing = {};
+    REQUIRE(crossesLine(frame, a, b, c, crossing));
+    CHECK(bitsOf(crossing.t) == 0);
+    REQUIRE(crossesLine(frame, a, c, b, crossing));
+    CHECK(bitsOf(crossing.t) == 0);
+  }
 }
