@@ -2,9 +2,8 @@
 // Many questions on threads.
 
 #include <qzMeshQueries/MeshTypes.h>
-#include <tbb/global_control.h>
+#include <qzMeshQueries/tree/Threads.h>
 #include <tbb/parallel_for.h>
-#include <tbb/task_arena.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -29,11 +28,8 @@ inline std::size_t chunkOf(std::size_t rowLength) {
 template <class Work>
 void forEachChunk(std::size_t count, std::size_t chunk, int threads, const Work& work) {
   if (count == 0) return;
-  const int most = int(tbb::global_control::active_value(tbb::global_control::max_allowed_parallelism));
-  const int nbThreads = threads > 0 ? std::min(threads, most) : most;
-  if (nbThreads == 1 || count <= chunk) return work(std::size_t(0), count);
-  tbb::task_arena arena(nbThreads);
-  arena.execute([&] {
+  if (count <= chunk || nbThreadsOf(threads) == 1) return work(std::size_t(0), count);
+  onThreads(threads, [&] {
     tbb::parallel_for(tbb::blocked_range<std::size_t>(0, (count + chunk - 1) / chunk, 1),
                       [&](const auto& chunks) { work(chunks.begin() * chunk, std::min(count, chunks.end() * chunk)); });
   });

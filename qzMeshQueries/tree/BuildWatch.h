@@ -2,7 +2,6 @@
 // Progress and cancellation of a build that runs on several threads.
 
 #include <qzMeshQueries/MeshTypes.h>
-#include <tbb/task_arena.h>
 
 #include <atomic>
 #include <cstddef>
@@ -33,13 +32,5 @@ class BuildWatch {
   std::atomic<bool> mIsCancelled{false};
   std::mutex mPolling;
 };
-
-/// Runs work on so many threads, the calling one among them; 0: as many as the machine has. An exception of any of them
-/// leaves through here.
-template <class Work>
-void onThreads(int threads, const Work& work) {
-  tbb::task_arena arena(threads > 0 ? threads : tbb::task_arena::automatic);
-  arena.execute(work);
-}
 
 }  // namespace qzMeshQueries::detail

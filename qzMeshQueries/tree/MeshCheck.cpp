@@ -1,6 +1,7 @@
 #include <qzMeshQueries/kernel/RayTriangle.h>
 #include <qzMeshQueries/tree/BuildWatch.h>
 #include <qzMeshQueries/tree/MeshCheck.h>
+#include <qzMeshQueries/tree/Threads.h>
 
 #define XXH_INLINE_ALL
 #include <tbb/parallel_for.h>

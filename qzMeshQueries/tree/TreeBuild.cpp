@@ -4,6 +4,7 @@
 #include <qzMeshQueries/tree/BuildWatch.h>
 #include <qzMeshQueries/tree/Collapse.h>
 #include <qzMeshQueries/tree/Reinsertion.h>
+#include <qzMeshQueries/tree/Threads.h>
 
 #include <algorithm>
 #include <stdexcept>
