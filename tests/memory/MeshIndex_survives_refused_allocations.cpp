@@ -43,29 +43,39 @@ constexpr Quality kQualities[] = {Quality::fast, Quality::good, Quality::best};
 }  // namespace
 
 TEST_CASE("a construction without memory throws, leaves nothing behind, and the next one succeeds") {
-  // More triangles than one part of a build has.
-  const QueryMesh mesh = queryMeshOf("terrain", terrainMesh(70, 1502));
+  // The larger mesh has more triangles than one part of a build, and many allocations.
+  const QueryMesh small = queryMeshOf("terrain", terrainMesh(16, 1502));
+  const QueryMesh large = queryMeshOf("terrain", terrainMesh(70, 1502));
   const QueryMesh cube = cubeMesh();
-  const Probe probe(mesh);
-  for (const Quality quality : kQualities) {
+  const Probe smallProbe(small), largeProbe(large);
+  for (int i = 0; i < 6; ++i) {
+    const Quality quality = kQualities[i / 2];
+    const bool isSmall = i % 2 == 0;
+    const QueryMesh& mesh = isSmall ? small : large;
+    const Probe& probe = isSmall ? smallProbe : largeProbe;
+    const std::uint64_t step = isSmall ? 1 : 13;
     const BuildOptions options = optionsOf(quality);
     const MeshIndex whole(mesh.view(), options);  // now the scheduler has what it needs
-    const std::uint64_t nbRefused = refuseEachInTurn([&](const Refusal& refusal) {
-      std::optional<MeshIndex> index;
-      const bool isRefused = refusal.strikes([&] { index.emplace(mesh.view(), options); });
-      CHECK(index.has_value() != isRefused);
-      if (!isRefused) CHECK(wrongBatch(*index, probe.expected, probe.rays, {}, 1) == "");
-      return isRefused;
-    });
+    const std::uint64_t nbRefused = refuseEachInTurn(
+        [&](const Refusal& refusal) {
+          std::optional<MeshIndex> index;
+          const bool isRefused = refusal.strikes([&] { index.emplace(mesh.view(), options); });
+          CHECK(index.has_value() != isRefused);
+          if (!isRefused) CHECK(wrongBatch(*index, probe.expected, probe.rays, {}, 1) == "");
+          return isRefused;
+        },
+        step);
     CHECK(nbRefused >= 2);
     // An assignment from one that fails leaves the index as it was.
-    refuseEachInTurn([&](const Refusal& refusal) {
-      MeshIndex index(cube.view(), options);
-      const auto digest = index.meshDigest();
-      const bool isRefused = refusal.strikes([&] { index = MeshIndex(mesh.view(), options); });
-      CHECK(index.meshDigest() == (isRefused ? digest : whole.meshDigest()));
-      return isRefused;
-    });
+    refuseEachInTurn(
+        [&](const Refusal& refusal) {
+          MeshIndex index(cube.view(), options);
+          const auto digest = index.meshDigest();
+          const bool isRefused = refusal.strikes([&] { index = MeshIndex(mesh.view(), options); });
+          CHECK(index.meshDigest() == (isRefused ? digest : whole.meshDigest()));
+          return isRefused;
+        },
+        step);
   }
 }
 

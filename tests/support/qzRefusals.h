@@ -63,22 +63,22 @@ class Refusal {
   RefusedAllocation::Span mSpan;
 };
 
-/// Calls attempt(refusal) for allocation 0, 1, 2, ... until it returns that none was refused; first with that one
-/// allocation refused, then with all from it on. It is checked that attempts leave nothing behind on the heap. Returns
-/// how many allocations could be refused.
+/// Calls attempt(refusal) for allocation 0, step, 2 * step, ... until it returns that none was refused; first with that
+/// one allocation refused, then with all from it on. It is checked that attempts leave nothing behind on the heap.
+/// Returns how many of these allocations could be refused.
 template <class Attempt>
-std::uint64_t refuseEachInTurn(Attempt attempt) {
+std::uint64_t refuseEachInTurn(Attempt attempt, std::uint64_t step = 1) {
   std::uint64_t nbRefused = 0;
   for (const RefusedAllocation::Span span : {RefusedAllocation::eOnce, RefusedAllocation::eFromThenOn}) {
     bool isRefused = true;
     for (nbRefused = 0; isRefused; ++nbRefused) {
-      const std::string what = "allocation " + std::to_string(nbRefused) +
+      const std::string what = "allocation " + std::to_string(nbRefused * step) +
                                (span == RefusedAllocation::eOnce ? " refused" : " and all later ones refused");
       INFO(what);
       std::size_t left;
       {
         const HeapWatch heap;
-        isRefused = attempt(Refusal(nbRefused, span));
+        isRefused = attempt(Refusal(nbRefused * step, span));
         left = heap.held();
       }
       CHECK(left == 0);
