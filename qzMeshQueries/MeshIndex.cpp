@@ -4,6 +4,7 @@
 #include <qzMeshQueries/tree/Edges.h>
 #include <qzMeshQueries/tree/MeshCheck.h>
 #include <qzMeshQueries/tree/TreeBuild.h>
+#include <qzMeshQueries/walk/NearWalks.h>
 #include <qzMeshQueries/walk/Walks.h>
 
 #include <algorithm>
@@ -28,6 +29,19 @@ struct MeshIndex::Content {
   }
   void renumber(Hit& hit) const {
     if (hit) hit.triangle += firstTriangle;
+  }
+  Nearest renumbered(Nearest nearest) const {
+    if (nearest) nearest.triangle += firstTriangle;
+    return nearest;
+  }
+
+  /// Replaces numbers by what collect(walks, numbers) appends, in order.
+  template <class Collect>
+  void list(std::vector<std::uint32_t>& numbers, const Collect& collect) const {
+    const qzDetail::tFloatMode mode;
+    collect(*detail::walks().near);
+    std::sort(numbers.begin(), numbers.end());
+    for (std::uint32_t& number : numbers) number += firstTriangle;
   }
 };
 
@@ -80,6 +94,42 @@ Crossings MeshIndex::crossings(const Ray& ray, const RayOptions& options) const 
   const qzDetail::tFloatMode mode;
   const Content& content = *mContent;
   return detail::walks().crossings(content.tree, ray, content.optionsOf(options));
+}
+
+Nearest MeshIndex::nearest(const float point[3], float maxDistance) const {
+  if (!mContent) return detail::nothingNear();
+  const qzDetail::tFloatMode mode;
+  const Content& content = *mContent;
+  return content.renumbered(detail::walks().near->findNearest(content.tree, point, maxDistance).answer(point));
+}
+
+void MeshIndex::trianglesInBox(const float min[3], const float max[3], std::vector<std::uint32_t>& numbers) const {
+  numbers.clear();
+  detail::RegionBox box;
+  if (!mContent || !detail::makeRegionBox(min, max, box)) return;
+  mContent->list(numbers, [&](const detail::NearWalks& walks) { walks.findInBox(mContent->tree, box, numbers); });
+}
+
+void MeshIndex::trianglesInSphere(const float center[3], float radius, std::vector<std::uint32_t>& numbers) const {
+  numbers.clear();
+  if (!mContent) return;
+  mContent->list(numbers,
+                 [&](const detail::NearWalks& walks) { walks.findInSphere(mContent->tree, center, radius, numbers); });
+}
+
+void MeshIndex::trianglesInRegion(const float (*planes)[4], std::size_t count,
+                                  std::vector<std::uint32_t>& numbers) const {
+  numbers.clear();
+  if (!mContent) return;
+  mContent->list(numbers,
+                 [&](const detail::NearWalks& walks) { walks.findInRegion(mContent->tree, planes, count, numbers); });
+}
+
+void MeshIndex::nearests(const float (*points)[3], std::size_t count, Nearest* out, float maxDistance,
+                         int threads) const {
+  detail::forEachChunk(count, detail::kChunk, threads, [&](std::size_t begin, std::size_t end) {
+    for (std::size_t i = begin; i < end; ++i) out[i] = nearest(points[i], maxDistance);
+  });
 }
 
 void MeshIndex::closestHits(const Ray* rays, std::size_t count, Hit* hits, const RayOptions& options,

@@ -10,6 +10,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -65,6 +66,28 @@ class QZ_MESHQUERIES_API MeshIndex {
   /// The number of hits, by the side of the triangle.
   Crossings crossings(const Ray& ray, const RayOptions& options = {}) const;
 
+  /// The point of the mesh nearest to a point; at equal distance, that of the smallest triangle number. Triangles without
+  /// area count as the segments or points that they are. maxDistance is inclusive. A triangle number of kNone, distance
+  /// infinity and NaN in point, u and v if no triangle is so near, maxDistance is NaN or negative, or a coordinate of the
+  /// point is not finite or larger than 1e15.
+  /// Cost: O(log n) for usual meshes and points close to them; no allocation.
+  Nearest nearest(const float point[3], float maxDistance = std::numeric_limits<float>::infinity()) const;
+
+  /// Replaces numbers by those of all triangles that have a point in the closed box from min to max, ascending. A box that
+  /// is inverted on some axis, or has a NaN, holds nothing; infinite ones are fine.
+  /// Cost: O(log n) and the size of the answer, for usual meshes.
+  void trianglesInBox(const float min[3], const float max[3], std::vector<std::uint32_t>& numbers) const;
+
+  /// The same for all triangles whose distance, as nearest() reports it, is at most radius. Nothing for a radius that is
+  /// NaN or negative, or a center for which nothing is nearest.
+  void trianglesInSphere(const float center[3], float radius, std::vector<std::uint32_t>& numbers) const;
+
+  /// The same for all triangles that have a part strictly inside all planes: x * plane[0] + y * plane[1] + z * plane[2] +
+  /// plane[3] > 0. A triangle is clipped by one plane after the other in single precision, so the order of planes matters
+  /// by roundings. Without planes: all triangles. A plane with a NaN has nothing inside.
+  /// Source: Sutherland and Hodgman 1974.
+  void trianglesInRegion(const float (*planes)[4], std::size_t count, std::vector<std::uint32_t>& numbers) const;
+
   /// Many rays at once, on so many threads; 0: as many as the machine has. The answers are those of the calls one by one,
   /// an element for each ray; isHit receives 0 or 1.
   /// Failure: std::bad_alloc.
@@ -75,6 +98,10 @@ class QZ_MESHQUERIES_API MeshIndex {
   Lists<Hit> allHits(const Ray* rays, std::size_t count, const RayOptions& options = {}, int threads = 0) const;
   void crossings(const Ray* rays, std::size_t count, Crossings* out, const RayOptions& options = {},
                  int threads = 0) const;
+
+  /// The same for nearest points.
+  void nearests(const float (*points)[3], std::size_t count, Nearest* out,
+                float maxDistance = std::numeric_limits<float>::infinity(), int threads = 0) const;
 
   /// What construction was given, unused vertices included.
   std::size_t triangleCount() const;

@@ -97,6 +97,18 @@ struct Crossings {
   std::uint32_t back = 0;   ///< where it comes out
 };
 
+/// The point of a mesh that is nearest to a place: a + u * (b - a) + v * (c - a) of one of its triangles.
+struct Nearest {
+  float point[3];                                           ///< where it is; NaN if there is none
+  float distance = std::numeric_limits<float>::infinity();  ///< from the place
+  float u = 0;                                              ///< weight of b; NaN if there is none
+  float v = 0;                                              ///< weight of c; NaN if there is none
+  std::uint32_t triangle = kNone;  ///< its number, firstTriangle included; kNone without a point
+
+  /// Whether there is a point.
+  explicit operator bool() const { return triangle != kNone; }
+};
+
 /// What a batch of questions with lists as answers gives: the answers to question i are items[starts[i]] to
 /// items[starts[i + 1] - 1].
 template <class T>

@@ -7,15 +7,13 @@
 
 #include <qzCommonAddOns/qzDetail/base/qzInline.h>
 #include <qzMeshQueries/MeshTypes.h>
+#include <qzMeshQueries/kernel/Limits.h>
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 
 namespace qzMeshQueries::detail {
-
-/// Larger coordinates are refused: products of coordinate differences stay far from overflow.
-inline constexpr float kLargestCoordinate = 1e15f;
 
 /// A ray as the kernel wants it.
 struct RayFrame {

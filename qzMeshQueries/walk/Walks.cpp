@@ -1,5 +1,7 @@
 // Compiles the walks once for each instruction set, and chooses among them.
 
+#include <qzMeshQueries/walk/NearWalks.h>
+#include <qzMeshQueries/walk/Targets.h>
 #include <qzMeshQueries/walk/Walks.h>
 
 #include <algorithm>
@@ -8,8 +10,6 @@
 #include <cstring>
 #include <utility>
 
-// One set of four lanes, one of eight and one of sixteen are enough. On other processors one lane has to do.
-#define HWY_DISABLED_TARGETS (HWY_SSSE3 | HWY_AVX3_DL | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "qzMeshQueries/walk/Walks.cpp"
 #include <hwy/foreach_target.h>
@@ -21,6 +21,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace qzMeshQueries::detail::HWY_NAMESPACE {
 
+extern const NearWalks kNearWalks;  // of NearWalks.cpp
 extern const Walks kWalks;
 constexpr Walks kWalks = {HWY_TARGET == HWY_SCALAR ? "plain"
                           : HWY_TARGET == HWY_SSE4 ? "SSE4"
@@ -34,7 +35,8 @@ constexpr Walks kWalks = {HWY_TARGET == HWY_SCALAR ? "plain"
                           crossings,
                           castRays<ClosestQuery, Hit>,
                           castRays<AnyQuery, std::uint8_t>,
-                          castRays<CrossingsQuery, Crossings>};
+                          castRays<CrossingsQuery, Crossings>,
+                          &kNearWalks};
 
 }  // namespace qzMeshQueries::detail::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

@@ -18,6 +18,8 @@ struct WalkOptions {
   std::uint32_t skip;
 };
 
+struct NearWalks;
+
 /// The questions about rays. Trees may be empty.
 struct Walks {
   const char* name;  ///< of the instruction set
@@ -35,6 +37,8 @@ struct Walks {
                   const WalkOptions& options, std::uint8_t* isHit);
   void (*crossingsOfRays)(const WideTree& tree, const Ray* rays, std::size_t count, std::size_t rowLength,
                           const WalkOptions& options, Crossings* crossings);
+
+  const NearWalks* near;  ///< the questions about what is near
 };
 
 /// The walks in use: those of the best instruction set of the processor, unless useInstructionSet chose another.

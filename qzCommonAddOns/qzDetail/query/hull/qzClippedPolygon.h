@@ -22,10 +22,18 @@ class tClippedPolygon {
     mCount = 3;
   }
 
+  void setTriangle(const float* a, const float* b, const float* c) {
+    const float* const corners[3] = {a, b, c};
+    for (int i = 0; i < 3; ++i) mVertices[i] = {corners[i][0], corners[i][1], corners[i][2], 0.0f};
+    mCount = 3;
+  }
+
   /// Clips to the strict inside of a plane, four rows of equal lanes as in qzQBVH::tSOASinglePlaneEqn. Returns false if
   /// nothing is left.
-  bool clip(const float (*plane)[4]) {
-    const unsigned int nbInside = measure(plane);
+  bool clip(const float (*plane)[4]) { return clip(plane[0][0], plane[1][0], plane[2][0], plane[3][0]); }
+  /// The same for a * x + b * y + c * z + d > 0.
+  bool clip(float a, float b, float c, float d) {
+    const unsigned int nbInside = measure(a, b, c, d);
     if (nbInside != 0 && nbInside != mCount) cut(std::min(nbInside, mCount - nbInside));
     return nbInside != 0;
   }
@@ -41,8 +49,7 @@ class tClippedPolygon {
   static constexpr unsigned int kSmallCapacity = 64;
 
   // Computes the distances; the order of operations fixes the bits. Returns the number of vertices inside.
-  unsigned int measure(const float (*plane)[4]) {
-    const float a = plane[0][0], b = plane[1][0], c = plane[2][0], d = plane[3][0];
+  unsigned int measure(float a, float b, float c, float d) {
     unsigned int nbInside = 0;
     for (unsigned int i = 0; i < mCount; ++i) {
       tVertex& vertex = mVertices[i];
