@@ -3,7 +3,6 @@
 
 #include <qzMeshQueries/MeshTypes.h>
 #include <qzMeshQueries/tree/Threads.h>
-#include <tbb/parallel_for.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -30,8 +29,8 @@ void forEachChunk(std::size_t count, std::size_t chunk, int threads, const Work&
   if (count == 0) return;
   if (count <= chunk || nbThreadsOf(threads) == 1) return work(std::size_t(0), count);
   onThreads(threads, [&] {
-    tbb::parallel_for(tbb::blocked_range<std::size_t>(0, (count + chunk - 1) / chunk, 1),
-                      [&](const auto& chunks) { work(chunks.begin() * chunk, std::min(count, chunks.end() * chunk)); });
+    forEachRange((count + chunk - 1) / chunk,
+                 [&](std::size_t begin, std::size_t end) { work(begin * chunk, std::min(count, end * chunk)); });
   });
 }
 

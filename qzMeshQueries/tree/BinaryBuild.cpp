@@ -1,7 +1,6 @@
 #include <qzMeshQueries/tree/BinaryBuild.h>
 
-#include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
-#include <tbb/parallel_for.h>
+#include <qzMeshQueries/tree/Threads.h>
 
 #include <algorithm>
 #include <cstring>
@@ -36,8 +35,7 @@ BuildStart startBuild(const Mesh& mesh, BuildWatch& watch) {
   start.items = AlignedArray<BinaryNode>(mesh.triangleCount);
   const std::size_t nbChunks = (mesh.triangleCount + kTrianglesPerPoll - 1) / kTrianglesPerPoll;
   std::vector<Boxes> boxes(nbChunks);
-  tbb::parallel_for(std::size_t(0), nbChunks, [&](std::size_t chunk) {
-    const tFloatMode mode;
+  forEach(nbChunks, [&](std::size_t chunk) {
     Boxes own;
     const std::size_t begin = chunk * kTrianglesPerPoll, end = std::min(begin + kTrianglesPerPoll, mesh.triangleCount);
     for (std::size_t i = begin; i < end; ++i) {

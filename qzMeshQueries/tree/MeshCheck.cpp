@@ -4,7 +4,6 @@
 #include <qzMeshQueries/tree/Threads.h>
 
 #define XXH_INLINE_ALL
-#include <tbb/parallel_for.h>
 #include <xxhash.h>
 
 #include <algorithm>
@@ -70,7 +69,7 @@ void checkMesh(const Mesh& mesh, const BuildOptions& options) {
   std::atomic<std::size_t> fault{kNoTriangle};
   if (n > 0)
     onThreads(options.threads, [&] {
-      tbb::parallel_for(std::size_t(0), (n + kTrianglesPerPoll - 1) / kTrianglesPerPoll, [&](std::size_t chunk) {
+      forEach((n + kTrianglesPerPoll - 1) / kTrianglesPerPoll, [&](std::size_t chunk) {
         const std::size_t begin = chunk * kTrianglesPerPoll, end = std::min(begin + kTrianglesPerPoll, n);
         std::size_t first = fault;
         if (begin < first) {

@@ -3,12 +3,11 @@
 // changes.
 
 #include <qzCommonAddOns/qzDetail/base/qzBits.h>
-#include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 #include <qzCommonAddOns/qzDetail/morton/qzMorton.h>
 #include <qzCommonAddOns/qzDetail/morton/qzRadixSort.h>
 #include <qzMeshQueries/tree/BinaryBuild.h>
+#include <qzMeshQueries/tree/Threads.h>
 #include <tbb/enumerable_thread_specific.h>
-#include <tbb/parallel_for.h>
 
 #include <algorithm>
 #include <array>
@@ -57,8 +56,7 @@ class Grid {
 // Calls work(chunk, begin, end) for chunks of the triangles, on all threads.
 template <class Work>
 void forEachChunk(std::size_t n, std::size_t chunkSize, BuildWatch& watch, const Work& work) {
-  tbb::parallel_for(std::size_t(0), (n + chunkSize - 1) / chunkSize, [&](std::size_t chunk) {
-    const tFloatMode mode;
+  forEach((n + chunkSize - 1) / chunkSize, [&](std::size_t chunk) {
     const std::size_t begin = chunk * chunkSize, end = std::min(begin + chunkSize, n);
     work(chunk, begin, end);
     watch.done(double(end - begin));
@@ -107,7 +105,7 @@ Codes sortByCodes(const BuildStart& start, BuildWatch& watch) {
       sorted.triangles[to] = std::uint32_t(i);
     }
   });
-  tbb::parallel_for(std::size_t(0), std::size_t(kDigitValues), [&](std::size_t piece) {
+  forEach(kDigitValues, [&](std::size_t piece) {
     const std::uint32_t begin = pieces[piece], count = pieces[piece + 1] - begin;
     if (count == 0) return;
     // Three passes end in the other array.
@@ -130,8 +128,7 @@ class MortonBuilder {
 
   void buildParts(const OnPart& onPart) {
     tbb::enumerable_thread_specific<PartScratch> scratches;
-    tbb::parallel_for(std::size_t(0), mTree.parts.size(), [&](std::size_t i) {
-      const tFloatMode mode;
+    forEach(mTree.parts.size(), [&](std::size_t i) {
       PartScratch& scratch = scratches.local();
       BinaryPart& part = mTree.parts[i];
       std::uint32_t size = 1;

@@ -1,9 +1,8 @@
 #include <qzMeshQueries/tree/Reinsertion.h>
 
-#include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 #include <qzMeshQueries/tree/NodeArea.h>
+#include <qzMeshQueries/tree/Threads.h>
 #include <tbb/enumerable_thread_specific.h>
-#include <tbb/parallel_for.h>
 
 #include <algorithm>
 #include <utility>
@@ -43,7 +42,7 @@ class Optimizer {
       else
         put(i, tree.parts[node.first].nodes[0], starts[node.first] - 1);
     }
-    tbb::parallel_for(std::size_t(0), tree.parts.size(), [&](std::size_t i) {
+    forEach(tree.parts.size(), [&](std::size_t i) {
       for (std::size_t k = 1; k < tree.parts[i].size; ++k)
         put(starts[i] + k - 1, tree.parts[i].nodes[k], starts[i] - 1);
     });
@@ -57,8 +56,7 @@ class Optimizer {
     std::vector<Move> moves(largest.size());
     const double perNode = double(mNodes[0].count) / double(largest.size() + 1);
     constexpr std::size_t kNodesPerPoll = 64;
-    tbb::parallel_for(std::size_t(0), (largest.size() + kNodesPerPoll - 1) / kNodesPerPoll, [&](std::size_t chunk) {
-      const tFloatMode mode;
+    forEach((largest.size() + kNodesPerPoll - 1) / kNodesPerPoll, [&](std::size_t chunk) {
       const std::size_t begin = chunk * kNodesPerPoll, end = std::min(begin + kNodesPerPoll, largest.size());
       for (std::size_t i = begin; i < end; ++i) moves[i] = bestMove(largest[i]);
       watch.done(perNode * double(end - begin));
@@ -218,8 +216,7 @@ class Divider {
 
   BinaryTree divide(BuildWatch& watch, const OnPart& onPart) {
     tbb::enumerable_thread_specific<PartScratch> scratches;
-    tbb::parallel_for(std::size_t(0), mTree.parts.size(), [&](std::size_t i) {
-      const tFloatMode mode;
+    forEach(mTree.parts.size(), [&](std::size_t i) {
       PartScratch& scratch = scratches.local();
       BinaryPart& part = mTree.parts[i];
       std::uint32_t size = 1, position = part.begin;
@@ -279,8 +276,7 @@ BinaryTree reinsert(BinaryTree tree, float extent, BuildWatch& watch, const OnPa
   Optimizer optimizer(tree, extent);
   for (int i = 0; i < kReinsertionPasses; ++i) optimizer.pass(watch);
   if (optimizer.nbLevels() > kMaxBinaryLevels) {
-    tbb::parallel_for(std::size_t(0), tree.parts.size(), [&](std::size_t i) {
-      const tFloatMode mode;
+    forEach(tree.parts.size(), [&](std::size_t i) {
       onPart(tree, tree.parts[i]);
       watch.done(tree.parts[i].end - tree.parts[i].begin);
     });

@@ -1,10 +1,9 @@
 // The top is split level by level, with all threads on each level: bins and partitions of its nodes are made of those of
 // chunks. Then each part is a task.
 
-#include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 #include <qzMeshQueries/tree/BinaryBuild.h>
+#include <qzMeshQueries/tree/Threads.h>
 #include <tbb/enumerable_thread_specific.h>
-#include <tbb/parallel_for.h>
 
 #include <algorithm>
 #include <utility>
@@ -168,13 +167,6 @@ class TopBuilder {
       }
     }
     firstChunks.push_back(chunks.size());
-    const auto forEach = [](std::size_t count, const auto& work) {
-      tbb::parallel_for(std::size_t(0), count, [&](std::size_t i) {
-        const tFloatMode mode;
-        work(i);
-      });
-    };
-
     forEach(chunks.size(), [&](std::size_t i) {
       Chunk& chunk = chunks[i];
       chunk.bins.add(grids[chunk.open], from + chunk.begin, chunk.end - chunk.begin);
@@ -243,8 +235,7 @@ BinaryTree buildBySurfaceArea(BuildStart start, BuildWatch& watch, const OnPart&
   tree.order = AlignedArray<std::uint32_t>(n);
   tree.choices = AlignedArray<std::uint64_t>(n);
   tbb::enumerable_thread_specific<PartScratch> scratches;
-  tbb::parallel_for(std::size_t(0), tree.parts.size(), [&](std::size_t i) {
-    const tFloatMode mode;
+  forEach(tree.parts.size(), [&](std::size_t i) {
     PartScratch& scratch = scratches.local();
     BinaryPart& part = tree.parts[i];
     const PartStart& of = top.start(i);

@@ -1,26 +1,28 @@
 #pragma once
-// Threads of oneTBB for one call.
+// Loops on several threads, those of oneTBB.
 
-#include <tbb/global_control.h>
-#include <tbb/task_arena.h>
-
-#include <algorithm>
 #include <cstddef>
+#include <functional>
 
 namespace qzMeshQueries::detail {
 
 /// The number of threads to use when so many are asked for; 0: as many as the machine has. Never more than the program
 /// allows, as oneTBB prints a warning then.
-inline int nbThreadsOf(int threads) {
-  const auto most = int(tbb::global_control::active_value(tbb::global_control::max_allowed_parallelism));
-  return threads > 0 ? std::min(threads, most) : most;
-}
+int nbThreadsOf(int threads);
 
-/// Runs work on so many threads, the calling one among them. An exception of any of them leaves through here.
+/// Calls work on this thread. Loops in it run on so many threads, this one included.
+void onThreads(int threads, const std::function<void()>& work);
+
+/// Calls work(begin, end) for ranges that together are 0 to count - 1, in any order, in the floating-point mode of
+/// qzDetail::tFloatMode. An exception of any of them ends the loop early and leaves through here.
+void forEachRange(std::size_t count, const std::function<void(std::size_t begin, std::size_t end)>& work);
+
+/// The same for each number of a range.
 template <class Work>
-void onThreads(int threads, const Work& work) {
-  tbb::task_arena arena(nbThreadsOf(threads));
-  arena.execute(work);
+void forEach(std::size_t count, const Work& work) {
+  forEachRange(count, [&](std::size_t begin, std::size_t end) {
+    for (std::size_t i = begin; i < end; ++i) work(i);
+  });
 }
 
 }  // namespace qzMeshQueries::detail
