@@ -6,9 +6,14 @@
 #include <qzMeshQueries/tree/TreeBuild.h>
 #include <qzMeshQueries/walk/NearWalks.h>
 #include <qzMeshQueries/walk/Walks.h>
+#include <qzMeshQueries/walk/WindingWalks.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <mutex>
 #include <utility>
+#include <vector>
 
 namespace qzMeshQueries {
 
@@ -21,6 +26,22 @@ struct MeshIndex::Content {
   std::size_t triangleCount = 0, vertexCount = 0;
   std::uint32_t firstTriangle = 0;
   std::array<std::uint64_t, 2> digest = {};
+
+  /// Found by the first question that needs it, as most programs never ask one. Threads that ask meanwhile wait.
+  const detail::Boundary& boundary() const {
+    if (!mHasBoundary.load(std::memory_order_acquire)) {
+      const std::lock_guard<std::mutex> lock(mFinding);
+      if (!mHasBoundary.load(std::memory_order_relaxed)) {
+        const qzDetail::tFloatMode mode;
+        mBoundary = detail::findBoundary(tree);
+        mHasBoundary.store(true, std::memory_order_release);
+      }
+    }
+    return mBoundary;
+  }
+  bool isClosed() const { return boundary().edgeCount == 0; }
+  /// 0 until it is found.
+  std::size_t boundaryBytes() const { return mHasBoundary.load(std::memory_order_acquire) ? mBoundary.bytes() : 0; }
 
   /// The walks do not know of firstTriangle.
   detail::WalkOptions optionsOf(const RayOptions& options) const {
@@ -43,6 +64,11 @@ struct MeshIndex::Content {
     std::sort(numbers.begin(), numbers.end());
     for (std::uint32_t& number : numbers) number += firstTriangle;
   }
+
+ private:
+  mutable std::mutex mFinding;
+  mutable detail::Boundary mBoundary;
+  mutable std::atomic<bool> mHasBoundary{false};
 };
 
 // Without content, after a move as well, there are no triangles.
@@ -180,6 +206,60 @@ void MeshIndex::crossings(const Ray* rays, std::size_t count, Crossings* out, co
   });
 }
 
+double MeshIndex::windingNumber(const float point[3]) const {
+  if (!mContent) return 0;
+  const qzDetail::tFloatMode mode;
+  const Content& content = *mContent;
+  const float points[1][3] = {{point[0], point[1], point[2]}};
+  detail::Turning turning;
+  if (!content.isClosed()) detail::walks().winding->turnBoundary(content.boundary(), points, 1, &turning);
+  const Crossings crossings = detail::walks().crossings(content.tree, detail::windingRay(point), {Faces::both, kNone});
+  return mode.keep(detail::windingOf(crossings, turning));
+}
+
+bool MeshIndex::contains(const float point[3]) const {
+  return std::fabs(windingNumber(point)) > 0.5;
+}
+
+void MeshIndex::windingNumbers(const float (*points)[3], std::size_t count, double* out, int threads) const {
+  if (!mContent) return void(std::fill(out, out + count, 0.0));
+  const Content& content = *mContent;
+  const bool isClosed = content.isClosed();
+  detail::forEachChunk(count, detail::kChunk, threads, [&](std::size_t begin, std::size_t end) {
+    const qzDetail::tFloatMode mode;
+    const std::size_t room = std::min(end - begin, detail::kChunk);
+    std::vector<Ray> rays(room);
+    std::vector<Crossings> crossings(room);
+    std::vector<detail::Turning> turnings(isClosed ? 0 : room);
+    for (; begin < end; begin += room) {
+      const std::size_t size = std::min(end - begin, room);
+      for (std::size_t i = 0; i < size; ++i) rays[i] = detail::windingRay(points[begin + i]);
+      detail::walks().crossingsOfRays(content.tree, rays.data(), size, 0, {Faces::both, kNone}, crossings.data());
+      if (!isClosed) detail::walks().winding->turnBoundary(content.boundary(), points + begin, size, turnings.data());
+      for (std::size_t i = 0; i < size; ++i)
+        out[begin + i] = detail::windingOf(crossings[i], isClosed ? detail::Turning() : turnings[i]);
+    }
+  });
+}
+
+float MeshIndex::signedDistance(const float point[3]) const {
+  const float distance = nearest(point).distance;
+  return contains(point) ? -distance : distance;
+}
+
+void MeshIndex::signedDistances(const float (*points)[3], std::size_t count, float* out, int threads) const {
+  constexpr std::size_t kAtOnce = 1 << 16;  // bounds the memory of answers on the way
+  std::vector<Nearest> nearest(std::min(count, kAtOnce));
+  std::vector<double> winding(nearest.size());
+  for (std::size_t begin = 0; begin < count; begin += kAtOnce) {
+    const std::size_t size = std::min(count - begin, kAtOnce);
+    nearests(points + begin, size, nearest.data(), std::numeric_limits<float>::infinity(), threads);
+    windingNumbers(points + begin, size, winding.data(), threads);
+    for (std::size_t i = 0; i < size; ++i)
+      out[begin + i] = std::fabs(winding[i]) > 0.5 ? -nearest[i].distance : nearest[i].distance;
+  }
+}
+
 std::size_t MeshIndex::triangleCount() const {
   return mContent ? mContent->triangleCount : 0;
 }
@@ -190,11 +270,12 @@ std::size_t MeshIndex::vertexCount() const {
 std::size_t MeshIndex::memoryUsed() const {
   if (!mContent) return sizeof(*this);
   const detail::WideTree& tree = mContent->tree;
-  return sizeof(*this) + sizeof(Content) + tree.nodes.bytes() + tree.blocks.bytes() + tree.vertexNumbers.bytes();
+  return sizeof(*this) + sizeof(Content) + tree.nodes.bytes() + tree.blocks.bytes() + tree.vertexNumbers.bytes() +
+         mContent->boundaryBytes();
 }
 
 bool MeshIndex::isClosed() const {
-  return !mContent || detail::isClosed(mContent->tree);
+  return !mContent || mContent->isClosed();
 }
 
 std::array<std::uint64_t, 2> MeshIndex::meshDigest() const {

@@ -35,6 +35,7 @@ int main(int argc, char** argv) {
     drawCrossing(argv[1]);
     drawDepthError(argv[1]);
     drawMargin(argv[1]);
+    drawWinding(argv[1]);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "qzFigures: %s\n", error.what());
     return 2;

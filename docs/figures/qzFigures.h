@@ -18,3 +18,5 @@ void drawCrossing(const std::string& folder);
 /// depth-error.svg and margin.svg: what an error of the image means for a depth, and for a box.
 void drawDepthError(const std::string& folder);
 void drawMargin(const std::string& folder);
+/// winding.svg: crossings of a ray, the turns of boundary edges and the winding number around points of a plane.
+void drawWinding(const std::string& folder);

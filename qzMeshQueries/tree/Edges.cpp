@@ -30,7 +30,7 @@ class Places {
     }
   }
 
-  std::size_t count() const { return mPositions.size(); }
+  const std::vector<std::array<float, 3>>& positions() const { return mPositions; }
 
  private:
   static std::size_t hashOf(const std::array<float, 3>& position) {
@@ -62,12 +62,14 @@ void forEachEdge(const WideTree& tree, const AlignedArray<std::uint32_t>& places
   });
 }
 
-}  // namespace
+struct Edge {
+  std::uint32_t from, to;  // numbers of places
+};
 
-bool isClosed(const WideTree& tree) {
+// The edges of the boundary, in any order.
+std::vector<Edge> findBoundaryEdges(const WideTree& tree, std::vector<std::array<float, 3>>& positions) {
   // The place of each vertex of each block. A sum with 0 makes both zeros one.
   AlignedArray<std::uint32_t> placeOf(tree.vertexNumbers.size());
-  std::size_t nbPlaces = 0;
   {
     Places places(tree.vertexNumbers.size());
     std::size_t i = 0;
@@ -75,8 +77,9 @@ bool isClosed(const WideTree& tree) {
       for (int k = 0; k < block.head->vertexCount; ++k)
         placeOf[i++] = places.numberOf({block.row(0)[k] + 0.0f, block.row(1)[k] + 0.0f, block.row(2)[k] + 0.0f});
     });
-    nbPlaces = places.count();
+    positions = places.positions();
   }
+  const std::size_t nbPlaces = positions.size();
 
   // The other ends of all edges between a place and one of a larger number: those that leave the place from the start of
   // its range on, those that come to it from the end backwards.
@@ -98,16 +101,90 @@ bool isClosed(const WideTree& tree) {
   forEachEdge(tree, placeOf, [&](std::uint32_t from, std::uint32_t to) {
     if (from < to) others[starts[from] - nbLeaving[from] + placed[from]++] = to;
   });
-  for (std::size_t i = 0; i < nbPlaces; ++i) {
+
+  std::vector<Edge> edges;
+  for (std::uint32_t i = 0; i < nbPlaces; ++i) {
     std::uint32_t* const middle = others.data() + starts[i];
-    std::uint32_t* const begin = middle - nbLeaving[i];
+    std::uint32_t* leaving = middle - nbLeaving[i];
     std::uint32_t* const end = i + 1 < nbPlaces ? others.data() + starts[i + 1] - nbLeaving[i + 1] : others.end();
-    if (middle - begin != end - middle) return false;
-    std::sort(begin, middle);
+    std::sort(leaving, middle);
     std::sort(middle, end);
-    if (!std::equal(begin, middle, middle)) return false;
+    // What is left of each when pairs are taken away.
+    std::uint32_t* coming = middle;
+    while (leaving != middle || coming != end) {
+      if (coming == end || (leaving != middle && *leaving < *coming)) {
+        edges.push_back({i, *leaving++});
+      } else if (leaving == middle || *coming < *leaving) {
+        edges.push_back({*coming++, i});
+      } else {
+        ++leaving;
+        ++coming;
+      }
+    }
   }
-  return true;
+  return edges;
+}
+
+// Numbers the places that are ends of edges anew, by their order, and keeps only these.
+void orderPlaces(std::vector<Edge>& edges, std::vector<std::array<float, 3>>& positions) {
+  std::vector<std::uint32_t> used;
+  used.reserve(2 * edges.size());
+  for (const Edge& edge : edges) used.push_back(edge.from);  // as many begin at a place as end there
+  std::sort(used.begin(), used.end(), [&](std::uint32_t a, std::uint32_t b) { return positions[a] < positions[b]; });
+  used.erase(std::unique(used.begin(), used.end()), used.end());
+  std::vector<std::uint32_t> numberOf(positions.size());
+  std::vector<std::array<float, 3>> kept(used.size());
+  for (std::uint32_t i = 0; i < used.size(); ++i) {
+    numberOf[used[i]] = i;
+    kept[i] = positions[used[i]];
+  }
+  for (Edge& edge : edges) edge = {numberOf[edge.from], numberOf[edge.to]};
+  positions.swap(kept);
+}
+
+}  // namespace
+
+Boundary findBoundary(const WideTree& tree) {
+  Boundary boundary;
+  std::vector<std::array<float, 3>> positions;
+  std::vector<Edge> edges = findBoundaryEdges(tree, positions);
+  if (edges.empty()) return boundary;
+  orderPlaces(edges, positions);
+  std::sort(edges.begin(), edges.end(),
+            [](const Edge& a, const Edge& b) { return a.from != b.from ? a.from < b.from : a.to < b.to; });
+
+  // Edges from starts[i] to starts[i + 1] leave place i; those before next[i] are in a chain.
+  std::vector<std::size_t> starts(positions.size() + 1);
+  for (const Edge& edge : edges) ++starts[edge.from + 1];
+  for (std::size_t i = 0; i < positions.size(); ++i) starts[i + 1] += starts[i];
+  std::vector<std::size_t> next(starts.begin(), starts.end() - 1);
+  constexpr std::uint64_t kIsLast = std::uint64_t(1) << 32;  // of a chain
+  std::vector<std::uint64_t> steps;                          // places
+  steps.reserve(edges.size() + edges.size() / 3 + 1);
+  for (std::uint32_t first = 0; first < positions.size(); ++first)
+    while (next[first] < starts[first + 1]) {
+      std::uint32_t place = first;
+      while (next[place] < starts[place + 1]) {
+        steps.push_back(place);
+        place = edges[next[place]++].to;
+      }
+      steps.push_back(place | kIsLast);
+    }
+
+  boundary.edgeCount = edges.size();
+  const std::size_t nbGroups = (steps.size() + Boundary::kGroup - 1) / Boundary::kGroup;
+  for (AlignedArray<float>& row : boundary.rows) {
+    row = AlignedArray<float>(nbGroups * Boundary::kGroup);
+    std::fill(row.begin() + steps.size(), row.end(), 0.0f);
+  }
+  boundary.isEdge = AlignedArray<std::uint16_t>(nbGroups);
+  std::fill(boundary.isEdge.begin(), boundary.isEdge.end(), std::uint16_t(0));
+  for (std::size_t i = 0; i < steps.size(); ++i) {
+    const std::array<float, 3>& position = positions[std::uint32_t(steps[i])];
+    for (std::size_t axis = 0; axis < 3; ++axis) boundary.rows[axis][i] = position[axis];
+    if ((steps[i] & kIsLast) == 0) boundary.isEdge[i / Boundary::kGroup] |= std::uint16_t(1u << (i % Boundary::kGroup));
+  }
+  return boundary;
 }
 
 }  // namespace qzMeshQueries::detail

@@ -21,7 +21,8 @@
 HWY_BEFORE_NAMESPACE();
 namespace qzMeshQueries::detail::HWY_NAMESPACE {
 
-extern const NearWalks kNearWalks;  // of NearWalks.cpp
+extern const NearWalks kNearWalks;        // of NearWalks.cpp
+extern const WindingWalks kWindingWalks;  // of WindingWalks.cpp
 extern const Walks kWalks;
 constexpr Walks kWalks = {HWY_TARGET == HWY_SCALAR ? "plain"
                           : HWY_TARGET == HWY_SSE4 ? "SSE4"
@@ -36,7 +37,8 @@ constexpr Walks kWalks = {HWY_TARGET == HWY_SCALAR ? "plain"
                           castRays<ClosestQuery, Hit>,
                           castRays<AnyQuery, std::uint8_t>,
                           castRays<CrossingsQuery, Crossings>,
-                          &kNearWalks};
+                          &kNearWalks,
+                          &kWindingWalks};
 
 }  // namespace qzMeshQueries::detail::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

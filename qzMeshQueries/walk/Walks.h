@@ -19,6 +19,7 @@ struct WalkOptions {
 };
 
 struct NearWalks;
+struct WindingWalks;
 
 /// The questions about rays. Trees may be empty.
 struct Walks {
@@ -38,7 +39,8 @@ struct Walks {
   void (*crossingsOfRays)(const WideTree& tree, const Ray* rays, std::size_t count, std::size_t rowLength,
                           const WalkOptions& options, Crossings* crossings);
 
-  const NearWalks* near;  ///< the questions about what is near
+  const NearWalks* near;        ///< the questions about what is near
+  const WindingWalks* winding;  ///< the questions about what is inside
 };
 
 /// The walks in use: those of the best instruction set of the processor, unless useInstructionSet chose another.

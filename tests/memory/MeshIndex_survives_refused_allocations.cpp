@@ -6,6 +6,7 @@
 
 #include <doctest/doctest.h>
 
+#include <array>
 #include <optional>
 
 #include "support/qzRefusals.h"
@@ -158,8 +159,10 @@ TEST_CASE("batches without memory throw, and the next ones give all answers") {
 }
 
 TEST_CASE("single questions without lists allocate nothing") {
-  const QueryMesh mesh = starMesh(2, 1508);
+  QueryMesh mesh = starMesh(2, 1508);
+  mesh.triangles.resize(mesh.triangles.size() - 30);
   const MeshIndex index(mesh.view(), optionsOf(Quality::good));
+  CHECK(!index.isClosed());  // finds the boundary
   QueryRays source(mesh, 1509);
   const std::vector<Ray> rays = source.many(200);
   std::size_t nbAllocations, nbHits = 0;
@@ -170,6 +173,9 @@ TEST_CASE("single questions without lists allocate nothing") {
       nbHits += static_cast<bool>(index.closestHit(ray));
       nbHits += index.anyHit(ray);
       nbHits += index.crossings(ray).front;
+      nbHits += index.windingNumber(ray.origin) > 0.1;
+      nbHits += index.contains(ray.origin);
+      nbHits += index.signedDistance(ray.origin) < 0.0f;
       index.allHits(ray, room);  // has room already
     }
     nbAllocations = heap.nbAllocations();
@@ -178,15 +184,66 @@ TEST_CASE("single questions without lists allocate nothing") {
   CHECK(nbAllocations == 0);
 }
 
-TEST_CASE("isClosed without memory throws, and the next one answers") {
-  const QueryMesh mesh = starMesh(2, 1510);
+TEST_CASE("the first question for the boundary throws without memory, and the next one answers") {
+  QueryMesh mesh = starMesh(2, 1510);
+  mesh.triangles.resize(mesh.triangles.size() - 30);
+  const MeshIndex probe(mesh.view(), optionsOf(Quality::good));
+  const float point[3] = {0.01f, 0.02f, 0.03f};
+  const double winding = probe.windingNumber(point);
+  const float distance = probe.signedDistance(point);
+  REQUIRE(winding > 0.5);
+  REQUIRE(distance < 0.0f);
+  int question = 0;
+  const auto ask = [&](const MeshIndex& index) {
+    switch (question) {
+      case 0:
+        return !index.isClosed();
+      case 1:
+        return sameBits(index.windingNumber(point), winding);
+      case 2:
+        return index.contains(point);
+      default:
+        return sameBits(index.signedDistance(point), distance);
+    }
+  };
+  for (; question < 4; ++question) {
+    const std::uint64_t nbRefused = refuseEachInTurn([&](const Refusal& refusal) {
+      const MeshIndex index(mesh.view(), optionsOf(Quality::good));
+      const std::size_t before = index.memoryUsed();
+      bool isRight = true;
+      const bool isRefused = refusal.strikes([&] { isRight = ask(index); });
+      CHECK(isRight);
+      CHECK((index.memoryUsed() == before) == isRefused);
+      CHECK(ask(index));
+      CHECK(index.memoryUsed() > before);
+      return isRefused;
+    });
+    CHECK(nbRefused >= 10);
+  }
+}
+
+TEST_CASE("batches of points without memory throw, and the next ones give all answers") {
+  const QueryMesh mesh = queryMeshOf("terrain", terrainMesh(6, 1511));
   const MeshIndex index(mesh.view(), optionsOf(Quality::good));
-  const std::uint64_t nbRefused = refuseEachInTurn([&](const Refusal& refusal) {
-    bool isClosed = true;
-    const bool isRefused = refusal.strikes([&] { isClosed = index.isClosed(); });
-    CHECK(isClosed);
-    CHECK(index.isClosed());
-    return isRefused;
+  std::vector<std::array<float, 3>> places(3000);
+  Random random(1512);
+  for (auto& place : places)
+    for (float& coordinate : place) coordinate = random.between(-1.0f, 1.0f);
+  const auto points = reinterpret_cast<const float(*)[3]>(places.data());
+  std::vector<double> windings(places.size());
+  std::vector<float> distances(places.size());
+  index.windingNumbers(points, places.size(), windings.data(), 1);  // now the boundary is known
+  const std::uint64_t nbOfWindings = refuseEachInTurn([&](const Refusal& refusal) {
+    return refusal.strikes([&] { index.windingNumbers(points, places.size(), windings.data(), 1); });
   });
-  CHECK(nbRefused >= 1);
+  const std::uint64_t nbOfDistances = refuseEachInTurn([&](const Refusal& refusal) {
+    return refusal.strikes([&] { index.signedDistances(points, places.size(), distances.data(), 1); });
+  });
+  CHECK(nbOfWindings >= 1);
+  CHECK(nbOfDistances > nbOfWindings);
+  int nbWrong = 0;
+  for (std::size_t i = 0; i < places.size(); ++i)
+    nbWrong += !sameBits(windings[i], index.windingNumber(points[i])) ||
+               !sameBits(distances[i], index.signedDistance(points[i]));
+  CHECK(nbWrong == 0);
 }

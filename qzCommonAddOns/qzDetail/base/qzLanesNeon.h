@@ -285,5 +285,8 @@ QZ_ALWAYS_INLINE void writeFloatControl(tFloatControl control) {
 QZ_ALWAYS_INLINE void computeHere(float& x) {
   asm volatile("" : "+w"(x) : : "memory");
 }
+QZ_ALWAYS_INLINE void computeHere(double& x) {
+  asm volatile("" : "+w"(x) : : "memory");
+}
 
 }  // namespace qzDetail

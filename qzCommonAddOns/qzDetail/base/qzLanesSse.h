@@ -285,6 +285,9 @@ QZ_ALWAYS_INLINE void writeFloatControl(tFloatControl control) {
 QZ_ALWAYS_INLINE void computeHere(float& x) {
   asm volatile("" : "+x"(x) : : "memory");
 }
+QZ_ALWAYS_INLINE void computeHere(double& x) {
+  asm volatile("" : "+x"(x) : : "memory");
+}
 #endif
 
 }  // namespace qzDetail
