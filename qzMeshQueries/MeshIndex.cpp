@@ -1,6 +1,8 @@
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
 #include <qzMeshQueries/MeshIndex.h>
 #include <qzMeshQueries/batch/Batches.h>
+#include <qzMeshQueries/batch/Numbers.h>
+#include <qzMeshQueries/batch/PointOrder.h>
 #include <qzMeshQueries/tree/Edges.h>
 #include <qzMeshQueries/tree/MeshCheck.h>
 #include <qzMeshQueries/tree/TreeBuild.h>
@@ -61,7 +63,7 @@ struct MeshIndex::Content {
   void list(std::vector<std::uint32_t>& numbers, const Collect& collect) const {
     const qzDetail::tFloatMode mode;
     collect(*detail::walks().near);
-    std::sort(numbers.begin(), numbers.end());
+    detail::sortNumbers(numbers);
     for (std::uint32_t& number : numbers) number += firstTriangle;
   }
 
@@ -153,8 +155,15 @@ void MeshIndex::trianglesInRegion(const float (*planes)[4], std::size_t count,
 
 void MeshIndex::nearests(const float (*points)[3], std::size_t count, Nearest* out, float maxDistance,
                          int threads) const {
-  detail::forEachChunk(count, detail::kChunk, threads, [&](std::size_t begin, std::size_t end) {
-    for (std::size_t i = begin; i < end; ++i) out[i] = nearest(points[i], maxDistance);
+  if (!mContent) return void(std::fill(out, out + count, detail::nothingNear()));
+  detail::forEachPoints(count, threads, [&](std::size_t begin, std::size_t end) {
+    const qzDetail::tFloatMode mode;
+    const Content& content = *mContent;
+    const std::vector<std::uint32_t> order =
+        detail::orderOfPoints(points + begin, end - begin, content.tree.min, content.tree.max);
+    detail::walks().near->findNearests(content.tree, points + begin, order.data(), end - begin, maxDistance,
+                                       out + begin);
+    for (std::size_t i = begin; i < end; ++i) out[i] = content.renumbered(out[i]);
   });
 }
 

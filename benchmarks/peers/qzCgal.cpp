@@ -6,6 +6,7 @@
 #include <CGAL/Simple_cartesian.h>
 
 #include <cmath>
+#include <iterator>
 #include <limits>
 
 #include <benchmarks/core/qzMeasure.h>
@@ -62,6 +63,36 @@ double qzCgal::trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answ
     answers[i].mTriangle = static_cast<unsigned>(hit->second - mTree->mTriangles.begin());
     if (const tKernel::Point_3* place = boost::get<tKernel::Point_3>(&hit->first))
       answers[i].mDistance = static_cast<float>(std::sqrt((*place - origin).squared_length()));
+  }
+  return watch.getSeconds();
+}
+
+void qzCgal::prepareNearest() {
+  mTree->mTree->accelerate_distance_queries();
+}
+
+double qzCgal::findNearest(const std::vector<qzPlace>& places, std::vector<qzNearest>& answers) const {
+  const qzStopwatch watch;
+  for (std::size_t i = 0; i < answers.size(); ++i) {
+    const tKernel::Point_3 place(places[i][0], places[i][1], places[i][2]);
+    const auto closest = mTree->mTree->closest_point_and_primitive(place);
+    answers[i] = {static_cast<float>(std::sqrt((closest.first - place).squared_length())),
+                  static_cast<unsigned>(closest.second - mTree->mTriangles.begin())};
+  }
+  return watch.getSeconds();
+}
+
+double qzCgal::countInBoxes(const std::vector<qzAxisBox>& boxes, std::vector<unsigned>& counts) const {
+  const qzStopwatch watch;
+  std::vector<tTriangles::const_iterator> found;
+  for (std::size_t i = 0; i < counts.size(); ++i) {
+    const qzAxisBox& box = boxes[i];
+    found.clear();
+    mTree->mTree->all_intersected_primitives(
+        tKernel::Iso_cuboid_3(tKernel::Point_3(box.mMin[0], box.mMin[1], box.mMin[2]),
+                              tKernel::Point_3(box.mMax[0], box.mMax[1], box.mMax[2])),
+        std::back_inserter(found));
+    counts[i] = static_cast<unsigned>(found.size());
   }
   return watch.getSeconds();
 }

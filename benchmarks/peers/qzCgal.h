@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include <benchmarks/scenes/qzPlaces.h>
 #include <benchmarks/scenes/qzRays.h>
 #include <benchmarks/scenes/qzScene.h>
 
@@ -21,6 +22,12 @@ class qzCgal {
   void release();
   /// Nearest hits of the first answers.size() rays; returns the seconds.
   double trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answers) const;
+  /// What closest_point_and_primitive needs besides the tree; once after a build.
+  void prepareNearest();
+  /// Nearest triangles of the first answers.size() places; returns the seconds.
+  double findNearest(const std::vector<qzPlace>& places, std::vector<qzNearest>& answers) const;
+  /// How many triangles lie in each of the first counts.size() boxes, by all_intersected_primitives; returns the seconds.
+  double countInBoxes(const std::vector<qzAxisBox>& boxes, std::vector<unsigned>& counts) const;
 
  private:
   struct tTree;

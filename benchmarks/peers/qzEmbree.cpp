@@ -4,6 +4,7 @@
 #include <xmmintrin.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <stdexcept>
 
@@ -30,6 +31,51 @@ RTCRayHit queryOf(const qzRay& ray, float tNear) {
   query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
   query.hit.primID = RTC_INVALID_GEOMETRY_ID;
   return query;
+}
+
+/// What the callback of a point query works on.
+struct tPointQuery {
+  const Wm4::Vector3<float>* mPositions;
+  const int* mIndices;
+  qzNearest mNearest;
+};
+
+/// The squared distance of triangle (a, b, c) from the origin, by the regions of its vertices, edges and inside.
+float squaredDistance(const tVector& a, const tVector& b, const tVector& c) {
+  const tVector ab = difference(b, a), ac = difference(c, a);
+  const float abA = -dot(ab, a), acA = -dot(ac, a);
+  if (abA <= 0.0f && acA <= 0.0f) return dot(a, a);
+  const float abB = -dot(ab, b), acB = -dot(ac, b);
+  if (abB >= 0.0f && acB <= abB) return dot(b, b);
+  const float abC = -dot(ab, c), acC = -dot(ac, c);
+  if (acC >= 0.0f && abC <= acC) return dot(c, c);
+  const auto onEdge = [](const tVector& from, const tVector& edge, float t) {
+    const tVector place = along(from, t, edge);
+    return dot(place, place);
+  };
+  const float weightC = abA * acB - abB * acA;
+  if (weightC <= 0.0f && abA >= 0.0f && abB <= 0.0f) return onEdge(a, ab, abA / (abA - abB));
+  const float weightB = abC * acA - abA * acC;
+  if (weightB <= 0.0f && acA >= 0.0f && acC <= 0.0f) return onEdge(a, ac, acA / (acA - acC));
+  const float weightA = abB * acC - abC * acB;
+  if (weightA <= 0.0f && acB >= abB && abC >= acC)
+    return onEdge(b, difference(c, b), (acB - abB) / ((acB - abB) + (abC - acC)));
+  const float sum = weightA + weightB + weightC;
+  const tVector place = along(along(a, weightB / sum, ab), weightC / sum, ac);
+  return dot(place, place);
+}
+
+bool visitTriangle(RTCPointQueryFunctionArguments* args) {
+  tPointQuery& own = *static_cast<tPointQuery*>(args->userPtr);
+  const tVector point(args->query->x, args->query->y, args->query->z);
+  const int* const corners = own.mIndices + 3 * std::size_t(args->primID);
+  const float distance = std::sqrt(squaredDistance(difference(own.mPositions[corners[0]], point),
+                                                   difference(own.mPositions[corners[1]], point),
+                                                   difference(own.mPositions[corners[2]], point)));
+  if (!(distance < args->query->radius)) return false;
+  args->query->radius = distance;
+  own.mNearest = {distance, args->primID};
+  return true;
 }
 
 }  // namespace
@@ -106,6 +152,26 @@ double qzEmbree::trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& an
     RTCRayHit query = queryOf(rays[i], 0.0f);
     rtcIntersect1(mScene, &context, &query);
     answers[i] = {query.ray.tfar, query.hit.primID};
+  }
+  return watch.getSeconds();
+}
+
+double qzEmbree::findNearest(const std::vector<qzPlace>& places, std::vector<qzNearest>& answers) const {
+  const qzFlushDenormals mode;
+  const qzStopwatch watch;
+  RTCPointQueryContext context;
+  rtcInitPointQueryContext(&context);
+  for (std::size_t i = 0; i < answers.size(); ++i) {
+    tPointQuery own = {
+        mMeshes.mPositions.data(), mMeshes.getIndices(), {std::numeric_limits<float>::infinity(), 0xFFFFFFFFu}};
+    RTCPointQuery query;
+    query.x = places[i][0];
+    query.y = places[i][1];
+    query.z = places[i][2];
+    query.time = 0.0f;
+    query.radius = std::numeric_limits<float>::infinity();
+    rtcPointQuery(mScene, &query, &context, &visitTriangle, &own);
+    answers[i] = own.mNearest;
   }
   return watch.getSeconds();
 }

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include <benchmarks/scenes/qzPlaces.h>
 #include <benchmarks/scenes/qzRays.h>
 #include <benchmarks/scenes/qzScene.h>
 
@@ -42,6 +43,9 @@ class qzEmbree {
   double trace(const std::vector<qzRay>& rays, std::vector<qzAnswer>& answers) const;
   /// The nearest hit beyond the distance tNear; by rounding it may lie slightly before it.
   qzAnswer castBeyond(float tNear, const qzRay& ray) const;
+
+  /// Nearest triangles of the first answers.size() places, by point queries with a callback; returns the seconds.
+  double findNearest(const std::vector<qzPlace>& places, std::vector<qzNearest>& answers) const;
 
   RTCScene getScene() const { return mScene; }  ///< null unless built
 

@@ -1,5 +1,7 @@
 #include <benchmarks/peers/qzIndex.h>
 
+#include <limits>
+
 #include <benchmarks/core/qzMeasure.h>
 
 namespace qzBench {
@@ -22,6 +24,12 @@ std::vector<qzMeshQueries::Ray> indexRays(const std::vector<qzRay>& rays) {
 std::vector<qzAnswer> answersOf(const std::vector<qzMeshQueries::Hit>& hits) {
   std::vector<qzAnswer> answers;
   for (const qzMeshQueries::Hit& hit : hits) answers.push_back({hit.t, hit.triangle});
+  return answers;
+}
+
+std::vector<qzNearest> answersOf(const std::vector<qzMeshQueries::Nearest>& nearest) {
+  std::vector<qzNearest> answers;
+  for (const qzMeshQueries::Nearest& one : nearest) answers.push_back({one.distance, one.triangle});
   return answers;
 }
 
@@ -76,6 +84,35 @@ double qzIndex::occludeBatch(const tRays& rays, std::vector<std::uint8_t>& answe
   expectDefaultFloatMode();
   const qzStopwatch watch;
   mIndex->anyHits(rays.data(), answers.size(), answers.data(), {}, threads);
+  return watch.getSeconds();
+}
+
+double qzIndex::findNearestEach(const std::vector<qzPlace>& places,
+                                std::vector<qzMeshQueries::Nearest>& answers) const {
+  expectDefaultFloatMode();
+  const qzStopwatch watch;
+  for (std::size_t i = 0; i < answers.size(); ++i) answers[i] = mIndex->nearest(places[i].data());
+  return watch.getSeconds();
+}
+
+double qzIndex::findNearestBatch(const std::vector<qzPlace>& places, std::vector<qzMeshQueries::Nearest>& answers,
+                                 int threads) const {
+  expectDefaultFloatMode();
+  static_assert(sizeof(qzPlace) == 12, "three floats and nothing else");
+  const qzStopwatch watch;
+  mIndex->nearests(reinterpret_cast<const float(*)[3]>(places.data()), answers.size(), answers.data(),
+                   std::numeric_limits<float>::infinity(), threads);
+  return watch.getSeconds();
+}
+
+double qzIndex::countInBoxes(const std::vector<qzAxisBox>& boxes, std::vector<unsigned>& counts) const {
+  expectDefaultFloatMode();
+  const qzStopwatch watch;
+  std::vector<std::uint32_t> numbers;
+  for (std::size_t i = 0; i < counts.size(); ++i) {
+    mIndex->trianglesInBox(boxes[i].mMin.data(), boxes[i].mMax.data(), numbers);
+    counts[i] = static_cast<unsigned>(numbers.size());
+  }
   return watch.getSeconds();
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include <benchmarks/scenes/qzPlaces.h>
 #include <benchmarks/scenes/qzRays.h>
 #include <benchmarks/scenes/qzScene.h>
 
@@ -16,6 +17,8 @@ namespace qzBench {
 qzMeshQueries::Ray indexRay(const qzRay& ray);
 std::vector<qzMeshQueries::Ray> indexRays(const std::vector<qzRay>& rays);
 std::vector<qzAnswer> answersOf(const std::vector<qzMeshQueries::Hit>& hits);
+/// The same for nearest points.
+std::vector<qzNearest> answersOf(const std::vector<qzMeshQueries::Nearest>& nearest);
 
 class qzIndex {
  public:
@@ -38,6 +41,13 @@ class qzIndex {
   /// The same for any hit; answers are 1 or 0.
   double occludeEach(const tRays& rays, std::vector<std::uint8_t>& answers) const;
   double occludeBatch(const tRays& rays, std::vector<std::uint8_t>& answers, int threads = 1) const;
+
+  /// Nearest points of the first answers.size() places, one call each or as a batch; return the seconds.
+  double findNearestEach(const std::vector<qzPlace>& places, std::vector<qzMeshQueries::Nearest>& answers) const;
+  double findNearestBatch(const std::vector<qzPlace>& places, std::vector<qzMeshQueries::Nearest>& answers,
+                          int threads = 1) const;
+  /// How many triangles lie in each of the first counts.size() boxes, by lists of them; returns the seconds.
+  double countInBoxes(const std::vector<qzAxisBox>& boxes, std::vector<unsigned>& counts) const;
 
  private:
   const qzScene& mScene;

@@ -36,6 +36,7 @@ const std::map<std::string, void (*)(const qzBench::qzScene&, const qzBench::qzS
      {"hulls", qzBench::measureHulls},
      {"threads", qzBench::measureThreads},
      {"index-rays", qzBench::measureIndexRays},
+     {"index-near", qzBench::measureIndexNear},
      {"index-build", qzBench::measureIndexBuild},
      {"index-memory", qzBench::measureIndexMemory},
      {"index-threads", qzBench::measureIndexThreads}};
@@ -44,7 +45,7 @@ const std::map<std::string, void (*)(const qzBench::qzScene&, const qzBench::qzS
 const std::map<std::string, void (*)(const qzBench::qzSettings&, qzBench::qzReport&)> kOtherKinds = {
     {"plane", qzBench::measurePlane}, {"index-growth", qzBench::measureIndexGrowth}};
 
-const tNames kIndexKinds = {"index-rays", "index-build", "index-memory", "index-threads", "index-growth"};
+const tNames kIndexKinds = {"index-rays", "index-near", "index-build", "index-memory", "index-threads", "index-growth"};
 
 /// The scenes of a run, and the measurements of each.
 using tPlan = std::vector<std::pair<std::string, tNames>>;
@@ -56,33 +57,33 @@ const tPlan kQuickPlan = {{"motorbike", {"build", "memory", "rays", "cancel"}},
                           {"terrain1M", {"build", "rays", "sah", "threads"}}};
 
 /// What takes a minute and says most about MeshIndex.
-const tPlan kIndexPlan = {{"motorbike", {"index-rays", "index-build", "index-memory"}},
+const tPlan kIndexPlan = {{"motorbike", {"index-rays", "index-near", "index-build", "index-memory"}},
                           {"buildings", {"index-rays"}},
-                          {"dragon", {"index-rays", "index-build"}},
+                          {"dragon", {"index-rays", "index-near", "index-build"}},
                           {"terrain1M", {"index-rays", "index-threads"}}};
 
 /// Every measurement, on scenes that need no file.
 const tPlan kSmokePlan = {{"terrain10k",
-                           {"build", "memory", "cancel", "rays", "sah", "hulls", "threads", "index-rays", "index-build",
-                            "index-memory", "index-threads"}},
+                           {"build", "memory", "cancel", "rays", "sah", "hulls", "threads", "index-rays", "index-near",
+                            "index-build", "index-memory", "index-threads"}},
                           {"soup10k", {"build", "rays"}},
                           {"buildings10k", {"index-rays"}}};
 
 const tPlan kFullPlan = {{"motorbike",
-                          {"build", "memory", "cancel", "rays", "sah", "hulls", "threads", "index-rays", "index-build",
-                           "index-memory", "index-threads"}},
-                         {"buildings", {"index-rays", "index-build", "index-memory", "index-threads"}},
+                          {"build", "memory", "cancel", "rays", "sah", "hulls", "threads", "index-rays", "index-near",
+                           "index-build", "index-memory", "index-threads"}},
+                         {"buildings", {"index-rays", "index-near", "index-build", "index-memory", "index-threads"}},
                          {"dragon4", {"build", "rays"}},
                          {"dragon3", {"build", "rays", "hulls"}},
                          {"dragon2", {"build", "rays"}},
                          {"dragon",
-                          {"build", "memory", "cancel", "rays", "sah", "hulls", "index-rays", "index-build",
-                           "index-memory", "index-threads"}},
+                          {"build", "memory", "cancel", "rays", "sah", "hulls", "index-rays", "index-near",
+                           "index-build", "index-memory", "index-threads"}},
                          {"terrain10k", {"build", "memory", "rays"}},
                          {"terrain100k", {"build", "memory", "rays"}},
                          {"terrain1M",
-                          {"build", "memory", "cancel", "rays", "sah", "threads", "index-rays", "index-build",
-                           "index-memory", "index-threads"}},
+                          {"build", "memory", "cancel", "rays", "sah", "threads", "index-rays", "index-near",
+                           "index-build", "index-memory", "index-threads"}},
                          {"terrain10M", {"build", "memory", "rays", "index-rays", "index-build", "index-memory"}},
                          {"soup10k", {"build", "rays"}},
                          {"soup100k", {"build", "rays"}},
@@ -156,6 +157,7 @@ int main(int argc, char** argv) {
       settings.mRaySide = 256;
       settings.mSecondsPerRun = 0.02;
       settings.mLargestPlane = 1000000;
+      settings.mPlaces = 20000;
       settings.mLargestTerrain = "terrain1M";
     }
     if (isSmoke) {
@@ -163,6 +165,7 @@ int main(int argc, char** argv) {
       settings.mRaySide = 32;
       settings.mSecondsPerRun = 1000.0;  // no limit: the hash covers all regions
       settings.mMostRegions = 400;
+      settings.mPlaces = 1000;
       settings.mLargestPlane = 10000;
       settings.mLargestTerrain = "terrain100k";
     }

@@ -12,6 +12,7 @@ struct qzSettings {
   double mSecondsPerRun = 0.1;                 ///< target for runs whose cost per query varies widely
   int mLargestPlane = 10000000;                ///< points of the largest two-dimensional build
   int mMostRegions = 4000;                     ///< of a run over regions
+  int mPlaces = 100000;                        ///< of a run over points; those of a run over a grid are about as many
   std::string mLargestTerrain = "terrain10M";  ///< of the growth by size
 };
 
@@ -32,6 +33,9 @@ void measureThreads(const qzScene& scene, const qzSettings& settings, qzReport& 
 
 /// MeshIndex: closest hits one by one and in batches, and any hit in batches, against every mode of Embree.
 void measureIndexRays(const qzScene& scene, const qzSettings& settings, qzReport& report);
+
+/// MeshIndex: nearest points one by one and in batches, against Embree and CGAL, and triangles in boxes, against CGAL.
+void measureIndexNear(const qzScene& scene, const qzSettings& settings, qzReport& report);
 
 /// MeshIndex: builds of all qualities on one thread, against Embree.
 void measureIndexBuild(const qzScene& scene, const qzSettings& settings, qzReport& report);

@@ -34,6 +34,18 @@ void forEachChunk(std::size_t count, std::size_t chunk, int threads, const Work&
   });
 }
 
+/// The same for points. Parts are large: the more points there are, the closer are those that follow each other. But there
+/// are enough parts for all threads.
+template <class Work>
+void forEachPoints(std::size_t count, int threads, const Work& work) {
+  constexpr std::size_t kMost = std::size_t(1) << 18;
+  const std::size_t share = count / (4 * std::size_t(nbThreadsOf(threads)));
+  const std::size_t part = std::min(std::max(share, kChunk), kMost);
+  forEachChunk(count, part, threads, [&](std::size_t begin, std::size_t end) {
+    for (std::size_t first = begin; first < end; first += kMost) work(first, std::min(end, first + kMost));
+  });
+}
+
 /// The lists that append(i, items) makes for i in 0..count.
 template <class T, class Append>
 Lists<T> collectLists(std::size_t count, int threads, const Append& append) {

@@ -43,11 +43,19 @@ HWY_INLINE V sumOfSizes(const Three<V>& p) {
   return hn::Add(hn::Add(hn::Abs(p.x), hn::Abs(p.y)), hn::Abs(p.z));
 }
 
+/// Whether something is beyond the bounds: a place of that squared length, and the smallest product of it with corners
+/// whose |coordinates| add up to at most size.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE hn::Mask<D> isBeyond(D d, const NearBounds& bounds, V least, V squared, V size) {
+  const V reach = hn::MulAdd(size, hn::Set(d, 0x1p-20f), hn::Set(d, bounds.reach));
+  const V limit = hn::MulAdd(hn::Mul(reach, reach), squared, hn::Set(d, 0x1p-60f));
+  return hn::And(hn::Gt(least, hn::Zero(d)), hn::Gt(hn::Mul(least, least), limit));
+}
+
 /// The places of the triangles with these corners, relative to the point and scaled. A place need not be the closest for
 /// the bounds to hold; the closer it is, the better they are.
 template <class D, class V = hn::Vec<D>>
-HWY_INLINE void seeTriangles(D d, const Three<V>& a, const Three<V>& b, const Three<V>& c, V& squared, V& least,
-                             V& size) {
+HWY_INLINE void seeTriangles(D d, const Three<V>& a, const Three<V>& b, const Three<V>& c, NearBlock& seen, int first) {
   const V zero = hn::Zero(d), one = hn::Set(d, 1.0f);
   const Three<V> ab = minus(b, a), ac = minus(c, a);
   const V alongB = hn::Neg(product(ab, a)), alongC = hn::Neg(product(ac, a));
@@ -85,50 +93,111 @@ HWY_INLINE void seeTriangles(D d, const Three<V>& a, const Three<V>& b, const Th
 
   const Three<V> place = {hn::MulAdd(v, ac.x, hn::MulAdd(u, ab.x, a.x)), hn::MulAdd(v, ac.y, hn::MulAdd(u, ab.y, a.y)),
                           hn::MulAdd(v, ac.z, hn::MulAdd(u, ab.z, a.z))};
-  squared = product(place, place);
-  least = hn::Min(product(place, a), hn::Min(product(place, b), product(place, c)));
-  size = hn::Max(sumOfSizes(a), hn::Max(sumOfSizes(b), sumOfSizes(c)));
+  hn::Store(product(place, place), d, seen.squared + first);
+  hn::Store(hn::Min(product(place, a), hn::Min(product(place, b), product(place, c))), d, seen.product + first);
+  hn::Store(hn::Max(sumOfSizes(a), hn::Max(sumOfSizes(b), sumOfSizes(c))), d, seen.size + first);
+}
+
+/// Whether all vertices of a block are beyond the bounds along the direction of the first one, and so all triangles.
+/// That rules out most blocks far from the point, whose box is much larger than what is in it.
+HWY_INLINE bool isBlockBeyond(const NearBounds& bounds, const Block& block) {
+  const int nbVertices = block.head->vertexCount;
+  const hn::CappedTag<float, kMaxBlockVertices> d;
+  using V = hn::Vec<decltype(d)>;
+  const V scale = hn::Set(d, bounds.scale);
+  float place[3], squared = 0;
+  for (int axis = 0; axis < 3; ++axis) {
+    place[axis] = (block.row(axis)[0] - bounds.point[axis]) * bounds.scale;
+    squared += place[axis] * place[axis];
+  }
+  const Three<V> first = {hn::Set(d, place[0]), hn::Set(d, place[1]), hn::Set(d, place[2])};
+  const auto relative = [&](int axis, int from) HWY_ATTR {
+    return hn::Mul(hn::Sub(hn::LoadU(d, block.row(axis) + from), hn::Set(d, bounds.point[axis])), scale);
+  };
+  for (int from = 0; from < nbVertices; from += int(hn::Lanes(d))) {
+    const Three<V> vertices = {relative(0, from), relative(1, from), relative(2, from)};
+    const auto isFar = isBeyond(d, bounds, product(first, vertices), hn::Set(d, squared), sumOfSizes(vertices));
+    const auto isVertex = hn::FirstN(d, std::size_t(nbVertices - from));
+    if (!hn::AllTrue(d, hn::Or(isFar, hn::Not(isVertex)))) return false;
+  }
+  return true;
 }
 
 /// Sees all triangles of a block.
 HWY_INLINE void seeNearBlock(const NearBounds& bounds, const Block& block, NearBlock& seen) {
-  const int count = block.head->triangleCount;
-  alignas(64) float corners[3][3][kMaxBlockTriangles];
-  for (int i = 0; i < count; ++i)
-    for (int which = 0; which < 3; ++which) {
-      float corner[3];
-      block.corner(i, which, corner);
-      for (int axis = 0; axis < 3; ++axis) corners[which][axis][i] = corner[axis];
-    }
-  const hn::CappedTag<float, kMaxBlockTriangles> d;
+  const int nbTriangles = block.head->triangleCount;
+  const hn::CappedTag<float, kMaxBlockVertices> d;
   using V = hn::Vec<decltype(d)>;
   const V scale = hn::Set(d, bounds.scale);
-  for (int first = 0; first < count; first += int(hn::Lanes(d))) {
-    const auto load = [&](int which, int axis) HWY_ATTR {
-      return hn::Mul(hn::Sub(hn::Load(d, corners[which][axis] + first), hn::Set(d, bounds.point[axis])), scale);
+  const Three<V> point = {hn::Set(d, bounds.point[0]), hn::Set(d, bounds.point[1]), hn::Set(d, bounds.point[2])};
+  // The vertices relative to the point. What is read behind them is not used.
+  const auto seeVertices = [&](int first) HWY_ATTR {
+    const Three<V> vertices = {hn::LoadU(d, block.row(0) + first), hn::LoadU(d, block.row(1) + first),
+                               hn::LoadU(d, block.row(2) + first)};
+    const Three<V> gaps = minus(vertices, point);
+    return Three<V>{hn::Mul(gaps.x, scale), hn::Mul(gaps.y, scale), hn::Mul(gaps.z, scale)};
+  };
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET <= HWY_AVX3
+  // Corners by permutations of one register, or of two.
+  const hn::CappedTag<float, kMaxBlockTriangles> dt;
+  using T = hn::Vec<decltype(dt)>;
+  const hn::RebindToUnsigned<decltype(dt)> du;
+  const hn::Rebind<std::uint8_t, decltype(dt)> db;
+  const Three<V> front = seeVertices(0);
+#if HWY_TARGET == HWY_AVX2
+  const Three<V> back = seeVertices(8);
+#endif
+  for (int first = 0; first < nbTriangles; first += int(hn::Lanes(dt))) {
+    const auto corner = [&](int which) HWY_ATTR {
+      // What is read behind the last triangle has to be a vertex.
+      const auto numbers = hn::PromoteTo(du, hn::And(hn::LoadU(db, block.head->corner[which] + first),
+                                                     hn::Set(db, std::uint8_t(kMaxBlockVertices - 1))));
+#if HWY_TARGET == HWY_AVX2
+      const auto indices = hn::IndicesFromVec(dt, hn::And(numbers, hn::Set(du, 7)));
+      const auto isBack = hn::MaskFromVec(hn::BitCast(dt, hn::ShiftLeft<28>(numbers)));  // bit 3
+      const auto pick = [&](V low, V high) HWY_ATTR {
+        return hn::IfThenElse(isBack, hn::TableLookupLanes(high, indices), hn::TableLookupLanes(low, indices));
+      };
+      return Three<T>{pick(front.x, back.x), pick(front.y, back.y), pick(front.z, back.z)};
+#else
+      const auto indices = hn::IndicesFromVec(d, hn::ZeroExtendVector(hn::RebindToUnsigned<decltype(d)>(), numbers));
+      const auto pick = [&](V v) HWY_ATTR { return hn::LowerHalf(dt, hn::TableLookupLanes(v, indices)); };
+      return Three<T>{pick(front.x), pick(front.y), pick(front.z)};
+#endif
     };
-    const auto corner = [&](int which) HWY_ATTR { return Three<V>{load(which, 0), load(which, 1), load(which, 2)}; };
-    V squared, least, size;
-    seeTriangles(d, corner(0), corner(1), corner(2), squared, least, size);
-    hn::Store(squared, d, seen.squared + first);
-    hn::Store(least, d, seen.product + first);
-    hn::Store(size, d, seen.size + first);
+    seeTriangles(dt, corner(0), corner(1), corner(2), seen, first);
   }
+#else
+  // Corners through memory.
+  alignas(64) float vertices[3][kMaxBlockVertices], corners[3][3][kMaxBlockTriangles] = {};
+  for (int first = 0; first < block.head->vertexCount; first += int(hn::Lanes(d))) {
+    const Three<V> some = seeVertices(first);
+    hn::Store(some.x, d, vertices[0] + first);
+    hn::Store(some.y, d, vertices[1] + first);
+    hn::Store(some.z, d, vertices[2] + first);
+  }
+  for (int which = 0; which < 3; ++which)
+    for (int i = 0; i < nbTriangles; ++i)
+      for (int axis = 0; axis < 3; ++axis) corners[which][axis][i] = vertices[axis][block.head->corner[which][i]];
+  const auto corner = [&](int which, int first) HWY_ATTR {
+    return Three<V>{hn::Load(d, corners[which][0] + first), hn::Load(d, corners[which][1] + first),
+                    hn::Load(d, corners[which][2] + first)};
+  };
+  for (int first = 0; first < nbTriangles; first += int(hn::Lanes(d)))
+    seeTriangles(d, corner(0, first), corner(1, first), corner(2, first), seen, first);
+#endif
 }
 
 /// Bit i: triangle i may be within the bounds. The others are beyond, by a proved margin.
 HWY_INLINE std::uint32_t nearCandidates(const NearBounds& bounds, int count, const NearBlock& seen) {
   const hn::CappedTag<float, kMaxBlockTriangles> d;
-  using V = hn::Vec<decltype(d)>;
-  std::uint32_t isBeyond = 0;
+  std::uint32_t beyond = 0;
   for (int first = 0; first < count; first += int(hn::Lanes(d))) {
-    const V least = hn::Load(d, seen.product + first);
-    const V reach = hn::MulAdd(hn::Load(d, seen.size + first), hn::Set(d, 0x1p-20f), hn::Set(d, bounds.reach));
-    const V limit = hn::MulAdd(hn::Mul(reach, reach), hn::Load(d, seen.squared + first), hn::Set(d, 0x1p-60f));
-    const auto isFar = hn::And(hn::Gt(least, hn::Zero(d)), hn::Gt(hn::Mul(least, least), limit));
-    isBeyond |= bitsOf(d, isFar) << first;
+    const auto isFar = isBeyond(d, bounds, hn::Load(d, seen.product + first), hn::Load(d, seen.squared + first),
+                                hn::Load(d, seen.size + first));
+    beyond |= bitsOf(d, isFar) << first;
   }
-  return ~isBeyond & ((1u << count) - 1);
+  return ~beyond & ((1u << count) - 1);
 }
 
 }  // namespace qzMeshQueries::detail::HWY_NAMESPACE

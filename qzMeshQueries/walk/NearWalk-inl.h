@@ -76,6 +76,37 @@ HWY_INLINE void offerBlock(const Block& block, NearBounds& bounds, NearState& st
   }
 }
 
+/// Follows the children whose middle is nearest down to a block, and offers what is in it: a first bound, without which
+/// a walk would visit much in vain.
+HWY_INLINE void guessNearest(const WideTree& tree, NearBounds& bounds, NearState& state) {
+  const hn::CappedTag<float, kNodeWidth> d;
+  std::uint32_t current = 0;
+  while ((current & kIsBlock) == 0) {
+    const WideNode& node = tree.nodes[current];
+    float least = std::numeric_limits<float>::infinity();
+    for (int first = 0; first < kNodeWidth; first += int(hn::Lanes(d))) {
+      auto squared = hn::Zero(d);
+      for (int axis = 0; axis < 3; ++axis) {
+        const auto point = hn::Set(d, bounds.point[axis]);
+        const auto twice = hn::Add(hn::Sub(hn::Load(d, node.bounds[2 * axis] + first), point),
+                                   hn::Sub(hn::Load(d, node.bounds[2 * axis + 1] + first), point));
+        const auto gap = hn::Mul(twice, hn::Set(d, bounds.scale));
+        squared = hn::MulAdd(gap, gap, squared);
+      }
+      // Lanes without child are NaN.
+      squared = hn::IfThenElse(hn::Ge(squared, hn::Zero(d)), squared, hn::Set(d, std::numeric_limits<float>::max()));
+      const auto smallest = hn::MinOfLanes(d, squared);
+      if (hn::GetLane(smallest) < least) {
+        least = hn::GetLane(smallest);
+        const std::uint32_t lanes = bitsOf(d, hn::Eq(squared, smallest));
+        current = node.child[std::uint32_t(first) + hwy::Num0BitsBelowLS1Bit_Nonzero32(lanes)];
+      }
+    }
+    prefetchWhole(tree.nodes.data(), tree.blocks.data(), current);
+  }
+  offerBlock(tree.block(current), bounds, state);
+}
+
 /// Finds the triangle nearest to a valid point within state.distance, if there is one that comes before state's own.
 HWY_INLINE void walkNear(const WideTree& tree, NearBounds& bounds, NearState& state) {
   ChildStack stack;
@@ -87,7 +118,8 @@ HWY_INLINE void walkNear(const WideTree& tree, NearBounds& bounds, NearState& st
       for (int ahead = 1; ahead <= 2; ++ahead)
         if (size > ahead) prefetchWhole(tree.nodes.data(), tree.blocks.data(), stack.child[size - ahead]);
     } else {
-      offerBlock(tree.block(current), bounds, state);
+      const Block block = tree.block(current);
+      if (!isBlockBeyond(bounds, block)) offerBlock(block, bounds, state);
     }
     do {
       if (size == 0) return;
@@ -97,14 +129,45 @@ HWY_INLINE void walkNear(const WideTree& tree, NearBounds& bounds, NearState& st
   }
 }
 
+/// Whether nothing can be near, whatever the mesh.
+inline bool isNothingNear(const WideTree& tree, const float point[3], float maxDistance) {
+  return tree.nodes.size() == 0 || !isValidPoint(point) || !(maxDistance >= 0);
+}
+
 inline NearState findNearest(const WideTree& tree, const float point[3], float maxDistance) {
   NearState state;
-  if (tree.nodes.size() == 0 || !isValidPoint(point) || !(maxDistance >= 0)) return state;
+  if (isNothingNear(tree, point, maxDistance)) return state;
   state.distance = maxDistance;
   NearBounds bounds(point, tree.min, tree.max);
   bounds.setDistance(maxDistance);
+  guessNearest(tree, bounds, state);
   walkNear(tree, bounds, state);
   return state;
+}
+
+inline void findNearests(const WideTree& tree, const float (*points)[3], const std::uint32_t* order, std::size_t count,
+                         float maxDistance, Nearest* answers) {
+  NearState last;
+  for (std::size_t i = 0; i < count; ++i) {
+    const float* const point = points[order[i]];
+    if (isNothingNear(tree, point, maxDistance)) {
+      answers[order[i]] = nothingNear();
+      continue;
+    }
+    NearState state;
+    state.distance = maxDistance;
+    NearBounds bounds(point, tree.min, tree.max);
+    bounds.setDistance(maxDistance);
+    // What was nearest to the point before gives a better first bound than a guess.
+    if (last.number != kNone) {
+      offer(last.block, last.triangle, bounds, state);
+    } else {
+      guessNearest(tree, bounds, state);
+    }
+    walkNear(tree, bounds, state);
+    answers[order[i]] = state.answer(point);
+    if (state.number != kNone) last = state;
+  }
 }
 
 }  // namespace qzMeshQueries::detail::HWY_NAMESPACE

@@ -20,7 +20,7 @@ HWY_BEFORE_NAMESPACE();
 namespace qzMeshQueries::detail::HWY_NAMESPACE {
 
 extern const NearWalks kNearWalks;
-constexpr NearWalks kNearWalks = {findNearest, findInBox, findInSphere, findInRegion};
+constexpr NearWalks kNearWalks = {findNearest, findNearests, findInBox, findInSphere, findInRegion};
 
 }  // namespace qzMeshQueries::detail::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

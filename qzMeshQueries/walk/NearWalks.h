@@ -33,6 +33,10 @@ struct NearState {
 /// Trees may be empty, and questions may be such that nothing is near them. Numbers are those of the mesh.
 struct NearWalks {
   NearState (*findNearest)(const WideTree& tree, const float point[3], float maxDistance);
+  /// The answers to points[order[i]] for i in 0..count, into the elements of the same numbers. It is fast if points that
+  /// follow each other are close to each other.
+  void (*findNearests)(const WideTree& tree, const float (*points)[3], const std::uint32_t* order, std::size_t count,
+                       float maxDistance, Nearest* answers);
 
   // Append numbers in no particular order.
   void (*findInBox)(const WideTree& tree, const RegionBox& box, std::vector<std::uint32_t>& numbers);

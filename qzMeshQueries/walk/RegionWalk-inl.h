@@ -98,11 +98,33 @@ struct BoxQuery {
     return {hn::And(hn::Le(low, max), hn::Ge(high, min)), hn::And(hn::Ge(low, min), hn::Le(high, max))};
   }
 
+  /// Most triangles are ruled in or out by their corners, as the kernel would.
   HWY_INLINE void take(const Block& block, std::vector<std::uint32_t>& numbers) const {
+    const hn::CappedTag<float, kMaxBlockVertices> d;
+    const hn::RebindToUnsigned<decltype(d)> du;
+    // Bit k: beyond face k of the box.
+    alignas(64) std::uint32_t beyond[kMaxBlockVertices];
+    for (int first = 0; first < block.head->vertexCount; first += int(hn::Lanes(d))) {
+      auto bits = hn::Zero(du);
+      for (int axis = 0; axis < 3; ++axis) {
+        const auto place = hn::LoadU(d, block.row(axis) + first);
+        const auto isBefore = hn::RebindMask(du, hn::Lt(place, hn::Set(d, box.min[axis])));
+        const auto isBehind = hn::RebindMask(du, hn::Gt(place, hn::Set(d, box.max[axis])));
+        bits = hn::Or(bits, hn::IfThenElseZero(isBefore, hn::Set(du, 1u << (2 * axis))));
+        bits = hn::Or(bits, hn::IfThenElseZero(isBehind, hn::Set(du, 2u << (2 * axis))));
+      }
+      hn::Store(bits, du, beyond + first);
+    }
     for (int i = 0; i < block.head->triangleCount; ++i) {
-      float corner[3][3];
-      for (int which = 0; which < 3; ++which) block.corner(i, which, corner[which]);
-      if (liesInBox(box, corner[0], corner[1], corner[2])) numbers.push_back(block.numbers()[i]);
+      const std::uint32_t a = beyond[block.head->corner[0][i]], b = beyond[block.head->corner[1][i]],
+                          c = beyond[block.head->corner[2][i]];
+      if ((a & b & c) != 0) continue;
+      if (a != 0 && b != 0 && c != 0) {
+        float corner[3][3];
+        for (int which = 0; which < 3; ++which) block.corner(i, which, corner[which]);
+        if (!liesInBox(box, corner[0], corner[1], corner[2])) continue;
+      }
+      numbers.push_back(block.numbers()[i]);
     }
   }
 };
@@ -172,11 +194,40 @@ struct PlanesQuery {
     return {isNear, isInside};
   }
 
+  /// Most triangles are ruled in or out by their corners, with the margins for boxes.
   HWY_INLINE void take(const Block& block, std::vector<std::uint32_t>& numbers) const {
+    const hn::CappedTag<float, kMaxBlockVertices> d;
+    const hn::RebindToUnsigned<decltype(d)> du;
+    // Bit k: beyond plane k; not surely inside plane k. Only so many planes have bits.
+    const std::size_t nbWithBits = std::min<std::size_t>(count, 32);
+    alignas(64) std::uint32_t beyond[kMaxBlockVertices], uncertain[kMaxBlockVertices];
+    for (int first = 0; first < block.head->vertexCount; first += int(hn::Lanes(d))) {
+      auto isBeyond = hn::Zero(du), isUncertain = hn::Zero(du);
+      for (std::size_t k = 0; k < nbWithBits; ++k) {
+        const RegionPlane& plane = bounds[k];
+        auto greatest = hn::Set(d, plane.outside), least = hn::Set(d, plane.inside);
+        for (int axis = 0; axis < 3; ++axis) {
+          const auto place = hn::LoadU(d, block.row(axis) + first);
+          greatest = hn::MulAdd(hn::Set(d, plane.normal[axis]), place, greatest);
+          least = hn::MulAdd(hn::Set(d, plane.normal[axis]), place, least);
+        }
+        const auto bit = hn::Set(du, 1u << k);
+        isBeyond = hn::Or(isBeyond, hn::IfThenElseZero(hn::RebindMask(du, hn::Lt(greatest, hn::Zero(d))), bit));
+        isUncertain =
+            hn::Or(isUncertain, hn::IfThenElseZero(hn::RebindMask(du, hn::Not(hn::Gt(least, hn::Zero(d)))), bit));
+      }
+      hn::Store(isBeyond, du, beyond + first);
+      hn::Store(isUncertain, du, uncertain + first);
+    }
     for (int i = 0; i < block.head->triangleCount; ++i) {
-      float corner[3][3];
-      for (int which = 0; which < 3; ++which) block.corner(i, which, corner[which]);
-      if (liesInRegion(planes, count, corner[0], corner[1], corner[2])) numbers.push_back(block.numbers()[i]);
+      const int a = block.head->corner[0][i], b = block.head->corner[1][i], c = block.head->corner[2][i];
+      if ((beyond[a] & beyond[b] & beyond[c]) != 0) continue;
+      if (nbWithBits < count || (uncertain[a] | uncertain[b] | uncertain[c]) != 0) {
+        float corner[3][3];
+        for (int which = 0; which < 3; ++which) block.corner(i, which, corner[which]);
+        if (!liesInRegion(planes, count, corner[0], corner[1], corner[2])) continue;
+      }
+      numbers.push_back(block.numbers()[i]);
     }
   }
 };
