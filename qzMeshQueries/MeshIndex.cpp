@@ -222,7 +222,7 @@ double MeshIndex::windingNumber(const float point[3]) const {
   const float points[1][3] = {{point[0], point[1], point[2]}};
   detail::Turning turning;
   if (!content.isClosed()) detail::walks().winding->turnBoundary(content.boundary(), points, 1, &turning);
-  const Crossings crossings = detail::walks().crossings(content.tree, detail::windingRay(point), {Faces::both, kNone});
+  const Crossings crossings = detail::walks().winding->crossingsAbove(content.tree, point);
   return mode.keep(detail::windingOf(crossings, turning));
 }
 
@@ -237,13 +237,11 @@ void MeshIndex::windingNumbers(const float (*points)[3], std::size_t count, doub
   detail::forEachChunk(count, detail::kChunk, threads, [&](std::size_t begin, std::size_t end) {
     const qzDetail::tFloatMode mode;
     const std::size_t room = std::min(end - begin, detail::kChunk);
-    std::vector<Ray> rays(room);
     std::vector<Crossings> crossings(room);
     std::vector<detail::Turning> turnings(isClosed ? 0 : room);
     for (; begin < end; begin += room) {
       const std::size_t size = std::min(end - begin, room);
-      for (std::size_t i = 0; i < size; ++i) rays[i] = detail::windingRay(points[begin + i]);
-      detail::walks().crossingsOfRays(content.tree, rays.data(), size, 0, {Faces::both, kNone}, crossings.data());
+      detail::walks().winding->crossingsAboveMany(content.tree, points + begin, size, crossings.data());
       if (!isClosed) detail::walks().winding->turnBoundary(content.boundary(), points + begin, size, turnings.data());
       for (std::size_t i = 0; i < size; ++i)
         out[begin + i] = detail::windingOf(crossings[i], isClosed ? detail::Turning() : turnings[i]);

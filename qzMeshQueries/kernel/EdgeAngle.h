@@ -22,6 +22,16 @@ QZ_ALWAYS_INLINE Ray windingRay(const float point[3]) {
   return {{point[0], point[1], point[2]}, 0, {0, 0, 1}, std::numeric_limits<float>::infinity()};
 }
 
+/// makeRayFrame of this ray.
+QZ_ALWAYS_INLINE bool makeWindingFrame(const float point[3], RayFrame& frame) {
+  // A NaN makes a comparison false.
+  if (!(std::fabs(point[0]) <= kLargestCoordinate && std::fabs(point[1]) <= kLargestCoordinate &&
+        std::fabs(point[2]) <= kLargestCoordinate))
+    return false;
+  frame = {{point[0], point[1], point[2]}, {0, 0}, {0, 1, 2}, 0, std::numeric_limits<float>::infinity(), 1};
+  return true;
+}
+
 /// a * b, rounded. For products of complex numbers: GCC 12 computes their two parts by one instruction that multiplies,
 /// then adds and subtracts, and rounds once, although it is told not to contract.
 QZ_ALWAYS_INLINE double roundedProduct(double a, double b) {

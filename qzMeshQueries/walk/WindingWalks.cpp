@@ -11,6 +11,7 @@
 #include <hwy/foreach_target.h>
 // What every instruction set compiles.
 #include <hwy/highway.h>
+#include <qzMeshQueries/walk/WindingWalk-inl.h>
 
 HWY_BEFORE_NAMESPACE();
 namespace qzMeshQueries::detail::HWY_NAMESPACE {
@@ -175,7 +176,7 @@ void turnBoundary(const Boundary& boundary, const float (*points)[3], std::size_
     std::size_t valid[kPointsAtOnce], nbValid = 0;
     for (std::size_t i = 0; i < nbPoints; ++i) {
       out[first + i] = Turning();
-      if (!makeRayFrame(windingRay(points[first + i]), frames[nbValid])) continue;
+      if (!makeWindingFrame(points[first + i], frames[nbValid])) continue;
       Sums& own = sums[nbValid];
       std::fill(own.re, own.re + kTurnings, 1.0);
       std::fill(own.im, own.im + kTurnings, 0.0);
@@ -196,7 +197,7 @@ void turnBoundary(const Boundary& boundary, const float (*points)[3], std::size_
 }  // namespace
 
 extern const WindingWalks kWindingWalks;
-constexpr WindingWalks kWindingWalks = {turnBoundary};
+constexpr WindingWalks kWindingWalks = {crossingsAbove, crossingsAboveMany, turnBoundary};
 
 }  // namespace qzMeshQueries::detail::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

@@ -63,6 +63,29 @@ bool isFar(const Corners& corners, const Place& point, double distance) {
 
 }  // namespace
 
+TEST_CASE("the frame of a point is that of its ray") {
+  Random random(2000);
+  int nbValid = 0, nbInvalid = 0;
+  for (int i = 0; i < 5000; ++i) {
+    const Place point = {random.anyFloat(), random.anyFloat(), i % 2 == 0 ? 1e15f : random.anyFloat()};
+    RayFrame frame = {}, expected = {};
+    const bool isValid = makeWindingFrame(point.data(), frame);
+    CHECK(isValid == makeRayFrame(windingRay(point.data()), expected));
+    ++(isValid ? nbValid : nbInvalid);
+    if (!isValid) continue;
+    const float vertex[3] = {random.between(-2.0f, 2.0f), random.anyFloat(), random.between(-2.0f, 2.0f)};
+    CHECK(sameBitsOrNaN(see(frame, vertex).x, see(expected, vertex).x));
+    CHECK(sameBitsOrNaN(see(frame, vertex).y, see(expected, vertex).y));
+    CHECK(sameBits(see(frame, vertex).depth, see(expected, vertex).depth));
+    CHECK(frame.tMin == expected.tMin);
+    CHECK(frame.tMax == expected.tMax);
+    CHECK(frame.lengthAlong == expected.lengthAlong);
+    for (int axis = 0; axis < 3; ++axis) CHECK(frame.axis[axis] == expected.axis[axis]);
+  }
+  CHECK(nbValid > 1000);
+  CHECK(nbInvalid > 1000);
+}
+
 TEST_CASE("the argument is right to 2^-52 of a turn, all around") {
   double worst = 0;
   Random random(2001);
