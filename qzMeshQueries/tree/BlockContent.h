@@ -42,15 +42,17 @@ class BlockContent {
     head.triangleCount = std::uint8_t(n);
     head.vertexCount = std::uint8_t(m);
     head.firstVertex = firstVertex;
-    for (std::size_t c = 0; c < 3; ++c) std::memcpy(head.corner[c], mCorners[c], n);
     std::memcpy(place, &head, sizeof(head));
     std::uint8_t* const rows = place + sizeof(head);
     for (std::size_t i = 0; i < m; ++i)
       for (std::size_t axis = 0; axis < 3; ++axis)
         std::memcpy(rows + 4 * (axis * m + i), mesh.vertices + 3 * std::size_t(mVertices[i]) + axis, 4);
-    std::memcpy(rows + 12 * m, mTriangles, 4 * n);
-    const std::size_t end = sizeof(head) + 12 * m + 4 * n;
-    std::memset(place + end, 0, blockSize(n, m) - end);
+    std::uint8_t* const corners = rows + 12 * m;
+    for (std::size_t c = 0; c < 3; ++c) std::memcpy(corners + c * n, mCorners[c], n);
+    std::uint8_t* const numbers = place + placeOfNumbers(n, m);
+    std::memset(corners + 3 * n, 0, std::size_t(numbers - (corners + 3 * n)));
+    std::memcpy(numbers, mTriangles, 4 * n);
+    std::memset(numbers + 4 * n, 0, blockSize(n, m) - (placeOfNumbers(n, m) + 4 * n));
     std::memcpy(vertexNumbers, mVertices, 4 * m);
   }
 
@@ -66,8 +68,8 @@ class BlockContent {
     for (int i = 0; i < nbCorners; ++i) {
       // Bit k: corner k is at the same vertex. The lowest is the first of them.
       const tInt4 vertex = int4(std::int32_t(all[i]));
-      int isSame = 1 << i;
-      for (int k = 0; k < i; k += 4) isSame |= bitsOf(maskOf(load(all + k) == vertex)) << k;
+      std::uint64_t isSame = std::uint64_t(1) << i;
+      for (int k = 0; k < i; k += 4) isSame |= std::uint64_t(bitsOf(maskOf(load(all + k) == vertex))) << k;
       const int first = lowestBit(isSame);
       const int place = first == i ? mNbVertices : places[first];
       places[i] = std::uint8_t(place);

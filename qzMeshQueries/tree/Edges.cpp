@@ -53,12 +53,12 @@ template <class Visit>
 void forEachEdge(const WideTree& tree, const AlignedArray<std::uint32_t>& places, const Visit& visit) {
   const std::uint32_t* own = places.data();
   forEachBlock(tree, [&](const Block& block) {
-    for (int i = 0; i < block.head->triangleCount; ++i)
+    for (int i = 0; i < block.triangleCount(); ++i)
       for (int side = 0; side < 3; ++side) {
-        const std::uint32_t from = own[block.head->corner[side][i]], to = own[block.head->corner[(side + 1) % 3][i]];
+        const std::uint32_t from = own[block.corners(side)[i]], to = own[block.corners((side + 1) % 3)[i]];
         if (from != to) visit(from, to);
       }
-    own += block.head->vertexCount;
+    own += block.vertexCount();
   });
 }
 
@@ -74,7 +74,7 @@ std::vector<Edge> findBoundaryEdges(const WideTree& tree, std::vector<std::array
     Places places(tree.vertexNumbers.size());
     std::size_t i = 0;
     forEachBlock(tree, [&](const Block& block) {
-      for (int k = 0; k < block.head->vertexCount; ++k)
+      for (int k = 0; k < block.vertexCount(); ++k)
         placeOf[i++] = places.numberOf({block.row(0)[k] + 0.0f, block.row(1)[k] + 0.0f, block.row(2)[k] + 0.0f});
     });
     positions = places.positions();

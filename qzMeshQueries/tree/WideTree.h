@@ -1,5 +1,5 @@
 #pragma once
-// The hierarchy that all walks read: nodes of up to sixteen children, and blocks of up to eight triangles.
+// The hierarchy that all walks read: nodes of up to sixteen children, and blocks of up to sixteen triangles.
 //
 // One format for every processor. A child is an inner node, a block, or nothing. Every block is the child of one node.
 
@@ -30,38 +30,52 @@ struct alignas(64) WideNode {
 static_assert(sizeof(WideNode) == 448, "seven cache lines");
 
 inline constexpr std::uint32_t kIsBlock = 0x80000000u;
-inline constexpr int kMaxBlockTriangles = 8, kMaxBlockVertices = 16;
+inline constexpr int kMaxBlockTriangles = 16, kMaxBlockVertices = 16;
 
 /// Places of blocks count in units of so many bytes.
 inline constexpr std::size_t kBlockUnit = 16;
 
-/// The head of a block. Behind it stand, without gaps, for n triangles over m vertices:
+/// The head of a block. Behind it stand, for n triangles over m vertices:
 ///
 ///     float x[m], y[m], z[m]          the vertices, each once
+///     std::uint8_t corner[3][n]       first, second, third corner of each triangle: a vertex of the block
+///     zeros up to a multiple of 4
 ///     std::uint32_t number[n]         of the triangles in the mesh, ascending
 ///
 /// and zeros up to a multiple of kBlockUnit.
 struct BlockHead {
   std::uint8_t triangleCount, vertexCount;
-  std::uint16_t unused;                        ///< 0
-  std::uint32_t firstVertex;                   ///< of its m entries in WideTree::vertexNumbers
-  std::uint8_t corner[3][kMaxBlockTriangles];  ///< first, second, third corner of each triangle: a vertex of the block
+  std::uint16_t unused;       ///< 0
+  std::uint32_t firstVertex;  ///< of its m entries in WideTree::vertexNumbers
 };
-static_assert(sizeof(BlockHead) == 32);
+static_assert(sizeof(BlockHead) == 8, "the rows behind it are aligned");
 
-/// Bytes of a block of n triangles over m vertices.
+/// Where the numbers stand in a block of n triangles over m vertices, and its size, in bytes.
+constexpr std::size_t placeOfNumbers(std::size_t n, std::size_t m) {
+  return sizeof(BlockHead) + 12 * m + (3 * n + 3) / 4 * 4;
+}
 constexpr std::size_t blockSize(std::size_t n, std::size_t m) {
-  return (sizeof(BlockHead) + 12 * m + 4 * n + kBlockUnit - 1) / kBlockUnit * kBlockUnit;
+  return (placeOfNumbers(n, m) + 4 * n + kBlockUnit - 1) / kBlockUnit * kBlockUnit;
 }
 
 /// A view of a block.
 struct Block {
   const BlockHead* head;
 
-  const float* row(int axis) const { return reinterpret_cast<const float*>(head + 1) + axis * head->vertexCount; }
-  const std::uint32_t* numbers() const { return reinterpret_cast<const std::uint32_t*>(row(3)); }
+  int triangleCount() const { return head->triangleCount; }
+  int vertexCount() const { return head->vertexCount; }
+  const float* row(int axis) const { return reinterpret_cast<const float*>(head + 1) + axis * vertexCount(); }
+  /// The first, second or third corners of all triangles.
+  const std::uint8_t* corners(int which) const {
+    return reinterpret_cast<const std::uint8_t*>(row(3)) + which * triangleCount();
+  }
+  const std::uint32_t* numbers() const {
+    return reinterpret_cast<const std::uint32_t*>(
+        reinterpret_cast<const std::uint8_t*>(head) +
+        placeOfNumbers(std::size_t(triangleCount()), std::size_t(vertexCount())));
+  }
   void corner(int triangle, int which, float position[3]) const {
-    const int vertex = head->corner[which][triangle];
+    const int vertex = corners(which)[triangle];
     for (int axis = 0; axis < 3; ++axis) position[axis] = row(axis)[vertex];
   }
 };
@@ -89,7 +103,7 @@ void forEachBlock(const WideTree& tree, Visit&& visit) {
   for (std::size_t i = 0; i < tree.blockCount; ++i) {
     const Block block = {reinterpret_cast<const BlockHead*>(tree.blocks.data() + place)};
     visit(block);
-    place += blockSize(block.head->triangleCount, block.head->vertexCount);
+    place += blockSize(std::size_t(block.triangleCount()), std::size_t(block.vertexCount()));
   }
 }
 

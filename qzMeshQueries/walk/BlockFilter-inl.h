@@ -30,7 +30,7 @@ struct SeenBlock {
 
 /// Sees the vertices as see() of the kernel does, operation by operation, and finds the candidates.
 HWY_INLINE void seeBlock(const RayFrame& frame, const Block& block, SeenBlock& seen) {
-  const int nbVertices = block.head->vertexCount, nbTriangles = block.head->triangleCount;
+  const int nbVertices = block.vertexCount(), nbTriangles = block.triangleCount();
   const float* const rowX = block.row(frame.axis[0]);
   const float* const rowY = block.row(frame.axis[1]);
   const float* const rowZ = block.row(frame.axis[2]);
@@ -61,68 +61,57 @@ HWY_INLINE void seeBlock(const RayFrame& frame, const Block& block, SeenBlock& s
     hn::Store(z, d, seen.depth + first);
   };
 
-  const hn::CappedTag<float, kMaxBlockTriangles> dt;
-  using T = hn::Vec<decltype(dt)>;
-  const hn::RebindToUnsigned<decltype(dt)> du;
-  const hn::Rebind<std::uint8_t, decltype(dt)> db;
+  const hn::RebindToUnsigned<decltype(d)> du;
   seen.candidates = seen.crossed = 0;
-  const auto judge = [&](int first, T ax, T ay, T bx, T by, T cx, T cy) HWY_ATTR {
-    const T a = hn::Sub(hn::Mul(bx, cy), hn::Mul(by, cx));
-    const T b = hn::Sub(hn::Mul(cx, ay), hn::Mul(cy, ax));
-    const T c = hn::Sub(hn::Mul(ax, by), hn::Mul(ay, bx));
-    const T zero = hn::Zero(dt);
-    const T least = hn::Min(a, hn::Min(b, c)), greatest = hn::Max(a, hn::Max(b, c));
-    const auto isLeft = hn::Gt(greatest, zero), isRight = hn::Lt(least, zero);
-    seen.candidates |= bitsOf(dt, hn::Not(hn::And(isLeft, isRight))) << first;
-    seen.crossed |= bitsOf(dt, hn::Or(hn::Gt(least, zero), hn::Lt(greatest, zero))) << first;
+  // Corners of some triangles. What is read behind the last triangle is not used, but has to be a vertex.
+  const auto cornersOf = [&](int which, int first) HWY_ATTR {
+    const hn::Rebind<std::uint8_t, decltype(d)> db;
+    return hn::PromoteTo(
+        du, hn::And(hn::LoadU(db, block.corners(which) + first), hn::Set(db, std::uint8_t(kMaxBlockVertices - 1))));
   };
+  const auto judge = [&](int first, const V(&x)[3], const V(&y)[3]) HWY_ATTR {
+    const V a = hn::Sub(hn::Mul(x[1], y[2]), hn::Mul(y[1], x[2]));
+    const V b = hn::Sub(hn::Mul(x[2], y[0]), hn::Mul(y[2], x[0]));
+    const V c = hn::Sub(hn::Mul(x[0], y[1]), hn::Mul(y[0], x[1]));
+    const V zero = hn::Zero(d);
+    const V least = hn::Min(a, hn::Min(b, c)), greatest = hn::Max(a, hn::Max(b, c));
+    const auto isLeft = hn::Gt(greatest, zero), isRight = hn::Lt(least, zero);
+    seen.candidates |= bitsOf(d, hn::Not(hn::And(isLeft, isRight))) << first;
+    seen.crossed |= bitsOf(d, hn::Or(hn::Gt(least, zero), hn::Lt(greatest, zero))) << first;
+  };
+  const std::uint32_t all = (1u << nbTriangles) - 1;
 
-#if HWY_TARGET == HWY_AVX2
-  // Corners by permutations of one register, or of two.
-  V x0, y0, z0, x1, y1, z1;
-  seeSome(0, x0, y0, z0);
-  T x[3], y[3];
-  if (nbVertices <= 8) {
-    for (int which = 0; which < 3; ++which) {
-      const auto numbers = hn::PromoteTo(du, hn::LoadU(db, block.head->corner[which]));
-      const auto indices = hn::IndicesFromVec(dt, numbers);
-      x[which] = hn::TableLookupLanes(x0, indices);
-      y[which] = hn::TableLookupLanes(y0, indices);
-    }
-    judge(0, x[0], y[0], x[1], y[1], x[2], y[2]);
-    seen.candidates &= (1u << nbTriangles) - 1;
-    if (seen.candidates != 0) keepSome(0, x0, y0, z0);
-  } else {
-    seeSome(8, x1, y1, z1);
-    for (int which = 0; which < 3; ++which) {
-      const auto numbers = hn::PromoteTo(du, hn::LoadU(db, block.head->corner[which]));
-      const auto indices = hn::IndicesFromVec(dt, hn::And(numbers, hn::Set(du, 7)));
-      const auto isSecond = hn::MaskFromVec(hn::BitCast(dt, hn::ShiftLeft<28>(numbers)));  // bit 3
-      x[which] = hn::IfThenElse(isSecond, hn::TableLookupLanes(x1, indices), hn::TableLookupLanes(x0, indices));
-      y[which] = hn::IfThenElse(isSecond, hn::TableLookupLanes(y1, indices), hn::TableLookupLanes(y0, indices));
-    }
-    judge(0, x[0], y[0], x[1], y[1], x[2], y[2]);
-    seen.candidates &= (1u << nbTriangles) - 1;
-    if (seen.candidates != 0) {
-      keepSome(0, x0, y0, z0);
-      keepSome(8, x1, y1, z1);
-    }
-  }
-#elif HWY_TARGET <= HWY_AVX3
+#if HWY_TARGET <= HWY_AVX3
   // Corners by permutations of one register.
-  V x0, y0, z0;
-  seeSome(0, x0, y0, z0);
-  const hn::RebindToUnsigned<decltype(d)> du16;
-  T x[3], y[3];
+  V seenX, seenY, seenZ, x[3], y[3];
+  seeSome(0, seenX, seenY, seenZ);
   for (int which = 0; which < 3; ++which) {
-    const auto numbers = hn::PromoteTo(du, hn::LoadU(db, block.head->corner[which]));
-    const auto indices = hn::IndicesFromVec(d, hn::ZeroExtendVector(du16, numbers));
-    x[which] = hn::LowerHalf(dt, hn::TableLookupLanes(x0, indices));
-    y[which] = hn::LowerHalf(dt, hn::TableLookupLanes(y0, indices));
+    const auto indices = hn::IndicesFromVec(d, cornersOf(which, 0));
+    x[which] = hn::TableLookupLanes(seenX, indices);
+    y[which] = hn::TableLookupLanes(seenY, indices);
   }
-  judge(0, x[0], y[0], x[1], y[1], x[2], y[2]);
-  seen.candidates &= (1u << nbTriangles) - 1;
-  if (seen.candidates != 0) keepSome(0, x0, y0, z0);
+  judge(0, x, y);
+  seen.candidates &= all;
+  if (seen.candidates != 0) keepSome(0, seenX, seenY, seenZ);
+#elif HWY_TARGET == HWY_AVX2
+  // Corners by permutations of two registers.
+  V seenX[2], seenY[2], seenZ[2], x[3], y[3];
+  for (int half = 0; half < 2; ++half) seeSome(8 * half, seenX[half], seenY[half], seenZ[half]);
+  for (int first = 0; first < nbTriangles; first += 8) {
+    for (int which = 0; which < 3; ++which) {
+      const auto numbers = cornersOf(which, first);
+      const auto indices = hn::IndicesFromVec(d, hn::And(numbers, hn::Set(du, 7)));
+      const auto isSecond = hn::MaskFromVec(hn::BitCast(d, hn::ShiftLeft<28>(numbers)));  // bit 3
+      x[which] =
+          hn::IfThenElse(isSecond, hn::TableLookupLanes(seenX[1], indices), hn::TableLookupLanes(seenX[0], indices));
+      y[which] =
+          hn::IfThenElse(isSecond, hn::TableLookupLanes(seenY[1], indices), hn::TableLookupLanes(seenY[0], indices));
+    }
+    judge(first, x, y);
+  }
+  seen.candidates &= all;
+  if (seen.candidates != 0)
+    for (int half = 0; half < 2; ++half) keepSome(8 * half, seenX[half], seenY[half], seenZ[half]);
 #else
   // Corners through memory.
   for (int first = 0; first < nbVertices; first += int(hn::Lanes(d))) {
@@ -130,17 +119,17 @@ HWY_INLINE void seeBlock(const RayFrame& frame, const Block& block, SeenBlock& s
     seeSome(first, x, y, z);
     keepSome(first, x, y, z);
   }
-  const hn::RebindToSigned<decltype(dt)> di;
-  for (int first = 0; first < nbTriangles; first += int(hn::Lanes(dt))) {
-    T x[3], y[3];
+  const hn::RebindToSigned<decltype(d)> di;
+  for (int first = 0; first < nbTriangles; first += int(hn::Lanes(d))) {
+    V x[3], y[3];
     for (int which = 0; which < 3; ++which) {
-      const auto numbers = hn::BitCast(di, hn::PromoteTo(du, hn::LoadU(db, block.head->corner[which] + first)));
-      x[which] = hn::GatherIndex(dt, seen.x, numbers);
-      y[which] = hn::GatherIndex(dt, seen.y, numbers);
+      const auto numbers = hn::BitCast(di, cornersOf(which, first));
+      x[which] = hn::GatherIndex(d, seen.x, numbers);
+      y[which] = hn::GatherIndex(d, seen.y, numbers);
     }
-    judge(first, x[0], y[0], x[1], y[1], x[2], y[2]);
+    judge(first, x, y);
   }
-  seen.candidates &= (1u << nbTriangles) - 1;
+  seen.candidates &= all;
 #endif
 #endif
 }
@@ -151,9 +140,9 @@ HWY_INLINE bool hitCandidates(const RayFrame& frame, const Block& block, const S
                               const WalkOptions& options, Take&& take) {
   for (std::uint32_t rest = seen.candidates; rest != 0; rest &= rest - 1) {
     const int i = int(hwy::Num0BitsBelowLS1Bit_Nonzero32(rest));
-    const SeenVertex p = seen.vertex(block.head->corner[0][i]);
-    const SeenVertex q = seen.vertex(block.head->corner[1][i]);
-    const SeenVertex r = seen.vertex(block.head->corner[2][i]);
+    const SeenVertex p = seen.vertex(block.corners(0)[i]);
+    const SeenVertex q = seen.vertex(block.corners(1)[i]);
+    const SeenVertex r = seen.vertex(block.corners(2)[i]);
     if ((seen.crossed >> i & 1) == 0 && !holdsOrigin(p, q, r)) continue;
     const Crossing crossing = locate(frame, p, q, r);
     if (!counts(frame, options.faces, crossing)) continue;

@@ -261,7 +261,7 @@ HWY_INLINE void visitBlock(Packet<Query>& packet, const Block& block, std::uint3
   const int kLanes = int(hn::Lanes(d));
   const int* const axis = packet.frames[0].axis;
   const float *const rowX = block.row(axis[0]), *const rowY = block.row(axis[1]), *const rowZ = block.row(axis[2]);
-  const int nbVertices = block.head->vertexCount, nbTriangles = block.head->triangleCount;
+  const int nbVertices = block.vertexCount(), nbTriangles = block.triangleCount();
   SeenByPacket seen;
   for (int first = 0; first < kPacketRays; first += kLanes) {
     const auto originX = hn::Load(d, packet.origin[0] + first), originY = hn::Load(d, packet.origin[1] + first),
@@ -275,7 +275,7 @@ HWY_INLINE void visitBlock(Packet<Query>& packet, const Block& block, std::uint3
     }
   }
   for (int i = 0; i < nbTriangles; ++i) {
-    const int p = block.head->corner[0][i], q = block.head->corner[1][i], t = block.head->corner[2][i];
+    const int p = block.corners(0)[i], q = block.corners(1)[i], t = block.corners(2)[i];
     std::uint32_t candidates = 0, crossed = 0;
     for (int first = 0; first < kPacketRays; first += kLanes) {
       const auto ax = hn::Load(d, seen.x[p] + first), ay = hn::Load(d, seen.y[p] + first);

@@ -43,10 +43,10 @@ class Checker {
     std::size_t place = 0, firstVertex = 0;
     for (std::size_t i = 0; i < mTree.blockCount && place + kBlockSlack < mTree.blocks.size(); ++i) {
       mBlockPlaces.insert(std::uint32_t(place / kBlockUnit));
-      const auto* head = reinterpret_cast<const BlockHead*>(mTree.blocks.data() + place);
-      need(head->firstVertex == firstVertex, "vertex numbers in the order of the blocks");
-      firstVertex += head->vertexCount;
-      place += blockSize(head->triangleCount, head->vertexCount);
+      const Block block = {reinterpret_cast<const BlockHead*>(mTree.blocks.data() + place)};
+      need(block.head->firstVertex == firstVertex, "vertex numbers in the order of the blocks");
+      firstVertex += std::uint32_t(block.vertexCount());
+      place += blockSize(std::size_t(block.triangleCount()), std::size_t(block.vertexCount()));
     }
     need(place + kBlockSlack == mTree.blocks.size(), "blocks follow each other and fill their array");
     need(mBlockPlaces.size() == mTree.blockCount, "as many blocks as were counted");
@@ -106,9 +106,9 @@ class Checker {
   }
 
   Box checkBlock(const Block& block) {
-    const int n = block.head->triangleCount, m = block.head->vertexCount;
+    const int n = block.triangleCount(), m = block.vertexCount();
     Box box;
-    need(n >= 1 && n <= kMaxBlockTriangles, "a block has one to eight triangles");
+    need(n >= 1 && n <= kMaxBlockTriangles, "a block has one to sixteen triangles");
     need(m >= 1 && m <= kMaxBlockVertices, "a block has one to sixteen vertices");
     need(block.head->unused == 0, "the unused part of a head is 0");
     if (!mFault.empty()) return box;
@@ -125,7 +125,7 @@ class Checker {
       if (!mFault.empty()) return box;
       ++mTriangleUses[number];
       for (int c = 0; c < 3; ++c) {
-        const int corner = block.head->corner[c][i];
+        const int corner = block.corners(int(c))[i];
         need(corner < m && vertices[corner] == mMesh.triangles[3 * std::size_t(number) + std::size_t(c)],
              "a corner is the vertex of the mesh");
         used.insert(corner);
@@ -136,8 +136,10 @@ class Checker {
     }
     need(used.size() == std::size_t(m), "each vertex is used");
     const auto* bytes = reinterpret_cast<const std::uint8_t*>(block.head);
-    for (std::size_t i = sizeof(BlockHead) + 12 * std::size_t(m) + 4 * std::size_t(n);
-         i < blockSize(std::size_t(n), std::size_t(m)); ++i)
+    const std::size_t numbers = placeOfNumbers(std::size_t(n), std::size_t(m)), end = numbers + 4 * std::size_t(n);
+    for (std::size_t i = sizeof(BlockHead) + 12 * std::size_t(m) + 3 * std::size_t(n); i < numbers; ++i)
+      need(bytes[i] == 0, "zeros up to the numbers");
+    for (std::size_t i = end; i < blockSize(std::size_t(n), std::size_t(m)); ++i)
       need(bytes[i] == 0, "zeros up to the next block");
     return box;
   }
