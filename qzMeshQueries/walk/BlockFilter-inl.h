@@ -28,6 +28,18 @@ struct SeenBlock {
   SeenVertex vertex(int i) const { return {x[i], y[i], depth[i]}; }
 };
 
+/// Finds candidates and crossed triangles among some, by the images of their first, second and third corners; or among some
+/// rays. Bits are as those of SeenBlock.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE std::uint32_t candidatesOf(D d, const V (&x)[3], const V (&y)[3], std::uint32_t& crossed) {
+  const V a = hn::Sub(hn::Mul(x[1], y[2]), hn::Mul(y[1], x[2]));
+  const V b = hn::Sub(hn::Mul(x[2], y[0]), hn::Mul(y[2], x[0]));
+  const V c = hn::Sub(hn::Mul(x[0], y[1]), hn::Mul(y[0], x[1]));
+  const V zero = hn::Zero(d), least = hn::Min(a, hn::Min(b, c)), greatest = hn::Max(a, hn::Max(b, c));
+  crossed = bitsOf(d, hn::Or(hn::Gt(least, zero), hn::Lt(greatest, zero)));
+  return bitsOf(d, hn::Not(hn::And(hn::Gt(greatest, zero), hn::Lt(least, zero))));
+}
+
 /// Sees the vertices as see() of the kernel does, operation by operation, and finds the candidates.
 HWY_INLINE void seeBlock(const RayFrame& frame, const Block& block, SeenBlock& seen) {
   const int nbVertices = block.vertexCount(), nbTriangles = block.triangleCount();
@@ -70,14 +82,9 @@ HWY_INLINE void seeBlock(const RayFrame& frame, const Block& block, SeenBlock& s
         du, hn::And(hn::LoadU(db, block.corners(which) + first), hn::Set(db, std::uint8_t(kMaxBlockVertices - 1))));
   };
   const auto judge = [&](int first, const V(&x)[3], const V(&y)[3]) HWY_ATTR {
-    const V a = hn::Sub(hn::Mul(x[1], y[2]), hn::Mul(y[1], x[2]));
-    const V b = hn::Sub(hn::Mul(x[2], y[0]), hn::Mul(y[2], x[0]));
-    const V c = hn::Sub(hn::Mul(x[0], y[1]), hn::Mul(y[0], x[1]));
-    const V zero = hn::Zero(d);
-    const V least = hn::Min(a, hn::Min(b, c)), greatest = hn::Max(a, hn::Max(b, c));
-    const auto isLeft = hn::Gt(greatest, zero), isRight = hn::Lt(least, zero);
-    seen.candidates |= bitsOf(d, hn::Not(hn::And(isLeft, isRight))) << first;
-    seen.crossed |= bitsOf(d, hn::Or(hn::Gt(least, zero), hn::Lt(greatest, zero))) << first;
+    std::uint32_t crossed = 0;
+    seen.candidates |= candidatesOf(d, x, y, crossed) << first;
+    seen.crossed |= crossed << first;
   };
   const std::uint32_t all = (1u << nbTriangles) - 1;
 

@@ -1,4 +1,4 @@
-// The children of a node that a ray meets, put on a stack with the nearest on top. Compiled for each instruction set.
+// The children of a node that a ray meets, put on a stack with the next one on top. Compiled for each instruction set.
 
 #if defined(QZ_MESHQUERIES_CHILD_ORDER) == defined(HWY_TARGET_TOGGLE)
 #ifdef QZ_MESHQUERIES_CHILD_ORDER
@@ -147,14 +147,23 @@ struct MetChildren {
 };
 #endif
 
-/// Stores the met children at nears and children, far to near; returns how many there are. Beyond eight, the order is
-/// that of each eight. lanes, if not null, gets their places in the node.
-template <class Slabs>
+/// Keys of children: the bits of entry depths without the last four, or 0 for blocks that come first.
+template <Order kOrder, class D, class DF>
+HWY_INLINE hn::Vec<D> keysOf(D d, hn::Vec<DF> enter, hn::Vec<DF> child, DF) {
+  const hn::RebindToSigned<D> di;
+  const auto depths = hn::AndNot(hn::Set(d, std::uint32_t(kNodeWidth - 1)), hn::BitCast(d, enter));
+  if (kOrder == Order::nearest) return depths;
+  return hn::AndNot(hn::BitCast(d, hn::ShiftRight<31>(hn::BitCast(di, child))), depths);
+}
+
+/// Stores the met children at nears and children, the first one last; returns how many there are. Beyond eight, the order
+/// is that of each eight. lanes, if not null, gets their places in the node.
+template <Order kOrder, class Slabs>
 HWY_INLINE int storeChildren(const Slabs& slabs, const WideNode& node, float* HWY_RESTRICT nears,
                              std::uint32_t* HWY_RESTRICT children, std::uint32_t* HWY_RESTRICT lanes = nullptr) {
   // Keys are the bits of entry depths, with the lane in the last four and a one before; a miss is 0, the last in order.
   // Negative depths come in the wrong order, which costs time only.
-  constexpr std::uint32_t kLane = kNodeWidth - 1, kIsMet = kNodeWidth;
+  constexpr std::uint32_t kIsMet = kNodeWidth;
   const Eight d;
   MetChildren met;
 #if HWY_TARGET <= HWY_AVX3
@@ -164,7 +173,7 @@ HWY_INLINE int storeChildren(const Slabs& slabs, const WideNode& node, float* HW
   met.child = hn::Load(f16, reinterpret_cast<const float*>(node.child));
   const int count = int(hn::CountTrue(f16, isMet));
   const auto tags = hn::Or(hn::Iota(d16, 0), hn::Set(d16, kIsMet));
-  const auto keys = hn::Or(hn::AndNot(hn::Set(d16, kLane), hn::BitCast(d16, met.enter)), tags);
+  const auto keys = hn::Or(keysOf<kOrder>(d16, met.enter, met.child, f16), tags);
   const auto packed = hn::Compress(keys, hn::RebindMask(d16, isMet));  // zeros behind
   const auto first = hn::LowerHalf(d, packed);
   if (HWY_UNLIKELY(count > 8)) {
@@ -180,9 +189,9 @@ HWY_INLINE int storeChildren(const Slabs& slabs, const WideNode& node, float* HW
     met.child[half] = hn::Load(f8, reinterpret_cast<const float*>(node.child + 8 * half));
   const std::uint32_t bits0 = bitsOf(f8, met0), bits1 = bitsOf(f8, met1);
   const int count0 = int(hwy::PopCount(bits0)), count1 = int(hwy::PopCount(bits1)), count = count0 + count1;
-  const auto tags = hn::Or(hn::Iota(d, 0), hn::Set(d, kIsMet)), mask = hn::Set(d, kLane);
-  const auto keys0 = hn::Or(hn::AndNot(mask, hn::BitCast(d, met.enter[0])), tags);
-  const auto keys1 = hn::Or(hn::AndNot(mask, hn::BitCast(d, met.enter[1])), hn::Or(tags, hn::Set(d, 8)));
+  const auto tags = hn::Or(hn::Iota(d, 0), hn::Set(d, kIsMet));
+  const auto keys0 = hn::Or(keysOf<kOrder>(d, met.enter[0], met.child[0], f8), tags);
+  const auto keys1 = hn::Or(keysOf<kOrder>(d, met.enter[1], met.child[1], f8), hn::Or(tags, hn::Set(d, 8)));
   const auto packed0 = compressEight(hn::IfThenElseZero(hn::RebindMask(d, met0), keys0), bits0);
   const auto packed1 = compressEight(hn::IfThenElseZero(hn::RebindMask(d, met1), keys1), bits1);
   if (HWY_UNLIKELY(count > 8)) {
@@ -199,7 +208,7 @@ HWY_INLINE int storeChildren(const Slabs& slabs, const WideNode& node, float* HW
 
 #else
 
-template <class Slabs>
+template <Order kOrder, class Slabs>
 HWY_INLINE int storeChildren(const Slabs& slabs, const WideNode& node, float* HWY_RESTRICT nears,
                              std::uint32_t* HWY_RESTRICT children, std::uint32_t* HWY_RESTRICT lanes = nullptr) {
   const hn::CappedTag<float, kNodeWidth> d;
@@ -212,6 +221,8 @@ HWY_INLINE int storeChildren(const Slabs& slabs, const WideNode& node, float* HW
     hn::Store(enter, d, near);
     for (; met != 0; met &= met - 1) {
       const int lane = int(hwy::Num0BitsBelowLS1Bit_Nonzero32(met));
+      if (kOrder == Order::blocks && (node.child[first + lane] & kIsBlock) != 0)
+        near[lane] = -std::numeric_limits<float>::infinity();
       int at = count++;
       for (; at > 0 && nears[at - 1] < near[lane]; --at) {
         nears[at] = nears[at - 1];

@@ -258,6 +258,7 @@ HWY_INLINE void visitBlock(Packet<Query>& packet, const Block& block, std::uint3
   }
 
   const hn::CappedTag<float, kPacketRays> d;
+  using V = hn::Vec<decltype(d)>;
   const int kLanes = int(hn::Lanes(d));
   const int* const axis = packet.frames[0].axis;
   const float *const rowX = block.row(axis[0]), *const rowY = block.row(axis[1]), *const rowZ = block.row(axis[2]);
@@ -278,17 +279,17 @@ HWY_INLINE void visitBlock(Packet<Query>& packet, const Block& block, std::uint3
     const int p = block.corners(0)[i], q = block.corners(1)[i], t = block.corners(2)[i];
     std::uint32_t candidates = 0, crossed = 0;
     for (int first = 0; first < kPacketRays; first += kLanes) {
-      const auto ax = hn::Load(d, seen.x[p] + first), ay = hn::Load(d, seen.y[p] + first);
-      const auto bx = hn::Load(d, seen.x[q] + first), by = hn::Load(d, seen.y[q] + first);
-      const auto cx = hn::Load(d, seen.x[t] + first), cy = hn::Load(d, seen.y[t] + first);
-      const auto a = hn::Sub(hn::Mul(bx, cy), hn::Mul(by, cx));
-      const auto b = hn::Sub(hn::Mul(cx, ay), hn::Mul(cy, ax));
-      const auto c = hn::Sub(hn::Mul(ax, by), hn::Mul(ay, bx));
-      const auto zero = hn::Zero(d);
-      const auto least = hn::Min(a, hn::Min(b, c)), greatest = hn::Max(a, hn::Max(b, c));
-      const auto isLeft = hn::Gt(greatest, zero), isRight = hn::Lt(least, zero);
-      candidates |= bitsOf(d, hn::Not(hn::And(isLeft, isRight))) << first;
-      crossed |= bitsOf(d, hn::Or(hn::Gt(least, zero), hn::Lt(greatest, zero))) << first;
+      const auto corners = [&](const float(&rows)[kMaxBlockVertices][kPacketRays], V(&row)[3]) HWY_ATTR {
+        row[0] = hn::Load(d, rows[p] + first);
+        row[1] = hn::Load(d, rows[q] + first);
+        row[2] = hn::Load(d, rows[t] + first);
+      };
+      V x[3], y[3];
+      corners(seen.x, x);
+      corners(seen.y, y);
+      std::uint32_t crossedHere = 0;
+      candidates |= candidatesOf(d, x, y, crossedHere) << first;
+      crossed |= crossedHere << first;
     }
     for (candidates &= active & packet.alive; candidates != 0; candidates &= candidates - 1) {
       const int r = int(hwy::Num0BitsBelowLS1Bit_Nonzero32(candidates));
@@ -314,8 +315,8 @@ HWY_INLINE bool visitNext(const WideTree& tree, const WalkOptions& options, Pack
   const WideNode* const nodes = tree.nodes.data();
   int size = packet.size;
   if ((packet.current & kIsBlock) == 0) {
-    const int count = storeChildren(packet.common, nodes[packet.current], packet.stack.near + size,
-                                    packet.stack.child + size, packet.columns + size);
+    const int count = storeChildren<Query::kOrder>(packet.common, nodes[packet.current], packet.stack.near + size,
+                                                   packet.stack.child + size, packet.columns + size);
     for (int i = size; i < size + count; ++i) packet.columns[i] += kNodeWidth * packet.current;
     size += count;
   } else {

@@ -1,4 +1,4 @@
-// One ray through the tree, nearest child first. Compiled for each instruction set.
+// One ray through the tree. Compiled for each instruction set.
 
 #if defined(QZ_MESHQUERIES_RAY_WALK) == defined(HWY_TARGET_TOGGLE)
 #ifdef QZ_MESHQUERIES_RAY_WALK
@@ -20,6 +20,10 @@ struct StackEntry {
   float near;
   std::uint32_t child;
 };
+
+/// Which of a node's children is visited first: the nearest, or, where any hit will do, a block. Large triangles hang high
+/// up in the tree, and hide what is below.
+enum class Order { nearest, blocks };
 
 /// More than a walk can hold: each level leaves at most fifteen children.
 inline constexpr int kStackSize = (kMaxTreeLevels + 1) * (kNodeWidth - 1) + 1;
@@ -50,13 +54,18 @@ HWY_INLINE void prefetchChild(const WideTree& tree, std::uint32_t child) {
 }
 
 /// Shows every hit to the query: query.take(hit, isFront, slabs) returns true to end the walk, and may lower slabs.to and
-/// frame.tMax. Hits come in no particular order.
+/// frame.tMax. Hits come in no particular order; query.kOrder says which children come first.
 template <class Query>
 HWY_INLINE void walkRay(const WideTree& tree, const Ray& ray, const WalkOptions& options, Query& query) {
   RayFrame frame;
   RaySlabs slabs;
   if (tree.nodes.size() == 0 || !setUpRay(tree, ray, frame, slabs)) return;
 
+  const auto entryOf = [](const WideNode& node, const float* near, int lane) {
+    const std::uint32_t child = node.child[lane];
+    const bool isFirst = Query::kOrder == Order::blocks && (child & kIsBlock) != 0;
+    return StackEntry{isFirst ? -std::numeric_limits<float>::infinity() : near[lane], child};
+  };
   StackEntry stack[kStackSize];
   int size = 0;
   std::uint32_t current = 0;
@@ -73,11 +82,11 @@ HWY_INLINE void walkRay(const WideTree& tree, const Ray& ray, const WalkOptions&
         if (met != 0) {
           // The nearest is visited next; the others go on the stack, far to near.
           const int bottom = size;
-          StackEntry next = {near[nearest], node.child[nearest]};
+          StackEntry next = entryOf(node, near, nearest);
           do {
             const int lane = hwy::Num0BitsBelowLS1Bit_Nonzero32(met);
             met &= met - 1;
-            StackEntry entry = {near[lane], node.child[lane]};
+            StackEntry entry = entryOf(node, near, lane);
             if (entry.near < next.near) std::swap(entry, next);
             int at = size++;
             for (; at > bottom && stack[at - 1].near < entry.near; --at) stack[at] = stack[at - 1];
@@ -105,6 +114,7 @@ HWY_INLINE void walkRay(const WideTree& tree, const Ray& ray, const WalkOptions&
 }
 
 struct ClosestQuery {
+  static constexpr Order kOrder = Order::nearest;
   Hit best;
   bool take(const Hit& hit, bool, RayFrame& frame, RaySlabs& slabs) {
     if (!best || comesBefore(hit, best)) {
@@ -117,11 +127,13 @@ struct ClosestQuery {
 };
 
 struct AnyQuery {
+  static constexpr Order kOrder = Order::blocks;
   bool isHit = false;
   bool take(const Hit&, bool, RayFrame&, RaySlabs&) { return isHit = true; }
 };
 
 struct AllQuery {
+  static constexpr Order kOrder = Order::nearest;
   std::vector<Hit>& hits;
   bool take(const Hit& hit, bool, RayFrame&, RaySlabs&) {
     hits.push_back(hit);
@@ -130,6 +142,7 @@ struct AllQuery {
 };
 
 struct CrossingsQuery {
+  static constexpr Order kOrder = Order::nearest;
   Crossings count;
   bool take(const Hit&, bool isFront, RayFrame&, RaySlabs&) {
     ++(isFront ? count.front : count.back);

@@ -100,7 +100,8 @@ HWY_INLINE void takeTurns(const WideTree& tree, const Ray* rays, const std::uint
     for (int i = 0; i < nbNodes; ++i) {
       Flying* const ray = beforeNode[turn][i];
       const int size = ray->size;
-      goOn(ray, size + storeChildren(ray->slabs, nodes[ray->current], ray->stack.near + size, ray->stack.child + size));
+      goOn(ray, size + storeChildren<Query::kOrder>(ray->slabs, nodes[ray->current], ray->stack.near + size,
+                                                    ray->stack.child + size));
     }
 
     Flying* hopefuls[kInFlight];  // before a block with candidates
