@@ -158,7 +158,7 @@ HWY_INLINE hn::Vec<D> keysOf(D d, hn::Vec<DF> enter, hn::Vec<DF> child, DF) {
 
 /// Stores the met children at nears and children, the first one last; returns how many there are. Beyond eight, the order
 /// is that of each eight. lanes, if not null, gets their places in the node.
-template <Order kOrder, class Slabs>
+template <Order kOrder = Order::nearest, class Slabs>
 HWY_INLINE int storeChildren(const Slabs& slabs, const WideNode& node, float* HWY_RESTRICT nears,
                              std::uint32_t* HWY_RESTRICT children, std::uint32_t* HWY_RESTRICT lanes = nullptr) {
   // Keys are the bits of entry depths, with the lane in the last four and a one before; a miss is 0, the last in order.
@@ -208,7 +208,7 @@ HWY_INLINE int storeChildren(const Slabs& slabs, const WideNode& node, float* HW
 
 #else
 
-template <Order kOrder, class Slabs>
+template <Order kOrder = Order::nearest, class Slabs>
 HWY_INLINE int storeChildren(const Slabs& slabs, const WideNode& node, float* HWY_RESTRICT nears,
                              std::uint32_t* HWY_RESTRICT children, std::uint32_t* HWY_RESTRICT lanes = nullptr) {
   const hn::CappedTag<float, kNodeWidth> d;

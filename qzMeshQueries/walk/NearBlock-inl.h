@@ -101,7 +101,7 @@ HWY_INLINE void seeTriangles(D d, const Three<V>& a, const Three<V>& b, const Th
 /// Whether all vertices of a block are beyond the bounds along the direction of the first one, and so all triangles.
 /// That rules out most blocks far from the point, whose box is much larger than what is in it.
 HWY_INLINE bool isBlockBeyond(const NearBounds& bounds, const Block& block) {
-  const int nbVertices = block.head->vertexCount;
+  const int nbVertices = block.vertexCount();
   const hn::CappedTag<float, kMaxBlockVertices> d;
   using V = hn::Vec<decltype(d)>;
   const V scale = hn::Set(d, bounds.scale);
@@ -125,7 +125,7 @@ HWY_INLINE bool isBlockBeyond(const NearBounds& bounds, const Block& block) {
 
 /// Sees all triangles of a block.
 HWY_INLINE void seeNearBlock(const NearBounds& bounds, const Block& block, NearBlock& seen) {
-  const int nbTriangles = block.head->triangleCount;
+  const int nbTriangles = block.triangleCount();
   const hn::CappedTag<float, kMaxBlockVertices> d;
   using V = hn::Vec<decltype(d)>;
   const V scale = hn::Set(d, bounds.scale);
@@ -170,7 +170,7 @@ HWY_INLINE void seeNearBlock(const NearBounds& bounds, const Block& block, NearB
 #else
   // Corners through memory.
   alignas(64) float vertices[3][kMaxBlockVertices], corners[3][3][kMaxBlockTriangles] = {};
-  for (int first = 0; first < block.head->vertexCount; first += int(hn::Lanes(d))) {
+  for (int first = 0; first < block.vertexCount(); first += int(hn::Lanes(d))) {
     const Three<V> some = seeVertices(first);
     hn::Store(some.x, d, vertices[0] + first);
     hn::Store(some.y, d, vertices[1] + first);

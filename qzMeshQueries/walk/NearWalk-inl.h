@@ -60,7 +60,7 @@ HWY_INLINE void offer(const Block& block, int triangle, NearBounds& bounds, Near
 HWY_INLINE void offerBlock(const Block& block, NearBounds& bounds, NearState& state) {
   NearBlock seen;
   seeNearBlock(bounds, block, seen);
-  const int count = block.head->triangleCount;
+  const int count = block.triangleCount();
   std::uint32_t rest = nearCandidates(bounds, count, seen);
   while (rest != 0) {
     // The most promising first: it often rules out the others.

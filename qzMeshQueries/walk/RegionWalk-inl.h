@@ -24,7 +24,7 @@ struct Verdict {
 };
 
 HWY_INLINE void addBlock(const Block& block, std::vector<std::uint32_t>& numbers) {
-  numbers.insert(numbers.end(), block.numbers(), block.numbers() + block.head->triangleCount);
+  numbers.insert(numbers.end(), block.numbers(), block.numbers() + block.triangleCount());
 }
 
 /// Adds the numbers of all triangles under a child.
@@ -104,7 +104,7 @@ struct BoxQuery {
     const hn::RebindToUnsigned<decltype(d)> du;
     // Bit k: beyond face k of the box.
     alignas(64) std::uint32_t beyond[kMaxBlockVertices];
-    for (int first = 0; first < block.head->vertexCount; first += int(hn::Lanes(d))) {
+    for (int first = 0; first < block.vertexCount(); first += int(hn::Lanes(d))) {
       auto bits = hn::Zero(du);
       for (int axis = 0; axis < 3; ++axis) {
         const auto place = hn::LoadU(d, block.row(axis) + first);
@@ -115,7 +115,7 @@ struct BoxQuery {
       }
       hn::Store(bits, du, beyond + first);
     }
-    for (int i = 0; i < block.head->triangleCount; ++i) {
+    for (int i = 0; i < block.triangleCount(); ++i) {
       const std::uint32_t a = beyond[block.head->corner[0][i]], b = beyond[block.head->corner[1][i]],
                           c = beyond[block.head->corner[2][i]];
       if ((a & b & c) != 0) continue;
@@ -160,7 +160,7 @@ struct SphereQuery {
   HWY_INLINE void take(const Block& block, std::vector<std::uint32_t>& numbers) const {
     NearBlock seen;
     seeNearBlock(bounds, block, seen);
-    for (std::uint32_t rest = nearCandidates(bounds, block.head->triangleCount, seen); rest != 0; rest &= rest - 1) {
+    for (std::uint32_t rest = nearCandidates(bounds, block.triangleCount(), seen); rest != 0; rest &= rest - 1) {
       const int i = int(hwy::Num0BitsBelowLS1Bit_Nonzero32(rest));
       float corner[3][3];
       for (int which = 0; which < 3; ++which) block.corner(i, which, corner[which]);
@@ -201,7 +201,7 @@ struct PlanesQuery {
     // Bit k: beyond plane k; not surely inside plane k. Only so many planes have bits.
     const std::size_t nbWithBits = std::min<std::size_t>(count, 32);
     alignas(64) std::uint32_t beyond[kMaxBlockVertices], uncertain[kMaxBlockVertices];
-    for (int first = 0; first < block.head->vertexCount; first += int(hn::Lanes(d))) {
+    for (int first = 0; first < block.vertexCount(); first += int(hn::Lanes(d))) {
       auto isBeyond = hn::Zero(du), isUncertain = hn::Zero(du);
       for (std::size_t k = 0; k < nbWithBits; ++k) {
         const RegionPlane& plane = bounds[k];
@@ -219,7 +219,7 @@ struct PlanesQuery {
       hn::Store(isBeyond, du, beyond + first);
       hn::Store(isUncertain, du, uncertain + first);
     }
-    for (int i = 0; i < block.head->triangleCount; ++i) {
+    for (int i = 0; i < block.triangleCount(); ++i) {
       const int a = block.head->corner[0][i], b = block.head->corner[1][i], c = block.head->corner[2][i];
       if ((beyond[a] & beyond[b] & beyond[c]) != 0) continue;
       if (nbWithBits < count || (uncertain[a] | uncertain[b] | uncertain[c]) != 0) {

@@ -49,10 +49,11 @@ TEST_CASE("a tree over 0 to 40 triangles is well-formed") {
       }
 }
 
-TEST_CASE("the first eight triangles of a landscape are one block below the root") {
+TEST_CASE("the first sixteen triangles of a landscape are one block below the root") {
   const QueryMesh mesh = landscapeMesh(4, 5);
-  const detail::WideTree tree = treeOf(mesh.view(0, 8), Quality::good);
+  const detail::WideTree tree = treeOf(mesh.view(0, 16), Quality::good);
   CHECK(tree.nodes.size() == 1);
+  CHECK(tree.blockCount == 1);
 }
 
 TEST_CASE("trees over usual meshes are shallow") {
