@@ -46,7 +46,7 @@ QZ_ALWAYS_INLINE bool holds(const RegionBox& box, const float point[3]) {
 }
 
 /// Whether triangle (a, b, c) and the closed box have a point in common, by separating axes: those of the box, the
-/// triangle's normal, and the cross products of both kinds of edges (Akenine-Moeller 2001). Corners and the box's axes
+/// triangle's normal, and the cross products of both kinds of edges (Akenine-Möller 2001). Corners and the box's axes
 /// are a matter of comparing floats; the other axes are computed in double, relative to a corner of the triangle.
 inline bool liesInBox(const RegionBox& box, const float a[3], const float b[3], const float c[3]) {
   if (holds(box, a) || holds(box, b) || holds(box, c)) return true;
