@@ -139,33 +139,31 @@ HWY_INLINE void seeNearBlock(const NearBounds& bounds, const Block& block, NearB
   };
 #if HWY_TARGET == HWY_AVX2 || HWY_TARGET <= HWY_AVX3
   // Corners by permutations of one register, or of two.
-  const hn::CappedTag<float, kMaxBlockTriangles> dt;
-  using T = hn::Vec<decltype(dt)>;
-  const hn::RebindToUnsigned<decltype(dt)> du;
-  const hn::Rebind<std::uint8_t, decltype(dt)> db;
+  const hn::RebindToUnsigned<decltype(d)> du;
+  const hn::Rebind<std::uint8_t, decltype(d)> db;
   const Three<V> front = seeVertices(0);
 #if HWY_TARGET == HWY_AVX2
   const Three<V> back = seeVertices(8);
 #endif
-  for (int first = 0; first < nbTriangles; first += int(hn::Lanes(dt))) {
+  for (int first = 0; first < nbTriangles; first += int(hn::Lanes(d))) {
     const auto corner = [&](int which) HWY_ATTR {
       // What is read behind the last triangle has to be a vertex.
-      const auto numbers = hn::PromoteTo(du, hn::And(hn::LoadU(db, block.head->corner[which] + first),
-                                                     hn::Set(db, std::uint8_t(kMaxBlockVertices - 1))));
+      const auto numbers = hn::PromoteTo(
+          du, hn::And(hn::LoadU(db, block.corners(which) + first), hn::Set(db, std::uint8_t(kMaxBlockVertices - 1))));
 #if HWY_TARGET == HWY_AVX2
-      const auto indices = hn::IndicesFromVec(dt, hn::And(numbers, hn::Set(du, 7)));
-      const auto isBack = hn::MaskFromVec(hn::BitCast(dt, hn::ShiftLeft<28>(numbers)));  // bit 3
+      const auto indices = hn::IndicesFromVec(d, hn::And(numbers, hn::Set(du, 7)));
+      const auto isBack = hn::MaskFromVec(hn::BitCast(d, hn::ShiftLeft<28>(numbers)));  // bit 3
       const auto pick = [&](V low, V high) HWY_ATTR {
         return hn::IfThenElse(isBack, hn::TableLookupLanes(high, indices), hn::TableLookupLanes(low, indices));
       };
-      return Three<T>{pick(front.x, back.x), pick(front.y, back.y), pick(front.z, back.z)};
+      return Three<V>{pick(front.x, back.x), pick(front.y, back.y), pick(front.z, back.z)};
 #else
-      const auto indices = hn::IndicesFromVec(d, hn::ZeroExtendVector(hn::RebindToUnsigned<decltype(d)>(), numbers));
-      const auto pick = [&](V v) HWY_ATTR { return hn::LowerHalf(dt, hn::TableLookupLanes(v, indices)); };
-      return Three<T>{pick(front.x), pick(front.y), pick(front.z)};
+      const auto indices = hn::IndicesFromVec(d, numbers);
+      const auto pick = [&](V v) HWY_ATTR { return hn::TableLookupLanes(v, indices); };
+      return Three<V>{pick(front.x), pick(front.y), pick(front.z)};
 #endif
     };
-    seeTriangles(dt, corner(0), corner(1), corner(2), seen, first);
+    seeTriangles(d, corner(0), corner(1), corner(2), seen, first);
   }
 #else
   // Corners through memory.
@@ -178,7 +176,7 @@ HWY_INLINE void seeNearBlock(const NearBounds& bounds, const Block& block, NearB
   }
   for (int which = 0; which < 3; ++which)
     for (int i = 0; i < nbTriangles; ++i)
-      for (int axis = 0; axis < 3; ++axis) corners[which][axis][i] = vertices[axis][block.head->corner[which][i]];
+      for (int axis = 0; axis < 3; ++axis) corners[which][axis][i] = vertices[axis][block.corners(which)[i]];
   const auto corner = [&](int which, int first) HWY_ATTR {
     return Three<V>{hn::Load(d, corners[which][0] + first), hn::Load(d, corners[which][1] + first),
                     hn::Load(d, corners[which][2] + first)};

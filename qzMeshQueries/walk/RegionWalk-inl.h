@@ -116,8 +116,8 @@ struct BoxQuery {
       hn::Store(bits, du, beyond + first);
     }
     for (int i = 0; i < block.triangleCount(); ++i) {
-      const std::uint32_t a = beyond[block.head->corner[0][i]], b = beyond[block.head->corner[1][i]],
-                          c = beyond[block.head->corner[2][i]];
+      const std::uint32_t a = beyond[block.corners(0)[i]], b = beyond[block.corners(1)[i]],
+                          c = beyond[block.corners(2)[i]];
       if ((a & b & c) != 0) continue;
       if (a != 0 && b != 0 && c != 0) {
         float corner[3][3];
@@ -220,7 +220,7 @@ struct PlanesQuery {
       hn::Store(isUncertain, du, uncertain + first);
     }
     for (int i = 0; i < block.triangleCount(); ++i) {
-      const int a = block.head->corner[0][i], b = block.head->corner[1][i], c = block.head->corner[2][i];
+      const int a = block.corners(0)[i], b = block.corners(1)[i], c = block.corners(2)[i];
       if ((beyond[a] & beyond[b] & beyond[c]) != 0) continue;
       if (nbWithBits < count || (uncertain[a] | uncertain[b] | uncertain[c]) != 0) {
         float corner[3][3];

@@ -39,9 +39,9 @@ HWY_INLINE std::uint32_t boxesAbove(const float (&point)[3], const WideNode& nod
 HWY_INLINE void countHits(const RayFrame& frame, const Block& block, const SeenBlock& seen, Crossings& crossings) {
   for (std::uint32_t rest = seen.candidates; rest != 0; rest &= rest - 1) {
     const int i = int(hwy::Num0BitsBelowLS1Bit_Nonzero32(rest));
-    const SeenVertex p = seen.vertex(block.head->corner[0][i]);
-    const SeenVertex q = seen.vertex(block.head->corner[1][i]);
-    const SeenVertex r = seen.vertex(block.head->corner[2][i]);
+    const SeenVertex p = seen.vertex(block.corners(0)[i]);
+    const SeenVertex q = seen.vertex(block.corners(1)[i]);
+    const SeenVertex r = seen.vertex(block.corners(2)[i]);
     if ((seen.crossed >> i & 1) == 0 && !holdsOrigin(p, q, r)) continue;
     // Its depth, for triangles that are not all ahead.
     const bool isAhead = p.depth > 0 && q.depth > 0 && r.depth > 0;
