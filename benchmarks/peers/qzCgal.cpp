@@ -3,8 +3,13 @@
 #include <CGAL/AABB_traits.h>
 #include <CGAL/AABB_tree.h>
 #include <CGAL/AABB_triangle_primitive.h>
+#include <CGAL/Polygon_mesh_processing/orient_polygon_soup.h>
+#include <CGAL/Polygon_mesh_processing/polygon_soup_to_polygon_mesh.h>
+#include <CGAL/Side_of_triangle_mesh.h>
 #include <CGAL/Simple_cartesian.h>
+#include <CGAL/Surface_mesh.h>
 
+#include <array>
 #include <cmath>
 #include <iterator>
 #include <limits>
@@ -18,6 +23,7 @@ namespace {
 using tKernel = CGAL::Simple_cartesian<double>;
 using tTriangles = std::vector<tKernel::Triangle_3>;
 using tPrimitive = CGAL::AABB_triangle_primitive<tKernel, tTriangles::const_iterator>;
+using tSurface = CGAL::Surface_mesh<tKernel::Point_3>;
 using tCgalTree = CGAL::AABB_tree<CGAL::AABB_traits<tKernel, tPrimitive>>;
 
 tKernel::Point_3 point(const tVector& v) {
@@ -94,6 +100,39 @@ double qzCgal::countInBoxes(const std::vector<qzAxisBox>& boxes, std::vector<uns
         std::back_inserter(found));
     counts[i] = static_cast<unsigned>(found.size());
   }
+  return watch.getSeconds();
+}
+
+struct qzCgalSides::tSides {
+  tSurface mSurface;
+  std::unique_ptr<CGAL::Side_of_triangle_mesh<tSurface, tKernel>> mSide;
+};
+
+qzCgalSides::qzCgalSides(const qzScene& scene) : mScene(scene) {}
+
+qzCgalSides::~qzCgalSides() = default;
+
+void qzCgalSides::build() {
+  std::vector<tKernel::Point_3> points;
+  std::vector<std::array<std::size_t, 3>> triangles;
+  for (int i = 0; i < mScene.getNbVertices(); ++i)
+    points.push_back(point(mScene.mPositions[static_cast<std::size_t>(i)]));
+  for (int i = 0; i < mScene.getNbTriangles(); ++i) {
+    const int* const corners = mScene.getIndices() + 3 * i;
+    triangles.push_back({std::size_t(corners[0]), std::size_t(corners[1]), std::size_t(corners[2])});
+  }
+  // Vertices and edges that are not manifold become several, as this kind of mesh cannot have them.
+  CGAL::Polygon_mesh_processing::orient_polygon_soup(points, triangles);
+  mSides = std::make_unique<tSides>();
+  CGAL::Polygon_mesh_processing::polygon_soup_to_polygon_mesh(points, triangles, mSides->mSurface);
+  mSides->mSide = std::make_unique<CGAL::Side_of_triangle_mesh<tSurface, tKernel>>(mSides->mSurface);
+  (*mSides->mSide)(point(mScene.mCentre));  // builds the tree
+}
+
+double qzCgalSides::findContained(const std::vector<qzPlace>& places, std::vector<std::uint32_t>& answers) const {
+  const qzStopwatch watch;
+  for (std::size_t i = 0; i < answers.size(); ++i)
+    answers[i] = (*mSides->mSide)(tKernel::Point_3(places[i][0], places[i][1], places[i][2])) == CGAL::ON_BOUNDED_SIDE;
   return watch.getSeconds();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 // CGAL: AABB_tree in double precision.
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -32,6 +33,23 @@ class qzCgal {
  private:
   struct tTree;
   std::unique_ptr<tTree> mTree;
+};
+
+/// CGAL: Side_of_triangle_mesh over a Surface_mesh, in double precision.
+class qzCgalSides {
+ public:
+  explicit qzCgalSides(const qzScene& scene);
+  ~qzCgalSides();
+
+  static std::string getName() { return "CGAL"; }
+  void build();
+  /// Whether the mesh contains each of the first answers.size() places, 1 or 0; returns the seconds.
+  double findContained(const std::vector<qzPlace>& places, std::vector<std::uint32_t>& answers) const;
+
+ private:
+  struct tSides;
+  const qzScene& mScene;
+  std::unique_ptr<tSides> mSides;
 };
 
 }  // namespace qzBench

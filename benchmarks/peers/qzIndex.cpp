@@ -116,4 +116,25 @@ double qzIndex::countInBoxes(const std::vector<qzAxisBox>& boxes, std::vector<un
   return watch.getSeconds();
 }
 
+double qzIndex::findContained(const std::vector<qzPlace>& places, std::vector<std::uint32_t>& answers) const {
+  expectDefaultFloatMode();
+  const qzStopwatch watch;
+  for (std::size_t i = 0; i < answers.size(); ++i) answers[i] = mIndex->contains(places[i].data()) ? 1 : 0;
+  return watch.getSeconds();
+}
+
+double qzIndex::findWindingsEach(const std::vector<qzPlace>& places, std::vector<double>& answers) const {
+  expectDefaultFloatMode();
+  const qzStopwatch watch;
+  for (std::size_t i = 0; i < answers.size(); ++i) answers[i] = mIndex->windingNumber(places[i].data());
+  return watch.getSeconds();
+}
+
+double qzIndex::findWindings(const std::vector<qzPlace>& places, std::vector<double>& answers, int threads) const {
+  expectDefaultFloatMode();
+  const qzStopwatch watch;
+  mIndex->windingNumbers(reinterpret_cast<const float(*)[3]>(places.data()), answers.size(), answers.data(), threads);
+  return watch.getSeconds();
+}
+
 }  // namespace qzBench

@@ -42,6 +42,11 @@ class qzIndex {
   double occludeEach(const tRays& rays, std::vector<std::uint8_t>& answers) const;
   double occludeBatch(const tRays& rays, std::vector<std::uint8_t>& answers, int threads = 1) const;
 
+  /// Whether the mesh contains each of the first answers.size() places, 1 or 0, one call each; returns the seconds.
+  double findContained(const std::vector<qzPlace>& places, std::vector<std::uint32_t>& answers) const;
+  /// Winding numbers of the first answers.size() places, one call each or as a batch; return the seconds.
+  double findWindingsEach(const std::vector<qzPlace>& places, std::vector<double>& answers) const;
+  double findWindings(const std::vector<qzPlace>& places, std::vector<double>& answers, int threads = 1) const;
   /// Nearest points of the first answers.size() places, one call each or as a batch; return the seconds.
   double findNearestEach(const std::vector<qzPlace>& places, std::vector<qzMeshQueries::Nearest>& answers) const;
   double findNearestBatch(const std::vector<qzPlace>& places, std::vector<qzMeshQueries::Nearest>& answers,

@@ -37,6 +37,7 @@ const std::map<std::string, void (*)(const qzBench::qzScene&, const qzBench::qzS
      {"threads", qzBench::measureThreads},
      {"index-rays", qzBench::measureIndexRays},
      {"index-near", qzBench::measureIndexNear},
+     {"index-inside", qzBench::measureIndexInside},
      {"index-build", qzBench::measureIndexBuild},
      {"index-memory", qzBench::measureIndexMemory},
      {"index-threads", qzBench::measureIndexThreads}};
@@ -45,7 +46,8 @@ const std::map<std::string, void (*)(const qzBench::qzScene&, const qzBench::qzS
 const std::map<std::string, void (*)(const qzBench::qzSettings&, qzBench::qzReport&)> kOtherKinds = {
     {"plane", qzBench::measurePlane}, {"index-growth", qzBench::measureIndexGrowth}};
 
-const tNames kIndexKinds = {"index-rays", "index-near", "index-build", "index-memory", "index-threads", "index-growth"};
+const tNames kIndexKinds = {"index-rays",   "index-near",    "index-inside", "index-build",
+                            "index-memory", "index-threads", "index-growth"};
 
 /// The scenes of a run, and the measurements of each.
 using tPlan = std::vector<std::pair<std::string, tNames>>;
@@ -59,35 +61,37 @@ const tPlan kQuickPlan = {{"motorbike", {"build", "memory", "rays", "cancel"}},
 /// What takes a minute and says most about MeshIndex.
 const tPlan kIndexPlan = {{"motorbike", {"index-rays", "index-near", "index-build", "index-memory"}},
                           {"buildings", {"index-rays"}},
-                          {"dragon", {"index-rays", "index-near", "index-build"}},
+                          {"dragon", {"index-rays", "index-near", "index-inside", "index-build"}},
+                          {"dragon2", {"index-inside"}},
+                          {"terrain100k", {"index-inside"}},
                           {"terrain1M", {"index-rays", "index-threads"}}};
 
 /// Every measurement, on scenes that need no file.
 const tPlan kSmokePlan = {{"terrain10k",
                            {"build", "memory", "cancel", "rays", "sah", "hulls", "threads", "index-rays", "index-near",
-                            "index-build", "index-memory", "index-threads"}},
+                            "index-inside", "index-build", "index-memory", "index-threads"}},
                           {"soup10k", {"build", "rays"}},
-                          {"buildings10k", {"index-rays"}}};
+                          {"buildings10k", {"index-rays", "index-inside"}}};
 
 const tPlan kFullPlan = {{"motorbike",
                           {"build", "memory", "cancel", "rays", "sah", "hulls", "threads", "index-rays", "index-near",
-                           "index-build", "index-memory", "index-threads"}},
+                           "index-inside", "index-build", "index-memory", "index-threads"}},
                          {"buildings", {"index-rays", "index-near", "index-build", "index-memory", "index-threads"}},
                          {"dragon4", {"build", "rays"}},
                          {"dragon3", {"build", "rays", "hulls"}},
-                         {"dragon2", {"build", "rays"}},
+                         {"dragon2", {"build", "rays", "index-inside"}},
                          {"dragon",
                           {"build", "memory", "cancel", "rays", "sah", "hulls", "index-rays", "index-near",
-                           "index-build", "index-memory", "index-threads"}},
+                           "index-inside", "index-build", "index-memory", "index-threads"}},
                          {"terrain10k", {"build", "memory", "rays"}},
-                         {"terrain100k", {"build", "memory", "rays"}},
+                         {"terrain100k", {"build", "memory", "rays", "index-inside"}},
                          {"terrain1M",
                           {"build", "memory", "cancel", "rays", "sah", "threads", "index-rays", "index-near",
                            "index-build", "index-memory", "index-threads"}},
                          {"terrain10M", {"build", "memory", "rays", "index-rays", "index-build", "index-memory"}},
                          {"soup10k", {"build", "rays"}},
-                         {"soup100k", {"build", "rays"}},
-                         {"soup1M", {"build", "memory", "rays"}},
+                         {"soup100k", {"build", "rays", "index-inside"}},
+                         {"soup1M", {"build", "memory", "rays", "index-inside"}},
                          {"soup10M", {"build"}}};
 
 /// More rounds in small scenes, where runs are short, and fewer in large ones.

@@ -37,6 +37,10 @@ void measureIndexRays(const qzScene& scene, const qzSettings& settings, qzReport
 /// MeshIndex: nearest points one by one and in batches, against Embree and CGAL, and triangles in boxes, against CGAL.
 void measureIndexNear(const qzScene& scene, const qzSettings& settings, qzReport& report);
 
+/// MeshIndex: which points a closed mesh contains, against CGAL, and winding numbers of a mesh with a boundary, which a
+/// closed one gets by holes, against the sum over all triangles.
+void measureIndexInside(const qzScene& scene, const qzSettings& settings, qzReport& report);
+
 /// MeshIndex: builds of all qualities on one thread, against Embree.
 void measureIndexBuild(const qzScene& scene, const qzSettings& settings, qzReport& report);
 

@@ -12,6 +12,7 @@
 #include <qzMeshQueries/walk/RayWalk-inl.h>
 
 #include <algorithm>
+#include <cstring>
 
 HWY_BEFORE_NAMESPACE();
 namespace qzMeshQueries::detail::HWY_NAMESPACE {
@@ -35,18 +36,31 @@ HWY_INLINE std::uint32_t boxesAbove(const float (&point)[3], const WideNode& nod
   return result;
 }
 
-/// Counts the triangles of a block that a ray upwards hits.
-HWY_INLINE void countHits(const RayFrame& frame, const Block& block, const SeenBlock& seen, Crossings& crossings) {
+/// Counts the triangles of a block that rays upwards hit, from points above each other: seen is the block from one of
+/// them, images are those from all.
+HWY_INLINE void countHits(const RayFrame& frame, const Block& block, const SeenBlock& seen, const float (*points)[3],
+                          std::size_t count, Crossings* crossings) {
   for (std::uint32_t rest = seen.candidates; rest != 0; rest &= rest - 1) {
     const int i = int(hwy::Num0BitsBelowLS1Bit_Nonzero32(rest));
-    const SeenVertex p = seen.vertex(block.corners(0)[i]);
-    const SeenVertex q = seen.vertex(block.corners(1)[i]);
-    const SeenVertex r = seen.vertex(block.corners(2)[i]);
+    const int corners[3] = {block.corners(0)[i], block.corners(1)[i], block.corners(2)[i]};
+    SeenVertex p = seen.vertex(corners[0]), q = seen.vertex(corners[1]), r = seen.vertex(corners[2]);
     if ((seen.crossed >> i & 1) == 0 && !holdsOrigin(p, q, r)) continue;
-    // Its depth, for triangles that are not all ahead.
-    const bool isAhead = p.depth > 0 && q.depth > 0 && r.depth > 0;
-    if (!isAhead && !counts(frame, Faces::both, locate(frame, p, q, r))) continue;
-    ++(side(q, r) < 0 ? crossings.front : crossings.back);
+    const bool isFront = side(q, r) < 0;
+    const float* const row = block.row(2);
+    const float z[3] = {row[corners[0]], row[corners[1]], row[corners[2]]};
+    const float least = std::min(z[0], std::min(z[1], z[2])), greatest = std::max(z[0], std::max(z[1], z[2]));
+    for (std::size_t k = 0; k < count; ++k) {
+      const float from = points[k][2];
+      if (greatest < from) continue;
+      // Only a triangle that is neither ahead nor behind needs its depth.
+      if (least <= from) {
+        p.depth = z[0] - from;
+        q.depth = z[1] - from;
+        r.depth = z[2] - from;
+        if (!counts(frame, Faces::both, locate(frame, p, q, r))) continue;
+      }
+      ++(isFront ? crossings[k].front : crossings[k].back);
+    }
   }
 }
 
@@ -65,6 +79,7 @@ struct WindingVisits {
 };
 
 inline Crossings crossingsAbove(const WideTree& tree, const float point[3]) {
+  const float points[1][3] = {{point[0], point[1], point[2]}};
   RayFrame frame;
   Crossings crossings;
   if (tree.nodes.size() == 0 || !makeWindingFrame(point, frame)) return crossings;
@@ -79,22 +94,26 @@ inline Crossings crossingsAbove(const WideTree& tree, const float point[3]) {
       const Block block = tree.block(child);
       SeenBlock seen;
       seeBlock(frame, block, seen);
-      countHits(frame, block, seen, crossings);
+      countHits(frame, block, seen, points, 1, &crossings);
     }
   }
   return crossings;
 }
 
 /// The same for many points, some of them in turns: each goes one node or block further, while memory loads the others'.
+/// Points above each other, as in the columns of a grid, go together.
 inline void crossingsAboveMany(const WideTree& tree, const float (*points)[3], std::size_t count, Crossings* out) {
   std::fill(out, out + count, Crossings());
   if (tree.nodes.size() == 0) return;
   struct Flying {
-    RayFrame frame;
+    RayFrame frame;  // of the lowest point
+    const float (*points)[3];
     Crossings* crossings;
+    std::size_t count;
     WindingVisits visits;
   };
   constexpr int kPoints = 16;
+  constexpr std::size_t kMostTogether = 64;
   Flying flying[kPoints];
   // Those before a node, those before a block; of this turn, of the next.
   Flying *beforeNode[2][kPoints], *beforeBlock[2][kPoints];
@@ -103,7 +122,17 @@ inline void crossingsAboveMany(const WideTree& tree, const float (*points)[3], s
   const auto start = [&](Flying& point) HWY_ATTR {
     for (; next < count; ++next) {
       if (!makeWindingFrame(points[next], point.frame)) continue;
-      point.crossings = out + next++;
+      point.points = points + next;
+      point.crossings = out + next;
+      point.count = 1;
+      while (point.count < kMostTogether && next + point.count < count) {
+        const float* const other = points[next + point.count];
+        RayFrame above;
+        if (std::memcmp(other, points[next], 2 * sizeof(float)) != 0 || !makeWindingFrame(other, above)) break;
+        point.frame.origin[2] = std::min(point.frame.origin[2], other[2]);
+        ++point.count;
+      }
+      next += point.count;
       point.visits.stack[0] = 0;
       point.visits.size = 1;
       return true;
@@ -133,7 +162,7 @@ inline void crossingsAboveMany(const WideTree& tree, const float (*points)[3], s
       const Block block = tree.block(point->visits.stack[--point->visits.size]);
       SeenBlock seen;
       seeBlock(point->frame, block, seen);
-      countHits(point->frame, block, seen, *point->crossings);
+      countHits(point->frame, block, seen, point->points, point->count, point->crossings);
       goOn(point);
     }
     nbNodes = nbNextNodes;

@@ -57,6 +57,37 @@ TEST_CASE("batches of points of every size, on any number of threads, answer as 
   }
 }
 
+TEST_CASE("points above each other, in columns of any length, answer as single questions") {
+  for (const QueryMesh& mesh : someMeshes()) {
+    Random random(1606);
+    QueryPoints source(mesh, 1607);
+    PointList points;
+    for (int column = 0; column < 80; ++column) {
+      std::array<float, 3> point = column % 2 == 0 ? source.around(1.0f) : source.inLine();
+      if (column % 20 == 5) point[1] = kNaN;
+      for (std::uint32_t k = random.below(column % 8 == 0 ? 200 : 20); k > 0; --k) {
+        point[2] = source.around()[2];
+        if (random.below(4) == 0) point[2] = source.onMesh()[2];  // at the height of a vertex, mostly
+        if (random.below(16) == 0) point[2] = random.anyFloat();
+        points.add(point);
+        if (random.below(16) == 0) points.add(point);
+      }
+    }
+    const MeshIndex index(mesh.view());
+    for (const std::string& name : qzMeshQueries::detail::instructionSets()) {
+      const UsedInstructionSet used(name);
+      std::vector<double> windings(points.size());
+      index.windingNumbers(points.data(), points.size(), windings.data(), 1);
+      int nbWrong = 0;
+      for (std::size_t i = 0; i < points.size(); ++i)
+        nbWrong += !sameBits(windings[i], index.windingNumber(points[i].data()));
+      INFO(mesh.name, ", ", name, ", ", points.size(), " points");
+      CHECK(points.size() > 1000);
+      CHECK(nbWrong == 0);
+    }
+  }
+}
+
 TEST_CASE("signed distances of more points than are kept at a time are those of single questions") {
   const QueryMesh mesh = withoutEnd(cubeMesh(), 2);
   const MeshIndex index(mesh.view());
