@@ -1,10 +1,11 @@
 # cmake -DWORK=... -P: installs the foreign family, builds and installs the libraries for it with its adapter, builds a
-# program of the family on top and runs it. Compiled with -O1, which is enough to show that members and results fit.
+# program of the family on top and runs it. Compiled with -O1 and for one instruction set, which is enough to show that
+# members and results fit.
 include(${CMAKE_CURRENT_LIST_DIR}/qzNested.cmake)
 set(foreign ${CMAKE_CURRENT_LIST_DIR}/foreign)
 
 file(REMOVE_RECURSE ${WORK}/prefix)
-set(quickly -DCMAKE_CXX_FLAGS_RELEASE=-O1)
+set(quickly "-DCMAKE_CXX_FLAGS_RELEASE=-O1 -DHWY_COMPILE_ONLY_STATIC")
 qz_configure(${foreign}/platform ${WORK}/siblings ${quickly} -DCMAKE_INSTALL_PREFIX=${WORK}/prefix -DCMAKE_INSTALL_LIBDIR=lib)
 qz_build(${WORK}/siblings)
 qz_run(${CMAKE_COMMAND} --install ${WORK}/siblings)
