@@ -159,8 +159,8 @@ HWY_INLINE void seeNearBlock(const NearBounds& bounds, const Block& block, NearB
       return Three<V>{pick(front.x, back.x), pick(front.y, back.y), pick(front.z, back.z)};
 #else
       const auto indices = hn::IndicesFromVec(d, numbers);
-      const auto pick = [&](V v) HWY_ATTR { return hn::TableLookupLanes(v, indices); };
-      return Three<V>{pick(front.x), pick(front.y), pick(front.z)};
+      return Three<V>{hn::TableLookupLanes(front.x, indices), hn::TableLookupLanes(front.y, indices),
+                      hn::TableLookupLanes(front.z, indices)};
 #endif
     };
     seeTriangles(d, corner(0), corner(1), corner(2), seen, first);
@@ -174,9 +174,11 @@ HWY_INLINE void seeNearBlock(const NearBounds& bounds, const Block& block, NearB
     hn::Store(some.y, d, vertices[1] + first);
     hn::Store(some.z, d, vertices[2] + first);
   }
-  for (int which = 0; which < 3; ++which)
+  for (int which = 0; which < 3; ++which) {
+    const std::uint8_t* const numbers = block.corners(which);
     for (int i = 0; i < nbTriangles; ++i)
-      for (int axis = 0; axis < 3; ++axis) corners[which][axis][i] = vertices[axis][block.corners(which)[i]];
+      for (int axis = 0; axis < 3; ++axis) corners[which][axis][i] = vertices[axis][numbers[i]];
+  }
   const auto corner = [&](int which, int first) HWY_ATTR {
     return Three<V>{hn::Load(d, corners[which][0] + first), hn::Load(d, corners[which][1] + first),
                     hn::Load(d, corners[which][2] + first)};
