@@ -133,8 +133,10 @@ Nearest MeshIndex::nearest(const float point[3], float maxDistance) const {
 
 void MeshIndex::trianglesInBox(const float min[3], const float max[3], std::vector<std::uint32_t>& numbers) const {
   numbers.clear();
+  if (!mContent) return;
+  const qzDetail::tFloatMode mode;
   detail::RegionBox box;
-  if (!mContent || !detail::makeRegionBox(min, max, box)) return;
+  if (!detail::makeRegionBox(min, max, box)) return;
   mContent->list(numbers, [&](const detail::NearWalks& walks) { walks.findInBox(mContent->tree, box, numbers); });
 }
 

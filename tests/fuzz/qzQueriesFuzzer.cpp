@@ -1,5 +1,5 @@
-// Meshes of any floats and rays of any floats for a MeshIndex: refused as documented, or every answer as in the plain
-// form, one by one and in batches, with each instruction set.
+// Meshes of any floats, and rays, points and regions of any floats for a MeshIndex: refused as documented, or every answer
+// as in the plain form, one by one and in batches, with each instruction set.
 
 #include <qzMeshQueries/MeshIndex.h>
 #include <qzMeshQueries/walk/Walks.h>
@@ -11,6 +11,7 @@
 #include "fuzz/qzFuzzCheck.h"
 #include "fuzz/qzFuzzInput.h"
 #include "plain/qzPlainEdges.h"
+#include "support/scenes/qzNearChecks.h"
 #include "support/scenes/qzQueryChecks.h"
 
 namespace {
@@ -77,6 +78,25 @@ Ray rayOf(Input& input, const QueryMesh& mesh) {
   return ray;
 }
 
+/// Regions of any floats around a point, or around a vertex of the mesh.
+qzTest::NearQuestion nearQuestionOf(Input& input, const QueryMesh& mesh) {
+  qzTest::NearQuestion question;
+  const std::uint8_t kind = input.byte();
+  const qzFuzz::Point point = input.point();
+  const float size = kind % 16 == 0 ? input.number() : std::ldexp(1.0f, kind % 16 - 8);
+  for (std::size_t i = 0; i < 3; ++i) {
+    const bool isAtVertex = kind / 16 % 2 == 0 && mesh.triangleCount() > 0;
+    question.point[i] = isAtVertex ? mesh.corner(kind / 32 % mesh.triangleCount(), 0)[i] : point[static_cast<int>(i)];
+    question.min[i] = question.point[i] - (kind / 64 % 2 == 0 ? size : 0.0f);
+    question.max[i] = question.point[i] + size;
+  }
+  question.distance = kind / 128 == 0 ? qzTest::kInf : size;
+  if (kind % 32 == 31)
+    for (const qzFuzz::Plane& plane : input.planes(6))
+      question.planes.push_back({plane[0], plane[1], plane[2], plane[3]});
+  return question;
+}
+
 void expectNone(const std::string& instructionSet, const std::string& wrong) {
   if (!wrong.empty()) fail(instructionSet + ": " + wrong);
 }
@@ -103,6 +123,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (index.isClosed() != qzPlain::isClosed(mesh.view())) fail("isClosed");
 
   const qzPlain::tRayQueries plain(mesh.view(), options.firstTriangle);
+  const qzPlain::tNearQueries plainNear(mesh.view(), options.firstTriangle);
+  std::vector<qzTest::Place> points;
+  std::vector<Nearest> nearest;
   std::vector<Ray> rays;
   std::vector<qzTest::RayAnswers> expected;
   RayOptions common;
@@ -117,6 +140,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       detail::useInstructionSet(name);
       expectNone(name, qzTest::wrongAnswer(index, answers, ray, own));
     }
+    const qzTest::NearQuestion question = nearQuestionOf(input, mesh);
+    const qzTest::NearAnswers near = qzTest::nearAnswersOf(plainNear, question);
+    points.push_back(question.point);
+    nearest.push_back(plainNear.nearest(question.point.data()));
+    for (const std::string& name : detail::instructionSets()) {
+      detail::useInstructionSet(name);
+      expectNone(name, qzTest::wrongAnswer(index, near, question));
+    }
     // Several of the same, with other origins, look like a picture.
     for (int copies = skip % 64 == 63 ? 40 : 1; copies > 0; --copies) {
       rays.push_back(ray);
@@ -127,6 +158,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (const std::string& name : detail::instructionSets()) {
     detail::useInstructionSet(name);
     expectNone(name, qzTest::wrongBatch(index, expected, rays, common, 1));
+    expectNone(name, qzTest::wrongBatch(index, nearest, points, qzTest::kInf, 1));
   }
   return 0;
 }

@@ -10,6 +10,7 @@
 #include <optional>
 
 #include "support/qzRefusals.h"
+#include "support/scenes/qzNearChecks.h"
 #include "support/scenes/qzQueryChecks.h"
 
 using namespace qzMeshQueries;
@@ -173,6 +174,7 @@ TEST_CASE("single questions without lists allocate nothing") {
       nbHits += static_cast<bool>(index.closestHit(ray));
       nbHits += index.anyHit(ray);
       nbHits += index.crossings(ray).front;
+      nbHits += static_cast<bool>(index.nearest(ray.origin));
       nbHits += index.windingNumber(ray.origin) > 0.1;
       nbHits += index.contains(ray.origin);
       nbHits += index.signedDistance(ray.origin) < 0.0f;
@@ -246,4 +248,39 @@ TEST_CASE("batches of points without memory throw, and the next ones give all an
     nbWrong += !sameBits(windings[i], index.windingNumber(points[i])) ||
                !sameBits(distances[i], index.signedDistance(points[i]));
   CHECK(nbWrong == 0);
+}
+
+TEST_CASE("lists of triangles without memory throw, and the next ones are whole") {
+  const QueryMesh mesh = queryMeshOf("terrain", terrainMesh(20, 1513));
+  const MeshIndex index(mesh.view(), optionsOf(Quality::good));
+  const qzPlain::tNearQueries plain(mesh.view());
+  NearQuestions questions(mesh, 1514);
+  NearQuestion question = questions.any();
+  for (NearAnswers expected;; question = questions.any()) {
+    expected = nearAnswersOf(plain, question);
+    if (expected.inBox.size() < 300 || expected.inSphere.size() < 300 || expected.inRegion.size() < 300) continue;
+    const std::uint64_t nbRefused = refuseEachInTurn([&](const Refusal& refusal) {
+      const bool isRefused = refusal.strikes([&] { nearAnswersOf(index, question); });
+      CHECK(wrongAnswer(index, expected, question) == "");
+      return isRefused;
+    });
+    CHECK(nbRefused >= 6);
+    break;
+  }
+}
+
+TEST_CASE("a batch of nearest points without memory throws, and the next one is whole") {
+  const QueryMesh mesh = queryMeshOf("terrain", terrainMesh(6, 1515));
+  const MeshIndex index(mesh.view(), optionsOf(Quality::good));
+  const qzPlain::tNearQueries plain(mesh.view());
+  const std::vector<Place> points = NearQuestions(mesh, 1516).grid(9);
+  std::vector<Nearest> expected, nearest(points.size());
+  for (const Place& point : points) expected.push_back(plain.nearest(point.data()));
+  const std::uint64_t nbRefused = refuseEachInTurn([&](const Refusal& refusal) {
+    return refusal.strikes([&] {
+      index.nearests(reinterpret_cast<const float(*)[3]>(points.data()), points.size(), nearest.data(), kInf, 1);
+    });
+  });
+  CHECK(nbRefused >= 2);
+  CHECK(wrongBatch(index, expected, points, kInf, 1) == "");
 }

@@ -85,3 +85,31 @@ TEST_CASE("what is near has the answers of the plain form on meshes of thousands
   checkAll(queryMeshOf("soup", soupMesh(4000, 1303)), 150, 1304);
   checkAll(queryMeshOf("awkward", awkwardMesh(4000, 1305)), 150, 1306);
 }
+
+TEST_CASE("the caller's floating-point mode changes nothing of what is near, and is kept") {
+  const QueryMesh mesh = joined("", transformed(starMesh(1, 1401), 1e-40f, 0.0f, 0.0f, 0.0f), starMesh(1, 1402));
+  const std::vector<Asked> asked = questionsOn(mesh, 200, 1403);
+  const qzPlain::tNearQueries plain(mesh.view());
+  std::vector<Place> points;
+  std::vector<Nearest> expected;
+  for (const Asked& one : asked) {
+    points.push_back(one.question.point);
+    expected.push_back(plain.nearest(points.back().data()));
+  }
+  const MeshIndex index(mesh.view());
+  for (const CallersFloatMode::Mode mode : CallersFloatMode::kModes) {
+    std::string wrong, wrongOfMany;
+    bool isKept;
+    {
+      const CallersFloatMode callers(mode);
+      for (const Asked& one : asked)
+        if (wrong.empty()) wrong = wrongAnswer(index, one.expected, one.question);
+      wrongOfMany = wrongBatch(index, expected, points);
+      isKept = callers.isKept();
+    }
+    INFO("mode ", static_cast<unsigned int>(mode));
+    CHECK(wrong == "");
+    CHECK(wrongOfMany == "");
+    CHECK(isKept);
+  }
+}
