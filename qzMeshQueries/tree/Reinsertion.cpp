@@ -22,10 +22,23 @@ struct Move {
   float gain = 0;  // by which the sum of the areas of all inner nodes falls
 };
 
+// Polls from loops over nodes, now and then.
+class NodePolls {
+ public:
+  explicit NodePolls(BuildWatch& watch) : mWatch(watch) {}
+  void operator()() {
+    if (++mCount % (std::uint32_t(1) << 16) == 0) mWatch.done(0);
+  }
+
+ private:
+  BuildWatch& mWatch;
+  std::uint32_t mCount = 0;
+};
+
 // All nodes in one array; the root is node 0, siblings stand together, the left one at an odd number.
 class Optimizer {
  public:
-  Optimizer(const BinaryTree& tree, float extent) : mArea(extent) {
+  Optimizer(const BinaryTree& tree, float extent, BuildWatch& watch) : mArea(extent) {
     std::size_t size = tree.top.size();
     std::vector<std::size_t> starts(tree.parts.size());
     for (std::size_t i = 0; i < tree.parts.size(); ++i) {
@@ -45,6 +58,7 @@ class Optimizer {
     forEach(tree.parts.size(), [&](std::size_t i) {
       for (std::size_t k = 1; k < tree.parts[i].size; ++k)
         put(starts[i] + k - 1, tree.parts[i].nodes[k], starts[i] - 1);
+      watch.done(0);
     });
   }
 
@@ -52,7 +66,8 @@ class Optimizer {
   const BinaryNode& node(std::uint32_t number) const { return mNodes[number]; }
 
   void pass(BuildWatch& watch) {
-    const std::vector<std::uint32_t> largest = largestNodes();
+    NodePolls poll(watch);
+    const std::vector<std::uint32_t> largest = largestNodes(poll);
     std::vector<Move> moves(largest.size());
     const double perNode = double(mNodes[0].count) / double(largest.size() + 1);
     constexpr std::size_t kNodesPerPoll = 64;
@@ -63,10 +78,13 @@ class Optimizer {
     });
     moves.erase(std::remove_if(moves.begin(), moves.end(), [](const Move& move) { return move.target == kNowhere; }),
                 moves.end());
-    std::sort(moves.begin(), moves.end(),
-              [](const Move& p, const Move& q) { return p.gain != q.gain ? p.gain > q.gain : p.node < q.node; });
+    std::sort(moves.begin(), moves.end(), [&](const Move& p, const Move& q) {
+      poll();
+      return p.gain != q.gain ? p.gain > q.gain : p.node < q.node;
+    });
     std::vector<bool> isTouched(mNodes.size());
     for (const Move& move : moves) {
+      poll();
       // A move counts on these being as they were.
       const std::uint32_t involved[] = {move.node, siblingOf(move.node), mParents[move.node], move.target,
                                         move.target == 0 ? 0 : mParents[move.target]};
@@ -77,10 +95,11 @@ class Optimizer {
     }
   }
 
-  int nbLevels(std::uint32_t number = 0, int level = 1) const {
+  int nbLevels(NodePolls& poll, std::uint32_t number = 0, int level = 1) const {
+    poll();
     if (level > kMaxBinaryLevels || !mNodes[number].isInner()) return level;
     const std::uint32_t left = mNodes[number].leftChild();
-    return std::max(nbLevels(left, level + 1), nbLevels(left + 1, level + 1));
+    return std::max(nbLevels(poll, left, level + 1), nbLevels(poll, left + 1, level + 1));
   }
 
  private:
@@ -97,22 +116,25 @@ class Optimizer {
   float areaOf(std::uint32_t number) const { return mArea.of(mNodes[number].lanes()); }
 
   // Those that have a grandparent, by area.
-  std::vector<std::uint32_t> largestNodes() const {
+  std::vector<std::uint32_t> largestNodes(NodePolls& poll) const {
     struct Candidate {
       float area;
       std::uint32_t number;
-      bool operator<(const Candidate& other) const {
-        return area != other.area ? area > other.area : number < other.number;
-      }
+    };
+    const auto isBefore = [&](const Candidate& p, const Candidate& q) {
+      poll();
+      return p.area != q.area ? p.area > q.area : p.number < q.number;
     };
     std::vector<Candidate> all;
     all.reserve(mNodes.size());
-    for (std::uint32_t i = 1; i < nbNodes(); ++i)
+    for (std::uint32_t i = 1; i < nbNodes(); ++i) {
+      poll();
       if (mParents[i] != 0) all.push_back({areaOf(i), i});
+    }
     const std::size_t count = std::min(all.size(), std::size_t(1 + kReinsertionShare * double(all.size())));
-    std::nth_element(all.begin(), all.begin() + std::ptrdiff_t(count), all.end());
+    std::nth_element(all.begin(), all.begin() + std::ptrdiff_t(count), all.end(), isBefore);
     all.resize(count);
-    std::sort(all.begin(), all.end());
+    std::sort(all.begin(), all.end(), isBefore);
     std::vector<std::uint32_t> numbers;
     for (const Candidate& candidate : all) numbers.push_back(candidate.number);
     return numbers;
@@ -273,9 +295,10 @@ class Divider {
 }  // namespace
 
 BinaryTree reinsert(BinaryTree tree, float extent, BuildWatch& watch, const OnPart& onPart) {
-  Optimizer optimizer(tree, extent);
+  Optimizer optimizer(tree, extent, watch);
   for (int i = 0; i < kReinsertionPasses; ++i) optimizer.pass(watch);
-  if (optimizer.nbLevels() > kMaxBinaryLevels) {
+  NodePolls poll(watch);
+  if (optimizer.nbLevels(poll) > kMaxBinaryLevels) {
     forEach(tree.parts.size(), [&](std::size_t i) {
       onPart(tree, tree.parts[i]);
       watch.done(tree.parts[i].end - tree.parts[i].begin);
