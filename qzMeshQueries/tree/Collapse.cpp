@@ -1,8 +1,9 @@
 #include <qzMeshQueries/tree/Collapse.h>
 
 #include <qzCommonAddOns/qzDetail/base/qzFloatMode.h>
+#include <qzMeshQueries/tree/BlockContent.h>
 #include <qzMeshQueries/tree/NodeArea.h>
-#include <tbb/parallel_for.h>
+#include <qzMeshQueries/tree/Threads.h>
 
 #include <algorithm>
 #include <cstring>
@@ -18,12 +19,8 @@ namespace {
 // Times of a visit, in units of each other.
 constexpr float kNodeCost = 1.0f, kBlockCost = 1.2f;
 
-// Any so many triangles have at most kMaxBlockVertices vertices.
-constexpr std::uint32_t kAlwaysFit = kMaxBlockVertices / 3;
-
 // What is known of a node's place in the wide tree: for i = 2 to 16, how many of at most i roots go to the left child, or
-// 0 if one root is as good; and whether that one is a block, and of how many vertices if it has more than kAlwaysFit
-// triangles.
+// 0 if one root is as good; and whether that one is a block, and of how many vertices.
 //
 //     bit 0          i = 2           bit 1   whether it is a block
 //     bits 4 to 7    i = 3   ...     bits 56 to 59   i = 16       bits 60 to 63   number of vertices - 1
@@ -116,6 +113,7 @@ class PartChooser {
       choose(node.leftChild() + 1, right);
       detail::choose(area, fitsBlock(number, made), left, right, forest, made);
     } else {
+      fitsBlock(number, made);
       made.setBlock();
       forest.size = 1;
       forest.cost[0] = area * kBlockCost;
@@ -124,14 +122,12 @@ class PartChooser {
   }
 
  private:
-  // Notes the number of vertices where it had to be found.
+  // Notes the number of vertices of what fits.
   bool fitsBlock(std::uint32_t number, Choice& made) const {
-    const std::uint32_t count = mPart.nodes[number].count;
-    if (count <= kAlwaysFit) return true;
-    if (count > std::uint32_t(kMaxBlockTriangles)) return false;
-    const BlockContent content = mCorners.contentOf(mPart.nodes, number);
-    if (!content.fits()) return false;
-    made.setNbVertices(content.nbVertices());
+    if (mPart.nodes[number].count > std::uint32_t(kMaxBlockTriangles)) return false;
+    const int nbVertices = mCorners.rangeOf(mPart.nodes, number).nbVertices();
+    if (nbVertices > kMaxBlockVertices) return false;
+    made.setNbVertices(nbVertices);
     return true;
   }
 
@@ -226,7 +222,6 @@ void clearLanes(WideNode& node, int first) {
 
 // Counts what a part will need.
 struct Counter {
-  const Corners& corners;
   const BinaryPart& part;
   Places places;
 
@@ -237,8 +232,7 @@ struct Counter {
   WideNode* begin(std::uint32_t, int) { return nullptr; }
   std::uint32_t block(std::uint32_t number) {
     const std::uint32_t nbTriangles = part.nodes[number].count;
-    const int nbVertices = nbTriangles > kAlwaysFit ? Choice(part.choices[number]).nbVertices()
-                                                    : corners.contentOf(part.nodes, number).nbVertices();
+    const int nbVertices = Choice(part.choices[number]).nbVertices();
     ++places.blocks;
     places.blockBytes += blockSize(nbTriangles, std::size_t(nbVertices));
     places.vertices += std::size_t(nbVertices);
@@ -260,7 +254,7 @@ struct Writer {
     return &node;
   }
   std::uint32_t block(std::uint32_t number) {
-    const BlockContent content = corners.contentOf(part.nodes, number);
+    const BlockContent content(corners.rangeOf(part.nodes, number));
     content.write(mesh, &wide.blocks[places.blockBytes], &wide.vertexNumbers[places.vertices],
                   std::uint32_t(places.vertices));
     const auto place = std::uint32_t(places.blockBytes / kBlockUnit);
@@ -355,20 +349,6 @@ class TopCollapse {
 
 }  // namespace
 
-void Corners::read(const Mesh& mesh, const BinaryTree& tree, const BinaryPart& part) {
-  mTriangles = &tree.order[part.begin];
-  mBegin = part.begin;
-  for (std::size_t i = 0; i < part.end - part.begin; ++i)
-    std::memcpy(&mVertices[3 * i], mesh.triangles + 3 * std::size_t(mTriangles[i]), 3 * sizeof(std::uint32_t));
-}
-
-BlockContent Corners::contentOf(const BinaryNode* nodes, std::uint32_t number) const {
-  std::uint32_t leaf = number;
-  while (nodes[leaf].isInner()) leaf = nodes[leaf].leftChild();
-  const std::size_t first = nodes[leaf].first - mBegin;
-  return {mTriangles + first, &mVertices[3 * first], nodes[number].count};
-}
-
 void Collapse::choose(const BinaryTree& tree, BinaryPart& part) {
   Corners& corners = mCorners.local();
   corners.read(mMesh, tree, part);
@@ -379,19 +359,17 @@ WideTree Collapse::write(BinaryTree& tree, BuildWatch& watch) {
   const TopCollapse top(tree, mExtent);
   const std::vector<TopCollapse::Share>& shares = top.shares();
   const auto forEachShare = [&](const auto& work) {
-    tbb::parallel_for(std::size_t(0), shares.size(), [&](std::size_t i) {
+    forEach(shares.size(), [&](std::size_t i) {
       const tFloatMode mode;
       const BinaryPart& part = tree.parts[shares[i].part];
-      Corners& corners = mCorners.local();
-      corners.read(mMesh, tree, part);
-      work(i, shares[i], part, corners);
+      work(i, shares[i], part);
       watch.done(part.end - part.begin);
     });
   };
 
   std::vector<Places> places(shares.size());
-  forEachShare([&](std::size_t i, const TopCollapse::Share& share, const BinaryPart& part, const Corners& corners) {
-    Counter counter{corners, part, {}};
+  forEachShare([&](std::size_t i, const TopCollapse::Share& share, const BinaryPart& part) {
+    Counter counter{part, {}};
     PartWalk<Counter>(part, counter).walk(share.roots, nullptr, 0);
     places[i] = counter.places;
   });
@@ -412,7 +390,9 @@ WideTree Collapse::write(BinaryTree& tree, BuildWatch& watch) {
   wide.blockCount = all.blocks;
   std::memset(&wide.blocks[all.blockBytes], 0, kBlockSlack);
   top.write(wide.nodes.data());
-  forEachShare([&](std::size_t i, const TopCollapse::Share& share, const BinaryPart& part, const Corners& corners) {
+  forEachShare([&](std::size_t i, const TopCollapse::Share& share, const BinaryPart& part) {
+    Corners& corners = mCorners.local();
+    corners.read(mMesh, tree, part);
     Writer writer{mMesh, corners, part, wide, places[i]};
     PartWalk<Writer>(part, writer).walk(share.roots, &wide.nodes[share.node], share.lane);
   });

@@ -8,29 +8,12 @@
 
 #include <qzMeshQueries/MeshTypes.h>
 #include <qzMeshQueries/tree/BinaryTree.h>
-#include <qzMeshQueries/tree/BlockContent.h>
 #include <qzMeshQueries/tree/BuildWatch.h>
+#include <qzMeshQueries/tree/Corners.h>
 #include <qzMeshQueries/tree/WideTree.h>
 #include <tbb/enumerable_thread_specific.h>
 
 namespace qzMeshQueries::detail {
-
-/// The corners of a part's triangles, three of each, in the order of the part. Reading them at once lets many cache misses
-/// overlap.
-class Corners {
- public:
-  Corners() : mVertices(3 * std::size_t(kMaxPartTriangles)) {}
-
-  void read(const Mesh& mesh, const BinaryTree& tree, const BinaryPart& part);
-
-  /// The triangles of a subtree of at most kMaxBlockTriangles. They stand together.
-  BlockContent contentOf(const BinaryNode* nodes, std::uint32_t number) const;
-
- private:
-  AlignedArray<std::uint32_t> mVertices;
-  const std::uint32_t* mTriangles = nullptr;
-  std::uint32_t mBegin = 0;
-};
 
 class Collapse {
  public:

@@ -32,14 +32,5 @@ QZ_ALWAYS_INLINE int lowestBit(int value) {
   return __builtin_ctz(static_cast<unsigned int>(value));
 #endif
 }
-QZ_ALWAYS_INLINE int lowestBit(std::uint64_t value) {
-#if defined(_MSC_VER)
-  unsigned long bit;
-  _BitScanForward64(&bit, value);
-  return static_cast<int>(bit);
-#else
-  return __builtin_ctzll(value);
-#endif
-}
 
 }  // namespace qzDetail
