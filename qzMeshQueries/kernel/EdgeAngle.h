@@ -134,7 +134,7 @@ inline double argument(double re, double im) {
 /// Edges are summed in so many sums: edge i of the boundary's order in sum i modulo kTurnings. joinTurnings adds them up.
 inline constexpr int kTurnings = 16;
 
-inline Turning joinTurnings(Turning (&sums)[kTurnings]) {
+QZ_ALWAYS_INLINE Turning joinTurnings(Turning (&sums)[kTurnings]) {
   for (int half = kTurnings / 2; half > 0; half /= 2)
     for (int i = 0; i < half; ++i) add(sums[i], {sums[i + half].re, sums[i + half].im, sums[i + half].turns});
   return sums[0];

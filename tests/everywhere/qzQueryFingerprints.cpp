@@ -11,6 +11,7 @@
 #include <qzMeshQueries/walk/Walks.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <stdexcept>
@@ -106,6 +107,7 @@ class Taker {
     askAll("edge", edgeRays(mScene, mCount));
     askAll("axis", axisRays(mScene, mCount));
     askAll("picture", pictureRays());
+    askInside();
     return mResult;
   }
 
@@ -192,6 +194,57 @@ class Taker {
     note(part, first);
     mResult.nbRays += rays.size();
     return first;
+  }
+
+  /// Points around the scene, and in line with its vertices.
+  std::vector<std::array<float, 3>> insidePoints() const {
+    const qzDetail::tFloatMode mode;
+    constexpr std::size_t kCount = 200;
+    Random random(4001);
+    std::vector<std::array<float, 3>> points;
+    while (points.size() < kCount) {
+      std::array<float, 3> point;
+      for (std::size_t axis = 0; axis < 3; ++axis) {
+        const float min = mScene.min[axis], max = mScene.max[axis];
+        point[axis] = min + (1.25f * random.unit() - 0.125f) * (max - min);
+      }
+      if (points.size() % 2 == 1 && !mTriangles.empty()) {
+        const std::size_t corner = random.below(static_cast<std::uint32_t>(mTriangles.size()));
+        for (std::size_t axis = 0; axis < 3; ++axis)
+          if (axis != points.size() / 2 % 3) point[axis] = mVertices[3 * corner + axis];
+      }
+      points.push_back(point);
+    }
+    return points;
+  }
+
+  void askInside() {
+    const std::vector<std::array<float, 3>> list = insidePoints();
+    const auto points = reinterpret_cast<const float(*)[3]>(list.data());
+    std::vector<double> first;
+    std::vector<float> firstDistances;
+    for (const std::string& name : qzMeshQueries::detail::instructionSets()) {
+      qzMeshQueries::detail::useInstructionSet(name);
+      for (const MeshIndex& index : mIndices) {
+        std::vector<double> windings(list.size());
+        std::vector<float> distances(list.size());
+        index.windingNumbers(points, list.size(), windings.data(), mNbThreads);
+        index.signedDistances(points, list.size(), distances.data(), mNbThreads);
+        if (first.empty()) {
+          first = windings;
+          firstDistances = distances;
+        }
+        if (!sameBytes(windings, first) || !sameBytes(distances, firstDistances))
+          throw std::runtime_error(mScene.name + ", inside, " + name);
+      }
+    }
+    Hash hash;
+    for (std::size_t i = 0; i < list.size(); ++i) {
+      std::uint64_t bits;
+      std::memcpy(&bits, &first[i], sizeof bits);
+      hash.addAll(static_cast<std::uint32_t>(bits), static_cast<std::uint32_t>(bits >> 32), firstDistances[i]);
+    }
+    mResult.fingerprints.push_back({"inside-" + std::to_string(list.size()), hash.value()});
   }
 
   void note(const std::string& part, const Answers& answers) {
