@@ -11,6 +11,7 @@
 #include "fuzz/qzFuzzCheck.h"
 #include "fuzz/qzFuzzInput.h"
 #include "plain/qzPlainEdges.h"
+#include "plain/qzPlainWinding.h"
 #include "support/scenes/qzNearChecks.h"
 #include "support/scenes/qzQueryChecks.h"
 
@@ -125,7 +126,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const qzPlain::tRayQueries plain(mesh.view(), options.firstTriangle);
   const qzPlain::tNearQueries plainNear(mesh.view(), options.firstTriangle);
   std::vector<qzTest::Place> points;
+  const qzPlain::tWinding plainWinding(mesh.view());
   std::vector<Nearest> nearest;
+  std::vector<double> windings;
   std::vector<Ray> rays;
   std::vector<qzTest::RayAnswers> expected;
   RayOptions common;
@@ -148,6 +151,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       detail::useInstructionSet(name);
       expectNone(name, qzTest::wrongAnswer(index, near, question));
     }
+    const float* const point = question.point.data();
+    windings.push_back(plainWinding.windingNumber(point));
+    for (const std::string& name : detail::instructionSets()) {
+      detail::useInstructionSet(name);
+      if (!qzTest::sameBits(index.windingNumber(point), windings.back())) fail("windingNumber, " + name);
+      const float distance = index.contains(point) ? -nearest.back().distance : nearest.back().distance;
+      if (!qzTest::sameBits(index.signedDistance(point), distance)) fail("signedDistance, " + name);
+    }
     // Several of the same, with other origins, look like a picture.
     for (int copies = skip % 64 == 63 ? 40 : 1; copies > 0; --copies) {
       rays.push_back(ray);
@@ -159,6 +170,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     detail::useInstructionSet(name);
     expectNone(name, qzTest::wrongBatch(index, expected, rays, common, 1));
     expectNone(name, qzTest::wrongBatch(index, nearest, points, qzTest::kInf, 1));
+    std::vector<double> batch(points.size());
+    index.windingNumbers(reinterpret_cast<const float(*)[3]>(points.data()), points.size(), batch.data(), 1);
+    for (std::size_t i = 0; i < batch.size(); ++i)
+      if (!qzTest::sameBits(batch[i], windings[i])) fail("windingNumbers, " + name);
   }
   return 0;
 }
