@@ -194,6 +194,23 @@ TEST_CASE("a vertex exactly ahead counts as seen from the displaced origin") {
   CHECK(turnsOf(turnOf({0, 0, 1}, {1, 0, 0}, {0, 0, 0})) == 0.5);
 }
 
+TEST_CASE("a vertex nearly ahead or behind loses no digits") {
+  Random random(2008);
+  double worst = 0;
+  for (int i = 0; i < 20000; ++i) {
+    Corners corners;
+    for (Place& corner : corners)
+      for (float& x : corner) x = random.between(-1.0f, 1.0f);
+    const std::size_t k = random.below(3);
+    const int exponent = -static_cast<int>(random.below(60));
+    for (std::size_t axis = 0; axis < 2; ++axis) corners[k][axis] = std::ldexp(corners[k][axis], exponent);
+    const Place origin = {};
+    if (!isFar(corners, origin, 1e-3)) continue;
+    worst = std::max(worst, errorOf(corners, origin));
+  }
+  CHECK(worst < 1e-12);
+}
+
 TEST_CASE("an edge backwards has the opposite turn, and one that holds the point has none") {
   Random random(2005);
   int nbWrong = 0;
