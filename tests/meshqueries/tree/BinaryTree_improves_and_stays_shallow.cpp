@@ -7,6 +7,7 @@
 #include <doctest/doctest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <utility>
 #include <vector>
 
@@ -71,7 +72,7 @@ struct Trees {
   }
   Survey survey() const { return {tree, extent}; }
   int improve() {
-    int nbParts = 0;
+    std::atomic<int> nbParts{0};  // counted on all threads
     tree = reinsert(std::move(tree), extent, watch, [&](BinaryTree&, BinaryPart&) { ++nbParts; });
     return nbParts;
   }
