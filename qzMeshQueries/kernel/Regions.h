@@ -29,14 +29,25 @@ inline bool makeRegionBox(const float min[3], const float max[3], RegionBox& box
   return isValid;
 }
 
-/// Whether a box and a triangle with a corner at the origin are apart along an axis. other: what the triangle's other
-/// end is along the axis. low, high: the corners of the box.
-QZ_ALWAYS_INLINE bool areApart(const Vector& axis, double other, const Vector& low, const Vector& high) {
-  const double least = (std::min(axis.x * low.x, axis.x * high.x) + std::min(axis.y * low.y, axis.y * high.y)) +
-                       std::min(axis.z * low.z, axis.z * high.z);
-  const double greatest = (std::max(axis.x * low.x, axis.x * high.x) + std::max(axis.y * low.y, axis.y * high.y)) +
-                          std::max(axis.z * low.z, axis.z * high.z);
+/// The range of a box along an axis is a sum of these.
+QZ_ALWAYS_INLINE double leastOf(double factor, double low, double high) {
+  return std::min(factor * low, factor * high);
+}
+QZ_ALWAYS_INLINE double greatestOf(double factor, double low, double high) {
+  return std::max(factor * low, factor * high);
+}
+
+/// Whether the range of a box and that of a triangle are apart. The triangle's is from 0 to other, either way round.
+QZ_ALWAYS_INLINE bool areApart(double least, double greatest, double other) {
   return least > std::max(other, 0.0) || greatest < std::min(other, 0.0);
+}
+
+/// The same along the axis (p, q) in a plane across a third one. The box is from low to high, the triangle's corners
+/// project to 0 and to other.
+QZ_ALWAYS_INLINE bool areApart(double p, double q, double lowP, double highP, double lowQ, double highQ, double otherP,
+                               double otherQ) {
+  return areApart(leastOf(p, lowP, highP) + leastOf(q, lowQ, highQ),
+                  greatestOf(p, lowP, highP) + greatestOf(q, lowQ, highQ), p * otherP + q * otherQ);
 }
 
 /// Whether the box holds a point.
@@ -58,11 +69,17 @@ inline bool liesInBox(const RegionBox& box, const float a[3], const float b[3], 
     const float* const corner = corners[i];
     const Vector low = difference(box.min, corner), high = difference(box.max, corner);
     const Vector edge = difference(corners[i + 1], corner), other = difference(corners[i + 2], corner);
-    if (i == 0 && areApart(cross(edge, other), 0, low, high)) return false;
+    if (i == 0) {
+      const Vector n = cross(edge, other);
+      const double least = (leastOf(n.x, low.x, high.x) + leastOf(n.y, low.y, high.y)) + leastOf(n.z, low.z, high.z);
+      const double greatest =
+          (greatestOf(n.x, low.x, high.x) + greatestOf(n.y, low.y, high.y)) + greatestOf(n.z, low.z, high.z);
+      if (areApart(least, greatest, 0)) return false;
+    }
     // Along these, the ends of the edge are the same.
-    const Vector x = {0, -edge.z, edge.y}, y = {edge.z, 0, -edge.x}, z = {-edge.y, edge.x, 0};
-    if (areApart(x, dot(x, other), low, high) || areApart(y, dot(y, other), low, high) ||
-        areApart(z, dot(z, other), low, high))
+    if (areApart(-edge.z, edge.y, low.y, high.y, low.z, high.z, other.y, other.z) ||
+        areApart(edge.z, -edge.x, low.x, high.x, low.z, high.z, other.x, other.z) ||
+        areApart(-edge.y, edge.x, low.x, high.x, low.y, high.y, other.x, other.y))
       return false;
   }
   return true;

@@ -23,8 +23,8 @@ namespace qzTest {
 
 using namespace qzMeshQueries;
 
-// Of each of six kinds: a million rays in all.
-const std::size_t kFewRays = 1000, kAllRays = 170000, kFewRegions = 0, kAllRegions = 0;
+// Of each of six kinds: a million rays in all. Regions are points with what is near them, boxes, spheres and planes.
+const std::size_t kFewRays = 1000, kAllRays = 170000, kFewRegions = 300, kAllRegions = 3000;
 const int kMaxCastingThreads = 256;
 
 const char* variantInUse() {
@@ -72,6 +72,57 @@ std::string difference(const Answers& a, const Answers& b) {
   return {};
 }
 
+/// What is near: questions, and all answers to them.
+struct NearQuestions {
+  std::vector<std::array<float, 3>> points;
+  std::vector<std::vector<Wm4::Vector4<float>>> planes;  // of as many regions
+  float radius;                                          // of spheres and, as half an edge, of boxes
+};
+struct NearAnswers {
+  std::vector<Nearest> nearest;
+  std::vector<std::uint64_t> inBox, inSphere, inRegion;  // hashes of the lists of triangles
+};
+
+NearAnswers ask(const MeshIndex& index, const NearQuestions& questions, int nbThreads) {
+  NearAnswers answers;
+  const std::size_t count = questions.points.size();
+  answers.nearest.resize(count);
+  index.nearests(reinterpret_cast<const float(*)[3]>(questions.points.data()), count, answers.nearest.data(), kInf,
+                 nbThreads);
+  std::vector<std::uint32_t> numbers;
+  const auto append = [&](std::vector<std::uint64_t>& hashes) {
+    Hash hash;
+    for (const std::uint32_t number : numbers) hash.add(number);
+    hashes.push_back(hash.value());
+  };
+  for (std::size_t i = 0; i < count; ++i) {
+    const float* const point = questions.points[i].data();
+    float min[3], max[3];
+    for (int axis = 0; axis < 3; ++axis) {
+      min[axis] = point[axis] - questions.radius;
+      max[axis] = point[axis] + questions.radius;
+    }
+    index.trianglesInBox(min, max, numbers);
+    append(answers.inBox);
+    index.trianglesInSphere(point, questions.radius, numbers);
+    append(answers.inSphere);
+    static_assert(sizeof(Wm4::Vector4<float>) == 16, "four floats and nothing else");
+    index.trianglesInRegion(reinterpret_cast<const float(*)[4]>(questions.planes[i].data()), questions.planes[i].size(),
+                            numbers);
+    append(answers.inRegion);
+  }
+  return answers;
+}
+
+/// Which NaN stands for nothing is always the same one, so bytes can be compared.
+std::string difference(const NearAnswers& a, const NearAnswers& b) {
+  if (!sameBytes(a.nearest, b.nearest)) return "nearest points";
+  if (a.inBox != b.inBox) return "triangles in boxes";
+  if (a.inSphere != b.inSphere) return "triangles in spheres";
+  if (a.inRegion != b.inRegion) return "triangles in regions";
+  return {};
+}
+
 void add(Hash& hash, const Hit& hit) {
   hash.addAll(hit.t, hit.u, hit.v, hit.triangle);
 }
@@ -108,6 +159,7 @@ class Taker {
     askAll("axis", axisRays(mScene, mCount));
     askAll("picture", pictureRays());
     askInside();
+    askNear();
     return mResult;
   }
 
@@ -157,6 +209,72 @@ class Taker {
     return batch;
   }
 
+  /// Asks by every instruction set, and trees of every quality. All must answer alike; returns the answers.
+  template <class All, class Ask>
+  All askEverywhere(const std::string& part, const Ask& askOne) {
+    All first;
+    bool isFirst = true;
+    const std::vector<std::string> names = qzMeshQueries::detail::instructionSets();
+    for (std::size_t number = 0; number < names.size(); ++number) {
+      const std::string& name = names[number];
+      qzMeshQueries::detail::useInstructionSet(name);
+      for (const MeshIndex& index : mIndices) {
+        // The first instruction set asks trees of all qualities, each other one that of one.
+        if (number > 0 && &index != &mIndices[number % mIndices.size()]) continue;
+        All answers = askOne(index);
+        const std::string different = isFirst ? std::string() : difference(first, answers);
+        if (!different.empty()) {
+          std::string what = mScene.name;
+          for (const std::string& word : {part, different, name, std::to_string(&index - mIndices.data())})
+            what.append(", ").append(word);
+          throw std::runtime_error(what);
+        }
+        if (isFirst) first = std::move(answers);
+        isFirst = false;
+      }
+    }
+    return first;
+  }
+
+  /// What is near the ends of chords, and in boxes, spheres and regions.
+  void askNear() {
+    const std::size_t count = mCount == kFewRays ? kFewRegions : kAllRegions;
+    NearQuestions questions;
+    {
+      const qzDetail::tFloatMode mode;
+      const RayBatch around = chords(mScene, RayBatch::eBoth, count), aimed = edgeRays(mScene, count);
+      for (std::size_t i = 0; i < count; ++i) {
+        // Far from the mesh and close to it, in turn.
+        const EverywhereRay& ray = i % 2 == 0 ? around.rays[i] : aimed.rays[i];
+        const float share = i % 2 == 0 ? 0.0f : 0.99f;
+        std::array<float, 3> point;
+        for (int axis = 0; axis < 3; ++axis)
+          point[static_cast<std::size_t>(axis)] = ray.origin[axis] + share * ray.direction[axis];
+        questions.points.push_back(point);
+      }
+      questions.planes = regions(mScene, count);
+      float size = 0.0f;
+      for (int axis = 0; axis < 3; ++axis) size = std::max(size, mScene.max[axis] - mScene.min[axis]);
+      questions.radius = 0.02f * size;
+    }
+    const NearAnswers answers =
+        askEverywhere<NearAnswers>("near", [&](const MeshIndex& index) { return ask(index, questions, mNbThreads); });
+    Hash hash;
+    for (std::size_t i = 0; i < count; ++i) {
+      const Nearest& nearest = answers.nearest[i];
+      hash.add(nearest.triangle);
+      if (nearest) {
+        hash.addAll(nearest.distance, nearest.u, nearest.v);
+        for (const float coordinate : nearest.point) hash.add(coordinate);
+      }
+      for (const std::uint64_t lists : {answers.inBox[i], answers.inSphere[i], answers.inRegion[i]})
+        hash.addAll(static_cast<std::uint32_t>(lists), static_cast<std::uint32_t>(lists >> 32));
+      if (i + 1 == kFewRegions || i + 1 == kAllRegions)
+        mResult.fingerprints.push_back({"near-" + std::to_string(i + 1), hash.value()});
+    }
+    mResult.nbRegions += count;
+  }
+
   Answers askAll(const std::string& part, const RayBatch& batch) {
     std::vector<Ray> rays;
     for (std::size_t i = 0; i < std::min(mCount, batch.rays.size()); ++i) {
@@ -170,27 +288,8 @@ class Taker {
     options.faces = batch.policy == RayBatch::eFront  ? Faces::front
                     : batch.policy == RayBatch::eBack ? Faces::back
                                                       : Faces::both;
-    Answers first;
-    bool isFirst = true;
-    const std::vector<std::string> names = qzMeshQueries::detail::instructionSets();
-    for (std::size_t number = 0; number < names.size(); ++number) {
-      const std::string& name = names[number];
-      qzMeshQueries::detail::useInstructionSet(name);
-      for (const MeshIndex& index : mIndices) {
-        // The first instruction set asks trees of all qualities, each other one that of one.
-        if (number > 0 && &index != &mIndices[number % mIndices.size()]) continue;
-        Answers answers = ask(index, rays, options, mNbThreads);
-        const std::string different = isFirst ? std::string() : difference(first, answers);
-        if (!different.empty()) {
-          std::string what = mScene.name;
-          for (const std::string& word : {part, different, name, std::to_string(&index - mIndices.data())})
-            what.append(", ").append(word);
-          throw std::runtime_error(what);
-        }
-        if (isFirst) first = std::move(answers);
-        isFirst = false;
-      }
-    }
+    const Answers first =
+        askEverywhere<Answers>(part, [&](const MeshIndex& index) { return ask(index, rays, options, mNbThreads); });
     note(part, first);
     mResult.nbRays += rays.size();
     return first;

@@ -119,6 +119,7 @@ void judge(const float* point, const float* a, const float* b, const float* c, W
                                                       std::fabs(double(point[1])) + std::fabs(double(point[2])))));
   CHECK(nearest.triangle == 5);
   CHECK(sameBits(nearest.distance, distanceTo(point, a, b, c)));
+  CHECK(nearest.distance == static_cast<float>(std::sqrt(closest.squared)));
 }
 
 void report(const Worst& worst) {
