@@ -5,6 +5,7 @@
 #include <qzMeshQueries/batch/PointOrder.h>
 #include <qzMeshQueries/tree/Edges.h>
 #include <qzMeshQueries/tree/MeshCheck.h>
+#include <qzMeshQueries/tree/Refit.h>
 #include <qzMeshQueries/tree/TreeBuild.h>
 #include <qzMeshQueries/walk/NearWalks.h>
 #include <qzMeshQueries/walk/Walks.h>
@@ -27,7 +28,8 @@ struct MeshIndex::Content {
   detail::WideTree tree;
   std::size_t triangleCount = 0, vertexCount = 0;
   std::uint32_t firstTriangle = 0;
-  std::array<std::uint64_t, 2> digest = {};
+  detail::Digest vertexDigest = {}, triangleDigest = {};
+  double builtCost = 0;  ///< of the tree as it was built
 
   /// Found by the first question that needs it, as most programs never ask one. Threads that ask meanwhile wait.
   const detail::Boundary& boundary() const {
@@ -40,6 +42,11 @@ struct MeshIndex::Content {
       }
     }
     return mBoundary;
+  }
+  /// When vertices have moved.
+  void forgetBoundary() {
+    mBoundary = {};
+    mHasBoundary.store(false);
   }
   bool isClosed() const { return boundary().edgeCount == 0; }
   /// 0 until it is found.
@@ -83,8 +90,10 @@ MeshIndex::MeshIndex(const Mesh& mesh, const BuildOptions& options) {
   content->triangleCount = mesh.triangleCount;
   content->vertexCount = mesh.vertexCount;
   content->firstTriangle = options.firstTriangle;
-  content->digest = detail::digestOf(mesh);
+  content->vertexDigest = detail::digestOfVertices(mesh.vertices, mesh.vertexCount);
+  content->triangleDigest = detail::digestOfTriangles(mesh.triangles, mesh.triangleCount);
   content->tree = detail::buildTree(mesh, options);
+  content->builtCost = detail::costOf(content->tree);
   mContent = std::move(content);
 }
 
@@ -269,6 +278,22 @@ void MeshIndex::signedDistances(const float (*points)[3], std::size_t count, flo
   }
 }
 
+void MeshIndex::refit(const float* vertices) {
+  if (!mContent) return;
+  const qzDetail::tFloatMode mode;
+  Content& content = *mContent;
+  detail::checkVertices(content.tree, vertices);
+  detail::refit(content.tree, vertices);
+  content.vertexDigest = detail::digestOfVertices(vertices, content.vertexCount);
+  content.forgetBoundary();
+}
+
+double MeshIndex::costRatio() const {
+  if (!mContent || mContent->builtCost == 0) return 1;
+  const qzDetail::tFloatMode mode;
+  return mode.keep(detail::costOf(mContent->tree) / mContent->builtCost);
+}
+
 std::size_t MeshIndex::triangleCount() const {
   return mContent ? mContent->triangleCount : 0;
 }
@@ -288,7 +313,10 @@ bool MeshIndex::isClosed() const {
 }
 
 std::array<std::uint64_t, 2> MeshIndex::meshDigest() const {
-  return mContent ? mContent->digest : detail::digestOf({});
+  if (!mContent)
+    return detail::digestOf(detail::digestOfVertices(nullptr, 0), detail::digestOfTriangles(nullptr, 0), 0, 0);
+  const Content& content = *mContent;
+  return detail::digestOf(content.vertexDigest, content.triangleDigest, content.vertexCount, content.triangleCount);
 }
 
 }  // namespace qzMeshQueries

@@ -28,8 +28,8 @@ bool isUsable(float coordinate) {
   return std::fabs(coordinate) <= kLargestCoordinate;
 }
 
-bool isUsable(const Mesh& mesh, std::size_t vertex) {
-  const float* const position = mesh.vertices + 3 * vertex;
+bool isUsable(const float* vertices, std::size_t vertex) {
+  const float* const position = vertices + 3 * vertex;
   return isUsable(position[0]) && isUsable(position[1]) && isUsable(position[2]);
 }
 
@@ -37,7 +37,8 @@ bool isUsable(const Mesh& mesh, std::size_t vertex) {
 std::size_t firstFault(const Mesh& mesh, std::size_t begin, std::size_t end) {
   for (std::size_t i = begin; i < end; ++i) {
     const std::size_t a = mesh.triangles[3 * i], b = mesh.triangles[3 * i + 1], c = mesh.triangles[3 * i + 2];
-    if (std::max({a, b, c}) >= mesh.vertexCount || !isUsable(mesh, a) || !isUsable(mesh, b) || !isUsable(mesh, c))
+    if (std::max({a, b, c}) >= mesh.vertexCount || !isUsable(mesh.vertices, a) || !isUsable(mesh.vertices, b) ||
+        !isUsable(mesh.vertices, c))
       return i;
   }
   return kNoTriangle;
@@ -47,13 +48,16 @@ std::size_t firstFault(const Mesh& mesh, std::size_t begin, std::size_t end) {
   throw std::invalid_argument("triangle " + std::to_string(triangle) + ": " + why);
 }
 
+[[noreturn]] void refuseVertex(std::size_t triangle, std::size_t vertex) {
+  refuse(triangle, "a coordinate of vertex " + std::to_string(vertex) + " is not a number from -1e15 to 1e15");
+}
+
 [[noreturn]] void refuse(const Mesh& mesh, std::size_t triangle) {
   for (std::size_t corner = 0; corner < 3; ++corner) {
     const std::size_t vertex = mesh.triangles[3 * triangle + corner];
     if (vertex >= mesh.vertexCount)
       refuse(triangle, "there is no vertex " + std::to_string(vertex) + " among " + std::to_string(mesh.vertexCount));
-    if (!isUsable(mesh, vertex))
-      refuse(triangle, "a coordinate of vertex " + std::to_string(vertex) + " is not a number from -1e15 to 1e15");
+    if (!isUsable(mesh.vertices, vertex)) refuseVertex(triangle, vertex);
   }
   throw std::logic_error("a triangle was refused without a reason");
 }
@@ -85,14 +89,44 @@ void checkMesh(const Mesh& mesh, const BuildOptions& options) {
     refuse(n, "with " + std::to_string(options.firstTriangle) + " added, its number is beyond 4294967294");
 }
 
-std::array<std::uint64_t, 2> digestOf(const Mesh& mesh) {
-  const auto hash = [](const void* data, std::size_t bytes) { return XXH3_128bits(data, bytes); };
-  const XXH128_hash_t vertices = hash(mesh.vertices, mesh.vertexCount * 3 * sizeof(float));
-  const XXH128_hash_t triangles = hash(mesh.triangles, mesh.triangleCount * 3 * sizeof(std::uint32_t));
-  const std::uint64_t parts[] = {vertices.low64,   vertices.high64,  triangles.low64,
-                                 triangles.high64, mesh.vertexCount, mesh.triangleCount};
-  const XXH128_hash_t all = hash(parts, sizeof(parts));
-  return {all.low64, all.high64};
+void checkVertices(const WideTree& tree, const float* vertices) {
+  const bool areUsable = std::all_of(tree.vertexNumbers.begin(), tree.vertexNumbers.end(),
+                                     [&](std::uint32_t vertex) { return isUsable(vertices, vertex); });
+  if (areUsable) return;
+  std::size_t triangle = kNoTriangle, fault = 0;
+  forEachBlock(tree, [&](const Block& block) {
+    const std::uint32_t* const numbers = &tree.vertexNumbers[block.head->firstVertex];
+    for (int i = 0; i < block.triangleCount(); ++i)
+      for (int which = 2; which >= 0; --which) {
+        const std::uint32_t vertex = numbers[block.corners(which)[i]];
+        if (block.numbers()[i] > triangle || isUsable(vertices, vertex)) continue;
+        triangle = block.numbers()[i];
+        fault = vertex;
+      }
+  });
+  refuseVertex(triangle, fault);
+}
+
+namespace {
+
+Digest hashOf(const void* data, std::size_t bytes) {
+  const XXH128_hash_t hash = XXH3_128bits(data, bytes);
+  return {hash.low64, hash.high64};
+}
+
+}  // namespace
+
+Digest digestOfVertices(const float* vertices, std::size_t count) {
+  return hashOf(vertices, count * 3 * sizeof(float));
+}
+
+Digest digestOfTriangles(const std::uint32_t* triangles, std::size_t count) {
+  return hashOf(triangles, count * 3 * sizeof(std::uint32_t));
+}
+
+Digest digestOf(const Digest& vertices, const Digest& triangles, std::size_t vertexCount, std::size_t triangleCount) {
+  const std::uint64_t parts[] = {vertices[0], vertices[1], triangles[0], triangles[1], vertexCount, triangleCount};
+  return hashOf(parts, sizeof(parts));
 }
 
 }  // namespace qzMeshQueries::detail

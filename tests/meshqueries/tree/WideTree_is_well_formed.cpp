@@ -1,5 +1,8 @@
 #include <doctest/doctest.h>
 
+#include <algorithm>
+
+#include <qzMeshQueries/tree/Refit.h>
 #include <qzMeshQueries/tree/TreeBuild.h>
 
 #include "meshqueries/qzQueryBuilds.h"
@@ -58,4 +61,22 @@ TEST_CASE("the first sixteen triangles of a landscape are one block below the ro
 
 TEST_CASE("trees over usual meshes are shallow") {
   for (const Quality quality : allQualities()) CHECK(nbLevels(treeOf(landscapeMesh(150, 2).view(), quality)) <= 8);
+}
+
+TEST_CASE("a refitted tree is that of the moved mesh") {
+  std::vector<QueryMesh> meshes = extremeMeshes();
+  meshes.push_back(icosphereMesh(3));
+  for (const QueryMesh& mesh : meshes)
+    for (const Quality quality : allQualities()) {
+      detail::WideTree tree = treeOf(mesh.view(), quality);
+      const double cost = detail::costOf(tree);
+      QueryMesh after = mesh;
+      std::reverse(after.vertices.begin(), after.vertices.end());
+      detail::refit(tree, after.vertices.data());
+      INFO(mesh.name << ", " << nameOf(quality));
+      CHECK(faultOf(tree, after.view()) == "");
+      detail::refit(tree, mesh.vertices.data());
+      CHECK(areSame(tree, treeOf(mesh.view(), quality)));
+      CHECK(detail::costOf(tree) == cost);
+    }
 }
