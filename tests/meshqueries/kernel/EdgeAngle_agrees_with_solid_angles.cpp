@@ -261,6 +261,17 @@ TEST_CASE("a sum of many turns counts the full ones, whatever their directions")
   }
 }
 
+TEST_CASE("a winding number is backs less fronts less turns, exactly if no part of a turn is left") {
+  const Crossings crossings = {1, 3};
+  CHECK(sameBits(detail::windingOf(crossings, {1, 0.0, 0}), 2.0));
+  CHECK(sameBits(detail::windingOf(crossings, {1.5, -0.0, 2}), 0.0));
+  CHECK(sameBits(detail::windingOf({5, 1}, {1, 0.0, -1}), -3.0));
+  CHECK(sameBits(detail::windingOf(crossings, {-1, 0.0, 1}), 0.5));
+  CHECK(sameBits(detail::windingOf(crossings, {-1, -0.0, 0}), 2.5));
+  CHECK(sameBits(detail::windingOf(crossings, {0.0, 1, 0}), 1.75));
+  CHECK(sameBits(detail::windingOf(crossings, {0.0, -1.5, 0}), 2.25));
+}
+
 TEST_CASE("sums that are joined give the sum of all") {
   Random random(2007);
   Turning sums[kTurnings], all;
