@@ -31,8 +31,8 @@ namespace qzMeshQueries {
 /// reach below 2^-100, roundings of 2^-149 count as well.) A t that overflows is infinite. docs/watertight.md has the
 /// proofs.
 ///
-/// A ray hits nothing if it has a NaN anywhere, an infinite or zero direction, or an origin with a coordinate that is not
-/// finite or larger than 1e15.
+/// A ray hits nothing if it has a NaN anywhere, an infinite or zero direction, a tMin larger than tMax, or an origin with a
+/// coordinate that is not finite or larger than 1e15.
 ///
 /// Threads: everything const may run on any number of threads at once.
 class QZ_MESHQUERIES_API MeshIndex {
@@ -43,8 +43,9 @@ class QZ_MESHQUERIES_API MeshIndex {
   /// Copies the mesh and builds the hierarchy. Triangles without area are kept; unused vertices may hold anything.
   /// Failure: std::invalid_argument, naming the first such triangle, for a vertex number out of range, a coordinate of
   /// a used vertex that is NaN, infinite or larger than 1e15, or numbers beyond kNone with firstTriangle added;
-  /// Cancelled; std::bad_alloc; std::length_error for meshes beyond about a billion triangles.
-  /// Cost: O(n log n) time, on as many threads as the options say. Nothing of it shows in the answers.
+  /// Cancelled; std::bad_alloc; std::length_error for meshes beyond about a billion triangles; std::runtime_error if the
+  /// system refuses a thread; whatever progress and cancel throw.
+  /// Cost: O(n log n) time, on as many threads as the options say.
   explicit MeshIndex(const Mesh& mesh, const BuildOptions& options = {});
 
   ~MeshIndex();
@@ -57,7 +58,7 @@ class QZ_MESHQUERIES_API MeshIndex {
   /// Cost: O(log n) for usual meshes; no allocation.
   Hit closestHit(const Ray& ray, const RayOptions& options = {}) const;
 
-  /// Whether the ray hits a triangle.
+  /// Whether the ray hits a triangle. Faster than closestHit, as any hit ends the search.
   bool anyHit(const Ray& ray, const RayOptions& options = {}) const;
 
   /// Replaces hits by all hits of the ray, ordered by t, then by triangle number.
@@ -112,9 +113,10 @@ class QZ_MESHQUERIES_API MeshIndex {
   /// Source: Sutherland and Hodgman 1974.
   void trianglesInRegion(const float (*planes)[4], std::size_t count, std::vector<std::uint32_t>& numbers) const;
 
-  /// Many rays at once, on so many threads; 0: as many as the machine has. The answers are those of the calls one by one,
-  /// an element for each ray; isHit receives 0 or 1.
-  /// Failure: std::bad_alloc.
+  /// The same for many rays at once, on up to threads threads; 0: as many as the machine has. Answers are those of single
+  /// calls, one element for each ray; isHit receives 0 or 1. Arrays of no elements may be null.
+  /// Failure: std::bad_alloc; std::runtime_error if the system refuses a thread. What out received until then is
+  /// unspecified.
   void closestHits(const Ray* rays, std::size_t count, Hit* hits, const RayOptions& options = {},
                    int threads = 0) const;
   void anyHits(const Ray* rays, std::size_t count, std::uint8_t* isHit, const RayOptions& options = {},
@@ -141,7 +143,7 @@ class QZ_MESHQUERIES_API MeshIndex {
   /// Cost: O(n).
   double costRatio() const;
 
-  /// What construction was given, unused vertices included.
+  /// The counts that construction was given, unused vertices included.
   std::size_t triangleCount() const;
   std::size_t vertexCount() const;
 

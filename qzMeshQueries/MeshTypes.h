@@ -50,27 +50,27 @@ struct BuildOptions {
   int threads = 0;                  ///< 0: as many as the machine has
   std::uint32_t firstTriangle = 0;  ///< added to every triangle number in an answer
   /// Polled at least every 10,000 triangles or so; may be null. Any thread of the build may poll, but never two at once.
+  /// An exception from it leaves the construction.
   const qz::qzCancelInterfaceReadOnly* cancel = nullptr;
-  std::function<void(double)> progress;  ///< receives 0 to 1, ascending, on the calling thread
+  /// Receives 0 to 1, ascending, on the calling thread. An exception from it leaves the construction.
+  std::function<void(double)> progress;
 };
 
-/// Thrown by a construction whose cancel interface said yes.
+/// Thrown by a construction whose cancel interface returned true.
 struct QZ_MESHQUERIES_API Cancelled : std::exception {
-  /// A text for people.
+  /// A message in English.
   const char* what() const noexcept override;
 };
 
 /// Which sides of a triangle a ray sees. A ray meets the front of (a, b, c) when direction . ((b - a) x (c - a)) < 0.
 enum class Faces { both, front, back };
 
-/// The points origin + t * direction for t from tMin to tMax, both inclusive.
+/// The points origin + t * direction for t from tMin to tMax, both inclusive. Two rows of 16 bytes.
 struct Ray {
-  float origin[3];     ///< each coordinate from -1e15 to 1e15
-  float tMin = 0;      ///< any value, -infinity as well
-  float direction[3];  ///< of any length other than 0; t counts in multiples of it
-
-  /// Any value from tMin on.
-  float tMax = std::numeric_limits<float>::infinity();
+  float origin[3];                                      ///< each coordinate from -1e15 to 1e15
+  float tMin = 0;                                       ///< -infinity is allowed
+  float direction[3];                                   ///< of any length other than 0; t counts in multiples of it
+  float tMax = std::numeric_limits<float>::infinity();  ///< below tMin: nothing is hit
 };
 
 /// What a question about a ray leaves out.
@@ -109,8 +109,8 @@ struct Nearest {
   explicit operator bool() const { return triangle != kNone; }
 };
 
-/// What a batch of questions with lists as answers gives: the answers to question i are items[starts[i]] to
-/// items[starts[i + 1] - 1].
+/// The answers of a batch in which each question is answered by a list: that of question i is items[starts[i]] to
+/// items[starts[i + 1] - 1], and empty if both starts are the same.
 template <class T>
 struct Lists {
   std::vector<std::size_t> starts;  ///< one more than there are questions
