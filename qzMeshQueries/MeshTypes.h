@@ -11,8 +11,8 @@
 #include <vector>
 
 #if defined(QZ_MESHQUERIES_STATIC)
-/// Precedes the name of an exported class. Empty for a static library; the CMake target defines QZ_MESHQUERIES_STATIC for
-/// its users.
+/// Precedes the name of an exported class. Empty for a static library; the CMake target defines QZ_MESHQUERIES_STATIC
+/// for its users.
 #define QZ_MESHQUERIES_API
 #elif defined(_WIN32)
 #if defined(QZ_MESHQUERIES_BUILD)
@@ -49,8 +49,8 @@ struct BuildOptions {
   Quality quality = Quality::good;  ///< of the hierarchy
   int threads = 0;                  ///< 0: as many as the machine has
   std::uint32_t firstTriangle = 0;  ///< added to every triangle number in an answer
-  /// Polled at least every 10,000 triangles or so; may be null. Any thread of the build may poll, but never two at once.
-  /// An exception from it leaves the construction.
+  /// Polled at least every 10,000 triangles or so; may be null. Any thread of the build may poll, but never two at
+  /// once. An exception from it leaves the construction.
   const qz::qzCancelInterfaceReadOnly* cancel = nullptr;
   /// Receives 0 to 1, ascending, on the calling thread. An exception from it leaves the construction.
   std::function<void(double)> progress;

@@ -13,8 +13,9 @@ namespace qzMeshQueries::detail {
 /// Questions that a thread takes at a time.
 inline constexpr std::size_t kChunk = 2048;
 
-/// The length of the rows that rays come in, such as those of a picture: the distance between the first steps that differ
-/// from the steps before. 0 if none is found. It changes no answer.
+/// The length of the rows that rays come in, such as those of a picture; 0 if there are none. A row ends where the step
+/// to the next ray is at least four times the first step; the second row has to be as long as the first. It changes no
+/// answer.
 std::size_t findRowLength(const Ray* rays, std::size_t count);
 
 /// Rays that a thread takes at a time: whole rows of tiles of four by four.
@@ -22,8 +23,8 @@ inline std::size_t chunkOf(std::size_t rowLength) {
   return rowLength == 0 ? kChunk : (kChunk + 4 * rowLength - 1) / (4 * rowLength) * (4 * rowLength);
 }
 
-/// Calls work(begin, end) for parts of 0..count, on so many threads; 0: as many as the machine has. Parts begin at
-/// multiples of chunk.
+/// Calls work(begin, end) for ranges that together are 0 to count - 1, on up to so many threads; 0: as many as the
+/// machine has. Ranges begin at multiples of chunk.
 template <class Work>
 void forEachChunk(std::size_t count, std::size_t chunk, int threads, const Work& work) {
   if (count == 0) return;
@@ -34,8 +35,8 @@ void forEachChunk(std::size_t count, std::size_t chunk, int threads, const Work&
   });
 }
 
-/// The same for points. Parts are large: the more points there are, the closer are those that follow each other. But there
-/// are enough parts for all threads.
+/// The same for points. Ranges are large, as points are sorted within a range: the more there are, the closer are those
+/// that follow each other. But there are enough ranges for all threads.
 template <class Work>
 void forEachPoints(std::size_t count, int threads, const Work& work) {
   constexpr std::size_t kMost = std::size_t(1) << 18;
@@ -46,7 +47,7 @@ void forEachPoints(std::size_t count, int threads, const Work& work) {
   });
 }
 
-/// The lists that append(i, items) makes for i in 0..count.
+/// Collects the lists that append(i, items) appends for i from 0 to count - 1.
 template <class T, class Append>
 Lists<T> collectLists(std::size_t count, int threads, const Append& append) {
   const std::size_t nbChunks = (count + kChunk - 1) / kChunk;

@@ -7,10 +7,10 @@
 namespace qzMeshQueries::detail {
 
 void sortNumbers(std::vector<std::uint32_t>& numbers) {
-  constexpr std::size_t kFewest = 256;  // what is worth counting
+  constexpr std::size_t kFewest = 256;  // fewer are sorted faster by comparisons
   if (numbers.size() < kFewest) return std::sort(numbers.begin(), numbers.end());
 
-  // Digit by digit, the least first, as far as there are bits.
+  // Radix sort from the lowest digit to the highest one in use.
   constexpr unsigned int kDigitBits = 11, kDigitValues = 1u << kDigitBits;
   std::uint32_t all = 0;
   for (const std::uint32_t number : numbers) all |= number;

@@ -7,8 +7,9 @@
 
 namespace qzMeshQueries::detail {
 
-/// The numbers 0..count-1 such that points next to each other follow each other: along a Morton curve through the box
-/// from min to max. Points outside of the box count as if they were on its border. It changes no answer. Fewer than 2^32.
+/// The numbers 0 to count - 1, count below 2^32, sorted along a Morton curve through the box from min to max, so that
+/// points close to each other follow each other. Points outside of the box count as if they were on its border. The
+/// order changes no answer.
 std::vector<std::uint32_t> orderOfPoints(const float (*points)[3], std::size_t count, const float min[3],
                                          const float max[3]);
 

@@ -6,7 +6,7 @@ namespace qzMeshQueries::detail {
 
 namespace {
 
-// How far the ends of two rays' first units are apart.
+// How far the points at t = 1 of two rays are apart.
 float step(const Ray& p, const Ray& q) {
   float sum = 0;
   for (int i = 0; i < 3; ++i) sum += std::fabs((q.origin[i] + q.direction[i]) - (p.origin[i] + p.direction[i]));

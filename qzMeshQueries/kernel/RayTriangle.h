@@ -15,7 +15,7 @@
 
 namespace qzMeshQueries::detail {
 
-/// A ray as the kernel wants it.
+/// What the kernel computes of a ray once, for all triangles.
 struct RayFrame {
   float origin[3];
   float shear[2];  ///< direction over direction[axis[2]], for axis[0] and axis[1]; in [-1, 1]
@@ -66,8 +66,8 @@ QZ_ALWAYS_INLINE double cross(const SeenVertex& p, const SeenVertex& q) {
   return double(p.x) * double(q.y) - double(p.y) * double(q.x);
 }
 
-/// On which side of the edge from p to q the image's origin lies, displaced by (e, e * e): 1 left, -1 right, 0 if p and q
-/// coincide. side(q, p) is -side(p, q).
+/// On which side of the edge from p to q the image's origin lies, displaced by (e, e * e): 1 left, -1 right, 0 if p and
+/// q coincide. side(q, p) is -side(p, q).
 QZ_ALWAYS_INLINE int side(const SeenVertex& p, const SeenVertex& q) {
   // Rounding is monotone: rounded products that differ are ordered as the exact ones.
   const float left = p.x * q.y, right = p.y * q.x;

@@ -11,14 +11,14 @@
 
 namespace qzMeshQueries::detail {
 
-/// Triangles of a binary leaf at most. Any so many fit a block: their vertices are fifteen at most.
+/// The most triangles of a binary leaf. They always fit a block, as they have at most fifteen vertices.
 inline constexpr std::uint32_t kMaxLeafTriangles = 5;
 
-/// Triangles of a part at most.
+/// The most triangles of a part.
 inline constexpr std::uint32_t kMaxPartTriangles = 8192;
 
-/// Levels of a binary tree at most, the root's included. The wide tree has no more, as each of its nodes gets below the
-/// binary one that it is made of.
+/// The most levels of a binary tree, the root's included. The wide tree has no more: the children of a wide node are
+/// made of binary nodes below the one that the wide node replaces.
 inline constexpr int kMaxBinaryLevels = kMaxTreeLevels;
 
 /// A box and what is in it: a node of the binary tree, or, during the build, a triangle, whose number is first.
@@ -48,14 +48,14 @@ struct BinaryNode {
 };
 static_assert(sizeof(BinaryNode) == 32, "a cache line holds two");
 
-/// Least costs of a subtree as a forest of at most i roots, at cost[i - 1]. More roots than size are not better.
+/// cost[i - 1] is the least cost of a subtree as a forest of at most i roots. More roots than size do not lower it.
 struct Forest {
   int size;
   float cost[kNodeWidth];
 };
 
-/// A subtree that one task builds and collapses. Its nodes are numbered from its root, 0, on; children have higher numbers
-/// than their parent. The numbering depends on the mesh alone.
+/// A subtree that one task builds and collapses. Its nodes are numbered from its root, 0, on; children have higher
+/// numbers than their parent. The numbering depends on the mesh alone.
 struct BinaryPart {
   std::uint32_t begin = 0, end = 0;  ///< its positions in BinaryTree::order
   std::uint32_t size = 0;            ///< number of its nodes

@@ -13,10 +13,10 @@ namespace qzMeshQueries::detail {
 
 class BlockContent {
  public:
-  /// Requires at most kMaxBlockTriangles triangles over at most kMaxBlockVertices vertices. Vertices are numbered in the order
-  /// in which the range has them.
+  /// Requires at most kMaxBlockTriangles triangles over at most kMaxBlockVertices vertices. Vertices are numbered in
+  /// the order in which the range has them.
   explicit BlockContent(const Corners::Range& range) : mNbTriangles(range.count) {
-    // Ascending: the number of a triangle, and behind it its place in the range.
+    // Sort by triangle number. Keys hold the number in the high half, the place in the range in the low half.
     std::uint64_t order[kMaxBlockTriangles];
     for (int i = 0; i < mNbTriangles; ++i) {
       const std::uint64_t key = std::uint64_t(range.triangles[i]) << 32 | std::uint64_t(i);
@@ -40,8 +40,8 @@ class BlockContent {
   int nbTriangles() const { return mNbTriangles; }
   int nbVertices() const { return mNbVertices; }
 
-  /// Writes the block of blockSize(nbTriangles(), nbVertices()) bytes to place, and the numbers of its vertices, the first
-  /// of which is number firstVertex of the tree, to vertexNumbers.
+  /// Writes the block of blockSize(nbTriangles(), nbVertices()) bytes to place, and the numbers of its vertices, the
+  /// first of which is number firstVertex of the tree, to vertexNumbers.
   void write(const Mesh& mesh, std::uint8_t* place, std::uint32_t* vertexNumbers, std::uint32_t firstVertex) const {
     const auto n = std::size_t(mNbTriangles), m = std::size_t(mNbVertices);
     BlockHead head = {};

@@ -20,8 +20,8 @@ class BuildWatch {
   BuildWatch(const BuildOptions& options, double total)
       : mOptions(options), mTotal(total), mCaller(std::this_thread::get_id()) {}
 
-  /// Counts triangles as worked on. Polls the cancel interface, unless another thread is just doing so, and throws
-  /// Cancelled once it has said yes to any thread. On the calling thread it also reports the progress.
+  /// Counts triangles as worked on. Polls the cancel interface, unless another thread is polling it, and throws
+  /// Cancelled once it has returned true on any thread. On the calling thread it also reports the progress.
   void done(double triangles);
 
  private:

@@ -16,11 +16,11 @@ using namespace qzDetail;
 
 namespace {
 
-// Times of a visit, in units of each other.
+// Relative times of a visit.
 constexpr float kNodeCost = 1.0f, kBlockCost = 1.2f;
 
-// What is known of a node's place in the wide tree: for i = 2 to 16, how many of at most i roots go to the left child, or
-// 0 if one root is as good; and whether that one is a block, and of how many vertices.
+// What the collapse chose for a binary node. For i = 2 to 16: how many of at most i roots the left child gets, or 0 if
+// a single root is no worse. Whether that single root is a block, and how many vertices the block has.
 //
 //     bit 0          i = 2           bit 1   whether it is a block
 //     bits 4 to 7    i = 3   ...     bits 56 to 59   i = 16       bits 60 to 63   number of vertices - 1
@@ -30,7 +30,7 @@ class Choice {
   std::uint64_t bits() const { return mBits; }
 
   void setLeft(int i, unsigned nbLeft) { mBits |= std::uint64_t(nbLeft) << 4 * (i - 2); }
-  void setLeftFrom(int i, unsigned nbLeft) {  // of i, i > 2, and all more
+  void setLeftFrom(int i, unsigned nbLeft) {  // for i and above; i > 2
     mBits |= ((kAllOnes << 4 * (i - 2)) & ~kVertexBits) * nbLeft;
   }
   int left(int i) const { return int(mBits >> 4 * (i - 2)) & (i == 2 ? 1 : 15); }
@@ -44,7 +44,7 @@ class Choice {
   std::uint64_t mBits;
 };
 
-// The lowest bits of a cost are replaced by the number of roots on the left, so that the smallest brings its own along.
+// The lowest bits of a cost hold the number of roots on the left, so that a minimum of costs also selects that number.
 constexpr std::uint32_t kNumberBits = 15;
 
 float withNumber(float cost, unsigned number) {
@@ -87,7 +87,7 @@ void choose(float area, bool isBlock, const Forest& left, const Forest& right, F
   forest.cost[0] = isBlock ? asBlock : asNode;
   for (int i = 2; i <= size; ++i) {
     unsigned nbLeft = numberIn(forest.cost[i - 1]);
-    // A wide node must get below the node it is made of, whatever the rounding.
+    // A wide node must split the binary node that it is made of, even if rounding makes one root as cheap.
     const bool mustSplit = i == size && !isBlock;
     if (forest.cost[0] <= forest.cost[i - 1] && !mustSplit) {
       forest.cost[i - 1] = forest.cost[0];

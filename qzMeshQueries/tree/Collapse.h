@@ -1,10 +1,10 @@
 #pragma once
 // Makes the wide tree of a binary one.
 //
-// Dynamic programming over the binary tree: the least cost of a subtree as a forest of at most i roots, i = 1 to 16, where
-// one root is a block or a wide node over a forest of at most sixteen. The cost is the expected time of a ray that meets
-// the box of the whole mesh: the areas of nodes and blocks times what a visit takes. Source of the cost: MacDonald and
-// Booth 1990.
+// Dynamic programming over the binary tree: the least cost of a subtree as a forest of at most i roots, i = 1 to 16,
+// where one root is a block or a wide node over a forest of at most sixteen. The cost is the expected time of a ray
+// that meets the box of the whole mesh: the areas of nodes and blocks times what a visit takes. Source of the cost:
+// MacDonald and Booth 1990.
 
 #include <qzMeshQueries/MeshTypes.h>
 #include <qzMeshQueries/tree/BinaryTree.h>
@@ -20,10 +20,11 @@ class Collapse {
   /// extent   the largest of the mesh
   Collapse(const Mesh& mesh, float extent) : mMesh(mesh), mExtent(extent) {}
 
-  /// Decides how the nodes of a part are collapsed, and leaves this in the part. May be called on several threads.
+  /// Decides how the nodes of a part are collapsed, and stores the choices in the part. Several threads may call it at
+  /// once.
   void choose(const BinaryTree& tree, BinaryPart& part);
 
-  /// Writes the wide tree, when all parts have been decided on.
+  /// Writes the wide tree. Requires choose() for all parts.
   WideTree write(BinaryTree& tree, BuildWatch& watch);
 
  private:

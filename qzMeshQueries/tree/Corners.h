@@ -10,15 +10,15 @@
 
 namespace qzMeshQueries::detail {
 
-/// Three corners for each triangle, in the order of the part. Reading them at once lets many cache misses overlap. Reused for
-/// part after part.
+/// Three corners for each triangle, in the order of the part. Reading them all first lets many cache misses overlap. A
+/// thread reuses the object for part after part.
 class Corners {
  public:
   Corners();
 
   void read(const Mesh& mesh, const BinaryTree& tree, const BinaryPart& part);
 
-  /// Some triangles of the part, which stand together: at most kMaxBlockTriangles.
+  /// Consecutive triangles of the part, at most kMaxBlockTriangles.
   struct Range {
     const std::uint32_t* triangles;  ///< their numbers
     const std::uint32_t* vertices;   ///< of the corners
@@ -40,8 +40,8 @@ class Corners {
   Range rangeOf(const BinaryNode* nodes, std::uint32_t number) const;
 
  private:
-  // The last corner at a vertex, in a hash table with open addressing, which holds a segment of a part at a time. Corners are
-  // numbered through all segments, so that what is left of earlier ones counts as free.
+  // The last corner at each vertex: a hash table with open addressing, for one segment of a part at a time. Corner
+  // numbers go on from segment to segment, so that entries of earlier segments are recognised and count as free.
   struct Slot {
     std::uint32_t vertex, corner;
   };

@@ -8,8 +8,8 @@
 
 namespace qzMeshQueries::detail {
 
-/// Half the area of a box in units of the mesh's extent, so that it does not overflow. A little is added for boxes without
-/// area: then there are as few of them as possible.
+/// Half the area of a box in units of the mesh's extent, so that it does not overflow. A small constant is added, so
+/// that boxes without area have a cost, and the cheapest tree has few of them.
 class NodeArea {
  public:
   explicit NodeArea(float extent)

@@ -11,8 +11,8 @@ namespace qzMeshQueries::detail {
 inline constexpr int kReinsertionPasses = 3;
 inline constexpr double kReinsertionShare = 0.1;
 
-/// Nodes that one search visits at most. Searches in usual meshes end long before; where boxes overlap a lot, they would visit
-/// the whole tree.
+/// The most nodes that one search visits. In usual meshes a search ends long before; where many boxes overlap it would
+/// visit the whole tree.
 inline constexpr int kMaxSearchedNodes = 1024;
 
 /// The improved tree, divided into parts anew. The search for places runs on all threads and reads the tree as it was

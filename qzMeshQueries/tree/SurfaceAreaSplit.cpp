@@ -10,7 +10,7 @@ namespace {
 
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
-// What it takes to test so many triangles, along each axis: as much for each begun four. Blocks hold more, but are
+// The cost of testing so many triangles, for each axis: the number of fours, rounded up. Blocks hold more, but are
 // seldom full.
 tFloat4 costsOf(tInt4 counts) {
   return toFloats(truncate(toFloats(counts) * float4(0.25f) + float4(0.75f)));
@@ -82,8 +82,8 @@ void Bins::add(const Bins& other) {
   }
 }
 
-// Half the areas, of extents in units of 1 / scale, and a little for the lengths of boxes without area: one lane for the
-// bins along each axis. Infinite or NaN for empty boxes.
+// Half the areas, of extents in units of 1 / scale, and a little for the lengths of boxes without area: one lane for
+// the bins along each axis. Infinite or NaN for empty boxes.
 QZ_ALWAYS_INLINE tFloat4 Bins::areasOf(const Boxes& boxes, tFloat4 scale) {
   tFloat4 x = (shuffle<1, 2, 3, 3>(boxes.x.max) - boxes.x.min) * scale;  // [ x  y  z  . ]
   tFloat4 y = (shuffle<1, 2, 3, 3>(boxes.y.max) - boxes.y.min) * scale;

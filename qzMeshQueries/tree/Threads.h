@@ -6,11 +6,12 @@
 
 namespace qzMeshQueries::detail {
 
-/// The number of threads to use when so many are asked for; 0: as many as the machine has. Never more than the program
-/// allows, as oneTBB prints a warning then.
+/// The number of threads to use when so many are asked for; 0 or less: as many as the machine has. Never more than the
+/// program allows oneTBB, which would print a warning.
 int nbThreadsOf(int threads);
 
-/// Calls work on this thread. Loops in it run on so many threads, this one included.
+/// Calls work on this thread. Loops in it run on up to so many threads, this one included.
+/// Failure: what work throws; std::runtime_error if the system refuses a thread.
 void onThreads(int threads, const std::function<void()>& work);
 
 /// Calls work(begin, end) for ranges that together are 0 to count - 1, in any order, in the floating-point mode of

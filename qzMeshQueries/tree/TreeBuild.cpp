@@ -14,10 +14,10 @@ namespace qzMeshQueries::detail {
 
 namespace {
 
-// Numbers of nodes and positions leave a bit free.
+// Node numbers are stored with a flag in the highest bit, and a binary tree has up to two nodes for each triangle.
 constexpr std::size_t kMaxTriangles = std::size_t(1) << 30;
 
-// How often a watch hears of every triangle.
+// How often a build reports each triangle to its watch.
 double nbPasses(const Mesh& mesh, Quality quality) {
   double levels = 0;
   for (std::size_t n = mesh.triangleCount; n > kMaxPartTriangles; n /= 2) ++levels;

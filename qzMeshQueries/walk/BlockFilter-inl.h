@@ -19,8 +19,8 @@ namespace hn = hwy::HWY_NAMESPACE;
 struct SeenBlock {
   /// The vertices, by rows. Filled if there are candidates.
   alignas(64) float x[kMaxBlockVertices], y[kMaxBlockVertices], depth[kMaxBlockVertices];
-  /// Bit i: triangle i may be crossed. It is left out if the origin lies strictly left of one edge and strictly right of
-  /// another, by products rounded to float: they order as the exact ones unless they are equal.
+  /// Bit i: triangle i may be crossed. It is left out if the origin lies strictly left of one edge and strictly right
+  /// of another, by products rounded to float: they order as the exact ones unless they are equal.
   std::uint32_t candidates;
   /// Bit i: triangle i is crossed: the origin lies strictly on the same side of all edges.
   std::uint32_t crossed;
@@ -28,8 +28,8 @@ struct SeenBlock {
   SeenVertex vertex(int i) const { return {x[i], y[i], depth[i]}; }
 };
 
-/// Finds candidates and crossed triangles among some, by the images of their first, second and third corners; or among some
-/// rays. Bits are as those of SeenBlock.
+/// Finds candidates and crossed triangles among some, by the images of their first, second and third corners; or among
+/// some rays. Bits are as those of SeenBlock.
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE std::uint32_t candidatesOf(D d, const V (&x)[3], const V (&y)[3], std::uint32_t& crossed) {
   const V a = hn::Sub(hn::Mul(x[1], y[2]), hn::Mul(y[1], x[2]));
@@ -61,7 +61,7 @@ HWY_INLINE void seeBlock(const RayFrame& frame, const Block& block, SeenBlock& s
   const V originX = hn::Set(d, frame.origin[frame.axis[0]]), originY = hn::Set(d, frame.origin[frame.axis[1]]),
           originZ = hn::Set(d, frame.origin[frame.axis[2]]);
   const V shearX = hn::Set(d, frame.shear[0]), shearY = hn::Set(d, frame.shear[1]);
-  // What is read behind the vertices is not used.
+  // Vectors are loaded whole: lanes behind the last vertex are not used.
   const auto seeSome = [&](int first, V& x, V& y, V& z) HWY_ATTR {
     z = hn::Sub(hn::LoadU(d, rowZ + first), originZ);
     x = hn::Sub(hn::Sub(hn::LoadU(d, rowX + first), originX), hn::Mul(shearX, z));
@@ -75,7 +75,7 @@ HWY_INLINE void seeBlock(const RayFrame& frame, const Block& block, SeenBlock& s
 
   const hn::RebindToUnsigned<decltype(d)> du;
   seen.candidates = seen.crossed = 0;
-  // Corners of some triangles. What is read behind the last triangle is not used, but has to be a vertex.
+  // Corners of some triangles. Lanes behind the last triangle are not used, but must be valid vertex numbers.
   const auto cornersOf = [&](int which, int first) HWY_ATTR {
     const hn::Rebind<std::uint8_t, decltype(d)> db;
     return hn::PromoteTo(

@@ -14,7 +14,7 @@ HWY_BEFORE_NAMESPACE();
 namespace qzMeshQueries::detail::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// Subtrees to visit, the next one last. Vectors are stored whole, so there is room for one more than fits.
+/// Subtrees to visit, the next one last. There is room for one node more, as vectors are stored whole.
 struct ChildStack {
   float near[kStackSize + kNodeWidth];  ///< the depth at which the ray enters the box
   std::uint32_t child[kStackSize + kNodeWidth];
@@ -156,8 +156,8 @@ HWY_INLINE hn::Vec<D> keysOf(D d, hn::Vec<DF> enter, hn::Vec<DF> child, DF) {
   return hn::AndNot(hn::BitCast(d, hn::ShiftRight<31>(hn::BitCast(di, child))), depths);
 }
 
-/// Stores the met children at nears and children, the first one last; returns how many there are. Beyond eight, the order
-/// is that of each eight. lanes, if not null, gets their places in the node.
+/// Stores the met children at nears and children, the first one last; returns how many there are. Beyond eight, the
+/// order is that of each eight. lanes, if not null, gets their places in the node.
 template <Order kOrder = Order::nearest, class Slabs>
 HWY_INLINE int storeChildren(const Slabs& slabs, const WideNode& node, float* HWY_RESTRICT nears,
                              std::uint32_t* HWY_RESTRICT children, std::uint32_t* HWY_RESTRICT lanes = nullptr) {

@@ -15,16 +15,16 @@ namespace qzMeshQueries::detail::HWY_NAMESPACE {
 
 inline constexpr int kPacketRays = 16;
 
-/// What all rays of a packet have in common as boxes see them: the rays enter a box at the lesser of two depths or later,
-/// and leave it at the greater of two or before.
+/// What all rays of a packet have in common as boxes see them: the rays enter a box at the lesser of two depths or
+/// later, and leave it at the greater of two or before.
 ///
-/// Take an axis on which the inverses of all rays are positive, from i0 to i1. A ray of origin o, inverse i and margin m
-/// passes a plane p at (p - o) * i - m, with exact arithmetic. That is linear in i, and falls with o; hence it is not
+/// Take an axis on which the inverses of all rays are positive, from i0 to i1. A ray of origin o, inverse i and margin
+/// m passes a plane p at (p - o) * i - m, with exact arithmetic. That is linear in i, and falls with o; hence it is not
 /// less than the lesser of (p - h) * i0 - M and (p - h) * i1 - M, where h is the largest origin and M no less than any
-/// margin. With (p - l), the least origin, and + M it is not greater than the greater of both. Negative inverses exchange
-/// l and h. M is twice the margin of a ray with the largest reach, |origin| and |inverse| among the rays: half of it
-/// covers the margins, and the other half, at least (2^-20 * reach + 2^-22 * |o|) * |i|, covers the rounding here, which is
-/// less than 2^-24 * (reach + 3 * |o|) * |i| + 2^-22 * M.
+/// margin. With (p - l), the least origin, and + M it is not greater than the greater of both. Negative inverses
+/// exchange l and h. M is twice the margin of a ray with the largest reach, |origin| and |inverse| among the rays: half
+/// of it covers the margins, and the other half, at least (2^-20 * reach + 2^-22 * |o|) * |i|, covers the rounding
+/// here, which is less than 2^-24 * (reach + 3 * |o|) * |i| + 2^-22 * M.
 struct PacketSlabs {
   float inverse[2][3], nearShift[2][3], farShift[2][3];  ///< of i0 and of i1
   int nearRow[3];
@@ -96,8 +96,8 @@ HWY_INLINE void rangeOf(const float (&row)[kPacketRays], float& least, float& gr
   greatest = hn::GetLane(hn::MaxOfLanes(d, high));
 }
 
-/// Sets up a packet for its rays, as setUpRay does for one. Returns false if one of them hits nothing, or if they differ
-/// in the axis of the image or in the signs of their directions.
+/// Sets up a packet for its rays, as setUpRay does for one. Returns false if one of them hits nothing, or if they
+/// differ in the axis of the image or in the signs of their directions.
 template <class Query>
 HWY_INLINE bool setUpPacket(const WideTree& tree, Packet<Query>& packet) {
   const hn::CappedTag<float, kPacketRays> d;
@@ -245,7 +245,7 @@ HWY_INLINE bool takeHit(Packet<Query>& packet, int r, const Hit& hit, bool isFro
 template <class Query>
 HWY_INLINE void visitBlock(Packet<Query>& packet, const Block& block, std::uint32_t active,
                            const WalkOptions& options) {
-  constexpr std::uint32_t kFew = 3;  // rays for which one after the other is faster
+  constexpr std::uint32_t kFew = 3;  // so few rays are faster one after the other
   if (hwy::PopCount(active) <= kFew) {
     for (; active != 0; active &= active - 1) {
       const int r = int(hwy::Num0BitsBelowLS1Bit_Nonzero32(active));
@@ -309,7 +309,7 @@ struct PacketUse {
   std::uint32_t met = 0, tested = 0;
 };
 
-/// Takes a packet one node or block further. Returns false when all its queries are answered.
+/// Visits the packet's next node or block. Returns false when all its queries are answered.
 template <class Query>
 HWY_INLINE bool visitNext(const WideTree& tree, const WalkOptions& options, Packet<Query>& packet, PacketUse& use) {
   const WideNode* const nodes = tree.nodes.data();

@@ -14,12 +14,13 @@
 HWY_BEFORE_NAMESPACE();
 namespace qzMeshQueries::detail::HWY_NAMESPACE {
 
-/// Tiles of four rays in each of four rows; the rows are consecutive if rays come without rows.
+/// Divides a batch into tiles of four rays in each of four rows. If the rays come without rows, a tile is sixteen
+/// consecutive rays.
 class Tiles {
  public:
   static constexpr std::size_t kSide = 4;
 
-  /// Of whole blocks of a batch. A block is kSide rows, or 1024 rays.
+  /// A batch is taken in blocks: kSide rows, or 1024 rays.
   Tiles(std::size_t count, std::size_t rowLength)
       : mHasRows(rowLength >= kSide && count >= kSide * rowLength),
         mRow(mHasRows ? rowLength : kSide),
@@ -54,7 +55,7 @@ class Tiles {
 template <class Query, class Answer>
 void castRays(const WideTree& tree, const Ray* rays, std::size_t count, std::size_t rowLength,
               const WalkOptions& options, Answer* answers) {
-  constexpr std::size_t kFewest = 4;  // what is worth more than one ray after the other
+  constexpr std::size_t kFewest = 4;  // fewer rays go one after the other
   if (tree.nodes.size() == 0 || count < kFewest) {
     for (std::size_t i = 0; i < count; ++i) {
       Query query;
@@ -66,13 +67,13 @@ void castRays(const WideTree& tree, const Ray* rays, std::size_t count, std::siz
 
   constexpr int kPackets = 4;              // in flight
   constexpr std::uint32_t kTrial = 4096;   // tests after which packets are judged
-  constexpr std::uint32_t kLeastUse = 15;  // percent of rays that have to meet what their packet meets
+  constexpr std::uint32_t kLeastUse = 15;  // percent of rays that must meet what their packet meets
   const std::unique_ptr<Packet<Query>[]> packets(new Packet<Query>[kPackets]);
   const std::unique_ptr<FlyingRay<Query>[]> flying(new FlyingRay<Query>[kInFlight]);
   const float extent = std::max({tree.max[0] - tree.min[0], tree.max[1] - tree.min[1], tree.max[2] - tree.min[2]});
   const Tiles tiles(count, rowLength);
-  std::vector<std::uint32_t> others(std::min(tiles.block(), count));  // those that go in turns
-  int tilesToPass = 0;                                                // packets were not worth it
+  std::vector<std::uint32_t> others(std::min(tiles.block(), count));  // rays that go in turns
+  int tilesToPass = 0;                                                // to turns, as packets did not pay
   PacketUse use;
   for (std::size_t begin = 0; begin < count; begin += tiles.block()) {
     const std::size_t nbRays = std::min(count - begin, tiles.block()), nbTiles = tiles.count(nbRays);

@@ -10,8 +10,8 @@
 
 namespace qzMeshQueries::detail {
 
-/// A box is left out only if no triangle in it can be hit. Its planes are moved apart by a margin for this, which is part
-/// of the constants; docs/watertight.md proves that the margin is wide enough:
+/// A box is left out only if no triangle in it can be hit. Its planes are moved apart by a margin for this, which is
+/// part of the constants; docs/watertight.md proves that the margin is wide enough:
 ///
 ///     near = bounds[nearRow] * inverse + nearShift        far = bounds[nearRow ^ 1] * inverse + farShift
 ///
@@ -24,19 +24,20 @@ struct RaySlabs {
 
 /// A depth that no hit at t or before can exceed.
 inline float depthNotBefore(double length, float t) {
-  // Overflowing times are as long as the longest; rounding to float loses less than a 2^-22 adds.
+  // A t of -infinity stands for every depth whose t overflows; the last of them is at the smallest finite t. Rounding
+  // to float loses less than the 2^-22 adds.
   const double time = std::max(double(t), -double(std::numeric_limits<float>::max()));
   return static_cast<float>((time + std::fabs(time) * 0x1p-22 + 0x1p-149) * length);
 }
 
-/// The limits of a ray.
+/// Sets the depths of tMin and tMax.
 inline void setLimits(const RayFrame& frame, RaySlabs& slabs) {
   const double length = std::fabs(frame.lengthAlong);
   slabs.to = depthNotBefore(length, frame.tMax);
   slabs.from = -depthNotBefore(length, -frame.tMin);
 }
 
-/// A component of the direction that is tiny beside the largest, or 0, becomes the inverse of this.
+/// The inverse that stands for direction components of 0, or below 2^-40 of the largest.
 inline constexpr float kLargestInverse = 0x1p40f;
 
 /// The margin of an axis is (reach * kReachMargin + |origin| * kOriginMargin + kLeastMargin) * |inverse|.

@@ -21,11 +21,11 @@ struct StackEntry {
   std::uint32_t child;
 };
 
-/// Which of a node's children is visited first: the nearest, or, where any hit will do, a block. Large triangles hang high
-/// up in the tree, and hide what is below.
+/// Which of a node's children is visited first: the nearest, or, where any hit will do, a block. Blocks high up in the
+/// tree hold large triangles, which are likely to be hit.
 enum class Order { nearest, blocks };
 
-/// More than a walk can hold: each level leaves at most fifteen children.
+/// Entries that a stack has room for: at most fifteen children wait on each level.
 inline constexpr int kStackSize = (kMaxTreeLevels + 1) * (kNodeWidth - 1) + 1;
 
 /// Bit j: the ray meets box j of the node; its entry depth is left in near[j].
@@ -53,8 +53,8 @@ HWY_INLINE void prefetchChild(const WideTree& tree, std::uint32_t child) {
   for (int line = 0; line < (isBlock ? 3 : 7); ++line) hwy::Prefetch(place + 64 * line);
 }
 
-/// Shows every hit to the query: query.take(hit, isFront, slabs) returns true to end the walk, and may lower slabs.to and
-/// frame.tMax. Hits come in no particular order; query.kOrder says which children come first.
+/// Shows every hit to the query: query.take(hit, isFront, slabs) returns true to end the walk, and may lower slabs.to
+/// and frame.tMax. Hits come in no particular order; query.kOrder says which children come first.
 template <class Query>
 HWY_INLINE void walkRay(const WideTree& tree, const Ray& ray, const WalkOptions& options, Query& query) {
   RayFrame frame;

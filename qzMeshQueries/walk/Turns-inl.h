@@ -1,4 +1,4 @@
-// Many rays in flight: each goes one node or block further at its turn. Compiled for each instruction set.
+// Many rays in flight: at its turn, each visits one node or block. Compiled for each instruction set.
 
 #if defined(QZ_MESHQUERIES_TURNS) == defined(HWY_TARGET_TOGGLE)
 #ifdef QZ_MESHQUERIES_TURNS
@@ -14,10 +14,10 @@
 HWY_BEFORE_NAMESPACE();
 namespace qzMeshQueries::detail::HWY_NAMESPACE {
 
-/// What lies under a ray's stack: a child that ends the walk.
+/// The bottom of every stack: a child that ends the walk.
 inline constexpr std::uint32_t kNoMore = kIsBlock - 1;
 
-/// Rays in flight: enough visits of other rays to hide the time that memory takes.
+/// Rays in flight at once: enough to hide the latency of memory.
 inline constexpr int kInFlight = 24;
 
 inline Hit answerOf(const ClosestQuery& query) {
@@ -46,7 +46,7 @@ template <class Query, class Answer>
 HWY_INLINE void takeTurns(const WideTree& tree, const Ray* rays, const std::uint32_t* numbers, std::size_t count,
                           const WalkOptions& options, FlyingRay<Query>* flying, Answer* answers) {
   using Flying = FlyingRay<Query>;
-  // Rays before a node, rays before a block; those of this turn, those of the next.
+  // Rays whose next child is a node, and those whose next child is a block; for this turn and for the next.
   Flying *beforeNode[2][kInFlight], *beforeBlock[2][kInFlight];
   int nbNodes = 0, nbBlocks = 0;
   std::size_t next = 0;
@@ -104,7 +104,7 @@ HWY_INLINE void takeTurns(const WideTree& tree, const Ray* rays, const std::uint
                                                     ray->stack.child + size));
     }
 
-    Flying* hopefuls[kInFlight];  // before a block with candidates
+    Flying* hopefuls[kInFlight];  // rays whose block has candidates
     SeenBlock seen[kInFlight];
     int nbHopefuls = 0;
     for (int i = 0; i < nbBlocks; ++i) {
