@@ -132,14 +132,15 @@ class QZ_MESHQUERIES_API MeshIndex {
   void windingNumbers(const float (*points)[3], std::size_t count, double* out, int threads = 0) const;
   void signedDistances(const float (*points)[3], std::size_t count, float* out, int threads = 0) const;
 
-  /// Moves the vertices: x y z of each, as many as construction was given. Afterwards every answer is that of a new index over
-  /// the moved mesh.
+  /// Moves the vertices: x y z of each, as many as construction was given. Afterwards every answer is that of a new
+  /// index over the moved mesh.
   /// Failure: std::invalid_argument as from construction, and nothing has changed.
   /// Cost: O(n), about a twentieth of a build; but see costRatio(). Nothing else may use the index meanwhile.
   void refit(const float* vertices);
 
-  /// How much longer a ray is expected to take than in the tree as it was built, by the areas of its boxes: 1 before a refit.
-  /// Movements that tear neighbours apart make it larger. Building anew pays if more rays are cast than a build takes time.
+  /// How much longer a ray is expected to take than in the tree as it was built, by the areas of its boxes: 1 before a
+  /// refit. Movements that tear neighbours apart make it larger. Building anew pays if more rays are cast than a build
+  /// takes time.
   /// Cost: O(n).
   double costRatio() const;
 
