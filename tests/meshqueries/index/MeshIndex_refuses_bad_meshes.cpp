@@ -108,6 +108,15 @@ TEST_CASE("the first bad triangle is named far into a large mesh, whatever is wr
   CHECK(names(refusalOf(mesh, kNone - 20000), 20000));
 }
 
+TEST_CASE("the first bad triangle is named when threads find later ones before it") {
+  // The first bad triangle is the last one of the first half; all of the second half are bad.
+  constexpr std::size_t kHalf = 1 << 19;
+  QueryMesh mesh = cubeMesh();
+  mesh.triangles.assign(6 * kHalf, 0);
+  std::fill(mesh.triangles.begin() + 3 * (kHalf - 1), mesh.triangles.end(), 99999999);
+  for (int round = 0; round < 10; ++round) CHECK(names(refusalOf(mesh), kHalf - 1));
+}
+
 TEST_CASE("numbers beyond the largest are refused, and the first triangle named") {
   const QueryMesh mesh = cubeMesh();
   CHECK(refusalOf(mesh, kNone - 12) == "");

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <utility>
 #include <vector>
 
@@ -89,6 +90,30 @@ TEST_CASE("a level allows what splits in the middle still divide into single tri
     CHECK(!levelAllows(level, most + 1));
     CHECK(!levelAllows(level + 1, most));
   }
+}
+
+TEST_CASE("codes that differ in every bit, and a thousand equal ones, need no more levels than there may be") {
+  QueryMesh mesh;
+  const auto addPoint = [&](float x, float y, float z) {
+    const std::uint32_t vertex = mesh.addVertex(x, y, z);
+    mesh.addTriangle(vertex, vertex, vertex);
+  };
+  for (int i = 0; i < 1000; ++i) addPoint(0, 0, 0);
+  for (int i = 0; i <= 21; ++i) {
+    const float x = std::ldexp(1.0f, i);
+    addPoint(x, 0, 0);
+    addPoint(0, x, 0);
+    addPoint(0, 0, x);
+  }
+  const BuildOptions options;
+  BuildWatch watch(options, 1);
+  BuildStart start = startBuild(mesh.view(), watch);
+  const float extent = start.largestExtent();
+  const BinaryTree tree = buildByMortonCodes(std::move(start), watch, [](BinaryTree&, BinaryPart&) {});
+  const Survey survey(tree, extent);
+  CHECK(survey.hasEachTriangleOnce());
+  CHECK(survey.nbLevels > kMaxBinaryLevels - 5);
+  CHECK(survey.nbLevels <= kMaxBinaryLevels);
 }
 
 TEST_CASE("reinsertion makes inner nodes smaller and keeps every triangle") {

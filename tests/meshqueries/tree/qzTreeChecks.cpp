@@ -176,6 +176,24 @@ int nbLevels(const WideTree& tree) {
   return tree.nodes.size() == 0 ? 0 : levelsBelow(tree, 0);
 }
 
+double nbMetChildren(const WideTree& tree) {
+  const auto areaOf = [](const float* min, const float* max) {
+    const double x = double(max[0]) - min[0], y = double(max[1]) - min[1], z = double(max[2]) - min[2];
+    return x * y + y * z + z * x;
+  };
+  double sum = 0;
+  for (const WideNode& node : tree.nodes)
+    for (int lane = 0; lane < kNodeWidth && node.bounds[0][lane] <= node.bounds[1][lane]; ++lane) {
+      float min[3], max[3];
+      for (int axis = 0; axis < 3; ++axis) {
+        min[axis] = node.bounds[2 * axis][lane];
+        max[axis] = node.bounds[2 * axis + 1][lane];
+      }
+      sum += areaOf(min, max);
+    }
+  return sum / areaOf(tree.min, tree.max);
+}
+
 bool areSame(const WideTree& a, const WideTree& b) {
   return haveSameBytes(a.nodes, b.nodes) && haveSameBytes(a.blocks, b.blocks) &&
          haveSameBytes(a.vertexNumbers, b.vertexNumbers) && a.blockCount == b.blockCount &&

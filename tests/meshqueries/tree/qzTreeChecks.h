@@ -15,6 +15,10 @@ std::string faultOf(const qzMeshQueries::detail::WideTree& tree, const qzMeshQue
 
 int nbLevels(const qzMeshQueries::detail::WideTree& tree);
 
+/// How many children a line through the tree's box meets on average: the sum of the areas of all children's boxes, in units of
+/// the area of the box of the tree.
+double nbMetChildren(const qzMeshQueries::detail::WideTree& tree);
+
 /// The bytes of all arrays and of the box are equal.
 bool areSame(const qzMeshQueries::detail::WideTree& a, const qzMeshQueries::detail::WideTree& b);
 

@@ -62,6 +62,23 @@ QueryMesh looseTriangles(int nbTriangles, std::uint32_t seed) {
   return mesh;
 }
 
+QueryMesh needles(int nbTriangles, std::uint32_t seed) {
+  QueryMesh mesh;
+  mesh.name = "needles, " + std::to_string(nbTriangles);
+  Random random(seed);
+  for (int i = 0; i < nbTriangles; ++i) {
+    float points[3][3];
+    const float part = random.below1(), length = part * part * part * part;
+    for (int axis = 0; axis < 3; ++axis) {
+      points[0][axis] = random.below1();
+      points[1][axis] = points[0][axis] + length * (random.below1() - 0.5f);
+      points[2][axis] = points[0][axis] + 0.01f * random.below1();
+    }
+    addPoints(mesh, points);
+  }
+  return mesh;
+}
+
 std::vector<QueryMesh> extremeMeshes() {
   std::vector<QueryMesh> all;
   const auto add = [&](const std::string& name) -> QueryMesh& {
