@@ -2,6 +2,7 @@
 
 #include <qzMeshQueries/MeshIndex.h>
 
+#include <cmath>
 #include <cstdio>
 #include <vector>
 
@@ -22,8 +23,8 @@ int main() {
   std::vector<double> windings(points.size() / 3);
   index.windingNumbers(list, windings.size(), windings.data());
   for (std::size_t i = 0; i < windings.size(); ++i) {
-    const int tenths = int(10 * windings[i] + 0.5);
-    std::putchar(tenths <= 0 ? '.' : tenths >= 10 ? '#' : char('0' + tenths));
+    const long tenths = std::lround(10 * windings[i]);
+    std::putchar(tenths <= 0 ? '.' : tenths >= 10 ? '#' : static_cast<char>('0' + tenths));
     if ((i + 1) % width == 0) std::putchar('\n');
   }
 
