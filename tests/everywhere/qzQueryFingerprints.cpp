@@ -288,7 +288,7 @@ class Taker {
     options.faces = batch.policy == RayBatch::eFront  ? Faces::front
                     : batch.policy == RayBatch::eBack ? Faces::back
                                                       : Faces::both;
-    const Answers first =
+    Answers first =
         askEverywhere<Answers>(part, [&](const MeshIndex& index) { return ask(index, rays, options, mNbThreads); });
     note(part, first);
     mResult.nbRays += rays.size();

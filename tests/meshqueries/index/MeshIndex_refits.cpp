@@ -34,14 +34,14 @@ std::string wrongAnswer(const MeshIndex& index, const QueryMesh& mesh, std::uint
   QueryRays rays(mesh, seed);
   for (int i = 0; i < 100; ++i) {
     const Ray ray = rays.any();
-    const std::string wrong = wrongAnswer(index, answersOf(plainRays, ray), ray);
+    std::string wrong = wrongAnswer(index, answersOf(plainRays, ray), ray);
     if (!wrong.empty()) return wrong;
   }
   const qzPlain::tNearQueries plainNear(mesh.view());
   NearQuestions questions(mesh, seed);
   for (int i = 0; i < 100; ++i) {
     const NearQuestion question = questions.any();
-    const std::string wrong = wrongAnswer(index, nearAnswersOf(plainNear, question), question);
+    std::string wrong = wrongAnswer(index, nearAnswersOf(plainNear, question), question);
     if (!wrong.empty()) return wrong;
   }
   const qzPlain::tWinding plainWinding(mesh.view());
